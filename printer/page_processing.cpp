@@ -1,0 +1,98 @@
+// Turns a grey page into the finished page image: tone, rotation, mirror, halftone, negative.
+#include "filter/base/log.h"
+#include "printer/wren_printer.h"
+
+namespace kestra {
+namespace {
+
+// Property steps of -100..100 as the image's tone operation takes them.
+constexpr int kBrightnessScale = 5;
+constexpr int kContrastScale = 2;
+
+bool isTattooMethod(DitherType type) {
+  return type == DitherType::Tattoo || type == DitherType::Tattoo_V7;
+}
+
+}  // namespace
+
+int WrenPrinter::PageProcess(DitherType type, const unsigned char* data, int bytesPerLine,
+                             int width, int height, unsigned char* out) {
+  useQMDithering_ = isTattooMethod(halftoneType_);
+  wrenLogCommon(kLogDebug, "PageProcess: QM dithering is %s",
+                useQMDithering_ ? "enabled" : "disabled");
+
+  if (!workingImage_.CreateFromArray(data, static_cast<std::uint32_t>(width),
+                                     static_cast<std::uint32_t>(height), 8,
+                                     static_cast<std::uint32_t>(bytesPerLine), false)) {
+    wrenLogCommon(kLogCritical, "paletteimage.CreateFromArray with grey failed!");
+    return 0;
+  }
+  wrenLogCommon(kLogDebug,
+                "PageProcess: Successfully created PaletteImage from array with stride %d",
+                bytesPerLine);
+
+  if (brightness_ != 0 || contrast_ != 0) {
+    const int brightness = brightness_ * kBrightnessScale;
+    const int contrast = contrast_ * kContrastScale;
+    workingImage_.Light(brightness, contrast);
+    wrenLogCommon(kLogDebug, "PageProcess: Adjusted brightness to %d and contrast to %d",
+                  brightness, contrast);
+  }
+  if (rotate180Print_) {
+    workingImage_.Rotate180(nullptr);
+    wrenLogCommon(kLogDebug, "PageProcess: Rotated the image 180 degrees");
+  }
+  if (mirrorPrint_) {
+    workingImage_.Mirror();
+    wrenLogCommon(kLogDebug, "PageProcess: Mirrored the image");
+  }
+
+  if (useQMDithering_) {
+    wrenLogCommon(kLogError, "PageProcess: the tattoo halftone methods are not available yet");
+    return 0;
+  }
+  workingImage_.Dither(static_cast<std::int32_t>(type));
+  workingImage_.IncreaseBpp(8);
+  pimage_ = &workingImage_;
+  wrenLogCommon(kLogDebug, "PageProcess: Applied default dithering and increased bit depth");
+
+  wrenLogCommon(kLogDebug, "PageProcess: negativePrint_ %d", negativePrint_ ? 1 : 0);
+  if (negativePrint_) {
+    wrenLogCommon(kLogDebug, "PageProcess: Inverting the image for negative print");
+    pimage_->Negative();
+  }
+
+  const auto effWidth = static_cast<int>(pimage_->GetEffWidth());
+  copyProcessedPixels(
+      pimage_, out, static_cast<int>(pimage_->GetWidth()), static_cast<int>(pimage_->GetHeight()),
+      effWidth, 2 * static_cast<std::size_t>(bytesPerLine) * static_cast<std::size_t>(height));
+  const int length = static_cast<int>(static_cast<std::uint32_t>(height) * pimage_->GetEffWidth());
+  wrenLogCommon(kLogDebug,
+                "PageProcess: Filled the output buffer with processed pixels, length: %d", length);
+  return length;
+}
+
+void WrenPrinter::copyPixels(PaletteImage& image, unsigned char* out, int width, int height,
+                             int stride) {
+  for (std::int64_t y = 0; y < height; ++y) {
+    unsigned char* row = out + y * stride;
+    for (std::int64_t x = 0; x < width; ++x) row[x] = image.GetPixelIndex(x, y);
+  }
+}
+
+// Negative printing deliberately acts here once more, on the copy alone: of the two levels 0 and 1
+// that `Negative` made 255 and 254, the copy holds 0 and 1.
+void WrenPrinter::copyProcessedPixels(PaletteImage* image, unsigned char* out, int width,
+                                      int height, int stride, std::size_t outSize) {
+  for (std::int64_t y = 0; y < height; ++y) {
+    for (std::int64_t x = 0; x < width; ++x) {
+      const auto position = static_cast<std::size_t>(y * stride + x);
+      if (position >= outSize) return;
+      unsigned value = image->GetPixelIndex(x, y);
+      if (value == 1) value = 255;
+      out[position] = static_cast<unsigned char>(negativePrint_ ? ~value : value);
+    }
+  }
+}
+
+}  // namespace kestra

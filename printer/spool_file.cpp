@@ -1,0 +1,46 @@
+// Writes spool files beside their final name and moves them there at once, so that a full disk or a
+// cancelled job leaves no half page and no half counter behind.
+#include "printer/spool_file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+
+namespace kestra {
+
+SpoolFile::SpoolFile(const std::string& folder) : path_(folder + "/.part_XXXXXX") {
+  descriptor_ = mkostemp(path_.data(), O_CLOEXEC);  // mode 0600
+  isHidden_ = isOpen();
+}
+
+SpoolFile::~SpoolFile() {
+  if (isOpen()) close(descriptor_);
+  if (isHidden_) unlink(path_.c_str());
+}
+
+bool SpoolFile::write(const void* data, std::size_t size) {
+  const char* rest = static_cast<const char*>(data);
+  while (size > 0) {
+    const ssize_t written = ::write(descriptor_, rest, size);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    rest += written;
+    size -= static_cast<std::size_t>(written);
+  }
+  return true;
+}
+
+bool SpoolFile::publishAs(const std::string& path) {
+  return link(path_.c_str(), path.c_str()) == 0;  // the hidden name goes with the object
+}
+
+bool SpoolFile::replace(const std::string& path) {
+  if (std::rename(path_.c_str(), path.c_str()) != 0) return false;
+  isHidden_ = false;
+  return true;
+}
+
+}  // namespace kestra

@@ -1,0 +1,37 @@
+// Files that others pick up out of the spool: they appear whole under their name, or not at all.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace kestra {
+
+/// A file under way into a folder. It is written under a hidden name of its own and gets its final
+/// name only when it is whole; what was not published is removed. Readable by its owner alone.
+class SpoolFile {
+ public:
+  /// Starts a file in a folder; `isOpen` tells whether that worked.
+  explicit SpoolFile(const std::string& folder);
+  ~SpoolFile();
+  SpoolFile(const SpoolFile&) = delete;
+  SpoolFile& operator=(const SpoolFile&) = delete;
+
+  [[nodiscard]] bool isOpen() const { return descriptor_ >= 0; }
+
+  /// Writes all bytes; false, with `errno` set, where not all of them can be stored.
+  [[nodiscard]] bool write(const void* data, std::size_t size);
+
+  /// Gives the file a name that no other file has.
+  /// @return false with `errno` EEXIST where the name is taken, or another error
+  [[nodiscard]] bool publishAs(const std::string& path);
+
+  /// Gives the file a name, in place of a file that may have it.
+  [[nodiscard]] bool replace(const std::string& path);
+
+ private:
+  std::string path_;  // of the hidden file
+  int descriptor_ = -1;
+  bool isHidden_ = false;  // whether the hidden name is still there to be removed
+};
+
+}  // namespace kestra
