@@ -1,0 +1,178 @@
+#!/bin/bash
+# Prints a document without a printer: builds the filter, runs it as the print system would and
+# shows what the print head would get.
+#
+# One command, from a fresh machine to pictures of the very dots of each page; the machine's own
+# print spool is not touched.
+set -euo pipefail
+
+usage() {
+  cat <<'EOF'
+Usage: ./demo.sh [-m label|stencil] [-o NAME=VALUE]... [DOCUMENT]
+
+Prints DOCUMENT (PDF, PostScript, PNG, JPEG, text or CUPS raster; without one a label made for
+this demo) into out/demo: page frames as the printer gets them, a PNG picture of the dots of each
+page, and the filter's own images of each page before and after the halftone.
+
+  -m MODEL       label: 4-inch label head, 203 dpi (the default)
+                 stencil: A4-wide stencil head, 300 dpi
+  -o NAME=VALUE  a job option as for lp, for example HalftoneType=Tattoo, PageSize=w283h142,
+                 Darkness=Dark, Resolution=300dpi, MirrorImage=True, fit-to-page, copies=2.
+                 A wrong name or value is answered with the list of the right ones.
+  --help         this text
+
+Missing packages are installed first (as root, or with sudo). Exit status: 0 all pages came out,
+1 something went wrong, 2 the command line made no sense.
+EOF
+}
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+here=$PWD
+# shellcheck source=tools/demo/options.sh
+. "$root/tools/demo/options.sh"
+# shellcheck source=tools/demo/render.sh
+. "$root/tools/demo/render.sh"
+# shellcheck source=tools/demo/run_filter.sh
+. "$root/tools/demo/run_filter.sh"
+
+fail() {
+  echo "demo: $1" >&2
+  exit "${2:-1}"
+}
+
+wrong_usage() {
+  echo "demo: $1" >&2
+  echo "Try: ./demo.sh --help" >&2
+  exit 2
+}
+
+model=label document='' options=()
+while [ $# -gt 0 ]; do
+  case "$1" in
+    -h | --help) usage; exit 0 ;;
+    -m) [ -n "${2-}" ] || wrong_usage "-m wants label or stencil"; model=$2; shift ;;
+    -o)
+      [ -n "${2-}" ] || wrong_usage "-o wants NAME=VALUE"
+      read -r -a words <<<"$2" # as with lp, one -o may hold several options
+      options+=(${words[@]+"${words[@]}"})
+      shift
+      ;;
+    --) shift; break ;;
+    -*) wrong_usage "unknown option $1" ;;
+    *) [ -z "$document" ] || wrong_usage "one document at a time"; document=$1 ;;
+  esac
+  shift
+done
+if [ $# -gt 0 ]; then
+  if [ -n "$document" ] || [ $# -gt 1 ]; then wrong_usage "one document at a time"; fi
+  document=$1
+fi
+case "$model" in
+  label) ppd_name=kestra4.ppd model_words="4-inch label head" ;;
+  stencil) ppd_name=kestraa4.ppd model_words="A4-wide stencil head" ;;
+  *) wrong_usage "unknown model \"$model\"; there are label and stencil" ;;
+esac
+
+# The demo's own label brings the halftone and the size that suit it.
+given=(${options[@]+"${options[@]}"})
+if [ -z "$document" ]; then
+  document=$root/tools/demo/label.ps
+  if [ "$model" = label ] && [ -z "$(option_value HalftoneType ${given[@]+"${given[@]}"})" ]; then
+    options=(HalftoneType=Burkes ${given[@]+"${given[@]}"})
+  elif [ "$model" = stencil ] && [ -z "$(option_value PageSize ${given[@]+"${given[@]}"})" ] &&
+    [ -z "$(option_value media ${given[@]+"${given[@]}"})" ]; then
+    options=(PageSize=Tattoo_A6 fit-to-page ${given[@]+"${given[@]}"})
+  fi
+else
+  case "$document" in
+    /*) ;;
+    *) document=${here%/}/$document ;;
+  esac
+fi
+type=$(document_type "$document") || fail "$document: $type"
+copies=$(option_value copies ${options[@]+"${options[@]}"})
+[[ "${copies:=1}" =~ ^[1-9][0-9]{0,3}$ ]] || wrong_usage "copies is \"$copies\"; give a number from 1 to 9999"
+
+seconds() { LC_ALL=C awk -v from="$1" -v to="$(date +%s.%N)" 'BEGIN { printf "%.1f", to - from }'; }
+start=$(date +%s.%N)
+"$root/tools/setup.sh" demo
+setup_time=$(seconds "$start")
+
+# --- Build --------------------------------------------------------------------------------------
+build=$root/build
+mark=$(date +%s.%N)
+if [ -f "$build/CMakeCache.txt" ] &&
+  [ "$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$build/CMakeCache.txt")" != "$root" ]; then
+  fail "$build was made for another copy of the sources; remove it and try again"
+fi
+mkdir -p "$build" "$root/out" 2>/dev/null || fail "$root cannot be written to; copy it to a place of your own"
+for directory in "$build" "$root/out"; do
+  [ -w "$directory" ] || fail "$directory belongs to somebody else; remove it and try again"
+done
+echo "Building (messages in build/demo-build.log)"
+if ! { cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release &&
+  cmake --build "$build" -j "$(nproc)" --target rastertokestra rastertokestra_relative \
+    kestra-proof ppds; } >"$build/demo-build.log" 2>&1; then
+  tail -n 20 "$build/demo-build.log" >&2
+  fail "the build failed; all its messages are in $build/demo-build.log"
+fi
+for made in rastertokestra filter/rastertokestra_relative kestra-proof "ppd/$ppd_name"; do
+  [ -s "$build/$made" ] || fail "the build made no $made; see $build/demo-build.log"
+done
+build_time=$(seconds "$mark")
+
+ppd=$build/ppd/$ppd_name
+for option in ${options[@]+"${options[@]}"}; do
+  message=$(check_option "$ppd" "$option") || wrong_usage "$message"
+done
+
+# --- Print --------------------------------------------------------------------------------------
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+chmod 755 "$work"
+mark=$(date +%s.%N)
+render "$type" "$document" "$work" "$ppd" "$copies" "${options[*]-}" || exit 1
+render_time=$(seconds "$mark")
+
+mark=$(date +%s.%N)
+filter_status=0 spool_tmp='' isolation=''
+run_filter "$build" "$work" "$ppd" "$type" "$copies" "${options[*]-}" || filter_status=$?
+filter_time=$(seconds "$mark")
+
+out=$root/out/demo
+rm -rf "$out"
+mkdir -p "$out"
+shopt -s nullglob
+for file in "$spool_tmp"/kcv6data/*.dat "$spool_tmp"/kcv6data/*.pgc "$spool_tmp"/*.bmp \
+  "$work/commands.bin" "$work/filter.log" "$work/document.pdf"; do
+  [ ! -e "$file" ] || cp "$file" "$out/"
+done
+
+# --- Show ---------------------------------------------------------------------------------------
+dpi=$(sed -n 's/^DEBUG:header.HWResolution\[0\]:\([0-9]*\)$/\1/p' "$out/filter.log" | head -n 1)
+echo
+echo "Document  ${document#"$here"/} ($type)"
+echo "Printer   $model_words, ${dpi:-no pages at any} dpi, options: ${options[*]:-as the printer has them}"
+echo "Filter    ran $isolation, exit status $filter_status"
+frames=("$out"/page_*.dat)
+if [ "$filter_status" -ne 0 ] || [ "${#frames[@]}" -eq 0 ]; then
+  grep -a '^ERROR\|^CRIT' "$out/filter.log" >&2 || true
+  fail "the filter printed ${#frames[@]} page(s) and ended with $filter_status; its log is $out/filter.log"
+fi
+
+cd "$out"
+echo
+echo "Sent to the printer before each page: $(od -An -v -tx1 -N7 commands.bin)  ..."
+"$build/kestra-proof" --command commands.bin
+echo
+echo "Stored for the print head, one frame per page:"
+"$build/kestra-proof" --dpi "$dpi" --output-dir . page_*.dat
+for frame in page_*.dat; do
+  echo "$frame begins:$(od -An -v -tx1 -N14 "$frame")  label,$(od -An -v -tx1 -j14 -N8 "$frame")  raster"
+done
+for counter in *.pgc; do "$build/kestra-proof" "$counter"; done
+echo
+echo "All of it is in ${out#"$here"/}: pictures of the dots (page_*.png), frames (page_*.dat),"
+echo "the page before and after the halftone (origin_*.bmp, dithered_*.bmp), filter.log"
+echo "Time      setup $setup_time s, build $build_time s, pages $render_time s, filter $filter_time s;" \
+  "$(seconds "$start") s in all"

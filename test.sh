@@ -1,0 +1,105 @@
+#!/bin/bash
+# Builds the project with its tests and runs them, one verb per kind of proof.
+#
+# The same command before a change is handed in and in continuous integration, so that a print
+# that is right here is right there.
+set -euo pipefail
+
+usage() {
+  cat <<'EOF'
+Usage: ./test.sh [VERB]
+
+  (none)    build with warnings as errors, all tests, source format, static checks
+  sanitize  all tests with the address and undefined-behaviour sanitizers
+  portable  all tests with g++ and clang++, each without optimisation and with -O3
+
+Missing packages are installed first (as root, or with sudo). JOBS=N sets the number of parallel
+jobs. The exit status is not 0 where anything failed.
+EOF
+}
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+jobs=${JOBS:-$(nproc)}
+cd "$root"
+start=$SECONDS
+
+fail() {
+  echo "test: $1" >&2
+  exit 1
+}
+
+generator() { if command -v ninja >/dev/null; then echo Ninja; else echo "Unix Makefiles"; fi; }
+
+# build_and_test DIR CMAKE_OPTION...: configures, builds and runs every test.
+build_and_test() {
+  local directory=$1
+  shift
+  local generate=(-G "$(generator)")
+  [ ! -f "$directory/CMakeCache.txt" ] || generate=() # a build directory keeps its generator
+  cmake -S . -B "$directory" ${generate[@]+"${generate[@]}"} -DKESTRA_TESTS=ON -DKESTRA_WERROR=ON \
+    "$@" >"$directory.configure.log" 2>&1 || {
+    cat "$directory.configure.log" >&2
+    fail "configuring $directory failed"
+  }
+  mv "$directory.configure.log" "$directory/configure.log"
+  cmake --build "$directory" -j "$jobs" || fail "building $directory failed"
+  (cd "$directory" && ctest -j "$jobs" --output-on-failure) || fail "tests failed in $directory"
+}
+
+# The C++ files of the project, one per line.
+source_files() {
+  git ls-files --cached --others --exclude-standard '*.h' '*.cpp' 2>/dev/null | grep . ||
+    find . -name 'build*' -prune -o -name out -prune -o \( -name '*.h' -o -name '*.cpp' \) -print
+}
+
+check_format() {
+  echo "Checking the source format"
+  source_files | while read -r file; do [ ! -f "$file" ] || printf '%s\0' "$file"; done |
+    xargs -0 clang-format --dry-run -Werror ||
+    fail "some files are not formatted; run clang-format -i on them"
+}
+
+# The list of checks and why each group is in it stand in .clang-tidy.
+check_tidy() {
+  local log=build-test/clang-tidy.log files
+  echo "Running clang-tidy"
+  mapfile -t files < <(sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' build-test/compile_commands.json |
+    grep -E "^$root/(filter|printer|imaging|tools)/" | sort -u)
+  [ "${#files[@]}" -gt 0 ] || fail "no sources in build-test/compile_commands.json"
+  if ! printf '%s\0' "${files[@]}" |
+    xargs -0 -n 1 -P "$jobs" clang-tidy -p build-test --quiet >"$log" 2>/dev/null; then
+    grep -A 4 -E '(warning|error):' "$log" >&2 || cat "$log" >&2
+    fail "clang-tidy has complaints; all of them are in $log"
+  fi
+}
+
+[ $# -le 1 ] || { usage >&2; exit 2; }
+case "${1-}" in
+  -h | --help) usage; exit 0 ;;
+  '' | sanitize | portable) ;;
+  *) echo "test: unknown verb $1" >&2; usage >&2; exit 2 ;;
+esac
+
+tools/setup.sh tests
+case "${1-}" in
+  '')
+    build_and_test build-test -DCMAKE_BUILD_TYPE=Release
+    check_format
+    check_tidy
+    ;;
+  sanitize)
+    build_and_test build-sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+      -DKESTRA_SANITIZE=address,undefined
+    ;;
+  portable)
+    for compiler in g++ clang++; do
+      for level in -O0 -O3; do
+        echo "With $compiler $level"
+        # A build type without flags of its own, so that only this level counts.
+        build_and_test "build-portable-$compiler$level" -DCMAKE_BUILD_TYPE=None \
+          -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$level"
+      done
+    done
+    ;;
+esac
+echo "test.sh ${1-}: all well in $((SECONDS - start)) s"

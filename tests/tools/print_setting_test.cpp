@@ -1,0 +1,62 @@
+// Tests of the decoding of print-setting commands and page counters.
+//
+// Speed codes are two less than the job's speed from 2 on, which the words must undo.
+#include "tools/frame/print_setting.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/tools/frame_bytes.h"
+
+namespace kestra {
+namespace {
+
+TEST(PrintSetting, ReadsOneCommandPerPage) {
+  const ParsedSettings parsed =
+      parsePrintSettings({0x1B, 0x73, 1, 0, 0, 2, 1, 0x1B, 0x73, 1, 0, 0, 4, 2});
+  EXPECT_EQ(parsed.problem, "");
+  ASSERT_EQ(parsed.settings.size(), 2U);
+  EXPECT_EQ(parsed.settings[0].speed_code, 2);
+  EXPECT_EQ(parsed.settings[0].darkness, 1);
+  EXPECT_EQ(parsed.settings[1].speed_code, 4);
+  EXPECT_EQ(parsed.settings[1].darkness, 2);
+}
+
+TEST(PrintSetting, NamesTheByteThatIsWrong) {
+  const ParsedSettings parsed =
+      parsePrintSettings({0x1B, 0x73, 1, 0, 0, 2, 1, 0x1B, 0x74, 1, 0, 0, 4, 2});
+  EXPECT_EQ(parsed.settings.size(), 1U);
+  // The second command starts at byte 7; its second byte is 0x74 = 116 instead of 0x73 = 115.
+  EXPECT_EQ(parsed.problem, "command 2: byte 8 is 116, expected 115");
+}
+
+TEST(PrintSetting, SaysWhenACommandIsCutOff) {
+  EXPECT_EQ(parsePrintSettings({0x1B, 0x73, 1, 0, 0, 2}).problem,
+            "command 1 is cut off: 6 bytes, a command has 7");
+  EXPECT_EQ(parsePrintSettings({}).problem, "empty, a job sends one command of 7 bytes per page");
+}
+
+TEST(PrintSetting, NamesTheJobSpeedsBehindACode) {
+  // Speeds 0 and 1 are sent unchanged, every other speed two less.
+  EXPECT_EQ(describe({0, 0}), "speed code 0 (PrintSpeed 2 or 0), darkness 0 (Light)");
+  EXPECT_EQ(describe({1, 1}), "speed code 1 (PrintSpeed 3 or 1), darkness 1 (Middle)");
+  EXPECT_EQ(describe({2, 2}), "speed code 2 (PrintSpeed 4), darkness 2 (Dark)");
+  EXPECT_EQ(describe({253, 3}), "speed code 253 (PrintSpeed 255), darkness 3 (unknown)");
+  EXPECT_EQ(describe({254, 0}), "speed code 254 (no PrintSpeed gives it), darkness 0 (Light)");
+}
+
+TEST(PageCounter, IsReadLowByteFirst) {
+  std::string problem;
+  EXPECT_EQ(parsePageCounter({0x27, 0x23}, problem), 8999);  // 0x2327
+  EXPECT_EQ(problem, "");
+}
+
+TEST(PageCounter, HasExactlyTwoBytes) {
+  std::string problem;
+  EXPECT_FALSE(parsePageCounter({1}, problem).has_value());
+  EXPECT_EQ(problem, "1 bytes, a page counter has exactly 2");
+  EXPECT_FALSE(parsePageCounter({1, 2, 3}, problem).has_value());
+  EXPECT_EQ(problem, "3 bytes, a page counter has exactly 2");
+}
+
+}  // namespace
+}  // namespace kestra

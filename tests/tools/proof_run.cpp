@@ -1,0 +1,133 @@
+// Starts kestra-proof with its streams in files and decodes PNG pictures.
+//
+// Files instead of pipes keep the runs simple: no reader can fall behind and block the program.
+#include "tests/tools/proof_run.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <png.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace kestra {
+namespace {
+
+std::string textOf(const Bytes& bytes) { return std::string(bytes.begin(), bytes.end()); }
+
+// Only in the child, between fork and exec.
+void redirect(const std::string& path, int flags, int target) {
+  const int descriptor = open(path.c_str(), flags, 0600);
+  if (descriptor < 0 || dup2(descriptor, target) < 0) _exit(126);
+  close(descriptor);
+}
+
+// False for a broken picture, where libpng jumps back.
+bool readWhole(png_structp png, png_infop info, std::FILE* file) {
+  if (setjmp(png_jmpbuf(png)) != 0) return false;
+  png_init_io(png, file);
+  png_read_png(png, info, PNG_TRANSFORM_IDENTITY, nullptr);
+  return true;
+}
+
+}  // namespace
+
+ProofDirectory::ProofDirectory() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "kestra-proof-XXXXXX").string();
+  const char* made = mkdtemp(pattern.data());
+  if (made == nullptr) std::abort();
+  root_ = made;
+  std::filesystem::create_directory(root_ + "/files");
+  std::filesystem::create_directory(root_ + "/streams");
+  root_ += "/files";
+}
+
+ProofDirectory::~ProofDirectory() {
+  std::error_code ignored;
+  std::filesystem::remove_all(std::filesystem::path(root_).parent_path(), ignored);
+}
+
+void ProofDirectory::write(const std::string& name, const Bytes& bytes) const {
+  std::ofstream file(path(name), std::ios::binary);
+  file << textOf(bytes);
+  EXPECT_TRUE(file.flush().good());
+}
+
+Bytes ProofDirectory::read(const std::string& name) const {
+  std::ifstream file(path(name), std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+bool ProofDirectory::exists(const std::string& name) const {
+  return std::filesystem::exists(path(name));
+}
+
+std::vector<std::string> ProofDirectory::names() const {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(root_)) {
+    names.push_back(entry.path().filename().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+ProofResult ProofDirectory::run(const std::vector<std::string>& words, const Bytes& input) const {
+  write("../streams/in", input);
+  std::vector<std::string> copy = words;
+  std::string program = KESTRA_PROOF;
+  std::vector<char*> argv = {program.data()};
+  for (std::string& word : copy) argv.push_back(word.data());
+  argv.push_back(nullptr);
+
+  const pid_t child = fork();
+  if (child == 0) {
+    if (chdir(root_.c_str()) != 0) _exit(126);
+    redirect("../streams/in", O_RDONLY, 0);
+    redirect("../streams/out", O_WRONLY | O_CREAT | O_TRUNC, 1);
+    redirect("../streams/err", O_WRONLY | O_CREAT | O_TRUNC, 2);
+    execv(program.c_str(), argv.data());
+    _exit(127);
+  }
+  ProofResult result;
+  int status = 0;
+  if (child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status)) {
+    result.status = WEXITSTATUS(status);
+  }
+  result.output = textOf(read("../streams/out"));
+  result.errors = textOf(read("../streams/err"));
+  return result;
+}
+
+Picture readPicture(const std::string& path) {
+  Picture picture;
+  std::FILE* file = std::fopen(path.c_str(), "rb");
+  if (file == nullptr) return picture;
+  png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+  png_infop info = png_create_info_struct(png);
+  if (readWhole(png, info, file)) {
+    png_bytepp rows = png_get_rows(png, info);
+    picture.width = png_get_image_width(png, info);
+    picture.height = png_get_image_height(png, info);
+    picture.bit_depth = png_get_bit_depth(png, info);
+    picture.colour_type = png_get_color_type(png, info);
+    picture.dots_per_metre = png_get_pixels_per_meter(png, info);
+    for (unsigned y = 0; y < picture.height && picture.bit_depth == 1; ++y) {
+      std::string row;
+      for (unsigned x = 0; x < picture.width; ++x) {
+        row += ((rows[y][x / 8] >> (7 - x % 8)) & 1) != 0 ? '.' : '#';
+      }
+      picture.rows.push_back(row);
+    }
+  }
+  png_destroy_read_struct(&png, &info, nullptr);
+  std::fclose(file);
+  return picture;
+}
+
+}  // namespace kestra

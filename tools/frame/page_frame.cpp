@@ -1,0 +1,165 @@
+// Checks a page frame field by field and gives access to its rows.
+//
+// Every length is checked before anything behind it is read, so a cut or damaged file ends in a
+// sentence that says what is wrong with it and never in dots from elsewhere.
+#include "tools/frame/page_frame.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace kestra {
+namespace {
+
+// Where the fields of a frame are, in bytes from its start. Numbers are little-endian.
+constexpr std::size_t kMediaAt = 3;
+constexpr std::size_t kWidthAt = 4;
+constexpr std::size_t kHeightAt = 6;
+constexpr std::size_t kGapAt = 8;
+constexpr std::size_t kReservedAt = 10;
+constexpr std::size_t kPageNumberAt = 12;
+constexpr std::size_t kCommandAt = 14;
+constexpr std::size_t kRecordBytesAt = 18;
+constexpr std::size_t kRowCountAt = 20;
+constexpr std::size_t kRowsAt = 22;
+
+constexpr std::size_t kCountBytes = 2;  // the black-dot count before each row
+
+constexpr std::array<std::uint8_t, 3> kSignature = {'S', 'I', 'Z'};
+constexpr std::array<std::uint8_t, 4> kRasterCommand = {0x1D, 0x76, 0x30, 0x00};
+
+std::uint16_t littleEndian16(const std::vector<std::uint8_t>& bytes, std::size_t at) {
+  return static_cast<std::uint16_t>(bytes[at] | (bytes[at + 1] << 8));
+}
+
+// "53 49 5A"
+std::string hex(const std::uint8_t* data, std::size_t size) {
+  static const char digits[] = "0123456789ABCDEF";
+  std::string text;
+  for (std::size_t i = 0; i < size; ++i) {
+    if (i > 0) text += ' ';
+    text += digits[data[i] >> 4];
+    text += digits[data[i] & 15];
+  }
+  return text;
+}
+
+template <std::size_t N>
+bool startsWith(const std::vector<std::uint8_t>& bytes, std::size_t at,
+                const std::array<std::uint8_t, N>& wanted) {
+  return std::equal(wanted.begin(), wanted.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
+}
+
+ParsedFrame broken(std::string problem) { return {std::nullopt, std::move(problem)}; }
+
+}  // namespace
+
+// Fills the private part of a frame, which nobody else may touch.
+struct FrameReader {
+  static void take(PageFrame& frame, std::vector<std::uint8_t> bytes) {
+    frame.bytes_ = std::move(bytes);
+    splitRows(frame);
+  }
+
+  // The announced width may be one dot less than the page's. Where that makes a byte's difference
+  // (announced 800, true 801) the byte before the narrower page decides: a margin is always 0.
+  static void splitRows(PageFrame& frame) {
+    const std::size_t available = frame.dot_bytes();
+    const std::size_t page = (std::size_t{frame.width_dots} + 7) / 8;
+    if (available < page) {
+      frame.wider_than_head_ = true;
+      return;
+    }
+    frame.margin_bytes_ = available - page;
+    if (frame.margin_bytes_ == 0 || frame.width_dots % 8 != 0) return;
+    for (std::size_t y = 0; y < frame.row_count; ++y) {
+      if (frame.row(y).dots.data[frame.margin_bytes_ - 1] != 0) {
+        --frame.margin_bytes_;
+        return;
+      }
+    }
+  }
+};
+
+std::size_t PageFrame::dot_bytes() const { return std::size_t{record_bytes} - kCountBytes; }
+
+FrameRow PageFrame::row(std::size_t index) const {
+  const std::size_t at = kRowsAt + index * record_bytes;
+  const std::uint8_t* dots = bytes_.data() + at + kCountBytes;
+  FrameRow row;
+  row.announced = littleEndian16(bytes_, at);
+  row.dots = {dots, dot_bytes()};
+  row.margin = {dots, margin_bytes_};
+  row.page = {dots + margin_bytes_, dot_bytes() - margin_bytes_};
+  return row;
+}
+
+ParsedFrame parsePageFrame(std::vector<std::uint8_t> bytes) {
+  if (bytes.size() < kRowsAt) {
+    return broken("too short: " + std::to_string(bytes.size()) + " bytes, a frame has at least " +
+                  std::to_string(kRowsAt));
+  }
+  if (!startsWith(bytes, 0, kSignature)) {
+    return broken("wrong signature " + hex(bytes.data(), kSignature.size()) +
+                  ", a frame starts with " + hex(kSignature.data(), kSignature.size()) +
+                  " (\"SIZ\")");
+  }
+  if (!startsWith(bytes, kCommandAt, kRasterCommand)) {
+    return broken("wrong raster command " + hex(&bytes[kCommandAt], kRasterCommand.size()) +
+                  " at byte " + std::to_string(kCommandAt) + ", expected " +
+                  hex(kRasterCommand.data(), kRasterCommand.size()));
+  }
+  const unsigned media = bytes[kMediaAt];
+  if (media > static_cast<unsigned>(Media::kMarks)) {
+    return broken("unknown media code " + std::to_string(media) +
+                  ", known are 0 (continuous), 1 (gaps) and 2 (marks)");
+  }
+
+  PageFrame frame;
+  frame.media = static_cast<Media>(media);
+  frame.width_dots = littleEndian16(bytes, kWidthAt);
+  frame.height_dots = littleEndian16(bytes, kHeightAt);
+  frame.gap_dots = littleEndian16(bytes, kGapAt);
+  frame.reserved = littleEndian16(bytes, kReservedAt);
+  frame.page_number = littleEndian16(bytes, kPageNumberAt);
+  frame.record_bytes = littleEndian16(bytes, kRecordBytesAt);
+  frame.row_count = littleEndian16(bytes, kRowCountAt);
+
+  if (frame.record_bytes <= kCountBytes) {
+    return broken("record length " + std::to_string(frame.record_bytes) +
+                  ", a row needs more than the " + std::to_string(kCountBytes) +
+                  " bytes of its dot count");
+  }
+  if (frame.row_count == 0) return broken("0 rows, a page has at least one");
+
+  const std::uint64_t expected =
+      kRowsAt + std::uint64_t{frame.row_count} * std::uint64_t{frame.record_bytes};
+  if (bytes.size() != expected) {
+    return broken(std::to_string(frame.row_count) + " rows of " +
+                  std::to_string(frame.record_bytes) + " bytes make a file of " +
+                  std::to_string(expected) + " bytes, this one has " +
+                  std::to_string(bytes.size()) +
+                  (bytes.size() < expected ? " (cut off?)" : " (something follows the page)"));
+  }
+  FrameReader::take(frame, std::move(bytes));
+  return {std::move(frame), {}};
+}
+
+std::uint64_t countBlackDots(BytesView bytes) {
+  std::uint64_t black = 0;
+  for (std::size_t i = 0; i < bytes.size; ++i) {
+    for (unsigned rest = bytes.data[i]; rest != 0; rest &= rest - 1) ++black;
+  }
+  return black;
+}
+
+std::vector<std::size_t> rowsWithWrongCount(const PageFrame& frame) {
+  std::vector<std::size_t> wrong;
+  for (std::size_t y = 0; y < frame.row_count; ++y) {
+    const FrameRow row = frame.row(y);
+    if ((countBlackDots(row.dots) & 0xFFFF) != row.announced) wrong.push_back(y);
+  }
+  return wrong;
+}
+
+}  // namespace kestra

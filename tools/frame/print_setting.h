@@ -1,0 +1,40 @@
+// Reads the short records beside a page frame: the print-setting command and the page counter.
+//
+// The command tells the print head how fast to move and how much to heat before each page; the
+// counter tells which number the next page of a print queue gets.
+#ifndef TOOLS_FRAME_PRINT_SETTING_H_
+#define TOOLS_FRAME_PRINT_SETTING_H_
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kestra {
+
+// What one print-setting command says.
+struct PrintSetting {
+  std::uint8_t speed_code = 0;  // 0 is the slowest; two less than the job's PrintSpeed from 2 on
+  std::uint8_t darkness = 0;    // 0 light, 1 middle, 2 dark
+};
+
+// The commands of a job, one per page in order; `problem` is one sentence where the bytes are not
+// a whole number of good commands, and the commands before the bad one are kept.
+struct ParsedSettings {
+  std::vector<PrintSetting> settings;
+  std::string problem;
+};
+
+// Takes everything the filter sent to the printer.
+[[nodiscard]] ParsedSettings parsePrintSettings(const std::vector<std::uint8_t>& bytes);
+
+// "speed code 2 (PrintSpeed 4), darkness 1 (Middle)"
+[[nodiscard]] std::string describe(const PrintSetting& setting);
+
+// The stored page counter, or nothing and a sentence in `problem`.
+[[nodiscard]] std::optional<std::uint16_t> parsePageCounter(const std::vector<std::uint8_t>& bytes,
+                                                            std::string& problem);
+
+}  // namespace kestra
+
+#endif  // TOOLS_FRAME_PRINT_SETTING_H_

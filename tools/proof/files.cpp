@@ -1,0 +1,100 @@
+// File reading with a size limit, picture names and the guard over the inputs.
+//
+// The guard compares files, not names, so that a link to a waiting page is recognised as well.
+#include "tools/proof/files.h"
+
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace kestra {
+namespace {
+
+// 65535 rows of 65535 bytes and the 22 bytes before them.
+constexpr std::uint64_t kLargestFrame = std::uint64_t{65535} * 65535 + 22;
+
+// Whether `path` leads to the very file that `status` describes.
+bool isFile(const std::string& path, const struct stat& status) {
+  struct stat other = {};
+  return stat(path.c_str(), &other) == 0 && other.st_dev == status.st_dev &&
+         other.st_ino == status.st_ino;
+}
+
+}  // namespace
+
+bool readFile(const std::string& path, std::vector<std::uint8_t>& bytes, std::string& problem) {
+  const bool standardInput = path == "-";
+  if (!standardInput) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+      problem = "is a directory, give the files in it";
+      return false;
+    }
+  }
+  std::FILE* file = standardInput ? stdin : std::fopen(path.c_str(), "rb");
+  if (file == nullptr) {
+    problem = std::string("cannot be read: ") + std::strerror(errno);
+    return false;
+  }
+  bytes.clear();
+  std::array<std::uint8_t, 65536> block = {};
+  bool good = true;
+  for (;;) {
+    const std::size_t got = std::fread(block.data(), 1, block.size(), file);
+    bytes.insert(bytes.end(), block.data(), block.data() + got);
+    if (bytes.size() > kLargestFrame) {
+      problem = "is larger than any page frame (" + std::to_string(kLargestFrame) + " bytes)";
+      good = false;
+      break;
+    }
+    if (got < block.size()) break;
+  }
+  if (good && std::ferror(file) != 0) {
+    problem = std::string("cannot be read: ") + std::strerror(errno);
+    good = false;
+  }
+  if (!standardInput) std::fclose(file);
+  return good;
+}
+
+std::string picturePath(const Arguments& arguments, const std::string& frame_path) {
+  if (!arguments.output.empty()) return arguments.output;
+  const std::size_t slash = frame_path.rfind('/');
+  std::string name = slash == std::string::npos ? frame_path : frame_path.substr(slash + 1);
+  const std::string frameEnd = ".dat";
+  if (name.size() > frameEnd.size() &&
+      name.compare(name.size() - frameEnd.size(), frameEnd.size(), frameEnd) == 0) {
+    name.erase(name.size() - frameEnd.size());
+  }
+  name += ".png";
+  if (arguments.output_directory.empty()) return name;
+  return arguments.output_directory + "/" + name;
+}
+
+bool mayWrite(const std::string& path, const std::vector<Input>& inputs,
+              const std::vector<std::string>& written, std::string& problem) {
+  struct stat target = {};
+  if (stat(path.c_str(), &target) != 0) return true;  // not there, or the writer will say why
+  if (!S_ISREG(target.st_mode)) {
+    problem = path + " is no ordinary file; name a picture file";
+    return false;
+  }
+  for (const Input& input : inputs) {
+    if (isFile(input.path, target)) {
+      problem = path + " is an input and is not written over; name another picture";
+      return false;
+    }
+  }
+  for (const std::string& picture : written) {
+    if (isFile(picture, target)) {
+      problem = "two frames would become the picture " + path + "; proof them one by one with -o";
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace kestra

@@ -1,0 +1,103 @@
+#!/bin/bash
+# Installs the packages that building, printing the demo or testing needs and that are missing.
+#
+# One list for demo.sh and test.sh, so that a fresh Debian or Ubuntu machine is ready with one
+# command; no print service is installed or started.
+set -euo pipefail
+
+usage() {
+  cat <<'EOF'
+Usage: tools/setup.sh [build|demo|tests]
+
+Installs what is missing on a Debian or Ubuntu machine, as root or with sudo.
+
+  build   compiler and libraries of the filter and its tools
+  demo    what ./demo.sh needs: build, and programs that turn documents into pages (default)
+  tests   what ./test.sh needs: build, and compilers, checkers and the test library
+EOF
+}
+
+# package, then what must be there: a program's name or a file's path.
+build_list='
+g++              c++
+cmake            cmake
+make             make
+libcups2-dev     /usr/include/cups/ppd.h
+libcupsimage2-dev /usr/include/cups/raster.h
+libpng-dev       /usr/include/png.h
+cups-ppdc        ppdc
+'
+demo_list="$build_list"'
+ghostscript      gs
+cups-filters     /usr/lib/cups/filter/gstoraster
+cups-filters     /usr/lib/cups/filter/texttopdf
+cups-filters-core-drivers /usr/lib/cups/filter/pdftopdf
+fonts-dejavu-core /usr/share/fonts/truetype/dejavu/DejaVuSansMono.ttf
+fontconfig       fc-match
+'
+tests_list="$build_list"'
+ninja-build      ninja
+libgtest-dev     /usr/include/gtest/gtest.h
+cups-client      cupstestppd
+clang            clang++
+clang-format     clang-format
+clang-tidy       clang-tidy
+'
+
+# Reads such a list on standard input and names each package of which something is missing, once.
+missing_packages() {
+  local package wanted
+  while read -r package wanted; do
+    case "$wanted" in
+      '') continue ;;
+      /*) [ -e "$wanted" ] || echo "$package" ;;
+      *) command -v "$wanted" >/dev/null || echo "$package" ;;
+    esac
+  done | sort -u
+}
+
+fail() {
+  echo "setup: $1" >&2
+  exit 1
+}
+
+case "${1:-demo}" in
+  build) list="$build_list" ;;
+  demo) list="$demo_list" ;;
+  tests) list="$tests_list" ;;
+  -h | --help) usage; exit 0 ;;
+  *) usage >&2; exit 2 ;;
+esac
+
+mapfile -t packages < <(missing_packages <<<"$list")
+[ "${#packages[@]}" -gt 0 ] || exit 0
+
+if ! command -v apt-get >/dev/null; then
+  fail "this machine has no apt-get; install by hand what these packages hold: ${packages[*]}"
+fi
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+  if ! command -v sudo >/dev/null; then
+    fail "some packages are missing and there is neither root nor sudo here;
+have them installed with: apt-get install --no-install-recommends ${packages[*]}"
+  fi
+  as_root=(sudo)
+fi
+
+echo "Installing ${packages[*]}"
+apt() {
+  ${as_root[@]+"${as_root[@]}"} env DEBIAN_FRONTEND=noninteractive apt-get -qq \
+    -o Dpkg::Use-Pty=0 "$@" </dev/null
+}
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+# The lists of a fresh machine are empty or old: fetch them where the first try fails.
+if ! apt install -y --no-install-recommends "${packages[@]}" >"$log" 2>&1; then
+  if ! { apt update && apt install -y --no-install-recommends "${packages[@]}"; } >"$log" 2>&1; then
+    tail -n 20 "$log" >&2
+    fail "could not install ${packages[*]}; the last lines above say why"
+  fi
+fi
+
+mapfile -t packages < <(missing_packages <<<"$list")
+[ "${#packages[@]}" -eq 0 ] || fail "still missing after the installation: ${packages[*]}"
