@@ -1,0 +1,85 @@
+// Streams that stop in the middle or never were page streams.
+// Why: a cancelled conversion cuts the stream anywhere; the pages before must come out whole.
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "tests/blackbox/job_case.h"
+
+namespace kestra::blackbox {
+
+namespace ts = testing_support;
+
+namespace {
+
+std::string TwoPages(bool compressed) {
+  return ts::WriteStream({{ts::MakeHeader(24, 9, 24), ts::Noise(24, 9, 1)},
+                          {ts::MakeHeader(16, 12, 20), ts::Photo(20, 12)}},
+                         compressed);
+}
+
+void CutEverywhere(const std::string& whole, const std::set<size_t>& positions) {
+  for (const size_t position : positions) {
+    SCOPED_TRACE("cut at byte " + std::to_string(position));
+    JobCase job;
+    job.stream = whole.substr(0, position);
+    ExpectAsPlain(job);
+  }
+}
+
+}  // namespace
+
+TEST(BrokenStream, PrintsTheWholePagesOfACutStream) {
+  const std::string whole = TwoPages(false);
+  const size_t header = sizeof(cups_page_header2_t);
+  const size_t firstPixels = 4 + header;
+  const size_t secondHeader = firstPixels + 24 * 9;
+  const size_t secondPixels = secondHeader + header;
+  ASSERT_EQ(whole.size(), secondPixels + 20 * 12);
+  std::set<size_t> positions;
+  for (size_t at = 0; at < whole.size(); at += 37) positions.insert(at);
+  for (const size_t border : {size_t{4}, firstPixels, secondHeader, secondPixels, whole.size()}) {
+    for (size_t at = border - 4; at <= border + 4 && at <= whole.size(); ++at) positions.insert(at);
+  }
+  for (size_t row = 0; row < 9; ++row) positions.insert(firstPixels + row * 24);
+  CutEverywhere(whole, positions);
+}
+
+TEST(BrokenStream, PrintsTheWholePagesOfACutCompressedStream) {
+  const std::string whole = TwoPages(true);
+  std::set<size_t> positions;
+  for (size_t at = 0; at < whole.size(); at += 101) positions.insert(at);
+  for (size_t back = 0; back < 20; ++back) positions.insert(whole.size() - back);
+  CutEverywhere(whole, positions);
+}
+
+TEST(BrokenStream, EndsGarbageNormallyWithoutAnyPage) {
+  std::vector<std::string> streams = {"x",
+                                      "3Sa",
+                                      "hello, this is no page at all\n",
+                                      "%PDF-1.4\n%%EOF\n",
+                                      std::string(5000, '\0'),
+                                      "3SaR" + std::string(1796, '\0'),
+                                      "3SaR" + std::string(5000, '\xFF')};
+  for (uint32_t seed = 0; seed < 4; ++seed) {
+    const ts::Pixels noise = ts::Noise(3000, 1, seed);
+    streams.emplace_back(noise.begin(), noise.end());
+  }
+  for (const auto& stream : streams) {
+    SCOPED_TRACE(stream.substr(0, 12));
+    JobCase job;
+    job.stream = stream;
+    const ts::Result result = ExpectAsPlain(job);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "");
+  }
+}
+
+TEST(BrokenStream, PrintsThePageBeforeGarbage) {
+  JobCase job;
+  job.stream =
+      ts::WriteStream({{ts::MakeHeader(16, 2, 16), ts::Noise(16, 2, 1)}}) + std::string(100, 'x');
+  EXPECT_EQ(ExpectAsPlain(job).output.size(), 7U);
+}
+
+}  // namespace kestra::blackbox

@@ -1,0 +1,63 @@
+// One print job described once: run through the filter and through the plain version, then
+// compared. Why: every test then checks all bytes of a job, not only those it was written for.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/plain/job.h"
+#include "tests/support/page_makers.h"
+#include "tests/support/ppd_text.h"
+#include "tests/support/raster_stream.h"
+#include "tests/support/sandbox.h"
+
+namespace kestra::blackbox {
+
+struct JobCase {
+  // A fresh queue: the data directory does not exist yet.
+  JobCase() { place.dataDirectoryThere = false; }
+
+  testing_support::PpdText ppd;
+  std::string options;       // argv[5]
+  plain::Settings settings;  // what `ppd` and `options` come to, by hand
+  std::vector<testing_support::StreamPage> pages;
+  std::optional<std::string> stream;  // these bytes instead of `pages`
+  bool compressed = false;
+  bool fileArgument = false;  // argv[6] instead of standard input
+  std::string jobId = "42";
+  std::optional<std::string> queue = "label";
+  std::optional<std::string> marker;     // bytes of the queue's counter file before the job
+  std::vector<std::string> framesThere;  // frame files of earlier jobs
+  plain::Place place;                    // only the flags; prefix, marker and frames are filled in
+  long fileSizeLimit = -1;
+  bool asNobody = false;
+  std::function<void(testing_support::Sandbox&)> prepare;  // last thing before the start
+
+  // Adds "keyword=choice" to the options.
+  void Choose(const std::string& keyword, const std::string& choice);
+  // The halftone choice with this number (0..7), in options and settings.
+  void Halftone(int number);
+  void AddPage(unsigned width, unsigned height, const std::string& picture,
+               unsigned bytesPerLine = 0, unsigned dpi = 203);
+};
+
+// Name of the halftone choice with this number (0..9).
+std::string HalftoneName(int number);
+
+plain::Header ToPlain(const cups_page_header2_t& header);
+
+// The plain version's outcome of the case.
+plain::Outcome Predict(const JobCase& job);
+
+// Runs both, expects that all agree, returns what the filter did.
+testing_support::Result ExpectAsPlain(const JobCase& job);
+
+// The bytes of the only new frame; an empty text and a failure if there is not exactly one.
+std::string OnlyFrame(const testing_support::Result& result);
+
+// Text of hexadecimal pairs ("1B 73 01") to bytes.
+std::string Hex(const std::string& pairs);
+
+}  // namespace kestra::blackbox

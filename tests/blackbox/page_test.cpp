@@ -1,0 +1,263 @@
+// Pages of all shapes in one job: order, sizes, padding, lines longer than the page, wide pages.
+// Why: buffers are used again from page to page, and what is left in them would be printed.
+#include <gtest/gtest.h>
+
+#include "tests/blackbox/job_case.h"
+
+namespace kestra::blackbox {
+
+namespace ts = testing_support;
+
+TEST(Page, PrintsPagesOfDifferentSizesInOneStream) {
+  JobCase job;
+  job.AddPage(400, 60, "photo");
+  job.AddPage(9, 3, "noise");
+  job.AddPage(33, 90, "bars", 40);
+  job.AddPage(800, 7, "text", 0, 300);
+  job.AddPage(12, 12, "solid");
+  ExpectAsPlain(job);
+  job.compressed = true;
+  ExpectAsPlain(job);
+  job.fileArgument = true;
+  ExpectAsPlain(job);
+}
+
+TEST(Page, RecomputesThePrintWidthFromMillimetresForEachPage) {
+  // 101.6 mm are 812 dots at 203 dpi and 1200 at 300: margins (812-8)/2 = 402 -> 51 bytes and
+  // (1200-8)/2 = 596 -> 75 bytes; record lengths 1 + 2 + 51 = 54 and 1 + 2 + 75 = 78.
+  JobCase job;
+  job.AddPage(8, 1, "solid", 0, 203);
+  job.AddPage(8, 1, "solid", 0, 300);
+  job.AddPage(8, 1, "solid", 0, 203);
+  const ts::Result result = ExpectAsPlain(job);
+  const std::string data = std::string(ts::kData) + "/page_000";
+  EXPECT_EQ(result.files.at(data + "1_jobid_000042_0000.dat").substr(18, 2), Hex("36 00"));
+  EXPECT_EQ(result.files.at(data + "2_jobid_000042_0000.dat").substr(18, 2), Hex("4E 00"));
+  EXPECT_EQ(result.files.at(data + "3_jobid_000042_0000.dat").substr(18, 2), Hex("36 00"));
+}
+
+TEST(Page, PrintsSkewedRowsWhenTheWidthIsNoMultipleOfFour) {
+  for (const unsigned width : {1U, 2U, 3U, 5U, 6U, 7U, 9U, 10U, 11U, 13U, 31U, 33U, 99U, 799U}) {
+    for (const bool negative : {false, true}) {
+      SCOPED_TRACE(std::to_string(width) + (negative ? " negative" : ""));
+      JobCase job;
+      if (negative) job.Choose("NegativeImage", "True");
+      job.settings.negativeImage = negative ? 1 : 0;
+      job.AddPage(width, 9, "noise");
+      job.AddPage(width, 1, "solid");
+      ExpectAsPlain(job);
+    }
+  }
+}
+
+TEST(Page, SkewsAFiveDotPageByItsPaddingBytes) {
+  // Width 5, rows 8 bytes apart, all ink: 1 1 1 1 1 0 0 0 | 1 1 1 1 1 0 0 0, read 5 by 5:
+  // 11111 -> F8, 00011 -> 18.
+  JobCase job;
+  job.AddPage(5, 2, "solid");
+  const std::string frame = OnlyFrame(ExpectAsPlain(job));
+  // Margin ((812 - 5) / 2 + 7) / 8 = 51.3 -> 51; record = 2 + 51 + 1 = 54 bytes.
+  ASSERT_EQ(frame.size(), 22U + 2 * 54);
+  EXPECT_EQ(frame.substr(22 + 53, 1), Hex("F8"));
+  EXPECT_EQ(frame.substr(22 + 54, 2), Hex("02 00"));
+  EXPECT_EQ(frame.substr(22 + 54 + 53, 1), Hex("18"));
+}
+
+TEST(Page, IgnoresBytesBehindTheWidth) {
+  for (const unsigned extra : {1U, 2U, 3U, 4U, 5U, 13U, 100U}) {
+    for (const unsigned width : {1U, 5U, 8U, 30U}) {
+      JobCase job;
+      job.Halftone(static_cast<int>(extra % 8));
+      job.AddPage(width, 10, "noise", width + extra);
+      job.AddPage(width, 1, "solid", width + extra);
+      ExpectAsPlain(job);
+    }
+  }
+}
+
+TEST(Page, CentresThePageOnTheHead) {
+  // 812 printable dots. width 784..812: half the rest plus 7, over 8.
+  for (const unsigned width : {8U, 700U, 784U, 796U, 797U, 798U, 799U, 800U, 808U, 812U}) {
+    SCOPED_TRACE(width);
+    JobCase job;
+    job.AddPage(width, 3, "noise");
+    ExpectAsPlain(job);
+  }
+}
+
+TEST(Page, KeepsMarginZeroUpToTwentyNineDotsTooMany) {
+  // (-29 / 2 + 7) / 8 = -0.94 -> 0; (-30 / 2 + 7) / 8 = -1.
+  JobCase job;
+  job.AddPage(812 + 29, 2, "solid");
+  // 841 dots: 106 bytes + 2.
+  EXPECT_EQ(OnlyFrame(ExpectAsPlain(job)).substr(18, 2), Hex("6C 00"));
+  JobCase wider;
+  wider.AddPage(812 + 30, 2, "solid");
+  // 842 dots: 106 bytes + 2 - 1.
+  EXPECT_EQ(OnlyFrame(ExpectAsPlain(wider)).substr(18, 2), Hex("6B 00"));
+}
+
+TEST(Page, LetsRowsOverwriteCountsWhenThePageIsTooWide) {
+  // Margins -1, -2, -3 and on: 16 dots more take one byte more.
+  for (unsigned width = 842; width < 842 + 16 * 8; width += 8) {
+    SCOPED_TRACE(width);
+    JobCase job;
+    job.AddPage(width, 5, "noise");
+    job.AddPage(width, 1, "solid");
+    ExpectAsPlain(job);
+  }
+}
+
+TEST(Page, OverlapsTheRecordsOfANarrowHeadInTheWrittenOrder) {
+  // Printable width 0 (no MaxMediaWidth): width 32 gives ((0 - 32) / 2 + 7) / 8 = -1.125 -> -1.
+  // Record = 4 + 2 - 1 = 5 bytes. Two solid rows, each FF FF FF FF with 32 dots = 20 00:
+  //   row 0: count at 0, 1; row at 0 + 2 - 1 = 1..4
+  //   row 1: count at 5, 6; row at 6..9
+  JobCase job;
+  job.ppd.SetMaxMediaWidth("");
+  job.settings.maxMediaPoints = 0;
+  job.AddPage(32, 2, "solid");
+  const std::string frame = OnlyFrame(ExpectAsPlain(job));
+  EXPECT_EQ(frame.substr(16), Hex("30 00 05 00 02 00 20 FF FF FF FF 20 FF FF FF FF"));
+}
+
+TEST(Page, WritesOverTheRecordBeforeFromMarginMinusThreeOn) {
+  // Printable width 0, width 64: (-32 + 7) / 8 = -3.1 -> -3; record = 8 + 2 - 3 = 7 bytes.
+  // Rows A = 80 x 8 (8 dots), B = C0 x 8 (16 dots):
+  //   row 0: 08 00 at 0; eight 80 from 0 + 2 - 3 = -1 on: the first is lost, seven at 0..6
+  //   row 1: 10 00 at 7; eight C0 from 6 on: 6..13
+  JobCase job;
+  job.ppd.SetMaxMediaWidth("");
+  job.settings.maxMediaPoints = 0;
+  std::vector<uint8_t> pixels;
+  for (int x = 0; x < 64; ++x) pixels.push_back(x % 8 < 1 ? 255 : 0);
+  for (int x = 0; x < 64; ++x) pixels.push_back(x % 8 < 2 ? 255 : 0);
+  job.pages.push_back({ts::MakeHeader(64, 2, 64), pixels});
+  const std::string frame = OnlyFrame(ExpectAsPlain(job));
+  EXPECT_EQ(frame.substr(18), Hex("07 00 02 00 80 80 80 80 80 80 C0 C0 C0 C0 C0 C0 C0 C0"));
+}
+
+TEST(Page, MakesNoFrameWhenTheRecordsHaveNoBytes) {
+  // Printable width 0: a row of w / 8 bytes and a margin of about -w / 16 always leave a record.
+  for (const unsigned width : {1U, 8U, 100U, 1000U, 4000U}) {
+    SCOPED_TRACE(width);
+    JobCase job;
+    job.ppd.SetMaxMediaWidth("");
+    job.settings.maxMediaPoints = 0;
+    job.AddPage(width, 2, "noise");
+    ExpectAsPlain(job);
+  }
+  // A negative MaxMediaWidth does it: -720 points are -254 mm, -2030 dots, a margin of
+  // ((-2030 - 8) / 2 + 7) / 8 = -126.5 -> -126. No frame, no number used up.
+  JobCase job;
+  job.ppd.SetMaxMediaWidth("-720");
+  job.settings.maxMediaPoints = -720;
+  job.AddPage(8, 2, "solid");
+  job.AddPage(8, 2, "solid");
+  job.place.dataDirectoryThere = true;
+  job.prepare = [](ts::Sandbox& box) { box.MakeDirectory(ts::kData); };
+  const ts::Result result = ExpectAsPlain(job);
+  EXPECT_EQ(result.output.size(), 14U);
+  EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), Hex("01 00"));
+}
+
+TEST(Page, DropsWhatFallsOutsideTheRecordsAtTheSmallestRecordLengths) {
+  // Printable widths that leave 1, 2 and 3 bytes per record for rows of 1 byte: margins -2, -1, 0;
+  // and longer rows with margins just above the end.
+  for (const int points : {-20, -15, -10, -8, -6, -4, -2, 0}) {
+    for (const unsigned width : {8U, 16U, 24U, 40U}) {
+      SCOPED_TRACE(std::to_string(points) + " points, " + std::to_string(width) + " dots");
+      JobCase job;
+      job.ppd.SetMaxMediaWidth(std::to_string(points));
+      job.settings.maxMediaPoints = points;
+      job.AddPage(width, 6, "noise");
+      ExpectAsPlain(job);
+    }
+  }
+}
+
+TEST(Page, EndsWithStatusOneAtAPageThatHasNotEightBits) {
+  for (const unsigned bits : {1U, 16U, 24U, 32U}) {
+    SCOPED_TRACE(bits);
+    cups_page_header2_t bad = ts::MakeHeader(16, 2, 16 * bits / 8);
+    bad.cupsBitsPerPixel = bits;
+    bad.cupsBitsPerColor = bits == 1 ? 1 : bits == 16 ? 16 : 8;
+    bad.cupsNumColors = bits == 24 ? 3 : bits == 32 ? 4 : 1;
+    bad.cupsColorSpace = bits == 24   ? CUPS_CSPACE_RGB
+                         : bits == 32 ? CUPS_CSPACE_CMYK
+                                      : CUPS_CSPACE_K;
+    JobCase job;
+    const auto good = ts::MakeHeader(16, 2, 16);
+    job.stream = ts::RawStream({{good, ts::Noise(16, 2, 1)},
+                                {bad, ts::Noise(bad.cupsBytesPerLine, 2, 2)},
+                                {good, ts::Noise(16, 2, 3)}});
+    job.place.dataDirectoryThere = true;
+    job.prepare = [](ts::Sandbox& box) { box.MakeDirectory(ts::kData); };
+    const ts::Result result = ExpectAsPlain(job);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.messages.find("ERROR:Unsupported bits per pixel : " + std::to_string(bits) +
+                                   " ! Requires 8 bits per pixel!\n"),
+              std::string::npos);
+    EXPECT_EQ(result.files.count(std::string(ts::kData) + "/label.pgc"), 0U) << "no job end";
+    EXPECT_EQ(result.output.size(), 7U) << "the first page's command only";
+  }
+}
+
+TEST(Page, EndsTheJobNormallyAtAPageOfHeightZero) {
+  JobCase job;
+  const auto good = ts::MakeHeader(16, 2, 16);
+  job.stream = ts::RawStream(
+      {{good, ts::Noise(16, 2, 1)}, {ts::MakeHeader(16, 0, 16), {}}, {good, ts::Noise(16, 2, 3)}});
+  const ts::Result result = ExpectAsPlain(job);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output.size(), 7U);
+  EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), Hex("02 00"));
+}
+
+TEST(Page, SendsTheCommandOfAPageWhosePixelsCannotBeRead) {
+  JobCase job;
+  const auto header = ts::MakeHeader(16, 4, 16);
+  std::vector<uint8_t> half = ts::Noise(16, 4, 2);
+  half.resize(30);
+  job.stream = ts::RawStream({{header, ts::Noise(16, 4, 1)}, {header, half}});
+  const ts::Result result = ExpectAsPlain(job);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, Hex("1B 73 01 00 00 02 01 1B 73 01 00 00 02 01"));
+  OnlyFrame(result);
+}
+
+TEST(Page, KeepsOnlyTheLastPageInTheSideFile) {
+  JobCase job;
+  job.AddPage(16, 4, "noise", 20);
+  job.AddPage(24, 3, "noise");
+  const ts::Result result = ExpectAsPlain(job);
+  EXPECT_EQ(result.files.at("tmp/xxxxx.log"),
+            "cupsWidth:24, cupsHeight:3, cupsBytesPerLine:24, cupsBitsPerPixel:8\n");
+}
+
+TEST(Page, LogsEveryHeaderField) {
+  cups_page_header2_t header = ts::MakeHeader(16, 2, 16);
+  header.HWResolution[1] = 300;
+  header.cupsMediaType = 11;
+  header.cupsCompression = 12;
+  header.cupsRowCount = 13;
+  header.cupsRowFeed = 14;
+  header.cupsRowStep = 15;
+  header.NumCopies = 16;
+  JobCase job;
+  job.pages.push_back({header, ts::Noise(16, 2, 1)});
+  const ts::Result result = ExpectAsPlain(job);
+  EXPECT_NE(result.messages.find("DEBUG:PAGE: 1 16\n\nDEBUG:header.HWResolution[0]:203\n\n"
+                                 "DEBUG:header.HWResolution[1]:300\nDEBUG:header.cupsWidth:16\n"),
+            std::string::npos);
+}
+
+TEST(Page, PrintsAThousandPages) {
+  JobCase job;
+  for (int i = 0; i < 1000; ++i) job.AddPage(8, 2, "solid");
+  const ts::Result result = ExpectAsPlain(job);
+  // 1000 = 0x3E8 frames, so the next number is 0x3E9.
+  EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), Hex("E9 03"));
+}
+
+}  // namespace kestra::blackbox

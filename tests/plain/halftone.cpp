@@ -1,0 +1,141 @@
+// Threshold, two ordered dithers and six error diffusions, pixel by pixel.
+// Why: written for the eye, with the kernels as lists in the order in which the shares are given.
+#include "tests/plain/halftone.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+namespace kestra::plain {
+
+namespace {
+
+struct Tap {
+  int dx;
+  int dy;
+  int weight;
+};
+
+struct Kernel {
+  int divisor;
+  std::vector<Tap> taps;
+};
+
+Kernel KernelOf(long method) {
+  switch (method) {
+    case 2:  // Burkes
+      return {32, {{1, 0, 8}, {2, 0, 4}, {-2, 1, 2}, {-1, 1, 4}, {0, 1, 8}, {1, 1, 4}, {2, 1, 2}}};
+    case 3:  // Stucki
+      return {42,
+              {{1, 0, 8},
+               {2, 0, 4},
+               {-2, 1, 2},
+               {-1, 1, 4},
+               {0, 1, 8},
+               {1, 1, 4},
+               {2, 1, 2},
+               {-2, 2, 1},
+               {-1, 2, 2},
+               {0, 2, 4},
+               {1, 2, 2},
+               {2, 2, 1}}};
+    case 4:  // Jarvis, Judice, Ninke
+      return {48,
+              {{1, 0, 7},
+               {2, 0, 5},
+               {-2, 1, 3},
+               {-1, 1, 5},
+               {0, 1, 7},
+               {1, 1, 5},
+               {2, 1, 3},
+               {-2, 2, 1},
+               {-1, 2, 3},
+               {0, 2, 5},
+               {1, 2, 3},
+               {2, 2, 1}}};
+    case 5:  // Sierra
+      return {32,
+              {{1, 0, 5},
+               {2, 0, 3},
+               {-2, 1, 2},
+               {-1, 1, 4},
+               {0, 1, 5},
+               {1, 1, 4},
+               {2, 1, 2},
+               {-1, 2, 2},
+               {0, 2, 3},
+               {1, 2, 2}}};
+    case 6:  // Stevenson, Arce
+      return {200,
+              {{2, 0, 32},
+               {-3, 1, 12},
+               {-1, 1, 26},
+               {1, 1, 30},
+               {3, 1, 16},
+               {-2, 2, 12},
+               {0, 2, 26},
+               {2, 2, 12},
+               {-3, 3, 5},
+               {-1, 3, 12},
+               {1, 3, 12},
+               {3, 3, 5}}};
+    default:  // Floyd, Steinberg
+      return {16, {{1, 0, 7}, {-1, 1, 3}, {0, 1, 5}, {1, 1, 1}}};
+  }
+}
+
+Rows Diffuse(Rows grey, const Kernel& kernel) {
+  Rows dots = grey;
+  const int height = static_cast<int>(grey.size());
+  const int width = static_cast<int>(grey[0].size());
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const int level = grey[static_cast<size_t>(y)][static_cast<size_t>(x)];
+      const bool light = level >= 129;
+      const int error = light ? level - 255 : level;
+      dots[static_cast<size_t>(y)][static_cast<size_t>(x)] = light ? 1 : 0;
+      for (const Tap& tap : kernel.taps) {
+        const int tx = x + tap.dx;
+        const int ty = y + tap.dy;
+        if (tx < 0 || ty < 0 || tx >= width || ty >= height) continue;  // this share is lost
+        int& target = grey[static_cast<size_t>(ty)][static_cast<size_t>(tx)];
+        // "/" cuts toward zero, for each share on its own.
+        target = std::clamp(target + error * tap.weight / kernel.divisor, 0, 255);
+      }
+    }
+  }
+  return dots;
+}
+
+int OrderedSeventeen(int level, size_t x, size_t y) {
+  static const int kMatrix[4][4] = {{0, 8, 2, 10}, {12, 4, 14, 6}, {3, 11, 1, 9}, {15, 7, 13, 5}};
+  const int step = level * 16 / 255;  // 0..16
+  const int base = step / 16;
+  const int fraction = step % 16;
+  return kMatrix[y % 4][x % 4] < fraction ? base + 1 : base;
+}
+
+int OrderedSixteen(int level, size_t x, size_t y) {
+  static const int kMatrix[4][4] = {
+      {0, 192, 48, 240}, {128, 64, 176, 112}, {32, 224, 16, 208}, {160, 96, 144, 80}};
+  return level > kMatrix[y % 4][x % 4] ? 1 : 0;
+}
+
+}  // namespace
+
+Rows Halftone(const Rows& grey, long method) {
+  if (grey.empty() || grey[0].empty()) return grey;
+  if (method != 0 && method != 1 && method != 7) return Diffuse(grey, KernelOf(method));
+  Rows dots = grey;
+  for (size_t y = 0; y < grey.size(); ++y) {
+    for (size_t x = 0; x < grey[y].size(); ++x) {
+      const int level = grey[y][x];
+      if (method == 0) dots[y][x] = level < 129 ? 0 : 1;
+      if (method == 1) dots[y][x] = OrderedSeventeen(level, x, y);
+      if (method == 7) dots[y][x] = OrderedSixteen(level, x, y);
+    }
+  }
+  return dots;
+}
+
+}  // namespace kestra::plain

@@ -1,0 +1,106 @@
+// The simple operations on a page of grey numbers.
+// Why: each is one line of arithmetic per pixel, so that a reader can check it without tools.
+#include "tests/plain/page.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+
+namespace kestra::plain {
+
+namespace {
+
+size_t Size(int n) { return static_cast<size_t>(std::max(n, 0)); }
+
+}  // namespace
+
+int ToInt32(double value) {
+  const double cut = std::trunc(value);
+  if (!(cut >= -2147483648.0 && cut <= 2147483647.0)) return std::numeric_limits<int>::min();
+  return static_cast<int>(cut);
+}
+
+int PaddedWidth(int width) { return (width + 3) / 4 * 4; }
+
+Rows RowsFromBytes(const std::vector<uint8_t>& bytes, int width, int height, int bytesPerLine) {
+  Rows rows(Size(height), std::vector<int>(Size(width), 0));
+  for (size_t y = 0; y < rows.size(); ++y) {
+    for (size_t x = 0; x < rows[y].size(); ++x) {
+      const size_t at = y * Size(bytesPerLine) + x;
+      if (at < bytes.size()) rows[y][x] = bytes[at];
+    }
+  }
+  return rows;
+}
+
+std::vector<int> ToneTable(int brightness, int contrast) {
+  // Single precision throughout: the rounding of the factor decides some levels.
+  const float factor = static_cast<float>(contrast + 100) / 100.0F;
+  const float offset = static_cast<float>(brightness + 128);
+  std::vector<int> table;
+  for (int i = 0; i < 256; ++i) {
+    const float scaled = static_cast<float>(i - 128) * factor;
+    const float level = scaled + offset + 0.5F;
+    table.push_back(std::clamp(ToInt32(static_cast<double>(level)), 0, 255));
+  }
+  return table;
+}
+
+Rows ApplyTone(const Rows& page, int brightness, int contrast) {
+  const std::vector<int> table = ToneTable(brightness, contrast);
+  Rows result = page;
+  for (auto& row : result) {
+    for (int& pixel : row) pixel = table[Size(pixel)];
+  }
+  return result;
+}
+
+Rows Rotate180(const Rows& page) {
+  Rows result(page.rbegin(), page.rend());
+  return Mirror(result);
+}
+
+Rows Mirror(const Rows& page) {
+  Rows result;
+  for (const auto& row : page) result.emplace_back(row.rbegin(), row.rend());
+  return result;
+}
+
+Rows Pad(const Rows& page) {
+  Rows result = page;
+  for (auto& row : result) row.resize(Size(PaddedWidth(static_cast<int>(row.size()))), 0);
+  return result;
+}
+
+Rows Negative(const Rows& padded) {
+  Rows result = padded;
+  for (auto& row : result) {
+    for (int& pixel : row) pixel = 255 - pixel;
+  }
+  return result;
+}
+
+std::vector<uint8_t> Flatten(const Rows& rows) {
+  std::vector<uint8_t> bytes;
+  for (const auto& row : rows) {
+    for (const int pixel : row) bytes.push_back(static_cast<uint8_t>(pixel));
+  }
+  return bytes;
+}
+
+Rows ProcessedPixels(const Rows& padded, int width, bool negative) {
+  Rows result;
+  for (const auto& row : padded) {
+    std::vector<int> out(row.size(), 0);
+    for (size_t x = 0; x < Size(width); ++x) {
+      int value = row[x] == 1 ? 255 : row[x];
+      if (negative) value = 255 - value;
+      out[x] = value;
+    }
+    result.push_back(out);
+  }
+  return result;
+}
+
+}  // namespace kestra::plain

@@ -1,0 +1,99 @@
+// Masks and compares messages.
+// Why: the masks are narrow, so that a wrong value cannot hide behind one.
+#include "tests/support/log_text.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace kestra::testing_support {
+
+namespace {
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  size_t start = 0;
+  for (size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', start)) {
+    lines.push_back(text.substr(start, end - start));
+    start = end + 1;
+  }
+  if (start < text.size()) lines.push_back(text.substr(start) + "(no line end)");
+  return lines;
+}
+
+bool Same(const std::string& expected, const std::string& actual) {
+  if (expected == "ERROR:*") return actual.compare(0, 6, "ERROR:") == 0;
+  return expected == actual;
+}
+
+constexpr char kDigits[] = "0123456789";
+
+// Replaces what follows each `before` and consists of `allowed` characters only by '#'.
+std::string MaskAfter(std::string text, const std::string& before, const char* allowed) {
+  for (size_t at = text.find(before); at != std::string::npos; at = text.find(before, at)) {
+    at += before.size();
+    const size_t end = std::min(text.find_first_not_of(allowed, at), text.size());
+    if (end > at) text.replace(at, end - at, "#");
+  }
+  return text;
+}
+
+// The time between `kind` and the last number before ".bmp": six numbers and their separators.
+std::string MaskTime(std::string text, const std::string& kind) {
+  const std::string separators = "--____";
+  for (size_t at = text.find(kind); at != std::string::npos; at = text.find(kind, at)) {
+    at += kind.size();
+    size_t end = at;
+    bool time = true;
+    for (const char separator : separators) {
+      const size_t next = std::min(text.find_first_not_of(kDigits, end), text.size());
+      time = time && next > end && next < text.size() && text[next] == separator;
+      end = next + 1;
+    }
+    if (!time) continue;
+    const size_t counter = std::min(text.find_first_not_of(kDigits, end), text.size());
+    if (counter == end || text.compare(counter, 4, ".bmp") != 0) continue;
+    text.replace(at, end - 1 - at, "#");
+  }
+  return text;
+}
+
+}  // namespace
+
+std::string MaskImageName(const std::string& name) {
+  return MaskTime(MaskTime(name, "origin_"), "dithered_");
+}
+
+std::string MaskLog(const std::string& log) {
+  const std::string hexadecimal = "0123456789abcdefx";
+  std::string text = MaskAfter(log, "allocated memory, address: ", hexadecimal.c_str());
+  text = MaskAfter(text, "processing result, address: ", hexadecimal.c_str());
+  text = MaskAfter(text, "pointer address: ", kDigits);
+  for (const char* name :
+       {"DEBUG:settings->VBarcodeOpt:", "DEBUG:KCLSendPaperInfo: settings->pageWidth:",
+        "DEBUG:KCLSendPaperInfo: settings->pageHeight:"}) {
+    text = MaskAfter(text, name, "-.0123456789");
+  }
+  for (size_t at = text.find("-nan"); at != std::string::npos; at = text.find("-nan")) {
+    text.erase(at, 1);
+  }
+  return MaskImageName(text);
+}
+
+std::string CompareLogs(const std::string& expected, const std::string& actual) {
+  const std::vector<std::string> want = Lines(expected);
+  const std::vector<std::string> got = Lines(MaskLog(actual));
+  for (size_t i = 0; i < want.size() || i < got.size(); ++i) {
+    const std::string wanted = i < want.size() ? want[i] : "(end)";
+    const std::string found = i < got.size() ? got[i] : "(end)";
+    if (!Same(wanted, found)) {
+      std::string report =
+          "line " + std::to_string(i + 1) + "\n  wanted: " + wanted + "\n  found:  " + found;
+      // What follows tells more than the first line of, for example, a leak report.
+      for (size_t k = i + 1; k < got.size() && k < i + 9; ++k) report += "\n          " + got[k];
+      return report;
+    }
+  }
+  return "";
+}
+
+}  // namespace kestra::testing_support

@@ -1,0 +1,239 @@
+// Starts the filter in its private tree, feeds it, collects everything it leaves.
+// Why: nothing may block (full pipes) and a failed start must not look like a failed print.
+#include "tests/support/sandbox.h"
+
+#include <fcntl.h>
+#include <grp.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace kestra::testing_support {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr uid_t kNobody = 65534;
+
+struct Pipe {
+  int ends[2] = {-1, -1};
+  Pipe() {
+    if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("pipe");
+  }
+  ~Pipe() {
+    CloseRead();
+    CloseWrite();
+  }
+  Pipe(const Pipe&) = delete;
+  Pipe& operator=(const Pipe&) = delete;
+  void CloseRead() { Close(ends[0]); }
+  void CloseWrite() { Close(ends[1]); }
+  static void Close(int& fd) {
+    if (fd >= 0) ::close(fd);
+    fd = -1;
+  }
+};
+
+[[noreturn]] void Give(int reportFd, const std::string& problem) {
+  const ssize_t ignored = ::write(reportFd, problem.data(), problem.size());
+  ::_exit(ignored < 0 ? 125 : 126);
+}
+
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (auto& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+std::vector<std::string> Environment(const Run& run) {
+  std::vector<std::string> list = {"TZ=UTC"};
+  if (run.ppd) list.push_back("PPD=" + *run.ppd);
+  if (run.printer) list.push_back("PRINTER=" + *run.printer);
+  for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "LLVM_PROFILE_FILE"}) {
+    if (const char* value = std::getenv(name)) list.push_back(std::string(name) + "=" + value);
+  }
+  return list;
+}
+
+// In the child: everything between fork and exec.
+[[noreturn]] void Become(const Run& run, const std::string& root, int report) {
+  const bool isolated = CurrentIsolation() == Isolation::kNamespace;
+  const char* program = isolated ? KESTRA_FILTER : KESTRA_FILTER_RELATIVE;
+  // Opened before the tree is entered: the program may lie below /tmp.
+  const int executable = ::open(program, O_RDONLY | O_CLOEXEC);
+  if (executable < 0) Give(report, std::string("open ") + program + ": " + std::strerror(errno));
+  if (isolated) {
+    const std::string problem = EnterPrivateTree(root, run.tinyDisk);
+    if (!problem.empty()) Give(report, problem);
+  } else {
+    if (run.tinyDisk) Give(report, "tinyDisk needs the namespace");
+    if (::chdir(root.c_str()) != 0) Give(report, "chdir");
+  }
+  if (run.fileSizeLimit >= 0) {
+    const auto bytes = static_cast<rlim_t>(run.fileSizeLimit);
+    const rlimit limit = {bytes, bytes};
+    if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) Give(report, "setrlimit");
+    std::signal(SIGXFSZ, SIG_IGN);  // the write fails instead
+  }
+  if (run.asNobody && ::geteuid() == 0) {
+    if (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0) {
+      Give(report, "setuid");
+    }
+  }
+  ::umask(0077);
+  std::signal(SIGPIPE, SIG_DFL);
+  std::vector<std::string> arguments = {run.queueName};
+  arguments.insert(arguments.end(), run.arguments.begin(), run.arguments.end());
+  std::vector<std::string> environment = Environment(run);
+  ::fexecve(executable, Pointers(arguments).data(), Pointers(environment).data());
+  Give(report, std::string("exec: ") + std::strerror(errno));
+}
+
+// Moves bytes from a pipe to a text; false at its end.
+bool Drain(int fd, std::string& text) {
+  char buffer[65536];
+  const ssize_t got = ::read(fd, buffer, sizeof buffer);
+  if (got > 0) text.append(buffer, static_cast<size_t>(got));
+  return got > 0 || (got < 0 && (errno == EINTR || errno == EAGAIN));
+}
+
+// Feeds and reads until the child has closed everything; false when the patience is over.
+bool Converse(Pipe& in, const std::string& bytes, Pipe& out, Pipe& err, Result& result,
+              std::chrono::seconds patience) {
+  const auto end = std::chrono::steady_clock::now() + patience;
+  size_t sent = 0;
+  if (bytes.empty()) in.CloseWrite();
+  while (out.ends[0] >= 0 || err.ends[0] >= 0) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        end - std::chrono::steady_clock::now());
+    if (left.count() <= 0) return false;
+    pollfd fds[3] = {{out.ends[0], POLLIN, 0}, {err.ends[0], POLLIN, 0}, {in.ends[1], POLLOUT, 0}};
+    if (::poll(fds, 3, static_cast<int>(left.count())) < 0 && errno != EINTR) return false;
+    if (fds[0].revents != 0 && !Drain(out.ends[0], result.output)) out.CloseRead();
+    if (fds[1].revents != 0 && !Drain(err.ends[0], result.messages)) err.CloseRead();
+    if (fds[2].revents != 0) {
+      const ssize_t put = ::write(in.ends[1], bytes.data() + sent, bytes.size() - sent);
+      if (put > 0) sent += static_cast<size_t>(put);
+      if ((put < 0 && errno != EAGAIN && errno != EINTR) || sent == bytes.size()) in.CloseWrite();
+    }
+  }
+  return true;
+}
+
+std::map<std::string, std::string> ReadTree(const std::string& root) {
+  std::map<std::string, std::string> files;
+  for (const auto& entry : fs::recursive_directory_iterator(root)) {
+    if (!entry.is_regular_file()) continue;
+    std::ifstream in(entry.path(), std::ios::binary);
+    std::ostringstream bytes;
+    bytes << in.rdbuf();
+    files[entry.path().lexically_relative(root)] = bytes.str();
+  }
+  return files;
+}
+
+// After `end` at the latest the child is gone; returns its wait status.
+int WaitFor(pid_t child, bool kill) {
+  int status = 0;
+  if (kill) ::kill(child, SIGKILL);
+  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  return status;
+}
+
+}  // namespace
+
+Sandbox::Sandbox() : root_(fs::current_path() / "kestra-sandbox-XXXXXX") {
+  if (::mkdtemp(root_.data()) == nullptr) throw std::runtime_error("cannot make " + root_);
+  ::chmod(root_.c_str(), 0755);
+  for (const char* name : {"tmp", "var", "var/spool", "var/spool/cups", "var/spool/cups/tmp"}) {
+    MakeDirectory(name);
+    Permit(name, 0777);
+  }
+}
+
+Sandbox::~Sandbox() {
+  std::error_code ignored;
+  // A directory that a test has closed must be opened again before it can be emptied.
+  for (const char* name : {"var/spool/cups/tmp", "var/spool/cups/tmp/kcv6data", "tmp"}) {
+    fs::permissions(root_ + "/" + name, fs::perms::owner_all, fs::perm_options::add, ignored);
+  }
+  fs::remove_all(root_, ignored);
+}
+
+std::string Sandbox::Prefix() { return CurrentIsolation() == Isolation::kNamespace ? "/" : ""; }
+
+void Sandbox::Write(const std::string& path, const std::string& bytes) {
+  const fs::path full = fs::path(root_) / path;
+  fs::create_directories(full.parent_path());
+  std::ofstream out(full, std::ios::binary);
+  out << bytes;
+  if (!out.flush().good()) throw std::runtime_error("cannot write " + full.string());
+}
+
+void Sandbox::MakeDirectory(const std::string& path) { fs::create_directories(root_ + "/" + path); }
+
+void Sandbox::Remove(const std::string& path) { fs::remove_all(root_ + "/" + path); }
+
+void Sandbox::Permit(const std::string& path, unsigned mode) {
+  fs::permissions(root_ + "/" + path, fs::perms(mode), fs::perm_options::replace);
+}
+
+unsigned Sandbox::Mode(const std::string& path) const {
+  return static_cast<unsigned>(fs::status(root_ + "/" + path).permissions());
+}
+
+Result Sandbox::Start(const Run& run) {
+  Result result;
+  Pipe in;
+  Pipe out;
+  Pipe err;
+  Pipe report;
+  CurrentIsolation();  // decided before the fork
+  const auto formerHandler = std::signal(SIGPIPE, SIG_IGN);
+  const pid_t child = ::fork();
+  if (child < 0) throw std::runtime_error("fork");
+  if (child == 0) {
+    const int zero = run.input == Input::kDevNull ? ::open("/dev/null", O_RDONLY) : in.ends[0];
+    ::dup2(zero, 0);
+    ::dup2(out.ends[1], 1);
+    ::dup2(err.ends[1], 2);
+    if (run.input == Input::kClosed) ::close(0);
+    Become(run, root_, report.ends[1]);
+  }
+  in.CloseRead();
+  out.CloseWrite();
+  err.CloseWrite();
+  report.CloseWrite();
+  ::fcntl(in.ends[1], F_SETFL, O_NONBLOCK);
+  const std::string nothing;
+  const std::string& bytes = run.input == Input::kBytes ? run.inputBytes : nothing;
+  const bool ended = Converse(in, bytes, out, err, result, run.patience);
+  const int status = WaitFor(child, !ended);
+  std::signal(SIGPIPE, formerHandler);
+  while (Drain(report.ends[0], result.problem)) {
+  }
+  if (!result.problem.empty()) result.problem = "the filter was not started: " + result.problem;
+  if (!ended) result.problem = "the filter did not end in time and was killed";
+  if (!result.problem.empty()) ADD_FAILURE() << result.problem;
+  if (WIFEXITED(status)) result.status = WEXITSTATUS(status);
+  if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
+  result.files = ReadTree(root_);
+  return result;
+}
+
+}  // namespace kestra::testing_support

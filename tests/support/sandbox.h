@@ -1,0 +1,73 @@
+// A private directory tree in which one filter process at a time runs, and what came out of it.
+// Why: a print job is files and streams in, files and streams out; tests look at exactly those.
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/support/isolation.h"
+
+namespace kestra::testing_support {
+
+enum class Input { kBytes, kDevNull, kClosed };
+
+struct Run {
+  // argv[1..]; argv[0] is queueName.
+  std::vector<std::string> arguments = {"42", "user", "title", "1", ""};
+  std::string queueName = "label";
+  std::optional<std::string> ppd;                // value of PPD, see Sandbox::Inside
+  std::optional<std::string> printer = "label";  // value of PRINTER
+  Input input = Input::kBytes;
+  std::string inputBytes;
+  bool asNobody = false;    // as root: run as another user, who owns nothing in the tree
+  long fileSizeLimit = -1;  // bytes; files cannot grow beyond it (like a full disk); -1 none
+  bool tinyDisk = false;    // namespace only: 4096 bytes for the frames; its files are not seen
+  std::chrono::seconds patience{60};
+};
+
+struct Result {
+  std::string problem;  // not empty: the filter was not run or had to be killed; the rest is void
+  int status = -1;      // exit status, -1 after a signal
+  int signal = 0;
+  std::string output;                        // standard output
+  std::string messages;                      // standard error
+  std::map<std::string, std::string> files;  // afterwards, path below the tree -> bytes
+};
+
+class Sandbox {
+ public:
+  // The tree is made below the current directory, with tmp/ and var/spool/cups/tmp/.
+  Sandbox();
+  ~Sandbox();
+  Sandbox(const Sandbox&) = delete;
+  Sandbox& operator=(const Sandbox&) = delete;
+
+  // Runs the filter. A problem of the test itself (not of the filter) also fails the current test.
+  Result Start(const Run& run);
+
+  // Writes a file, directories included; `path` is below the tree ("tmp/x.ppd").
+  void Write(const std::string& path, const std::string& bytes);
+  void MakeDirectory(const std::string& path);
+  void Remove(const std::string& path);
+  // Permission bits; with 0 for others a job `asNobody` cannot use the directory.
+  void Permit(const std::string& path, unsigned mode);
+  // Permission bits of what is there.
+  unsigned Mode(const std::string& path) const;
+
+  // The same path as the filter must be given it and shows it in messages: "/tmp/x" or "tmp/x".
+  static std::string Inside(const std::string& path) { return Prefix() + path; }
+  // "/" or "".
+  static std::string Prefix();
+
+ private:
+  std::string root_;
+};
+
+// Directory of the debug images and of the frames, below the tree.
+inline constexpr char kSpool[] = "var/spool/cups/tmp";
+inline constexpr char kData[] = "var/spool/cups/tmp/kcv6data";
+
+}  // namespace kestra::testing_support
