@@ -2,6 +2,7 @@
 #include "filter/header_log.h"
 
 #include <cstdio>
+#include <cstring>
 
 #include "filter/base/file.h"
 #include "filter/base/log.h"
@@ -12,6 +13,15 @@ namespace {
 
 // Header fields are unsigned, their log lines signed.
 int shown(unsigned value) { return static_cast<int>(value); }
+
+// A damaged header may hold anything in its enumerations: their bytes are taken as a number.
+template <typename Enumeration>
+int shownEnumeration(const Enumeration& field) {
+  static_assert(sizeof field == sizeof(int), "enumerations of the header are 32-bit numbers");
+  int value = 0;
+  std::memcpy(&value, &field, sizeof value);
+  return value;
+}
 
 }  // namespace
 
@@ -25,8 +35,8 @@ void logPageHeader(int page, const cups_page_header2_t& header) {
   wrenLogCommon(kLogDebug, "header.cupsBitsPerColor:%d", shown(header.cupsBitsPerColor));
   wrenLogCommon(kLogDebug, "header.cupsBitsPerPixel:%d", shown(header.cupsBitsPerPixel));
   wrenLogCommon(kLogDebug, "header.cupsBytesPerLine:%d", shown(header.cupsBytesPerLine));
-  wrenLogCommon(kLogDebug, "header.cupsColorOrder:%d", static_cast<int>(header.cupsColorOrder));
-  wrenLogCommon(kLogDebug, "header.cupsColorSpace:%d", static_cast<int>(header.cupsColorSpace));
+  wrenLogCommon(kLogDebug, "header.cupsColorOrder:%d", shownEnumeration(header.cupsColorOrder));
+  wrenLogCommon(kLogDebug, "header.cupsColorSpace:%d", shownEnumeration(header.cupsColorSpace));
   wrenLogCommon(kLogDebug, "header.cupsCompression:%d", shown(header.cupsCompression));
   wrenLogCommon(kLogDebug, "header.cupsRowCount:%d", shown(header.cupsRowCount));
   wrenLogCommon(kLogDebug, "header.cupsRowFeed:%d", shown(header.cupsRowFeed));
