@@ -1,5 +1,6 @@
 // Turns a grey page into the finished page image: tone, rotation, mirror, halftone, negative.
 #include "filter/base/log.h"
+#include "imaging/tattoo/tattoo_dithering.h"
 #include "printer/wren_printer.h"
 
 namespace kestra {
@@ -48,19 +49,20 @@ int WrenPrinter::PageProcess(DitherType type, const unsigned char* data, int byt
   }
 
   if (useQMDithering_) {
-    wrenLogCommon(kLogError, "PageProcess: the tattoo halftone methods are not available yet");
-    return 0;
+    if (!ditherStencil(type, bytesPerLine, width, height, out)) return 0;
+  } else {
+    workingImage_.Dither(static_cast<std::int32_t>(type));
+    workingImage_.IncreaseBpp(8);
+    pimage_ = &workingImage_;
+    wrenLogCommon(kLogDebug, "PageProcess: Applied default dithering and increased bit depth");
   }
-  workingImage_.Dither(static_cast<std::int32_t>(type));
-  workingImage_.IncreaseBpp(8);
-  pimage_ = &workingImage_;
-  wrenLogCommon(kLogDebug, "PageProcess: Applied default dithering and increased bit depth");
 
   wrenLogCommon(kLogDebug, "PageProcess: negativePrint_ %d", negativePrint_ ? 1 : 0);
   if (negativePrint_) {
     wrenLogCommon(kLogDebug, "PageProcess: Inverting the image for negative print");
     pimage_->Negative();
   }
+  if (antiWrinkle_ != 0) EnableAntiWrink(*pimage_);
 
   const auto effWidth = static_cast<int>(pimage_->GetEffWidth());
   copyProcessedPixels(
@@ -70,6 +72,36 @@ int WrenPrinter::PageProcess(DitherType type, const unsigned char* data, int byt
   wrenLogCommon(kLogDebug,
                 "PageProcess: Filled the output buffer with processed pixels, length: %d", length);
   return length;
+}
+
+// The stencil chain works on pixels without gaps. The page is laid out in `out` with its own line
+// length and deliberately read as if lines were `width` long: where they are longer, lines drift
+// apart and the gaps between them (zeros) become pixels.
+bool WrenPrinter::ditherStencil(DitherType type, int bytesPerLine, int width, int height,
+                                unsigned char* out) {
+  copyPixels(workingImage_, out, width, height, bytesPerLine);
+  wrenLogCommon(kLogDebug,
+                "PageProcess: Copied pixels to the output buffer for QM dithering, with stride %d, "
+                "EffWidth %d",
+                bytesPerLine, static_cast<int>(workingImage_.GetEffWidth()));
+
+  QMImage page(width, height, QM_IMG_GRAY, out);
+  const QMImage stencil =
+      type == DitherType::Tattoo_V7 ? qmTattooDitheringV7(page) : qmTattooDithering(page);
+  wrenLogCommon(kLogDebug, "PageProcess: Applied QM dithering with stride %d, width %d",
+                (stencil.width + 3) / 4 * 4, width);
+
+  if (!secondImage_.CreateFromArray(stencil.data, static_cast<std::uint32_t>(width),
+                                    static_cast<std::uint32_t>(height), 8,
+                                    static_cast<std::uint32_t>(width), false)) {
+    wrenLogCommon(kLogError,
+                  "PageProcess: Failed to create a new PaletteImage from QM dithered data");
+    return false;
+  }
+  wrenLogCommon(kLogDebug,
+                "PageProcess: Successfully created a new PaletteImage from QM dithered data");
+  pimage_ = &secondImage_;
+  return true;
 }
 
 void WrenPrinter::copyPixels(PaletteImage& image, unsigned char* out, int width, int height,

@@ -32,6 +32,11 @@ WrenPrinter::WrenPrinter() : outputStreams_{stdout} {
   wrenStrCpy(imagePathTemplate_, spool_paths::kImageTemplate, sizeof imagePathTemplate_);
 }
 
+WrenPrinter::~WrenPrinter() {
+  workingImage_.Destroy();
+  secondImage_.Destroy();
+}
+
 void WrenPrinter::setBrightness(int brightness) { brightness_ = std::clamp(brightness, -100, 100); }
 
 void WrenPrinter::setContrast(int contrast) { contrast_ = std::clamp(contrast, -100, 100); }

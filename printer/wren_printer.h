@@ -24,8 +24,9 @@ class WrenPrinter {
 
   /// Writes to standard output until further streams are appended.
   WrenPrinter();
-  /// Closes no stream: streams belong to whoever opened them.
-  virtual ~WrenPrinter() = default;
+  /// Releases the page images, which do not free themselves. Closes no stream: streams belong to
+  /// whoever opened them.
+  virtual ~WrenPrinter();
   WrenPrinter(const WrenPrinter&) = delete;
   WrenPrinter& operator=(const WrenPrinter&) = delete;
 
@@ -99,6 +100,12 @@ class WrenPrinter {
   int PageProcess(DitherType type, const unsigned char* data, int bytesPerLine, int width,
                   int height, unsigned char* out);
 
+  /// Centres an image on the canvas of its page size and draws a solid frame around it
+  /// (anti_wrinkle.cpp): side bars as wide as the anti-wrinkle level in mm, 1 mm at top and bottom,
+  /// at the object's resolution. A page size without a canvas (any but A4, Letter, Tattoo_A5,
+  /// Tattoo_A6, from the page header) gets no frame.
+  void EnableAntiWrink(PaletteImage& image);
+
   /// Copies pixel indices into rows of `stride` bytes.
   void copyPixels(PaletteImage& image, unsigned char* out, int width, int height, int stride);
 
@@ -128,6 +135,10 @@ class WrenPrinter {
                             unsigned long height, unsigned long width) = 0;
 
  private:
+  /// Makes the second image from the page's stencil and points `pimage` at it; false where that
+  /// image cannot be made.
+  bool ditherStencil(DitherType type, int bytesPerLine, int width, int height, unsigned char* out);
+
   /// Saves the processed image and hands it to the model, or logs that there is none.
   void printFinishedImage();
 

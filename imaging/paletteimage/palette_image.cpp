@@ -33,7 +33,8 @@ bool fitsMemory(std::uint32_t width, std::uint32_t height, std::uint32_t depth) 
 
   const std::uint64_t rowBytes = (std::uint64_t{depth} * width + 31) / 32 * 4;
   constexpr std::uint64_t kMost = std::numeric_limits<std::uint32_t>::max();
-  return rowBytes <= (kMost - kHeaderSize - paletteEntries(depth) * 4) / height;
+  const std::uint64_t beforeRows = kHeaderSize + std::uint64_t{4} * paletteEntries(depth);
+  return rowBytes <= (kMost - beforeRows) / height;
 }
 
 }  // namespace

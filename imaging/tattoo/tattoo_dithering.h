@@ -1,0 +1,35 @@
+// The two stencil halftones: tone, sharpening and error diffusion in one chain.
+#pragma once
+
+#include "imaging/tattoo/qm_image.h"
+
+namespace kestra {
+
+// Both return a new grey image of 0 and 255 and leave their input alone, which may be of any colour
+// type. An image without pixels comes back as a copy. With the K raster 255 is a printed dot.
+
+/// Halftone "Tattoo": the gamma's knee is fixed at 64, exponents 0.85 and 0.7.
+QMImage qmTattooDithering(QMImage& image);
+
+/// Halftone "Tattoo_V7": the knee is the page's own threshold, exponents 0.5 and 1.5. A page whose
+/// threshold is 255, pure black-and-white art often, deliberately loses its full levels.
+QMImage qmTattooDitheringV7(QMImage& image);
+
+/// Error diffusion in single precision with six taps, two of them negative; 6 per cent of each
+/// error is dropped.
+///
+///               X      0.505786  -0.052926
+///   0.226194 0.128835  0.243191  -0.111078    (row below, from x - 2 to x + 1)
+///
+/// A level above the threshold gives 255, any other 0. A white dot with a black left or upper
+/// neighbour is charged less than 255, by 14.27 per cent for each, except on the image's border.
+/// @param grey       one byte per pixel
+/// @param threshold  any number; -1 makes every level above -1 white
+QMImage edf_cus(const QMImage& grey, int threshold);
+
+/// Whether (x, y) lies in an image of width x height pixels.
+constexpr bool isWithinBounds(int x, int y, int width, int height) {
+  return x >= 0 && x < width && y >= 0 && y < height;
+}
+
+}  // namespace kestra
