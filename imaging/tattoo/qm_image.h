@@ -5,8 +5,8 @@
 
 namespace kestra {
 
-/// Byte order of a pixel.
-enum QM_IMG_COLOR {
+/// Byte order of a pixel. Any other number stands for 4 bytes as well.
+enum QM_IMG_COLOR : int {
   QM_IMG_GRAY = 0,  ///< 1 byte
   QM_IMG_BGR = 1,   ///< 3 bytes
   QM_IMG_RGB = 2,   ///< 3 bytes
