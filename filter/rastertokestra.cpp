@@ -13,6 +13,7 @@
 #include "filter/base/number.h"
 #include "filter/base/page_size.h"
 #include "filter/base/text.h"
+#include "filter/base/units.h"
 #include "filter/header_log.h"
 #include "filter/page_buffer.h"
 #include "filter/raster_input.h"
@@ -25,8 +26,6 @@ constexpr const char* sVersion = "1.0.0";
 
 constexpr int kFailed = 1;
 constexpr int kDone = 0;
-
-constexpr double kMillimetresPerInch = 25.4;
 
 // The job's printer object, for as long as `main` owns it.
 KestraPrinter* sPrinter = nullptr;
@@ -168,6 +167,7 @@ int runJob(int argc, char* argv[]) {
 }  // namespace kestra
 
 int main(int argc, char* argv[]) {
+  kestra::openMissingStandardStreams();
   std::set_new_handler(kestra::stopForLackOfMemory);
   // A printer that stops listening is a failed write like any other: frames still reach the spool.
   std::signal(SIGPIPE, SIG_IGN);

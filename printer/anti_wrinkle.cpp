@@ -24,7 +24,7 @@ struct Canvas {
 constexpr std::array<Canvas, 4> kCanvases = {
     {{"A4", 200, 275}, {"Letter", 210, 257}, {"Tattoo_A5", 200, 118}, {"Tattoo_A6", 100, 118}}};
 
-// Levels are not limited: sums and products wrap at 32 bits, as lengths of this size do not matter.
+// The level may be any int. Wrapping at 32 bits keeps absurd ones defined.
 int wrapped(std::int64_t value) {
   return static_cast<int>(static_cast<std::uint32_t>(value & 0xFFFFFFFF));
 }

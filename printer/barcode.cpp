@@ -1,5 +1,6 @@
-// Barcode enhancement: rules on runs of white and black pixels that keep bars open and thin lines
-// visible on a thermal head.
+// Barcode enhancement: rules on runs of white (ink) and black (paper) pixels. They break up long
+// solid bars, which draw too much heat at once, and widen the thin gaps between bars, which heat
+// fills.
 #include <algorithm>
 
 #include "filter/base/log.h"

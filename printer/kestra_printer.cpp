@@ -16,9 +16,6 @@ namespace {
 // From this page number on the next job starts again at 1.
 constexpr std::uint16_t kLastPageNumber = 9000;
 
-// What a "%f" shows that has always been given an integer.
-constexpr double kMeaninglessNumber = 0.0;
-
 std::int32_t jobNumber(const Settings& settings) {
   return textToInt32(std::string_view(settings.jobId, sizeof settings.jobId));
 }

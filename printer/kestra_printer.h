@@ -35,8 +35,8 @@ class KestraPrinter : public WrenPrinter {
   /// Fills `bLabelInfo` for the next frame. Always true.
   bool KCLSendPaperInfo();
 
-  /// Stores a frame of packed dots. No memory, or a total of row records that is no size, drops
-  /// the page silently and keeps its number.
+  /// Stores a frame of packed dots. No memory, or a total of row records of 0 or less or
+  /// above `kMaxRecordBytes`, drops the page and keeps its number.
   /// @param imageBytes  bytes of `dots`
   /// @param size        dots and rows of the page
   void KCLSendImage(long imageBytes, _SIZEL size, unsigned char* dots);
@@ -61,9 +61,11 @@ class KestraPrinter : public WrenPrinter {
 
   /// Breaks white runs of more than 320 pixels that end inside a row with black dashes.
   void ApplyDashedLine(unsigned char* buffer, int width, int height);
-  /// Thickens thin black lines under white runs of more than 40 pixels, row by row.
+  /// Takes a row of ink off wherever a bar of more than 40 pixels lies over a thin gap: black lines
+  /// of 1 to 3 pixels grow by one, row by row.
   void OptimazeBarcode1(unsigned char* buffer, int width, int height);
-  /// Opens white runs above black pixels, column by column.
+  /// Dots the lower ends of tall white runs and widens thin black lines below them, column by
+  /// column.
   void OptimazeBarcode2(unsigned char* buffer, int width, int height);
 
  private:

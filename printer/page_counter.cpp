@@ -22,7 +22,8 @@ std::string markerPath(const char* queue) {
 }  // namespace
 
 void readPageCounter(const char* queue, std::uint16_t* counter) {
-  const FilePtr file(std::fopen(markerPath(queue).c_str(), "r"));
+  if (!isTrustedFolder(spool_paths::kDataDir)) return;
+  const FilePtr file = openRegularFile(markerPath(queue).c_str());
   if (file == nullptr) return;
   std::array<unsigned char, 2> bytes = {static_cast<unsigned char>(*counter & 0xFF),
                                         static_cast<unsigned char>(*counter >> 8)};

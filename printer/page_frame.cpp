@@ -6,11 +6,11 @@
 #include <numeric>
 
 #include "filter/base/number.h"
+#include "filter/base/units.h"
 
 namespace kestra {
 namespace {
 
-constexpr double kMillimetresPerInch = 25.4;
 constexpr std::int64_t kCountSize = 2;
 
 constexpr std::uint8_t lowByte(std::uint32_t value) {

@@ -51,8 +51,13 @@ int WrenPrinter::PageProcess(DitherType type, const unsigned char* data, int byt
   if (useQMDithering_) {
     if (!ditherStencil(type, bytesPerLine, width, height, out)) return 0;
   } else {
-    workingImage_.Dither(static_cast<std::int32_t>(type));
-    workingImage_.IncreaseBpp(8);
+    if (!workingImage_.Dither(static_cast<std::int32_t>(type)) || !workingImage_.IncreaseBpp(8)) {
+      // Greys or packed bits would print as something else altogether.
+      wrenLogCommon(kLogCritical, "PageProcess: the halftone failed: %s",
+                    workingImage_.GetLastError());
+      workingImage_.Destroy();
+      return 0;
+    }
     pimage_ = &workingImage_;
     wrenLogCommon(kLogDebug, "PageProcess: Applied default dithering and increased bit depth");
   }

@@ -9,9 +9,12 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "filter/base/file.h"
+
 namespace kestra {
 
 SpoolFile::SpoolFile(const std::string& folder) : path_(folder + "/.part_XXXXXX") {
+  if (!isTrustedFolder(folder.c_str())) return;
   descriptor_ = mkostemp(path_.data(), O_CLOEXEC);  // mode 0600
   isHidden_ = isOpen();
 }

@@ -10,7 +10,8 @@ namespace kestra {
 /// name only when it is whole; what was not published is removed. Readable by its owner alone.
 class SpoolFile {
  public:
-  /// Starts a file in a folder; `isOpen` tells whether that worked.
+  /// Starts a file in a folder that belongs to us or to the administrator; `isOpen` tells whether
+  /// that worked.
   explicit SpoolFile(const std::string& folder);
   ~SpoolFile();
   SpoolFile(const SpoolFile&) = delete;

@@ -94,8 +94,10 @@ class WrenPrinter {
 
   /// Turns a grey page into the finished page image, which `pimage` then points at
   /// (page_processing.cpp). Tone, rotation, mirror, halftone, negative, in this order.
-  /// @param out  receives the finished pixels as 0 and 255, rows `GetEffWidth()` bytes apart; room
-  ///             for 2 * bytesPerLine * height bytes, beyond which nothing is written
+  /// @param out  receives the finished pixels as 0 and 255 (a classic page in negative printing as
+  /// 0
+  ///             and 1), rows `GetEffWidth()` bytes apart; room for 2 * bytesPerLine * height
+  ///             bytes, beyond which nothing is written
   /// @return bytes meant to be valid in `out`, 0 on failure (then `pimage` is what it was)
   int PageProcess(DitherType type, const unsigned char* data, int bytesPerLine, int width,
                   int height, unsigned char* out);
@@ -148,7 +150,7 @@ class WrenPrinter {
   PaletteImage* pimage_ = nullptr;     ///< finished image: one of the two above, or null; not owned
   char imagePathTemplate_[1024] = {};  ///< name template of the next debug image
   std::list<std::FILE*> outputStreams_;     ///< not owned
-  cups_page_header2_s* pageHdr_ = nullptr;  ///< header of the current page, owned by `main`
+  cups_page_header2_s* pageHdr_ = nullptr;  ///< header of the current page, owned by the page loop
   std::int32_t maxMediaWidth_ = 0;          ///< dots
   std::int64_t printWidth_ = 0;             ///< dots
   std::int32_t brightness_ = 0;

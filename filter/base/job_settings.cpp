@@ -12,6 +12,7 @@
 #include "filter/base/number.h"
 #include "filter/base/ppd_lookup.h"
 #include "filter/base/text.h"
+#include "filter/base/units.h"
 
 namespace kestra {
 namespace {
@@ -20,10 +21,6 @@ struct PpdCloser {
   void operator()(ppd_file_t* ppd) const { ppdClose(ppd); }
 };
 using PpdPtr = std::unique_ptr<ppd_file_t, PpdCloser>;
-
-// What a "%f" shows in log lines that have always been given an integer: the number carries no
-// meaning, and the program stays defined.
-constexpr double kMeaninglessNumber = 0.0;
 
 // Millimetres per point as page sizes are converted, deliberately not 25.4 / 72.
 constexpr double kPageSizeMmPerPoint = 0.3528;
@@ -58,8 +55,8 @@ void fillPrinterName(Settings* settings) {
 
 float maxMediaWidthMm(ppd_file_t* ppd) {
   const float points = toFloat(wrenPpdGetAttrAsFloatDefault(ppd, "MaxMediaWidth", nullptr, 0.0));
-  const float inches = points / 72.0F;
-  return toFloat(static_cast<double>(inches) * 25.4);
+  const float inches = points / kPointsPerInch;
+  return toFloat(static_cast<double>(inches) * kMillimetresPerInch);
 }
 
 std::int32_t darknessLevel(const char* name) {

@@ -1,12 +1,12 @@
-// The one log function: every diagnostic of a job leaves through it on standard error, where the
-// print system sorts the lines by their prefix.
+// The log function: what a job has to say leaves through it on standard error, line by line, and
+// the print system sorts the lines by their prefix.
 #pragma once
 
 #include <cstdint>
 
 namespace kestra {
 
-/// Log levels that the program uses; the value is the index of the line's prefix.
+/// Log levels; the value is the index of the line's prefix.
 enum LogLevel : std::uint32_t {
   kLogDebug = 0,      ///< "DEBUG:", progress and values
   kLogDebugMore = 1,  ///< "DEBUG:" too, deliberately: the print system knows no finer level
@@ -15,6 +15,10 @@ enum LogLevel : std::uint32_t {
   kLogCritical = 4,   ///< "CRIT:", an image object that could not be made
   kLogInvalid = 5,    ///< "INVALID:"
 };
+
+/// What a "%f" shows in lines that print an integer by it, deliberately kept as they are: the
+/// number carries no meaning, and the program stays defined.
+inline constexpr double kMeaninglessNumber = 0.0;
 
 /// Writes one line to standard error: the level's prefix, the message directly behind it, a line
 /// end. A message that ends in a line end of its own therefore leaves an empty line after it.

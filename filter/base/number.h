@@ -9,6 +9,11 @@
 
 namespace kestra {
 
+// A resolution of 0 divides by zero and a huge PPD value overflows single precision: both are
+// infinities, defined by the floating-point standard that every supported processor follows.
+static_assert(std::numeric_limits<double>::is_iec559 && std::numeric_limits<float>::is_iec559,
+              "page lengths rely on IEEE 754 arithmetic");
+
 /// Truncates toward zero (-23.98 dots are -23). NaN and values outside the 32-bit range give
 /// -2147483648.
 inline std::int32_t truncateToInt32(double value) {

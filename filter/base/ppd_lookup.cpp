@@ -9,10 +9,11 @@
 
 namespace kestra {
 
-ppd_choice_t* wrenPpdGetChoice(ppd_file_t* ppd, const char* keyword) {
+ppd_choice_t* wrenPpdGetChoice(ppd_file_t* ppd, const char* keyword, ppd_choice_t* defaultChoice) {
   if (ppd_choice_t* marked = ppdFindMarkedChoice(ppd, keyword)) return marked;
   ppd_option_t* option = ppdFindOption(ppd, keyword);
-  return option == nullptr ? nullptr : ppdFindChoice(option, option->defchoice);
+  ppd_choice_t* named = option == nullptr ? nullptr : ppdFindChoice(option, option->defchoice);
+  return named == nullptr ? defaultChoice : named;
 }
 
 const char* wrenPpdGetChoiceAsStrDefault(ppd_file_t* ppd, const char* keyword,

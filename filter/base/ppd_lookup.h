@@ -10,8 +10,10 @@ namespace kestra {
 // All of these accept a null description, in which nothing is found. Returned pointers belong to
 // the description and live as long as it is open; a default is returned as it was given.
 
-/// The marked choice of an option, else the choice that the option names as its default, else null.
-ppd_choice_t* wrenPpdGetChoice(ppd_file_t* ppd, const char* keyword);
+/// The marked choice of an option, else the choice that the option names as its default, else
+/// `defaultChoice`.
+ppd_choice_t* wrenPpdGetChoice(ppd_file_t* ppd, const char* keyword,
+                               ppd_choice_t* defaultChoice = nullptr);
 
 /// The choice's text in the description's own spelling.
 const char* wrenPpdGetChoiceAsStrDefault(ppd_file_t* ppd, const char* keyword,

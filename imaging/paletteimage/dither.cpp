@@ -1,14 +1,11 @@
 // Turns a grey page into the two levels that a thermal head can print.
 #include <array>
-#include <vector>
 
 #include "imaging/paletteimage/error_diffusion.h"
 #include "imaging/paletteimage/palette_image.h"
 
 namespace kestra {
 namespace {
-
-constexpr std::uint8_t kFirstWhiteLevel = 129;
 
 // Ordered dither of 17 levels (after Bayer, 1973): the cells of a 4x4 square turn white in this
 // order as a level rises from 0 to 16 sixteenths.

@@ -48,8 +48,6 @@ constexpr DiffusionKernel kStevensonArce = {kStevensonArceTaps, std::size(kSteve
 constexpr DiffusionKernel kFloydSteinberg = {kFloydSteinbergTaps, std::size(kFloydSteinbergTaps),
                                              16};
 
-constexpr int kFirstWhiteLevel = 129;
-
 }  // namespace
 
 const DiffusionKernel& diffusionKernel(std::uint64_t method) {

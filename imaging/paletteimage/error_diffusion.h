@@ -6,6 +6,9 @@
 
 namespace kestra {
 
+/// The lowest level that prints white by threshold and by error diffusion.
+inline constexpr int kFirstWhiteLevel = 129;
+
 /// One receiver of a pixel's error: `dx` columns to the right, `dy` rows down, `weight` parts of
 /// the kernel's divisor.
 struct DiffusionTap {

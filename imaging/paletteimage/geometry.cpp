@@ -66,20 +66,18 @@ void PaletteImage::Mirror() {
 bool PaletteImage::Expand(std::int64_t left, std::int64_t top, std::int64_t right,
                           std::int64_t bottom, tagRGBQUAD canvasColor) {
   if (!IsValid() || left < 0 || top < 0 || right < 0 || bottom < 0) return false;
-  constexpr std::uint64_t kMost = std::numeric_limits<std::uint32_t>::max();
-  const std::uint64_t newWidth = std::uint64_t{GetWidth()} + static_cast<std::uint64_t>(left) +
-                                 static_cast<std::uint64_t>(right);
-  const std::uint64_t newHeight = std::uint64_t{GetHeight()} + static_cast<std::uint64_t>(top) +
-                                  static_cast<std::uint64_t>(bottom);
-  // Two lengths below 2^63 and a width cannot wrap 64 bits.
-  if (newWidth > kMost || newHeight > kMost) {
+  constexpr std::int64_t kMost = std::numeric_limits<std::uint32_t>::max();
+  // Each margin by itself first, so that their sums stay far below 64 bits.
+  const bool fits = left <= kMost && top <= kMost && right <= kMost && bottom <= kMost &&
+                    header_.width + left + right <= kMost && header_.height + top + bottom <= kMost;
+  if (!fits) {
     setLastError("PALETTEIMAGE_MAX_MEMORY exceeded");
     return false;
   }
 
   PaletteImage canvas;
-  createDerived(canvas, static_cast<std::uint32_t>(newWidth), static_cast<std::uint32_t>(newHeight),
-                header_.bitCount);
+  createDerived(canvas, static_cast<std::uint32_t>(header_.width + left + right),
+                static_cast<std::uint32_t>(header_.height + top + bottom), header_.bitCount);
   if (!canvas.IsValid()) {
     setLastError(canvas.GetLastError());
     return false;

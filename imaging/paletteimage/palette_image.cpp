@@ -23,18 +23,19 @@ std::uint32_t knownDepth(std::uint32_t bpp) {
 std::uint32_t paletteEntries(std::uint32_t depth) { return depth <= 8 ? 1U << depth : 0; }
 
 // Whether header, palette and padded rows of an image fit the 32-bit sizes of its header. The
-// first two tests are the image's own limit, in wrapping 32-bit arithmetic; the last one catches
-// what they let through and what would leave the block shorter than its rows.
+// first two tests are the image's own limit, in wrapping 32-bit arithmetic; the others catch what
+// they let through and what would leave the block shorter than its rows.
 bool fitsMemory(std::uint32_t width, std::uint32_t height, std::uint32_t depth) {
+  constexpr std::uint64_t kMost = std::numeric_limits<std::uint32_t>::max();
   const std::uint32_t pixels = width * height;
   const std::uint32_t bits = pixels * depth;
   if (bits / 8 > PALETTEIMAGE_MAX_MEMORY) return false;
   if (bits / depth != pixels) return false;
 
-  const std::uint64_t rowBytes = (std::uint64_t{depth} * width + 31) / 32 * 4;
-  constexpr std::uint64_t kMost = std::numeric_limits<std::uint32_t>::max();
+  const std::uint64_t paddedRowBits = std::uint64_t{depth} * width + 31;
+  if (paddedRowBits > kMost) return false;
   const std::uint64_t beforeRows = kHeaderSize + std::uint64_t{4} * paletteEntries(depth);
-  return rowBytes <= (kMost - beforeRows) / height;
+  return paddedRowBits / 32 * 4 <= (kMost - beforeRows) / height;
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // Tone operations: they change what a pixel is worth, never where it lies.
 #include <algorithm>
 #include <array>
-#include <cstring>
 
 #include "filter/base/number.h"
 #include "imaging/paletteimage/palette_image.h"
