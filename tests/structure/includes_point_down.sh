@@ -1,0 +1,42 @@
+#!/bin/sh
+# Fails when a folder includes a folder that it must not know: images know nothing of printers,
+# printers nothing of jobs, so that each floor can be understood and changed without those above it.
+# Usage: includes_point_down.sh ROOT
+set -eu
+root=$1
+
+# Folder that includes, then the folders that it may include besides itself. The first row whose
+# folder fits a file counts.
+rules='
+filter/base
+imaging/paletteimage filter/base
+imaging/tattoo filter/base
+printer imaging/paletteimage imaging/tattoo filter/base
+filter filter/base printer imaging/paletteimage imaging/tattoo
+tools/frame filter/base
+tools tools/frame tools/proof filter filter/base printer imaging/paletteimage imaging/tattoo
+'
+
+allowed() { # FILE INCLUDED: whether the rules let it
+  folder_of_include=$(dirname "$2")
+  printf '%s\n' "$rules" | while read -r folder others; do
+    [ -n "$folder" ] || continue
+    case "$1" in "$folder"/*) ;; *) continue ;; esac
+    for other in "$folder" $others; do
+      [ "$folder_of_include" != "$other" ] || { echo yes; break; }
+    done
+    break
+  done | grep -q yes
+}
+
+cd "$root"
+bad=0
+for file in $(find filter printer imaging tools -name '*.h' -o -name '*.cpp' | sort); do
+  for included in $(sed -n 's/^#include "\(.*\)".*/\1/p' "$file"); do
+    if ! allowed "$file" "$included"; then
+      echo "$file includes $included, which lies above it" >&2
+      bad=1
+    fi
+  done
+done
+exit $bad

@@ -1,0 +1,29 @@
+#!/bin/sh
+# Proves that the check of includes notices what it is there for: a forbidden include in a tree of
+# its own must fail, an allowed one must pass.
+# Usage: includes_point_down_test.sh CHECK
+set -eu
+check=$1
+tree=$(mktemp -d)
+trap 'rm -rf "$tree"' EXIT
+mkdir -p "$tree/filter/base" "$tree/printer" "$tree/imaging/paletteimage" "$tree/imaging/tattoo" \
+  "$tree/tools"
+
+expect() { # STATUS FILE INCLUDED
+  printf '#include "%s"\n' "$3" >"$tree/$2"
+  status=0
+  sh "$check" "$tree" 2>/dev/null || status=$?
+  rm "$tree/$2"
+  if [ "$status" -ne "$1" ]; then
+    echo "$2 including $3: status $status, wanted $1" >&2
+    exit 1
+  fi
+}
+expect 0 printer/a.cpp filter/base/log.h
+expect 0 printer/a.cpp imaging/tattoo/grey.h
+expect 0 filter/a.cpp printer/wren_printer.h
+expect 1 printer/a.cpp filter/header_log.h
+expect 1 imaging/paletteimage/a.h printer/wren_printer.h
+expect 1 imaging/tattoo/a.h imaging/paletteimage/palette_image.h
+expect 1 filter/base/a.cpp filter/raster_input.h
+expect 1 filter/a.cpp tests/plain/job.h
