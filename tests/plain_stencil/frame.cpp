@@ -1,0 +1,123 @@
+// Draws the frame on a picture of numbers.
+// Why: sizes, offsets and log lines stand side by side here and can be checked with a ruler.
+#include "tests/plain_stencil/frame.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+namespace kestra::plain_stencil {
+
+namespace {
+
+std::string Line(const std::string& text) { return "DEBUG:EnableAntiWrink: " + text + "\n"; }
+std::string Number(int n) { return std::to_string(n); }
+
+// 32-bit sizes of an image must not wrap, or it cannot be made.
+bool CanBeMade(int width, int height) {
+  const uint32_t pixels = static_cast<uint32_t>(width) * static_cast<uint32_t>(height);
+  const uint32_t bits = pixels * 8U;
+  return bits / 8U == pixels;
+}
+
+Picture Enlarge(const Picture& old, int ex, int ey, int fill) {
+  Picture result;
+  result.width = old.width + 2 * ex;
+  const auto height = old.rows.size() + 2 * static_cast<size_t>(ey);
+  const auto bytes = static_cast<size_t>(plain::PaddedWidth(result.width));
+  // The row padding is filled as well.
+  result.rows.assign(height, std::vector<int>(bytes, fill));
+  for (size_t y = 0; y < old.rows.size(); ++y) {
+    for (size_t x = 0; x < static_cast<size_t>(old.width); ++x) {
+      result.rows[y + static_cast<size_t>(ey)][x + static_cast<size_t>(ex)] = old.rows[y][x];
+    }
+  }
+  return result;
+}
+
+std::string Bar(Picture& picture, const std::string& name, int x0, int y0, int width, int height) {
+  const int x1 = x0 + std::max(width, 0);
+  const int y1 = y0 + std::max(height, 0);
+  const int rows = static_cast<int>(picture.rows.size());
+  for (int y = std::max(y0, 0); y < std::min(y1, rows); ++y) {
+    for (int x = std::max(x0, 0); x < std::min(x1, picture.width); ++x) {
+      picture.rows[static_cast<size_t>(y)][static_cast<size_t>(x)] = 255;
+    }
+  }
+  return Line("Drawing " + name + " line. point(" + Number(x0) + ", " + Number(y0) + ", " +
+              Number(x1) + ", " + Number(y1) + ")");
+}
+
+}  // namespace
+
+int Dots(int dpi, int mm) { return (dpi * mm * 100 / 254 + 5) / 10; }
+
+Framed Frame(const Picture& picture, const Framing& framing) {
+  Framed result{picture, ""};
+  if (picture.rows.empty() || !framing.hasHeader) {
+    result.log = Line("Image or pageHdr_ is not valid, returning.");
+    return result;
+  }
+  const int lineH = Dots(framing.dpi, 1);
+  const int lineV = Dots(framing.dpi, framing.level);
+  result.log += Line("AntiWrinkle level: " + Number(framing.level) + ", line_v: " + Number(lineV) +
+                     " points, line_h: " + Number(lineH) + " points.");
+
+  struct Page {
+    const char* name;
+    int width;
+    int height;
+  };
+  constexpr Page kPages[] = {
+      {"A4", 200, 275}, {"Letter", 210, 257}, {"Tattoo_A5", 200, 118}, {"Tattoo_A6", 100, 118}};
+  int canvasWidth = 0;
+  int canvasHeight = 0;
+  for (const Page& page : kPages) {
+    if (framing.pageName != page.name) continue;
+    canvasWidth = Dots(framing.dpi, page.width) + 2 * lineV;
+    canvasHeight = Dots(framing.dpi, page.height) + 2 * lineH;
+    result.log +=
+        Line("Page size is " + framing.pageName + ", CanvasWidth: " + Number(canvasWidth) +
+             ", CanvasHeight: " + Number(canvasHeight));
+  }
+
+  Picture& image = result.picture;
+  const int oldHeight = static_cast<int>(image.rows.size());
+  int ex = 0;
+  int ey = 0;
+  if (image.width < canvasWidth) {
+    ex = (canvasWidth - image.width) / 2;
+    result.log += Line("Image width is less than canvas width, exPoints: " + Number(ex));
+  }
+  if (oldHeight < canvasHeight) {
+    ey = (canvasHeight - oldHeight) / 2;
+    result.log += Line("Image height is less than canvas height, eyPoints: " + Number(ey));
+  }
+  if (ex != 0 || ey != 0) {
+    if (!CanBeMade(image.width + 2 * ex, oldHeight + 2 * ey)) {
+      result.log += Line("Failed to expand image, returning.");
+      return result;
+    }
+    image = Enlarge(image, ex, ey, framing.canvasIndex);
+    result.log += Line("Image expanded successfully.");
+  }
+
+  const int height = static_cast<int>(image.rows.size());
+  int ox = 0;
+  int oy = 0;
+  if (image.width > canvasWidth) {
+    ox = (image.width - canvasWidth) / 2;
+    result.log += Line("Image width is greater than canvas width, offset.x: " + Number(ox));
+  }
+  if (height > canvasHeight) {
+    oy = (height - canvasHeight) / 2;
+    result.log += Line("Image height is greater than canvas height, offset.y: " + Number(oy));
+  }
+  result.log += Bar(image, "left", ox, oy, lineV, canvasHeight);
+  result.log += Bar(image, "top", ox, oy, canvasWidth, lineH);
+  result.log += Bar(image, "right", ox + canvasWidth - lineV, oy, lineV, canvasHeight);
+  result.log += Bar(image, "bottom", ox, oy + canvasHeight - lineH, canvasWidth, lineH);
+  return result;
+}
+
+}  // namespace kestra::plain_stencil
