@@ -1,0 +1,103 @@
+// Tests the packing of a page's bytes into dots: any byte but 0 is a dot, the leftmost pixel the
+// highest bit.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tests/unit/bare_printer.h"
+#include "tests/unit/capture.h"
+#include "tests/unit/test_images.h"
+
+namespace kestra {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// Packs and gives back just the bytes that count.
+Bytes packed(BarePrinter& printer, int bytesPerLine, int height, Bytes page) {
+  const Capture quiet;
+  const unsigned size = printer.GrayToMono(bytesPerLine, height, page.data());
+  EXPECT_LE(size, page.size());
+  page.resize(size);
+  return page;
+}
+
+TEST(GrayToMono, PacksTwelvePixelsIntoTwoBytes) {
+  // 1010 1100 | 0111 -> AC 70, and the other way round 5 3 | 8 -> 53 80
+  BarePrinter printer;
+  EXPECT_EQ((Bytes{0xAC, 0x70, 0x53, 0x80}),
+            packed(printer, 12, 2, {1, 0, 1, 0, 1, 1, 0, 0, 0, 1, 1, 1,  //
+                                    0, 1, 0, 1, 0, 0, 1, 1, 1, 0, 0, 0}));
+}
+
+TEST(GrayToMono, MakesADotOfEveryByteButZero) {
+  BarePrinter printer;
+  EXPECT_EQ((Bytes{0x7F}), packed(printer, 8, 1, {0, 1, 2, 127, 128, 129, 254, 255}));
+}
+
+TEST(GrayToMono, PutsRowsDirectlyBehindEachOther) {
+  BarePrinter printer;
+  EXPECT_EQ((Bytes{0x80, 0x00, 0x80}), packed(printer, 1, 3, {9, 0, 9}));
+  EXPECT_EQ((Bytes{0xFF, 0x80, 0x00, 0x00, 0xFF, 0x80}),
+            packed(printer, 9, 3, {1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0,
+                                   0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 1}));
+}
+
+TEST(GrayToMono, LeavesOutThePixelsToSkipAtTheRight) {
+  BarePrinter printer;
+  printer.setSkipRightPixels(4);
+  // 12 - 4 = 8 pixels a row, but rows stay 12 bytes apart.
+  EXPECT_EQ((Bytes{0xAC, 0x53}), packed(printer, 12, 2, {1, 0, 1, 0, 1, 1, 0, 0, 0, 1, 1, 1,  //
+                                                         0, 1, 0, 1, 0, 0, 1, 1, 1, 0, 0, 0}));
+  printer.setSkipRightPixels(11);
+  EXPECT_EQ((Bytes{0x80, 0x00}), packed(printer, 12, 2, {1, 0, 1, 0, 1, 1, 0, 0, 0, 1, 1, 1,  //
+                                                         0, 1, 0, 1, 0, 0, 1, 1, 1, 0, 0, 0}));
+}
+
+TEST(GrayToMono, SkipsNothingWhereARowIsNoLongerThanTheSkip) {
+  BarePrinter printer;
+  for (const unsigned long skip : {8UL, 9UL, 0xFFFFFFFFUL, 0x100000001UL, ~0UL}) {
+    printer.setSkipRightPixels(skip);
+    EXPECT_EQ((Bytes{0xFF}), packed(printer, 8, 1, {1, 1, 1, 1, 1, 1, 1, 1})) << skip;
+  }
+}
+
+TEST(GrayToMono, MakesNothingOfNoRowsOrNoPixels) {
+  BarePrinter printer;
+  const Capture quiet;
+  std::uint8_t byte = 7;
+  EXPECT_EQ(0U, printer.GrayToMono(8, 0, &byte));
+  EXPECT_EQ(0U, printer.GrayToMono(0, 5, &byte));
+  EXPECT_EQ(7, byte);
+}
+
+TEST(GrayToMono, LogsWhatItPacks) {
+  BarePrinter printer;
+  printer.setSkipRightPixels(3);
+  Bytes page(24, 0);
+  Capture capture;
+  printer.GrayToMono(12, 2, page.data());
+  EXPECT_EQ("DEBUG:GrayToMono, bpl(12), h(2), skipPixels(3), wb(9)\n", capture.stop());
+}
+
+TEST(GrayToMono, TakesEveryWidth) {
+  BarePrinter printer;
+  for (const std::uint32_t width : {1U, 2U, 3U, 7U, 8U, 9U, 15U, 16U, 17U, 31U, 33U, 101U, 836U}) {
+    const Bytes page = greyPage(width, 5, Fill::Extremes);
+    const std::size_t rowBytes = (width + 7) / 8;
+    Bytes wanted(rowBytes * 5, 0);
+    for (std::size_t i = 0; i < page.size(); ++i) {
+      const std::size_t x = i % width;
+      if (page[i] != 0) {
+        std::uint8_t& byte = wanted[i / width * rowBytes + x / 8];
+        byte = static_cast<std::uint8_t>(byte | (128 >> (x % 8)));
+      }
+    }
+    EXPECT_EQ(wanted, packed(printer, static_cast<int>(width), 5, page)) << width;
+  }
+}
+
+}  // namespace
+}  // namespace kestra

@@ -1,0 +1,132 @@
+// Tests files in the spool: whoever looks into the folder sees a frame whole under its name, or
+// nothing.
+#include "printer/spool_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <filesystem>
+
+#include "tests/unit/full_disk.h"
+#include "tests/unit/spool_test.h"
+
+namespace kestra {
+namespace {
+
+using Names = std::vector<std::string>;
+
+class SpoolFileTest : public SpoolTest {};
+
+TEST_F(SpoolFileTest, AppearsUnderItsNameOnlyWhenPublished) {
+  SpoolFile file("tmp");
+  ASSERT_TRUE(file.isOpen());
+  ASSERT_TRUE(file.write("abc", 3));
+  const Names before = namesIn("tmp");
+  ASSERT_GE(1U, before.size());
+  for (const std::string& name : before) EXPECT_EQ('.', name[0]);
+  ASSERT_TRUE(file.publishAs("tmp/frame.dat"));
+  EXPECT_EQ((Bytes{'a', 'b', 'c'}), readBytes("tmp/frame.dat"));
+}
+
+TEST_F(SpoolFileTest, LeavesOnlyItsFinalName) {
+  {
+    SpoolFile file("tmp");
+    ASSERT_TRUE(file.write("abc", 3));
+    ASSERT_TRUE(file.publishAs("tmp/frame.dat"));
+  }
+  EXPECT_EQ(Names{"frame.dat"}, namesIn("tmp"));
+}
+
+TEST_F(SpoolFileTest, LeavesNothingWhenItWasNotPublished) {
+  {
+    SpoolFile file("tmp");
+    ASSERT_TRUE(file.write("abc", 3));
+  }
+  EXPECT_EQ(Names{}, namesIn("tmp"));
+}
+
+TEST_F(SpoolFileTest, IsReadableByItsOwnerAlone) {
+  const mode_t before = umask(0);
+  SpoolFile file("tmp");
+  umask(before);
+  ASSERT_TRUE(file.publishAs("tmp/frame.dat"));
+  EXPECT_EQ(std::filesystem::perms(0600), std::filesystem::status("tmp/frame.dat").permissions());
+}
+
+TEST_F(SpoolFileTest, TakesNoNameThatIsTaken) {
+  writeBytes("tmp/frame.dat", {'o', 'l', 'd'});
+  SpoolFile file("tmp");
+  ASSERT_TRUE(file.write("new", 3));
+  errno = 0;
+  EXPECT_FALSE(file.publishAs("tmp/frame.dat"));
+  EXPECT_EQ(EEXIST, errno);
+  EXPECT_EQ((Bytes{'o', 'l', 'd'}), readBytes("tmp/frame.dat"));
+  EXPECT_TRUE(file.publishAs("tmp/frame2.dat"));  // another name is still possible
+  EXPECT_EQ((Bytes{'n', 'e', 'w'}), readBytes("tmp/frame2.dat"));
+}
+
+TEST_F(SpoolFileTest, ReplacesAFileAsAWhole) {
+  writeBytes("tmp/queue.pgc", {'o', 'l', 'd', 'e', 'r'});
+  {
+    SpoolFile file("tmp");
+    ASSERT_TRUE(file.write("ab", 2));
+    EXPECT_EQ(5U, readBytes("tmp/queue.pgc").size());  // untouched until then
+    EXPECT_TRUE(file.replace("tmp/queue.pgc"));
+  }
+  EXPECT_EQ((Bytes{'a', 'b'}), readBytes("tmp/queue.pgc"));
+  EXPECT_EQ(Names{"queue.pgc"}, namesIn("tmp"));
+}
+
+TEST_F(SpoolFileTest, ReplacesALinkAndNotItsTarget) {
+  writeBytes("target", {'k', 'e', 'e', 'p'});
+  std::filesystem::create_symlink("../target", "tmp/queue.pgc");
+  SpoolFile file("tmp");
+  ASSERT_TRUE(file.write("ab", 2));
+  EXPECT_TRUE(file.replace("tmp/queue.pgc"));
+  EXPECT_FALSE(std::filesystem::is_symlink("tmp/queue.pgc"));
+  EXPECT_EQ((Bytes{'k', 'e', 'e', 'p'}), readBytes("target"));
+}
+
+TEST_F(SpoolFileTest, IsNotOpenWithoutItsFolder) {
+  SpoolFile missing("nowhere");
+  EXPECT_FALSE(missing.isOpen());
+  writeBytes("plain", {1});
+  SpoolFile notAFolder("plain");
+  EXPECT_FALSE(notAFolder.isOpen());
+}
+
+TEST_F(SpoolFileTest, WritesPiecesBehindEachOther) {
+  SpoolFile file("tmp");
+  EXPECT_TRUE(file.write("ab", 2));
+  EXPECT_TRUE(file.write("", 0));
+  EXPECT_TRUE(file.write("c", 1));
+  ASSERT_TRUE(file.publishAs("tmp/frame.dat"));
+  EXPECT_EQ((Bytes{'a', 'b', 'c'}), readBytes("tmp/frame.dat"));
+}
+
+TEST_F(SpoolFileTest, TellsThatTheDiskIsFull) {
+  const Bytes frame(10000, 7);
+  {
+    const FullDisk full(4096);
+    SpoolFile file("tmp");
+    errno = 0;
+    EXPECT_FALSE(file.write(frame.data(), frame.size()));
+    EXPECT_NE(0, errno);
+  }
+  EXPECT_EQ(Names{}, namesIn("tmp"));
+}
+
+TEST_F(SpoolFileTest, GivesEachFileUnderWayANameOfItsOwn) {
+  SpoolFile first("tmp");
+  SpoolFile second("tmp");
+  ASSERT_TRUE(first.write("1", 1));
+  ASSERT_TRUE(second.write("2", 1));
+  ASSERT_TRUE(second.publishAs("tmp/b"));
+  ASSERT_TRUE(first.publishAs("tmp/a"));
+  EXPECT_EQ(Bytes{'1'}, readBytes("tmp/a"));
+  EXPECT_EQ(Bytes{'2'}, readBytes("tmp/b"));
+}
+
+}  // namespace
+}  // namespace kestra

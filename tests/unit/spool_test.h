@@ -1,0 +1,71 @@
+// A spool of the test's own: a temporary folder becomes the current one, because the paths linked
+// into these tests are relative to it, so that no page of a test reaches the system's spool.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace kestra {
+
+using Bytes = std::vector<std::uint8_t>;
+
+inline Bytes readBytes(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  return Bytes(text.begin(), text.end());
+}
+
+inline void writeBytes(const std::filesystem::path& path, const Bytes& bytes) {
+  std::ofstream file(path, std::ios::binary);
+  for (const std::uint8_t byte : bytes) file.put(static_cast<char>(byte));
+}
+
+/// Sorted names of everything in a folder, hidden names included; none where it does not exist.
+inline std::vector<std::string> namesIn(const std::filesystem::path& folder) {
+  std::vector<std::string> names;
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+    names.push_back(entry.path().filename().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+/// Gives each test an empty spool and takes it away again.
+class SpoolTest : public testing::Test {
+ protected:
+  const std::string kTmp = "var/spool/cups/tmp";
+  const std::string kData = kTmp + "/kcv6data";
+
+  void SetUp() override {
+    home_ = std::filesystem::current_path();
+    std::string name = (home_ / "unit-test-XXXXXX").string();
+    ASSERT_NE(nullptr, mkdtemp(name.data()));
+    place_ = name;
+    std::filesystem::create_directories(place_ / kTmp);
+    std::filesystem::create_directories(place_ / "tmp");
+    std::filesystem::current_path(place_);
+  }
+
+  void TearDown() override {
+    std::filesystem::current_path(home_);
+    if (!place_.empty()) std::filesystem::remove_all(place_);
+  }
+
+  std::filesystem::path place() const { return place_; }
+  void makeDataFolder() const { std::filesystem::create_directories(kData); }
+
+ private:
+  std::filesystem::path home_;
+  std::filesystem::path place_;
+};
+
+}  // namespace kestra

@@ -1,0 +1,91 @@
+// Pages and images for tests: random, flat, gradient and extreme grey levels, and the pixels of an
+// image as a list.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "imaging/paletteimage/palette_image.h"
+
+namespace kestra {
+
+/// An image that releases its block at the end of its scope.
+struct OwnedImage : PaletteImage {
+  OwnedImage() = default;
+  ~OwnedImage() { Destroy(); }
+};
+
+/// The same numbers in every run: a linear congruential generator whose high bits are used.
+class FixedRandom {
+ public:
+  explicit FixedRandom(std::uint32_t seed) : state_(seed) {}
+  std::uint8_t byte() { return static_cast<std::uint8_t>(next() >> 24); }
+  std::uint32_t below(std::uint32_t limit) { return (next() >> 8) % limit; }
+
+ private:
+  std::uint32_t next() {
+    state_ = state_ * 1664525U + 1013904223U;
+    return state_;
+  }
+  std::uint32_t state_;
+};
+
+enum class Fill { Random, Flat, Gradient, Extremes };
+
+/// width x height grey levels without padding, first row first.
+inline std::vector<std::uint8_t> greyPage(std::uint32_t width, std::uint32_t height, Fill fill) {
+  std::vector<std::uint8_t> page;
+  page.reserve(std::size_t{width} * height);
+  FixedRandom random(width * 1009U + height);
+  for (std::uint32_t y = 0; y < height; ++y) {
+    for (std::uint32_t x = 0; x < width; ++x) {
+      switch (fill) {
+        case Fill::Random:
+          page.push_back(random.byte());
+          break;
+        case Fill::Flat:
+          page.push_back(100);
+          break;
+        case Fill::Gradient:
+          page.push_back(static_cast<std::uint8_t>((x * 3 + y * 5) & 255));
+          break;
+        case Fill::Extremes:
+          page.push_back(random.below(2) == 0 ? 0 : 255);
+          break;
+      }
+    }
+  }
+  return page;
+}
+
+/// Makes an 8-bit grey image of rows without padding.
+inline bool makeGrey(PaletteImage& image, const std::vector<std::uint8_t>& levels,
+                     std::uint32_t width, std::uint32_t height) {
+  return image.CreateFromArray(levels.data(), width, height, 8, width, false);
+}
+
+/// All pixel indices, first row first.
+inline std::vector<std::uint8_t> indicesOf(const PaletteImage& image) {
+  std::vector<std::uint8_t> indices;
+  for (std::int64_t y = 0; y < static_cast<std::int64_t>(image.GetHeight()); ++y) {
+    for (std::int64_t x = 0; x < static_cast<std::int64_t>(image.GetWidth()); ++x) {
+      indices.push_back(image.GetPixelIndex(x, y));
+    }
+  }
+  return indices;
+}
+
+/// All bytes of the pixel rows, padding included.
+inline std::vector<std::uint8_t> rowBytesOf(const PaletteImage& image) {
+  const std::uint8_t* first = image.GetBits(0);
+  return std::vector<std::uint8_t>(first,
+                                   first + std::size_t{image.GetEffWidth()} * image.GetHeight());
+}
+
+inline bool sameColor(tagRGBQUAD a, std::uint8_t blue, std::uint8_t green, std::uint8_t red,
+                      std::uint8_t reserved) {
+  return a.blue == blue && a.green == green && a.red == red && a.reserved == reserved;
+}
+
+}  // namespace kestra
