@@ -13,19 +13,6 @@ namespace kestra::blackbox {
 
 namespace ts = testing_support;
 
-namespace {
-
-std::string Image(const ts::Result& result, const std::string& maskedName) {
-  for (const auto& [name, bytes] : result.files) {
-    const std::string masked = ts::MaskImageName(name);
-    if (masked == std::string(ts::kSpool) + "/" + maskedName) return bytes;
-  }
-  ADD_FAILURE() << "no image " << maskedName;
-  return "";
-}
-
-}  // namespace
-
 TEST(DebugImage, HasAHeaderThatDisagreesWithItsData) {
   // 10 x 2: the header speaks of rows of 12 bytes (24 = 0x18 in all, file 1078 + 24 = 1102 =
   // 0x44E), but 20 bytes follow the palette.

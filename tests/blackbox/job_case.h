@@ -33,12 +33,20 @@ struct JobCase {
   plain::Place place;                    // only the flags; prefix, marker and frames are filled in
   long fileSizeLimit = -1;
   bool asNobody = false;
+  testing_support::Listener listener = testing_support::Listener::kReads;
+  std::vector<testing_support::Milestone> milestones;
+  bool manyFiles = false;                                  // the tree lies in memory
   std::function<void(testing_support::Sandbox&)> prepare;  // last thing before the start
 
   // Adds "keyword=choice" to the options.
   void Choose(const std::string& keyword, const std::string& choice);
-  // The halftone choice with this number (0..7), in options and settings.
+  // Each sets a choice in options and settings: the halftone with this number (0..9), brightness
+  // (a choice of the PPD), mirror, negative, the barcode choice (0..3).
   void Halftone(int number);
+  void Brightness(int level);
+  void Mirror();
+  void Negative();
+  void Barcode(int number);
   void AddPage(unsigned width, unsigned height, const std::string& picture,
                unsigned bytesPerLine = 0, unsigned dpi = 203);
 };
@@ -50,6 +58,16 @@ plain::Header ToPlain(const cups_page_header2_t& header);
 
 // The plain version's outcome of the case.
 plain::Outcome Predict(const JobCase& job);
+
+// Runs the filter alone.
+testing_support::Result RunFilter(const JobCase& job);
+
+// Files of a run that are the test's own (PPD, stream).
+bool IsInput(const std::string& file);
+
+// The debug image with this masked name ("dithered_#_1.bmp"); an empty text and a failure if there
+// is none. Its pixels start at byte 1078.
+std::string Image(const testing_support::Result& result, const std::string& maskedName);
 
 // Runs both, expects that all agree, returns what the filter did.
 testing_support::Result ExpectAsPlain(const JobCase& job);

@@ -4,11 +4,10 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <stdexcept>
 
 #include "tests/plain/barcode.h"
 #include "tests/plain/debug_image.h"
-#include "tests/plain/halftone.h"
+#include "tests/plain/finished_page.h"
 #include "tests/plain/page_log.h"
 
 namespace kestra::plain {
@@ -16,20 +15,6 @@ namespace kestra::plain {
 namespace {
 
 constexpr uint64_t kLargestPage = (1ULL << 29U) - 1;  // bytes
-
-// The finished page as it stands after halftone and negative, rows padded.
-Rows FinishedPage(const Settings& s, const Page& page) {
-  Rows grey = RowsFromBytes(page.pixels, static_cast<int>(page.header.width),
-                            static_cast<int>(page.header.height),
-                            static_cast<int>(page.header.bytesPerLine));
-  const int brightness = std::clamp(s.brightness, -100, 100);
-  if (brightness != 0) grey = ApplyTone(grey, brightness * 5, 0);
-  if (s.mirrorImage != 0) grey = Mirror(grey);
-  if (s.halftone > 7) throw std::logic_error("the plain job knows the classic halftones only");
-  Rows finished = Pad(Halftone(grey, s.halftone));
-  if (s.negativeImage != 0) finished = Negative(finished);
-  return finished;
-}
 
 class Walk {
  public:
@@ -40,15 +25,17 @@ class Walk {
   void Say(const std::string& text) { out_.log += "DEBUG:" + text + "\n"; }
   void ReadMarker();
   void WriteMarker();
-  void SaveDebugImage(const std::string& kind, const Bytes& data, const Header& h);
+  void SaveDebugImage(const std::string& kind, const Bytes& data, int width, int height);
   bool OnePage(const Page& page);
   void Print(const Page& page);
   void PrintImage(const Page& page);
+  void PrintFinished(const Header& h);
   void StoreFrame(const Bytes& frame);
 
   const Job& job_;     // the caller's, for the time of RunJob
   const Settings& s_;  // part of job_
   Outcome out_;
+  FinishedPage finished_;  // as the last page left it, its packed dots included
   unsigned pageNumber_ = 1;
   int pageCount_ = 0;
   int imageCount_ = 0;
@@ -74,11 +61,10 @@ void Walk::WriteMarker() {
       Bytes{static_cast<uint8_t>(pageNumber_ % 256), static_cast<uint8_t>(pageNumber_ / 256)};
 }
 
-void Walk::SaveDebugImage(const std::string& kind, const Bytes& data, const Header& h) {
+void Walk::SaveDebugImage(const std::string& kind, const Bytes& data, int width, int height) {
   const std::string name = kind + "_#_" + std::to_string(imageCount_++) + ".bmp";
   if (job_.place.debugImagesOpen) {
-    out_.debugImages.push_back(
-        {name, DebugImage8(data, static_cast<int>(h.width), static_cast<int>(h.height))});
+    out_.debugImages.push_back({name, DebugImage8(data, width, height)});
   } else {
     out_.log += "WrenPrinter::saveImage: unable to open the file " + job_.place.prefix +
                 "var/spool/cups/tmp/" + name + "\n";
@@ -110,49 +96,46 @@ void Walk::StoreFrame(const Bytes& frame) {
   pageNumber_ = (pageNumber_ + 1) % 65536;
 }
 
+// Processes the page and prints the image that is there then.
 void Walk::PrintImage(const Page& page) {
   const Header& h = page.header;
-  const int width = static_cast<int>(h.width);
-  const int height = static_cast<int>(h.height);
-  const bool usable = width > 0;
-  Rows finished;
-  if (usable) {
-    Say(Format("PageProcess: Successfully created PaletteImage from array with stride %d",
-               static_cast<int>(h.bytesPerLine)));
-    const int brightness = std::clamp(s_.brightness, -100, 100);
-    if (brightness != 0) {
-      Say(Format("PageProcess: Adjusted brightness to %d and contrast to 0", brightness * 5));
-    }
-    if (s_.mirrorImage != 0) Say("PageProcess: Mirrored the image");
-    finished = FinishedPage(s_, page);
-    Say("PageProcess: Applied default dithering and increased bit depth");
-    Say(Format("PageProcess: negativePrint_ %d", s_.negativeImage != 0 ? 1 : 0));
-    if (s_.negativeImage != 0) Say("PageProcess: Inverting the image for negative print");
-    Say(Format("PageProcess: Filled the output buffer with processed pixels, length: %d",
-               height * PaddedWidth(width)));
-  } else {
-    out_.log += "CRIT:paletteimage.CreateFromArray with grey failed!\n";
-  }
+  const FinishedPage made = FinishPage(s_, page);
+  out_.log += made.log;
+  // A classic page is finished in the image that could not be made: nothing is left. The stencil of
+  // an earlier page has an image of its own, which is printed again.
+  if (made.made || !IsStencil(s_)) finished_ = made;
   Say(
-      Format("printImage: Processed image information - pointer address: #, width: %d, height: %d, "
+      Format("printImage: Processed image information - pointer address: #, width: %u, height: %u, "
              "bytes per line: %u, number of top blank lines: 0, number of bottom blank lines: 0, "
-             "adjusted height: %d",
-             width, height, h.bytesPerLine, height));
+             "adjusted height: %u",
+             h.width, h.height, h.bytesPerLine, h.height));
   Say("printImage: Saving processed image, file path will be generated based on time");
-  if (usable) SaveDebugImage("dithered", Flatten(finished), h);
-  Say("printImage: Starting to print the processed image");
-  if (!usable) {
-    out_.log += "ERROR:printImage: pimage is NULL, unable to print the image\n";
-    return;
+  if (finished_.made) {
+    SaveDebugImage("dithered", Flatten(finished_.rows), finished_.width,
+                   static_cast<int>(finished_.rows.size()));
   }
+  Say("printImage: Starting to print the processed image");
+  if (finished_.made) {
+    PrintFinished(h);
+  } else {
+    out_.log += "ERROR:printImage: pimage is NULL, unable to print the image\n";
+  }
+}
+
+// Sizes are the image's; resolution, label size and margin those of the page.
+void Walk::PrintFinished(const Header& h) {
+  Rows& rows = finished_.rows;
+  const int width = finished_.width;
+  const int height = static_cast<int>(rows.size());
   if (s_.barcode == 1 || s_.barcode == 2) {
-    DashLongRuns(finished, width);
-    if (s_.barcode == 1) ThinBarcode1(finished, width);
-    if (s_.barcode == 2) ThinBarcode2(finished, width);
+    DashLongRuns(rows, width);
+    if (s_.barcode == 1) ThinBarcode1(rows, width);
+    if (s_.barcode == 2) ThinBarcode2(rows, width);
     Say(Format("OptimazeBarcode%d is applied!", s_.barcode));
   }
   Say(Format("GrayToMono, bpl(%d), h(%d), skipPixels(0), wb(%d)", width, height, width));
-  const Bytes dots = PackSkewed(finished, width);
+  const Bytes dots = PackSkewed(rows, width);
+  rows = PackedInPlace(rows, dots);
   Say("KCLSendPaperInfo: settings->pageWidth:#");
   Say("KCLSendPaperInfo: settings->pageHeight:#");
   Label label;
@@ -175,10 +158,9 @@ void Walk::Print(const Page& page) {
              h.width, h.height, h.bytesPerLine));
   Say(Format("printImage: Memory allocated successfully, size: %lu bytes", size));
   Say("printImage: Saving original image, file path will be generated based on time");
-  SaveDebugImage("origin", page.pixels, h);
+  SaveDebugImage("origin", page.pixels, static_cast<int>(h.width), static_cast<int>(h.height));
   Say(Format("printImage: Memory for processing result allocated successfully, size: %lu bytes",
              size));
-  Say("PageProcess: QM dithering is disabled");
   PrintImage(page);
   Say("printImage: Freed the allocated memory, address: #");
   Say("printImage: Freed the memory for processing result, address: #");
@@ -210,8 +192,7 @@ bool Walk::OnePage(const Page& page) {
 }
 
 Outcome Walk::Run() {
-  for (const char c : job_.queue.substr(0, 259)) out_.markerName += c >= ' ' && c <= '~' ? c : '_';
-  out_.markerName += ".pgc";
+  out_.markerName = MarkerName(job_.queue);
   out_.marker = job_.place.marker;
   dataDirectory_ = job_.place.dataDirectoryThere;
 
@@ -243,6 +224,12 @@ Outcome Walk::Run() {
 }
 
 }  // namespace
+
+std::string MarkerName(const std::string& queue) {
+  std::string name;
+  for (const char c : queue.substr(0, 259)) name += c >= ' ' && c <= '~' ? c : '_';
+  return name + ".pgc";
+}
 
 Outcome RunJob(const Job& job) { return Walk(job).Run(); }
 

@@ -26,7 +26,7 @@ struct Settings {
   std::string origin = "TopLeft";
   int mirrorImage = 0;
   int negativeImage = 0;
-  int halftone = 0;  // 0..7
+  int halftone = 0;  // 0..9
   std::string printSpeed = "4";
   int darkness = 1;
   int brightness = 0;
@@ -96,5 +96,8 @@ struct Outcome {
 };
 
 Outcome RunJob(const Job& job);
+
+// Name of a queue's counter file.
+std::string MarkerName(const std::string& queue);
 
 }  // namespace kestra::plain

@@ -111,25 +111,77 @@ bool Drain(int fd, std::string& text) {
   return got > 0 || (got < 0 && (errno == EINTR || errno == EAGAIN));
 }
 
+// Memory that belongs to the process alone, in kilobytes.
+long ResidentKilobytes(pid_t process) {
+  std::ifstream status("/proc/" + std::to_string(process) + "/status");
+  const std::string name = "RssAnon:";
+  for (std::string line; std::getline(status, line);) {
+    if (line.compare(0, name.size(), name) == 0) return std::atol(line.c_str() + name.size());
+  }
+  return -1;
+}
+
+// The bytes for the filter's standard input, held back at each milestone until it is reached.
+class Feed {
+ public:
+  Feed(const Run& run, const std::string& bytes, pid_t child)
+      : milestones_(run.milestones), bytes_(bytes), child_(child) {}
+
+  bool Over() const { return sent_ == bytes_.size() && reached_ == milestones_.size(); }
+  bool Wants() const { return sent_ < Allowed(); }
+
+  // False: nobody reads any more.
+  bool Send(int fd) {
+    const ssize_t put = ::write(fd, bytes_.data() + sent_, Allowed() - sent_);
+    if (put > 0) sent_ += static_cast<size_t>(put);
+    return put >= 0 || errno == EAGAIN || errno == EINTR;
+  }
+
+  // Looks for the end of pages in what the filter has said so far.
+  void Follow(Result& result) {
+    if (reached_ == milestones_.size()) return;
+    const std::string done = "printImage: Image processing completed\n";
+    for (size_t at = result.messages.find(done, seen_); at != std::string::npos;
+         at = result.messages.find(done, seen_)) {
+      seen_ = at + done.size();
+      ++pages_;
+    }
+    const Milestone& next = milestones_[reached_];
+    if (sent_ < next.bytes || pages_ < next.pages) return;
+    result.residentKilobytes.push_back(ResidentKilobytes(child_));
+    ++reached_;
+  }
+
+ private:
+  size_t Allowed() const {
+    return reached_ < milestones_.size() ? milestones_[reached_].bytes : bytes_.size();
+  }
+
+  const std::vector<Milestone>& milestones_;  // the caller's, like the bytes
+  const std::string& bytes_;
+  pid_t child_;
+  size_t sent_ = 0;
+  size_t seen_ = 0;  // bytes of the messages that were searched
+  size_t pages_ = 0;
+  size_t reached_ = 0;
+};
+
 // Feeds and reads until the child has closed everything; false when the patience is over.
-bool Converse(Pipe& in, const std::string& bytes, Pipe& out, Pipe& err, Result& result,
+bool Converse(Pipe& in, Feed& feed, Pipe& out, Pipe& err, Result& result,
               std::chrono::seconds patience) {
   const auto end = std::chrono::steady_clock::now() + patience;
-  size_t sent = 0;
-  if (bytes.empty()) in.CloseWrite();
   while (out.ends[0] >= 0 || err.ends[0] >= 0) {
+    if (feed.Over()) in.CloseWrite();
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
         end - std::chrono::steady_clock::now());
     if (left.count() <= 0) return false;
-    pollfd fds[3] = {{out.ends[0], POLLIN, 0}, {err.ends[0], POLLIN, 0}, {in.ends[1], POLLOUT, 0}};
+    const int feedFd = feed.Wants() ? in.ends[1] : -1;
+    pollfd fds[3] = {{out.ends[0], POLLIN, 0}, {err.ends[0], POLLIN, 0}, {feedFd, POLLOUT, 0}};
     if (::poll(fds, 3, static_cast<int>(left.count())) < 0 && errno != EINTR) return false;
     if (fds[0].revents != 0 && !Drain(out.ends[0], result.output)) out.CloseRead();
     if (fds[1].revents != 0 && !Drain(err.ends[0], result.messages)) err.CloseRead();
-    if (fds[2].revents != 0) {
-      const ssize_t put = ::write(in.ends[1], bytes.data() + sent, bytes.size() - sent);
-      if (put > 0) sent += static_cast<size_t>(put);
-      if ((put < 0 && errno != EAGAIN && errno != EINTR) || sent == bytes.size()) in.CloseWrite();
-    }
+    if (fds[2].revents != 0 && !feed.Send(feedFd)) in.CloseWrite();
+    feed.Follow(result);
   }
   return true;
 }
@@ -146,6 +198,17 @@ std::map<std::string, std::string> ReadTree(const std::string& root) {
   return files;
 }
 
+fs::path Base(Sandbox::Where where) {
+  const fs::path memory = "/dev/shm";
+  constexpr uintmax_t kEnough = 100'000'000;  // bytes
+  if (where == Sandbox::Where::kMemory && ::access(memory.c_str(), W_OK | X_OK) == 0) {
+    std::error_code unknown;
+    const fs::space_info space = fs::space(memory, unknown);
+    if (!unknown && space.available >= kEnough) return memory;
+  }
+  return fs::current_path();
+}
+
 // After `end` at the latest the child is gone; returns its wait status.
 int WaitFor(pid_t child, bool kill) {
   int status = 0;
@@ -157,7 +220,7 @@ int WaitFor(pid_t child, bool kill) {
 
 }  // namespace
 
-Sandbox::Sandbox() : root_(fs::current_path() / "kestra-sandbox-XXXXXX") {
+Sandbox::Sandbox(Where where) : root_(Base(where) / "kestra-sandbox-XXXXXX") {
   if (::mkdtemp(root_.data()) == nullptr) throw std::runtime_error("cannot make " + root_);
   ::chmod(root_.c_str(), 0755);
   for (const char* name : {"tmp", "var", "var/spool", "var/spool/cups", "var/spool/cups/tmp"}) {
@@ -213,6 +276,7 @@ Result Sandbox::Start(const Run& run) {
     ::dup2(out.ends[1], 1);
     ::dup2(err.ends[1], 2);
     if (run.input == Input::kClosed) ::close(0);
+    if (run.listener == Listener::kClosed) ::close(1);
     Become(run, root_, report.ends[1]);
   }
   in.CloseRead();
@@ -222,7 +286,9 @@ Result Sandbox::Start(const Run& run) {
   ::fcntl(in.ends[1], F_SETFL, O_NONBLOCK);
   const std::string nothing;
   const std::string& bytes = run.input == Input::kBytes ? run.inputBytes : nothing;
-  const bool ended = Converse(in, bytes, out, err, result, run.patience);
+  if (run.listener == Listener::kGone) out.CloseRead();
+  Feed feed(run, bytes, child);
+  const bool ended = Converse(in, feed, out, err, result, run.patience);
   const int status = WaitFor(child, !ended);
   std::signal(SIGPIPE, formerHandler);
   while (Drain(report.ends[0], result.problem)) {

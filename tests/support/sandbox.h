@@ -14,6 +14,17 @@ namespace kestra::testing_support {
 
 enum class Input { kBytes, kDevNull, kClosed };
 
+// What stands behind the filter's standard output: a reader, nothing at all, or a pipe whose reader
+// has gone.
+enum class Listener { kReads, kClosed, kGone };
+
+// A moment at which the filter waits: it was given so many bytes of the stream and has finished so
+// many pages of them.
+struct Milestone {
+  size_t bytes;
+  size_t pages;
+};
+
 struct Run {
   // argv[1..]; argv[0] is queueName.
   std::vector<std::string> arguments = {"42", "user", "title", "1", ""};
@@ -22,7 +33,9 @@ struct Run {
   std::optional<std::string> printer = "label";  // value of PRINTER
   Input input = Input::kBytes;
   std::string inputBytes;
-  bool asNobody = false;    // as root: run as another user, who owns nothing in the tree
+  Listener listener = Listener::kReads;
+  std::vector<Milestone> milestones;  // in order; the filter's memory is measured at each
+  bool asNobody = false;              // as root: run as another user, who owns nothing in the tree
   long fileSizeLimit = -1;  // bytes; files cannot grow beyond it (like a full disk); -1 none
   bool tinyDisk = false;    // namespace only: 4096 bytes for the frames; its files are not seen
   std::chrono::seconds patience{60};
@@ -35,18 +48,25 @@ struct Result {
   std::string output;                        // standard output
   std::string messages;                      // standard error
   std::map<std::string, std::string> files;  // afterwards, path below the tree -> bytes
+  // Resident memory of its own (no program files) at each milestone, -1 where it is not known.
+  std::vector<long> residentKilobytes;
 };
 
 class Sandbox {
  public:
-  // The tree is made below the current directory, with tmp/ and var/spool/cups/tmp/.
-  Sandbox();
+  enum class Where { kCurrentDirectory, kMemory };
+  // The tree is made below the current directory, with tmp/ and var/spool/cups/tmp/; for jobs of
+  // thousands of files in memory, where the machine offers 100 MB of that.
+  explicit Sandbox(Where where = Where::kCurrentDirectory);
   ~Sandbox();
   Sandbox(const Sandbox&) = delete;
   Sandbox& operator=(const Sandbox&) = delete;
 
   // Runs the filter. A problem of the test itself (not of the filter) also fails the current test.
   Result Start(const Run& run);
+
+  // Where the tree is, for what has no function here (links, FIFOs).
+  const std::string& Root() const { return root_; }
 
   // Writes a file, directories included; `path` is below the tree ("tmp/x.ppd").
   void Write(const std::string& path, const std::string& bytes);

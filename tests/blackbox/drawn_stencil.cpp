@@ -1,0 +1,72 @@
+// Makes such pages and takes their frames apart again.
+// Why: rows of '#' and '.' show at a glance what a rule did.
+#include "tests/blackbox/drawn_stencil.h"
+
+#include <gtest/gtest.h>
+
+namespace kestra::blackbox {
+
+namespace ts = testing_support;
+
+ts::StreamPage DrawnPage(unsigned width, unsigned height, const Drawing& white) {
+  const std::string bytes = DrawnBytes(width, height, white);
+  ts::StreamPage page = {ts::MakeHeader(width, height, width), {bytes.begin(), bytes.end()}};
+  page.pixels.back() = 100;
+  return page;
+}
+
+std::string DrawnBytes(unsigned width, unsigned height, const Drawing& white) {
+  std::string bytes;
+  for (unsigned y = 0; y < height; ++y) {
+    for (unsigned x = 0; x < width; ++x) bytes += white(x, y) ? '\xFF' : '\0';
+  }
+  bytes.back() = '\0';
+  return bytes;
+}
+
+JobCase DrawnJob(int halftone, int barcode, unsigned width, unsigned height, const Drawing& white) {
+  JobCase job;
+  job.Halftone(halftone);
+  job.Barcode(barcode);
+  job.pages.push_back(DrawnPage(width, height, white));
+  return job;
+}
+
+std::vector<std::string> PrintDrawn(int halftone, int barcode, unsigned width, unsigned height,
+                                    const Drawing& white) {
+  const ts::Result result = ExpectAsPlain(DrawnJob(halftone, barcode, width, height, white));
+  // The debug image is written between the halftone and the barcode rules.
+  EXPECT_TRUE(Image(result, "dithered_#_1.bmp").substr(1078) == DrawnBytes(width, height, white))
+      << "the halftone did not hand the drawing on";
+  return FrameRows(OnlyFrame(result), width);
+}
+
+std::vector<std::string> DrawnRows(unsigned width, unsigned height, const Drawing& white) {
+  std::vector<std::string> rows(height, std::string(width, '.'));
+  for (unsigned y = 0; y < height; ++y) {
+    for (unsigned x = 0; x < width; ++x) {
+      if (white(x, y)) rows[y][x] = '#';
+    }
+  }
+  rows.back().back() = '.';
+  return rows;
+}
+
+std::vector<std::string> FrameRows(const std::string& frame, unsigned width) {
+  const auto byte = [&frame](size_t at) { return static_cast<unsigned char>(frame.at(at)); };
+  const size_t record = byte(18) + 256U * byte(19);
+  const size_t height = byte(20) + 256U * byte(21);
+  const size_t rowBytes = (width + 7) / 8;
+  std::vector<std::string> rows;
+  for (size_t y = 0; y < height; ++y) {
+    const size_t start = 22 + (y + 1) * record - rowBytes;
+    std::string row;
+    for (size_t x = 0; x < width; ++x) {
+      row += (byte(start + x / 8) >> (7 - x % 8) & 1) != 0 ? '#' : '.';
+    }
+    rows.push_back(row);
+  }
+  return rows;
+}
+
+}  // namespace kestra::blackbox

@@ -1,0 +1,112 @@
+// Pages of which no image can be made, before and after good ones, on both families of halftones.
+// Why: a classic page then has no image left, while the stencil of the page before is still there
+// and is printed once more, with its dots already packed into its first bytes.
+#include <gtest/gtest.h>
+
+#include "tests/blackbox/drawn_stencil.h"
+
+namespace kestra::blackbox {
+
+namespace ts = testing_support;
+
+namespace {
+
+ts::StreamPage BadPage(unsigned height = 4, unsigned dpi = 203) {
+  return {ts::MakeHeader(0, height, 16, dpi), ts::Noise(16, height, 1)};
+}
+
+JobCase Job(int halftone, const std::vector<ts::StreamPage>& pages) {
+  JobCase job;
+  job.Halftone(halftone);
+  job.stream = ts::RawStream(pages);
+  return job;
+}
+
+std::string FrameOfPage(const ts::Result& result, int page) {
+  const std::string name = "page_000" + std::to_string(page) + "_jobid_000042_0000.dat";
+  return result.files.at(std::string(ts::kData) + "/" + name);
+}
+
+// 16 x 2: all dots but the left half of the second row (and the last pixel).
+bool OneGap(unsigned x, unsigned y) { return x >= 8 || y == 0; }
+
+constexpr char kMissing[] = "ERROR:printImage: pimage is NULL, unable to print the image\n";
+
+}  // namespace
+
+class NoImage : public ::testing::TestWithParam<int> {};
+
+TEST_P(NoImage, PrintsTheStencilOfThePageBeforeFromItsPackedBlock) {
+  // The good page's block: 16 x FF | 8 x 00 7 x FF 00; its dots FF FF | 00 FE lie over the first
+  // four bytes then: FF FF 00 FE 12 x FF | 8 x 00 7 x FF 00. Packed again, any byte but 0 a dot:
+  // 1101 1111 = DF, FF | 00, FE. The label block says 0 dots width and the bad page's 4 rows;
+  // records are as long as 16 dots ask for, and there are 2 rows.
+  const ts::Result result = ExpectAsPlain(Job(GetParam(), {DrawnPage(16, 2, OneGap), BadPage()}));
+  EXPECT_EQ(Image(result, "dithered_#_1.bmp").substr(1078), DrawnBytes(16, 2, OneGap));
+  EXPECT_EQ(Image(result, "dithered_#_3.bmp").substr(1078),
+            Hex("FF FF 00 FE") + std::string(12, '\xFF') + std::string(8, '\0') +
+                std::string(7, '\xFF') + std::string(1, '\0'));
+  const std::string margin(50, '\0');
+  EXPECT_EQ(FrameOfPage(result, 1).substr(22),
+            Hex("10 00") + margin + Hex("FF FF") + Hex("07 00") + margin + Hex("00 FE"));
+  EXPECT_EQ(FrameOfPage(result, 2),
+            Hex("53 49 5A 01 00 00 04 00 0F 00 00 00 02 00 1D 76 30 00 36 00 02 00") +
+                Hex("0F 00") + margin + Hex("DF FF") + Hex("07 00") + margin + Hex("00 FE"));
+  EXPECT_EQ(result.status, 0);
+}
+
+TEST_P(NoImage, TakesMarginAndLabelFromTheBadPage) {
+  // 300 dpi: 1200 printable dots, margin ((1200 - 16) / 2 + 7) / 8 = 74.9 -> 74, record 78 = 4E;
+  // 2 mm gap = 23.6 -> 23; 5 rows.
+  const ts::Result result =
+      ExpectAsPlain(Job(GetParam(), {DrawnPage(16, 2, OneGap), BadPage(5, 300)}));
+  EXPECT_EQ(FrameOfPage(result, 2).substr(0, 22),
+            Hex("53 49 5A 01 00 00 05 00 17 00 00 00 02 00 1D 76 30 00 4E 00 02 00"));
+}
+
+TEST_P(NoImage, PrintsNothingBeforeTheFirstGoodPage) {
+  const ts::Result result =
+      ExpectAsPlain(Job(GetParam(), {BadPage(), BadPage(), DrawnPage(16, 2, OneGap)}));
+  // Two original images, then the pair of the good page: the missing images count nothing.
+  Image(result, "origin_#_0.bmp");
+  Image(result, "origin_#_1.bmp");
+  Image(result, "origin_#_2.bmp");
+  EXPECT_EQ(Image(result, "dithered_#_3.bmp").substr(1078), DrawnBytes(16, 2, OneGap));
+  EXPECT_EQ(FrameOfPage(result, 1).substr(12, 2), Hex("01 00"));
+  EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), Hex("02 00"));
+  const size_t first = result.messages.find(kMissing);
+  ASSERT_NE(first, std::string::npos);
+  EXPECT_NE(result.messages.find(kMissing, first + 1), std::string::npos);
+}
+
+TEST_P(NoImage, ComesBackAfterEveryMixOfGoodAndBadPages) {
+  for (const int barcode : {0, 1, 2}) {
+    for (const bool negative : {false, true}) {
+      SCOPED_TRACE(barcode + (negative ? 10 : 0));
+      const auto good = [](unsigned width, unsigned height, const char* picture) {
+        return ts::StreamPage{ts::MakeHeader(width, height, width),
+                              ts::MakePicture(picture, width, height)};
+      };
+      JobCase job = Job(GetParam(), {BadPage(), good(50, 23, "photo"), BadPage(1), BadPage(30, 300),
+                                     good(813, 20, "bars"), BadPage(), BadPage(), BadPage(),
+                                     good(5, 3, "noise"), BadPage(2), good(16, 16, "text")});
+      job.Barcode(barcode);
+      if (negative) job.Negative();
+      ExpectAsPlain(job);
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Stencil, NoImage, ::testing::Values(8, 9),
+                         [](const auto& each) { return HalftoneName(each.param); });
+
+TEST(NoImageClassic, HasNothingLeftToPrint) {
+  for (int halftone = 0; halftone < 8; ++halftone) {
+    const ts::StreamPage good = {ts::MakeHeader(16, 4, 16), ts::Noise(16, 4, 2)};
+    const ts::Result result = ExpectAsPlain(Job(halftone, {good, BadPage(), good}));
+    EXPECT_NE(result.messages.find(kMissing), std::string::npos);
+    EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), Hex("03 00"));
+  }
+}
+
+}  // namespace kestra::blackbox

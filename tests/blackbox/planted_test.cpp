@@ -1,0 +1,179 @@
+// Links, FIFOs and folders planted where the filter writes, and a printer that does not listen.
+// Why: the filter's folders are shared and its names are known; a job must neither hang on them nor
+// change what they point to, and its frames must reach the spool all the same.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <ctime>
+#include <filesystem>
+
+#include "tests/blackbox/job_case.h"
+#include "tests/plain/page_log.h"
+
+namespace kestra::blackbox {
+
+namespace fs = std::filesystem;
+namespace ts = testing_support;
+
+namespace {
+
+constexpr char kVictim[] = "tmp/victim";
+constexpr char kVictimBytes[] = "somebody's data";
+
+JobCase OnePage() {
+  JobCase job;
+  job.Halftone(8);
+  job.AddPage(64, 20, "photo");
+  return job;
+}
+
+// The ways to plant something at `path`; each leads to the victim where it can.
+enum class Plant { kLink, kDanglingLink, kHardLink, kFifo, kFolder };
+constexpr Plant kPlants[] = {Plant::kLink, Plant::kDanglingLink, Plant::kHardLink, Plant::kFifo,
+                             Plant::kFolder};
+
+void Put(ts::Sandbox& box, Plant plant, const std::string& path) {
+  const fs::path full = fs::path(box.Root()) / path;
+  // In the filter's eyes the tree is elsewhere, so links are relative.
+  const fs::path up = fs::path(box.Root()).lexically_relative(full.parent_path());
+  switch (plant) {
+    case Plant::kLink:
+      fs::create_symlink(up / kVictim, full);
+      break;
+    case Plant::kDanglingLink:
+      fs::create_symlink(up / "tmp/made", full);
+      break;
+    case Plant::kHardLink:
+      fs::create_hard_link(fs::path(box.Root()) / kVictim, full);
+      break;
+    case Plant::kFifo:
+      ASSERT_EQ(::mkfifo(full.c_str(), 0666), 0);
+      break;
+    case Plant::kFolder:
+      fs::create_directory(full);
+      break;
+  }
+}
+
+// Every name that an image of the next half minute can have.
+std::vector<std::string> ImageNames() {
+  std::vector<std::string> names;
+  const std::time_t now = std::time(nullptr);
+  for (std::time_t at = now; at < now + 30; ++at) {
+    std::tm t = {};
+    ::gmtime_r(&at, &t);
+    int number = 0;
+    for (const char* kind : {"origin", "dithered"}) {
+      names.push_back(std::string(ts::kSpool) + "/" +
+                      plain::Format("%s_%d-%d-%d_%d_%d_%d_%d.bmp", kind, t.tm_year + 1900,
+                                    t.tm_mon + 1, t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec,
+                                    number++));
+    }
+  }
+  return names;
+}
+
+// The frame and the setting command leave as ever, and nothing came to the victim's place.
+void ExpectFrameAndVictim(const JobCase& job, const ts::Result& result) {
+  const plain::Outcome expected = Predict(job);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, std::string(expected.output.begin(), expected.output.end()));
+  const plain::Bytes& frame = expected.frames.begin()->second;
+  EXPECT_EQ(OnlyFrame(result), std::string(frame.begin(), frame.end()));
+  EXPECT_EQ(result.files.at(kVictim), kVictimBytes);
+  EXPECT_EQ(result.files.count("tmp/made"), 0U);
+}
+
+}  // namespace
+
+TEST(Planted, NothingAtTheSideFilesNameIsFollowedOrWaitedFor) {
+  for (const Plant plant : kPlants) {
+    SCOPED_TRACE(static_cast<int>(plant));
+    JobCase job = OnePage();
+    job.prepare = [plant](ts::Sandbox& box) {
+      box.Write(kVictim, kVictimBytes);
+      Put(box, plant, "tmp/xxxxx.log");
+    };
+    const ts::Result result = RunFilter(job);
+    ExpectFrameAndVictim(job, result);
+    for (const auto& [name, bytes] : result.files) {
+      EXPECT_EQ(bytes.find("cupsWidth"), std::string::npos) << name;
+    }
+  }
+}
+
+TEST(Planted, NothingAtTheNameOfADebugImageIsFollowedOrWaitedFor) {
+  for (const Plant plant : kPlants) {
+    SCOPED_TRACE(static_cast<int>(plant));
+    JobCase job = OnePage();
+    job.prepare = [plant](ts::Sandbox& box) {
+      box.Write(kVictim, kVictimBytes);
+      for (const auto& name : ImageNames()) Put(box, plant, name);
+    };
+    const ts::Result result = RunFilter(job);
+    ExpectFrameAndVictim(job, result);
+    const std::string complaint = "WrenPrinter::saveImage: unable to open the file ";
+    const size_t first = result.messages.find(complaint);
+    ASSERT_NE(first, std::string::npos);
+    EXPECT_NE(result.messages.find(complaint, first + 1), std::string::npos);
+    for (const auto& [name, bytes] : result.files) {
+      EXPECT_NE(bytes.substr(0, 2), "BM") << name;
+    }
+  }
+}
+
+TEST(Planted, NoPageIsStoredThroughALinkInPlaceOfTheDataFolder) {
+  JobCase job = OnePage();
+  job.prepare = [](ts::Sandbox& box) {
+    fs::create_directory(fs::path(box.Root()) / "tmp/elsewhere");
+    // From var/spool/cups/tmp four folders up to the tree's root.
+    fs::create_symlink("../../../../tmp/elsewhere", fs::path(box.Root()) / ts::kData);
+  };
+  const ts::Result result = RunFilter(job);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output.size(), 7U);
+  for (const auto& [name, bytes] : result.files) {
+    EXPECT_EQ(name.find("elsewhere/"), std::string::npos) << name;
+    EXPECT_EQ(name.find(".dat"), std::string::npos) << name;
+  }
+}
+
+TEST(Planted, ACounterThatIsALinkOrAFifoIsNeitherReadNorWaitedForAndIsReplaced) {
+  for (const Plant plant : {Plant::kLink, Plant::kDanglingLink, Plant::kFifo}) {
+    SCOPED_TRACE(static_cast<int>(plant));
+    JobCase job = OnePage();
+    job.place.dataDirectoryThere = true;
+    job.prepare = [plant](ts::Sandbox& box) {
+      box.Write(kVictim, kVictimBytes);
+      fs::create_directories(fs::path(box.Root()) / ts::kData);
+      Put(box, plant, std::string(ts::kData) + "/label.pgc");
+    };
+    const ts::Result result = RunFilter(job);
+    ExpectFrameAndVictim(job, result);  // page number 1: nothing was read
+    EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), std::string("\x02\0", 2));
+  }
+}
+
+TEST(Listener, PagesReachTheSpoolWithStandardOutputClosed) {
+  for (const bool fileArgument : {false, true}) {
+    JobCase job = OnePage();
+    job.AddPage(64, 20, "text");
+    job.listener = ts::Listener::kClosed;
+    job.fileArgument = fileArgument;
+    const ts::Result result = ExpectAsPlain(job);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.status, 0);
+  }
+}
+
+TEST(Listener, PagesReachTheSpoolWhenThePrinterHasGone) {
+  JobCase job = OnePage();
+  for (int i = 0; i < 20; ++i) job.AddPage(64, 20, "text");
+  job.listener = ts::Listener::kGone;
+  const ts::Result result = ExpectAsPlain(job);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.signal, 0);
+}
+
+}  // namespace kestra::blackbox

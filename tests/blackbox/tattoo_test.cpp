@@ -1,0 +1,211 @@
+// The two stencil halftones through the whole filter: tone, mirror, negative, barcode choice,
+// sizes, lines with gaps. Why: a stencil is copied onto skin; each dot must be the one the rules
+// give.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/blackbox/job_case.h"
+
+namespace kestra::blackbox {
+
+namespace ts = testing_support;
+
+class Tattoo : public ::testing::TestWithParam<int> {
+ protected:
+  static JobCase Job() {
+    JobCase job;
+    job.Halftone(GetParam());
+    return job;
+  }
+  // A page of the given bytes, line by line.
+  static void Add(JobCase& job, unsigned width, unsigned height, const ts::Pixels& pixels) {
+    const auto line = static_cast<unsigned>(pixels.size() / height);
+    job.pages.push_back({ts::MakeHeader(width, height, line), pixels});
+  }
+};
+
+TEST_P(Tattoo, PrintsEveryPictureAsThePlainVersionDoes) {
+  JobCase job = Job();
+  for (const char* picture : {"gradient", "photo", "bars", "text", "noise", "runs"}) {
+    job.AddPage(120, 67, picture);
+  }
+  ExpectAsPlain(job);
+}
+
+TEST_P(Tattoo, PrintsEveryToneMirrorNegativeAndBarcodeChoice) {
+  for (const int brightness : {-100, -20, -1, 0, 1, 20, 100}) {
+    for (int flags = 0; flags < 12; ++flags) {
+      SCOPED_TRACE(std::to_string(brightness) + " " + std::to_string(flags));
+      JobCase job = Job();
+      job.Brightness(brightness);
+      if (flags % 2 != 0) job.Mirror();
+      if (flags / 2 % 2 != 0) job.Negative();
+      job.Barcode(flags / 4);
+      job.AddPage(50, 23, "photo");
+      job.AddPage(53, 17, "bars", 57);
+      ExpectAsPlain(job);
+    }
+  }
+}
+
+TEST_P(Tattoo, PrintsPagesOfEverySmallSize) {
+  const unsigned sizes[] = {1, 2, 3, 4, 5, 7, 8, 9, 12, 15, 16, 17, 31, 33};
+  JobCase job = Job();
+  for (const unsigned width : sizes) job.AddPage(width, 11, "noise");
+  for (const unsigned height : sizes) job.AddPage(20, height, "photo");
+  job.AddPage(1, 200, "gradient");
+  job.AddPage(811, 1, "gradient");
+  job.AddPage(1, 1, "solid");
+  ExpectAsPlain(job);
+}
+
+TEST_P(Tattoo, PrintsLongAndWidePages) {
+  JobCase job = Job();
+  job.AddPage(812, 160, "photo");
+  job.AddPage(812, 40, "text");
+  job.AddPage(8, 2000, "blank");
+  job.AddPage(8, 2000, "solid");
+  ExpectAsPlain(job);
+}
+
+TEST_P(Tattoo, PrintsUniformPagesOfEveryLevel) {
+  JobCase job = Job();
+  for (int level = 0; level < 256; ++level) Add(job, 16, 5, ts::Uniform(16, 5, level));
+  ExpectAsPlain(job);
+}
+
+TEST_P(Tattoo, PrintsNearlyUniformPages) {
+  // One pixel differs by one level or by a lot: the page's moments then nearly cancel.
+  JobCase job = Job();
+  for (const int level : {0, 1, 2, 63, 64, 65, 127, 128, 200, 254, 255}) {
+    for (const int other : {0, level - 1, level + 1, 255}) {
+      ts::Pixels pixels = ts::Uniform(24, 9, level);
+      pixels[4 * 24 + 11] = static_cast<uint8_t>(std::min(std::max(other, 0), 255));
+      Add(job, 24, 9, pixels);
+    }
+  }
+  ExpectAsPlain(job);
+}
+
+TEST_P(Tattoo, PrintsPagesOfTwoLevelsInEveryShare) {
+  JobCase job = Job();
+  for (size_t dark = 1; dark < 128; dark += 7) {
+    ts::Pixels pixels = ts::Uniform(16, 8, 255);
+    for (size_t i = 0; i < dark; ++i) pixels[i * 37 % 128] = 0;
+    Add(job, 16, 8, pixels);
+  }
+  ExpectAsPlain(job);
+}
+
+TEST_P(Tattoo, PrintsADotOnAPageOfOneBlankDot) {
+  // A page of one level has threshold -1, and 0 lies above it: the only pixel becomes 255.
+  JobCase job = Job();
+  Add(job, 1, 1, {0});
+  EXPECT_EQ(OnlyFrame(ExpectAsPlain(job)).back(), '\x80');
+}
+
+TEST_P(Tattoo, PrintsASolidPageSolid) {
+  // 255 > -1 leaves an error of 0 everywhere.
+  JobCase job = Job();
+  Add(job, 16, 3, ts::Uniform(16, 3, 255));
+  const std::string frame = OnlyFrame(ExpectAsPlain(job));
+  for (size_t y = 0; y < 3; ++y) EXPECT_EQ(frame.substr(22 + y * 54 + 52, 2), Hex("FF FF"));
+}
+
+TEST_P(Tattoo, PrintsStrayDotsOnABlankPage) {
+  // The first pixel of a blank page is a dot as above; what it owes (255) keeps the next ones
+  // blank.
+  JobCase job = Job();
+  Add(job, 8, 1, ts::Uniform(8, 1, 0));
+  EXPECT_EQ(OnlyFrame(ExpectAsPlain(job)).back() & '\xC0', '\x80' & '\xC0');
+}
+
+TEST_P(Tattoo, ReadsLinesWithGapsAsIfThereWereNone) {
+  // Two lines of 6 bytes, width 4. The page is laid out a b c d . . e f g h . . with gaps of 0 and
+  // read as lines of 4: "abcd" and "..ef". So it prints like a page of those lines.
+  JobCase gaps = Job();
+  Add(gaps, 4, 2, {10, 90, 170, 250, 77, 77, 60, 220, 140, 30, 77, 77});
+  JobCase skewed = Job();
+  Add(skewed, 4, 2, {10, 90, 170, 250, 0, 0, 60, 220});
+  const ts::Result first = ExpectAsPlain(gaps);
+  const ts::Result second = ExpectAsPlain(skewed);
+  EXPECT_EQ(OnlyFrame(first), OnlyFrame(second));
+  EXPECT_EQ(Image(first, "dithered_#_1.bmp"), Image(second, "dithered_#_1.bmp"));
+}
+
+TEST_P(Tattoo, MirrorsBeforeTheGapsComeIn) {
+  JobCase gaps = Job();
+  gaps.Mirror();
+  Add(gaps, 4, 2, {10, 90, 170, 250, 77, 77, 60, 220, 140, 30, 77, 77});
+  JobCase skewed = Job();
+  Add(skewed, 4, 2, {250, 170, 90, 10, 0, 0, 30, 140});
+  EXPECT_EQ(OnlyFrame(ExpectAsPlain(gaps)), OnlyFrame(ExpectAsPlain(skewed)));
+}
+
+TEST_P(Tattoo, PrintsManyPagesWithGapsOfAnyLength) {
+  for (const bool negative : {false, true}) {
+    JobCase job = Job();
+    if (negative) job.Negative();
+    for (const unsigned width : {1U, 3U, 5U, 8U, 17U, 40U}) {
+      for (const unsigned gap : {1U, 2U, 3U, 4U, 9U, 100U}) {
+        job.AddPage(width, 1 + gap % 13, "photo", width + gap);
+      }
+    }
+    ExpectAsPlain(job);
+  }
+}
+
+TEST_P(Tattoo, ComplementsTheNegativePageWithItsPadding) {
+  // Width 5, solid: 255 becomes 0, the padding 0 becomes 255 and is read as a dot in later rows:
+  // 0 0 0 0 0 F F F 0 0 in lines of 5 is 00000 and FFF00 = 00 and E0.
+  JobCase job = Job();
+  job.Negative();
+  Add(job, 5, 2, ts::Uniform(5, 2, 255));
+  const ts::Result result = ExpectAsPlain(job);
+  EXPECT_EQ(Image(result, "dithered_#_1.bmp").substr(1078), Hex("00 00 00 00 00 FF FF FF 00 00"));
+  EXPECT_EQ(OnlyFrame(result).back(), '\xE0');
+}
+
+TEST_P(Tattoo, PrintsThroughATooNarrowHeadAndOnEveryPaper) {
+  // 30 points are 84.6 dots at 203 dpi: the margin of 160 dots is (-75.4 / 2 + 7) / 8 = -3.8 -> -3.
+  for (const char* points : {"30", "40", "57", "0", "2000"}) {
+    for (const char* paper : {"LabelGaps", "LabelMark", "Continue"}) {
+      SCOPED_TRACE(std::string(points) + " " + paper);
+      JobCase job = Job();
+      job.ppd.SetMaxMediaWidth(points);
+      job.settings.maxMediaPoints = std::stod(points);
+      job.Choose("PaperType", paper);
+      job.settings.paperType = paper;
+      job.AddPage(160, 12, "photo");
+      job.AddPage(163, 9, "text", 164, 300);
+      ExpectAsPlain(job);
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Stencil, Tattoo, ::testing::Values(8, 9),
+                         [](const auto& each) { return HalftoneName(each.param); });
+
+TEST(TattooNames, BothTypesGiveDifferentDots) {
+  std::vector<std::string> frames;
+  for (const int halftone : {0, 8, 9}) {
+    JobCase job;
+    job.Halftone(halftone);
+    job.AddPage(64, 48, "photo");
+    frames.push_back(OnlyFrame(ExpectAsPlain(job)));
+  }
+  EXPECT_NE(frames[0], frames[1]);
+  EXPECT_NE(frames[0], frames[2]);
+  EXPECT_NE(frames[1], frames[2]);
+}
+
+TEST(TattooNames, TheChoiceIsFoundWithoutRegardToCase) {
+  JobCase job;
+  job.options = "HalftoneType=tattoo";
+  job.settings.halftone = 8;
+  job.AddPage(32, 8, "photo");
+  ExpectAsPlain(job);
+}
+
+}  // namespace kestra::blackbox

@@ -1,0 +1,168 @@
+// Draws the jobs from short lists of choices with a fixed sequence of numbers.
+// Why: the halftone and its switches run through all their combinations, everything else is mixed
+// in so that no two of them always meet.
+#include "tests/digests/combinations.h"
+
+#include <cstddef>
+
+namespace kestra::digests {
+
+namespace {
+
+namespace ts = testing_support;
+
+using blackbox::JobCase;
+
+class Sequence {
+ public:
+  size_t Below(size_t count) {
+    state_ = state_ * 1664525U + 1013904223U;
+    return (state_ >> 16U) % count;
+  }
+  template <typename T, size_t kCount>
+  const T& Pick(const T (&list)[kCount]) {
+    return list[Below(kCount)];
+  }
+
+ private:
+  unsigned state_ = 2026;
+};
+
+struct Size {
+  unsigned width;
+  unsigned height;
+};
+
+constexpr Size kSmall[] = {{1, 1},  {1, 40},  {40, 1},  {2, 3},   {3, 7},   {4, 8},
+                           {5, 9},  {7, 16},  {8, 17},  {9, 31},  {15, 15}, {16, 33},
+                           {31, 2}, {33, 12}, {64, 48}, {53, 20}, {97, 13}, {120, 24}};
+constexpr Size kLarge[] = {{330, 20}, {400, 17}, {401, 30}, {700, 12},
+                           {799, 24}, {811, 10}, {812, 40}};
+constexpr unsigned kGaps[] = {0, 0, 0, 1, 2, 3, 4, 29};
+constexpr unsigned kDpi[] = {203, 203, 300};
+constexpr const char* kPictures[] = {"gradient", "photo", "bars",  "text",
+                                     "noise",    "runs",  "blank", "solid"};
+constexpr int kBrightness[] = {0, 0, 0, -100, -20, -1, 1, 20, 100};
+constexpr const char* kPaper[] = {"LabelGaps", "LabelMark", "Continue"};
+// Points; the small ones are narrower than most pages.
+constexpr const char* kHead[] = {"288", "288", "288", "30", "57", "120", "0", "595"};
+constexpr const char* kCounter[] = {"", "", "07 00", "28 23", "FF FF"};
+
+void AddPage(Combination& one, Sequence& sequence, const Size& size) {
+  const unsigned line = size.width + sequence.Pick(kGaps);
+  const std::string picture = sequence.Pick(kPictures);
+  const unsigned dpi = sequence.Pick(kDpi);
+  const bool inverted = picture == "runs" && sequence.Below(2) == 1;
+  one.job.AddPage(size.width, size.height, picture, line, dpi);
+  if (inverted) {
+    for (auto& pixel : one.job.pages.back().pixels) pixel = static_cast<uint8_t>(255 - pixel);
+  }
+  one.name += " " + std::string(inverted ? "inverted-" : "") + picture + "-" +
+              std::to_string(size.width) + "x" + std::to_string(size.height) + "-line" +
+              std::to_string(line) + "-" + std::to_string(dpi) + "dpi";
+}
+
+void AddBadPage(Combination& one) {
+  one.job.pages.push_back({ts::MakeHeader(0, 4, 16), ts::Noise(16, 4, 1)});
+  one.name += " no-columns";
+}
+
+// index: 0..159 choose halftone, mirror, negative and barcode choice.
+Combination Draw(size_t index, Sequence& sequence) {
+  Combination one;
+  const int halftone = static_cast<int>(index % 10);
+  const bool mirror = index / 10 % 2 != 0;
+  const bool negative = index / 20 % 2 != 0;
+  const int barcode = static_cast<int>(index / 40 % 4);
+  one.job.Halftone(halftone);
+  one.name = blackbox::HalftoneName(halftone);
+  if (mirror) one.job.Mirror();
+  if (mirror) one.name += " mirror";
+  if (negative) one.job.Negative();
+  if (negative) one.name += " negative";
+  one.job.Barcode(barcode);
+  one.name += " barcode" + std::to_string(barcode);
+
+  const int brightness = sequence.Pick(kBrightness);
+  one.job.Brightness(brightness);
+  one.name += " brightness" + std::to_string(brightness);
+  const std::string paper = sequence.Pick(kPaper);
+  one.job.Choose("PaperType", paper);
+  one.job.settings.paperType = paper;
+  one.name += " " + paper;
+  const std::string head = sequence.Pick(kHead);
+  one.job.ppd.SetMaxMediaWidth(head);
+  one.job.settings.maxMediaPoints = std::stod(head);
+  one.name += " head" + head + "pt";
+  const std::string counter = sequence.Pick(kCounter);
+  if (!counter.empty()) {
+    one.job.marker = blackbox::Hex(counter);
+    one.name += " counter " + counter;
+  }
+  one.name += " |";
+  return one;
+}
+
+// White stretches (two of them long, one for the last pixel to stand in), crossed by lines of one
+// to four rows: dashes and both barcode choices act on it. Its one grey pixel makes the stencil
+// halftones hand it on as it is.
+ts::Pixels Stretches(unsigned width, unsigned height) {
+  ts::Pixels pixels;
+  for (unsigned y = 0; y < height; ++y) {
+    const bool line = y % 12 >= 8 && y % 12 <= 8 + y / 12 % 4;
+    for (unsigned x = 0; x < width; ++x) {
+      const bool stretch = x < 330 || (x >= 400 && x < 450) || x >= width - 20;
+      pixels.push_back(stretch && (!line || x >= width - 20) ? 255 : 0);
+    }
+  }
+  pixels.back() = 100;
+  return pixels;
+}
+
+}  // namespace
+
+std::vector<Combination> AllCombinations() {
+  std::vector<Combination> all;
+  Sequence sequence;
+  // Twice all switches with a few pages each, the second time with a page as wide as barcodes need.
+  for (size_t index = 0; index < 320; ++index) {
+    Combination one = Draw(index % 160, sequence);
+    if (index >= 160) AddPage(one, sequence, sequence.Pick(kLarge));
+    const size_t more = 1 + sequence.Below(3);
+    for (size_t i = 0; i < more; ++i) {
+      if (sequence.Below(8) == 0) AddBadPage(one);
+      AddPage(one, sequence, sequence.Pick(kSmall));
+    }
+    if (sequence.Below(8) == 0) AddBadPage(one);
+    one.job.stream = ts::RawStream(one.job.pages);
+    all.push_back(one);
+  }
+  // Pages as wide as the head of a 300 dpi printer, long enough for every rule.
+  for (int halftone = 0; halftone < 10; ++halftone) {
+    for (const char* picture : {"photo", "text"}) {
+      Combination one;
+      one.job.Halftone(halftone);
+      one.name = blackbox::HalftoneName(halftone) + " | " + picture + "-1200x64-line1200-300dpi";
+      one.job.AddPage(1200, 64, picture, 1200, 300);
+      one.job.stream = ts::RawStream(one.job.pages);
+      all.push_back(one);
+    }
+  }
+  // Pages on which every barcode rule changes dots.
+  for (const int halftone : {8, 9}) {
+    for (const int barcode : {1, 2}) {
+      for (const unsigned width : {897U, 900U}) {
+        Combination one;
+        one.job.Halftone(halftone);
+        one.job.Barcode(barcode);
+        one.job.stream = ts::RawStream({{ts::MakeHeader(width, 60, width), Stretches(width, 60)}});
+        one.name = blackbox::HalftoneName(halftone) + " barcode" + std::to_string(barcode) +
+                   " | stretches-" + std::to_string(width) + "x60";
+        all.push_back(one);
+      }
+    }
+  }
+  return all;
+}
+
+}  // namespace kestra::digests

@@ -1,0 +1,149 @@
+// Holds the filter and the plain version against the committed list of digests.
+// Why: the same page must give the same dots with every compiler, optimisation and machine.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <set>
+
+#include "tests/digests/combinations.h"
+#include "tests/digests/digest.h"
+#include "tests/digests/digest_list.h"
+
+namespace kestra::digests {
+
+namespace {
+
+constexpr size_t kSlices = 12;
+
+const std::vector<Entry>& List() {
+  static const std::vector<Entry> kList = ReadList(KESTRA_DIGEST_LIST);
+  return kList;
+}
+
+const std::vector<Combination>& Combinations() {
+  static const std::vector<Combination> kAll = AllCombinations();
+  return kAll;
+}
+
+}  // namespace
+
+class Digests : public ::testing::TestWithParam<size_t> {};
+
+TEST_P(Digests, OfTheFilterAreThoseOfTheList) {
+  ASSERT_EQ(List().size(), Combinations().size());
+  size_t done = 0;
+  for (size_t i = GetParam(); i < List().size(); i += kSlices) {
+    const testing_support::Result result = blackbox::RunFilter(Combinations()[i].job);
+    EXPECT_EQ(result.signal, 0);
+    EXPECT_EQ(DigestOf(result), List()[i].digest) << List()[i].name << "\n" << result.messages;
+    ++done;
+  }
+  EXPECT_GE(done, List().size() / kSlices);
+}
+
+INSTANTIATE_TEST_SUITE_P(Slice, Digests, ::testing::Range(size_t{0}, kSlices));
+
+TEST(DigestList, IsWhatThePlainVersionGives) {
+  ASSERT_EQ(List().size(), Combinations().size());
+  for (size_t i = 0; i < List().size(); ++i) {
+    EXPECT_EQ(List()[i].name, Combinations()[i].name);
+    EXPECT_EQ(List()[i].digest, DigestOf(blackbox::Predict(Combinations()[i].job)))
+        << List()[i].name;
+  }
+}
+
+TEST(DigestList, HasAtLeastTwoHundredDifferentEntries) {
+  std::set<std::string> names;
+  std::set<std::string> digests;
+  for (const Entry& entry : List()) {
+    names.insert(entry.name);
+    digests.insert(entry.digest);
+  }
+  EXPECT_GE(digests.size(), 200U);
+  EXPECT_EQ(names.size(), List().size()) << "two combinations are the same";
+}
+
+TEST(DigestList, TouchesEveryHalftoneAndSwitch) {
+  for (const char* word : {"None ",       "FloydSteinberg ",  "Ordered ",
+                           "Burkes ",     "Stucki ",          "JarvisJudiceNinke ",
+                           "Sierra ",     "StevensonArce ",   "Tattoo ",
+                           "Tattoo_V7 ",  " mirror ",         " negative ",
+                           " barcode0 ",  " barcode1 ",       " barcode2 ",
+                           " barcode3 ",  " brightness-100 ", " brightness100 ",
+                           " LabelMark ", " Continue ",       " head30pt ",
+                           " no-columns", " counter "}) {
+    const auto has = [word](const Entry& e) { return e.name.find(word) != std::string::npos; };
+    EXPECT_GE(std::count_if(List().begin(), List().end(), has), 5) << word;
+  }
+}
+
+TEST(Digest, IsTheKnownFunction) {
+  // Values published with the function by its authors.
+  EXPECT_EQ(Fnv1a(""), 0xCBF29CE484222325ULL);
+  EXPECT_EQ(Fnv1a("a"), 0xAF63DC4C8601EC8CULL);
+  EXPECT_EQ(Fnv1a("foobar"), 0x85944171F73967E8ULL);
+  EXPECT_EQ(Fnv1a("bar", Fnv1a("foo")), Fnv1a("foobar"));
+}
+
+TEST(Digest, PutsTheLengthBeforeEachPiece) {
+  Digest digest;
+  EXPECT_EQ(digest.Text(), "cbf29ce484222325");
+  Digest other;
+  digest.Add("ab");
+  digest.Add("c");
+  other.Add("a");
+  other.Add("bc");
+  EXPECT_NE(digest.Text(), other.Text());
+}
+
+TEST(Digest, SeesEveryPartOfAJob) {
+  plain::Outcome outcome;
+  outcome.status = 0;
+  outcome.output = {1, 2};
+  outcome.frames["page"] = {3};
+  outcome.markerName = "label.pgc";
+  outcome.marker = plain::Bytes{4, 0};
+  outcome.debugImages = {{"origin_#_0.bmp", {5}}, {"dithered_#_1.bmp", {6}}};
+  outcome.sideFile = "7";
+  std::set<std::string> different = {DigestOf(outcome)};
+  const auto changed = [&different, &outcome](const std::function<void(plain::Outcome&)>& change) {
+    plain::Outcome other = outcome;
+    change(other);
+    different.insert(DigestOf(other));
+  };
+  changed([](plain::Outcome& o) { o.status = 1; });
+  changed([](plain::Outcome& o) { o.output = {1}; });
+  changed([](plain::Outcome& o) { o.frames["page"] = {4}; });
+  changed([](plain::Outcome& o) { o.frames = {{"page2", {3}}}; });
+  changed([](plain::Outcome& o) { o.marker.reset(); });
+  changed([](plain::Outcome& o) { o.marker = plain::Bytes{5, 0}; });
+  changed([](plain::Outcome& o) { o.debugImages.pop_back(); });
+  changed([](plain::Outcome& o) { std::swap(o.debugImages[0].bytes, o.debugImages[1].bytes); });
+  changed([](plain::Outcome& o) { o.sideFile.reset(); });
+  changed([](plain::Outcome& o) { o.sideFile = "8"; });
+  EXPECT_EQ(different.size(), 11U);
+}
+
+TEST(Digest, IsTheSameForAPredictedAndARealOutcome) {
+  plain::Outcome predicted;
+  predicted.status = 0;
+  predicted.output = {'c'};
+  predicted.frames["page_0001_jobid_000042_0000.dat"] = {'f'};
+  predicted.markerName = "label.pgc";
+  predicted.marker = plain::Bytes{'m', 'm'};
+  predicted.debugImages = {{"origin_#_0.bmp", {'o'}}, {"dithered_#_10.bmp", {'d'}}};
+  predicted.sideFile = "s";
+  testing_support::Result real;
+  real.status = 0;
+  real.output = "c";
+  real.files = {{"tmp/test.ppd", "not counted"},
+                {"tmp/xxxxx.log", "s"},
+                {"var/spool/cups/tmp/dithered_2026-1-2_3_4_5_10.bmp", "d"},
+                {"var/spool/cups/tmp/origin_2026-1-2_3_4_5_0.bmp", "o"},
+                {"var/spool/cups/tmp/kcv6data/label.pgc", "mm"},
+                {"var/spool/cups/tmp/kcv6data/page_0001_jobid_000042_0000.dat", "f"}};
+  EXPECT_EQ(DigestOf(real), DigestOf(predicted));
+}
+
+}  // namespace kestra::digests

@@ -1,0 +1,81 @@
+// Finishes a page with the halftone that the settings ask for.
+// Why: only here the two families of halftones are told apart.
+#include "tests/plain/finished_page.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "tests/plain/halftone.h"
+#include "tests/plain/page_log.h"
+#include "tests/plain_stencil/processing.h"
+
+namespace kestra::plain {
+
+namespace {
+
+std::string Line(const std::string& text) { return "DEBUG:PageProcess: " + text + "\n"; }
+
+FinishedPage Classic(const Settings& s, const Page& page, int width, int height, int brightness) {
+  const int bytesPerLine = static_cast<int>(page.header.bytesPerLine);
+  FinishedPage result;
+  result.log = Line("QM dithering is disabled");
+  if (width == 0) {
+    result.log += "CRIT:paletteimage.CreateFromArray with grey failed!\n";
+    return result;
+  }
+  result.made = true;
+  result.width = width;
+  result.log +=
+      Line(Format("Successfully created PaletteImage from array with stride %d", bytesPerLine));
+  Rows grey = RowsFromBytes(page.pixels, width, height, bytesPerLine);
+  if (brightness != 0) {
+    grey = ApplyTone(grey, brightness * 5, 0);
+    result.log += Line(Format("Adjusted brightness to %d and contrast to 0", brightness * 5));
+  }
+  if (s.mirrorImage != 0) {
+    grey = Mirror(grey);
+    result.log += Line("Mirrored the image");
+  }
+  result.rows = Pad(Halftone(grey, s.halftone));
+  result.log += Line("Applied default dithering and increased bit depth");
+  result.log += Line(Format("negativePrint_ %d", s.negativeImage != 0 ? 1 : 0));
+  if (s.negativeImage != 0) {
+    result.rows = Negative(result.rows);
+    result.log += Line("Inverting the image for negative print");
+  }
+  result.log += Line(Format("Filled the output buffer with processed pixels, length: %d",
+                            height * PaddedWidth(width)));
+  return result;
+}
+
+}  // namespace
+
+bool IsStencil(const Settings& settings) {
+  return settings.halftone == 8 || settings.halftone == 9;
+}
+
+FinishedPage FinishPage(const Settings& s, const Page& page) {
+  const int width = static_cast<int>(page.header.width);
+  const int height = static_cast<int>(page.header.height);
+  const int brightness = std::clamp(s.brightness, -100, 100);
+  if (!IsStencil(s)) return Classic(s, page, width, height, brightness);
+
+  plain_stencil::Choices choices;
+  choices.halftone = s.halftone;
+  choices.brightness = brightness;
+  choices.mirror = s.mirrorImage != 0;
+  choices.negative = s.negativeImage != 0;
+  const plain_stencil::Processed processed = plain_stencil::Process(
+      choices, page.pixels, static_cast<int>(page.header.bytesPerLine), width, height);
+  return {!processed.image.rows.empty(), processed.image.width, processed.image.rows,
+          processed.log};
+}
+
+Rows PackedInPlace(const Rows& padded, const std::vector<uint8_t>& dots) {
+  Rows block = padded;
+  const size_t stride = padded[0].size();
+  for (size_t i = 0; i < dots.size(); ++i) block[i / stride][i % stride] = dots[i];
+  return block;
+}
+
+}  // namespace kestra::plain
