@@ -9,6 +9,7 @@ set -euo pipefail
 usage() {
   cat <<'EOF'
 Usage: ./demo.sh [-m label|stencil] [-o NAME=VALUE]... [DOCUMENT]
+       ./demo.sh gallery
 
 Prints DOCUMENT (PDF, PostScript, PNG, JPEG, text or CUPS raster; without one a label made for
 this demo) into out/demo: page frames as the printer gets them, a PNG picture of the dots of each
@@ -20,6 +21,9 @@ page, and the filter's own images of each page before and after the halftone.
                  Darkness=Dark, Resolution=300dpi, MirrorImage=True, fit-to-page, copies=2.
                  A wrong name or value is answered with the list of the right ones.
   --help         this text
+
+  gallery        prints three pictures through every halftone and writes docs/gallery.md with its
+                 pictures anew; a document of this name is ./gallery
 
 Missing packages are installed first (as root, or with sudo). Exit status: 0 all pages came out,
 1 something went wrong, 2 the command line made no sense.
@@ -34,6 +38,8 @@ here=$PWD
 . "$root/tools/demo/render.sh"
 # shellcheck source=tools/demo/run_filter.sh
 . "$root/tools/demo/run_filter.sh"
+# shellcheck source=tools/demo/gallery.sh
+. "$root/tools/demo/gallery.sh"
 
 fail() {
   echo "demo: $1" >&2
@@ -46,7 +52,12 @@ wrong_usage() {
   exit 2
 }
 
-model=label document='' options=()
+model=label document='' options=() verb=print
+if [ "${1-}" = gallery ]; then
+  [ $# -eq 1 ] || wrong_usage "gallery takes nothing else; a document of this name is ./gallery"
+  verb=gallery
+  shift
+fi
 while [ $# -gt 0 ]; do
   case "$1" in
     -h | --help) usage; exit 0 ;;
@@ -120,6 +131,14 @@ for made in rastertokestra filter/rastertokestra_relative kestra-proof "ppd/$ppd
   [ -s "$build/$made" ] || fail "the build made no $made; see $build/demo-build.log"
 done
 build_time=$(seconds "$mark")
+
+if [ "$verb" = gallery ]; then
+  work=$(mktemp -d)
+  trap 'rm -rf "$work"' EXIT
+  chmod 755 "$work"
+  gallery "$root" "$build" "$work"
+  exit 0
+fi
 
 ppd=$build/ppd/$ppd_name
 for option in ${options[@]+"${options[@]}"}; do
