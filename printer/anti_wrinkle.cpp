@@ -56,6 +56,85 @@ void drawBar(PaletteImage& image, const Bar& bar) {
   }
 }
 
+// A canvas in dots with the width of its bars.
+struct Frame {
+  int width = 0;
+  int height = 0;
+  int lineV = 0;  // left and right bars
+  int lineH = 0;  // top and bottom bars
+};
+
+// 0 x 0 for a page size without a canvas.
+Frame frameOf(const char (&pageSizeName)[64], int level, int dotsPerInch) {
+  Frame frame;
+  frame.lineH = dots(1, dotsPerInch);
+  frame.lineV = dots(level, dotsPerInch);
+  wrenLogCommon(kLogDebug,
+                "EnableAntiWrink: AntiWrinkle level: %d, line_v: %d points, line_h: %d points.",
+                level, frame.lineV, frame.lineH);
+  for (const Canvas& canvas : kCanvases) {
+    if (std::strncmp(pageSizeName, canvas.pageSizeName, sizeof pageSizeName) != 0) continue;
+    frame.width = wrapped(dots(canvas.widthMm, dotsPerInch) + 2 * std::int64_t{frame.lineV});
+    frame.height = wrapped(dots(canvas.heightMm, dotsPerInch) + 2 * std::int64_t{frame.lineH});
+    wrenLogCommon(kLogDebug, "EnableAntiWrink: Page size is %s, CanvasWidth: %d, CanvasHeight: %d",
+                  canvas.pageSizeName, frame.width, frame.height);
+  }
+  return frame;
+}
+
+// Centres a smaller image on its canvas; false where there is no memory for that.
+bool enlarge(PaletteImage& image, const Frame& frame) {
+  const auto width = static_cast<int>(image.GetWidth());
+  const auto height = static_cast<int>(image.GetHeight());
+  int extraX = 0;
+  int extraY = 0;
+  if (width < frame.width) {
+    extraX = (frame.width - width) / 2;
+    wrenLogCommon(kLogDebug, "EnableAntiWrink: Image width is less than canvas width, exPoints: %d",
+                  extraX);
+  }
+  if (height < frame.height) {
+    extraY = (frame.height - height) / 2;
+    wrenLogCommon(kLogDebug,
+                  "EnableAntiWrink: Image height is less than canvas height, eyPoints: %d", extraY);
+  }
+  if (extraX == 0 && extraY == 0) return true;
+  if (!image.Expand(extraX, extraY, extraX, extraY, kCanvasColor)) {
+    wrenLogCommon(kLogDebug, "EnableAntiWrink: Failed to expand image, returning.");
+    return false;
+  }
+  wrenLogCommon(kLogDebug, "EnableAntiWrink: Image expanded successfully.");
+  return true;
+}
+
+// Draws the bars, centred on an image that is larger than its canvas.
+void drawFrame(PaletteImage& image, const Frame& frame) {
+  int x = 0;
+  int y = 0;
+  if (static_cast<int>(image.GetWidth()) > frame.width) {
+    x = wrapped(std::int64_t{image.GetWidth()} - frame.width) / 2;
+    wrenLogCommon(kLogDebug,
+                  "EnableAntiWrink: Image width is greater than canvas width, offset.x: %d", x);
+  }
+  if (static_cast<int>(image.GetHeight()) > frame.height) {
+    y = wrapped(std::int64_t{image.GetHeight()} - frame.height) / 2;
+    wrenLogCommon(kLogDebug,
+                  "EnableAntiWrink: Image height is greater than canvas height, offset.y: %d", y);
+  }
+  const auto draw = [&image](const char* side, const Bar& bar) {
+    drawBar(image, bar);
+    wrenLogCommon(kLogDebug, "EnableAntiWrink: Drawing %s line. point(%d, %d, %d, %d)", side, bar.x,
+                  bar.y, wrapped(std::int64_t{bar.x} + bar.width),
+                  wrapped(std::int64_t{bar.y} + bar.height));
+  };
+  draw("left", {x, y, frame.lineV, frame.height});
+  draw("top", {x, y, frame.width, frame.lineH});
+  draw("right",
+       {wrapped(std::int64_t{x} + frame.width - frame.lineV), y, frame.lineV, frame.height});
+  draw("bottom",
+       {x, wrapped(std::int64_t{y} + frame.height - frame.lineH), frame.width, frame.lineH});
+}
+
 }  // namespace
 
 void WrenPrinter::EnableAntiWrink(PaletteImage& image) {
@@ -63,72 +142,8 @@ void WrenPrinter::EnableAntiWrink(PaletteImage& image) {
     wrenLogCommon(kLogDebug, "EnableAntiWrink: Image or pageHdr_ is not valid, returning.");
     return;
   }
-  const int lineH = dots(1, dotsPerInch_);
-  const int lineV = dots(antiWrinkle_, dotsPerInch_);
-  wrenLogCommon(kLogDebug,
-                "EnableAntiWrink: AntiWrinkle level: %d, line_v: %d points, line_h: %d points.",
-                antiWrinkle_, lineV, lineH);
-
-  int canvasWidth = 0;
-  int canvasHeight = 0;
-  for (const Canvas& canvas : kCanvases) {
-    if (std::strncmp(pageHdr_->cupsPageSizeName, canvas.pageSizeName,
-                     sizeof pageHdr_->cupsPageSizeName) != 0) {
-      continue;
-    }
-    canvasWidth = wrapped(dots(canvas.widthMm, dotsPerInch_) + 2 * std::int64_t{lineV});
-    canvasHeight = wrapped(dots(canvas.heightMm, dotsPerInch_) + 2 * std::int64_t{lineH});
-    wrenLogCommon(kLogDebug, "EnableAntiWrink: Page size is %s, CanvasWidth: %d, CanvasHeight: %d",
-                  canvas.pageSizeName, canvasWidth, canvasHeight);
-  }
-
-  int extraX = 0;
-  int extraY = 0;
-  if (static_cast<int>(image.GetWidth()) < canvasWidth) {
-    extraX = (canvasWidth - static_cast<int>(image.GetWidth())) / 2;
-    wrenLogCommon(kLogDebug, "EnableAntiWrink: Image width is less than canvas width, exPoints: %d",
-                  extraX);
-  }
-  if (static_cast<int>(image.GetHeight()) < canvasHeight) {
-    extraY = (canvasHeight - static_cast<int>(image.GetHeight())) / 2;
-    wrenLogCommon(kLogDebug,
-                  "EnableAntiWrink: Image height is less than canvas height, eyPoints: %d", extraY);
-  }
-  if (extraX != 0 || extraY != 0) {
-    if (!image.Expand(extraX, extraY, extraX, extraY, kCanvasColor)) {
-      wrenLogCommon(kLogDebug, "EnableAntiWrink: Failed to expand image, returning.");
-      return;
-    }
-    wrenLogCommon(kLogDebug, "EnableAntiWrink: Image expanded successfully.");
-  }
-
-  int offsetX = 0;
-  int offsetY = 0;
-  if (static_cast<int>(image.GetWidth()) > canvasWidth) {
-    offsetX = wrapped(std::int64_t{image.GetWidth()} - canvasWidth) / 2;
-    wrenLogCommon(kLogDebug,
-                  "EnableAntiWrink: Image width is greater than canvas width, offset.x: %d",
-                  offsetX);
-  }
-  if (static_cast<int>(image.GetHeight()) > canvasHeight) {
-    offsetY = wrapped(std::int64_t{image.GetHeight()} - canvasHeight) / 2;
-    wrenLogCommon(kLogDebug,
-                  "EnableAntiWrink: Image height is greater than canvas height, offset.y: %d",
-                  offsetY);
-  }
-
-  const auto draw = [&image](const char* side, const Bar& bar) {
-    drawBar(image, bar);
-    wrenLogCommon(kLogDebug, "EnableAntiWrink: Drawing %s line. point(%d, %d, %d, %d)", side, bar.x,
-                  bar.y, wrapped(std::int64_t{bar.x} + bar.width),
-                  wrapped(std::int64_t{bar.y} + bar.height));
-  };
-  draw("left", {offsetX, offsetY, lineV, canvasHeight});
-  draw("top", {offsetX, offsetY, canvasWidth, lineH});
-  draw("right",
-       {wrapped(std::int64_t{offsetX} + canvasWidth - lineV), offsetY, lineV, canvasHeight});
-  draw("bottom",
-       {offsetX, wrapped(std::int64_t{offsetY} + canvasHeight - lineH), canvasWidth, lineH});
+  const Frame frame = frameOf(pageHdr_->cupsPageSizeName, antiWrinkle_, dotsPerInch_);
+  if (enlarge(image, frame)) drawFrame(image, frame);
 }
 
 }  // namespace kestra
