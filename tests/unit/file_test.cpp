@@ -5,10 +5,12 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
+#include <vector>
 
 #include "tests/unit/spool_test.h"
 
@@ -105,6 +107,96 @@ TEST_F(PrivateFile, IsClosedByItsPointer) {
   ASSERT_NE(-1, fcntl(descriptor, F_GETFD));
   file.reset();
   EXPECT_EQ(-1, fcntl(descriptor, F_GETFD));
+}
+
+TEST_F(PrivateFile, GetsItsModeBackWhereItWasReadableByOthers) {
+  writeBytes("page.bmp", {'o', 'l', 'd'});
+  ASSERT_EQ(0, chmod("page.bmp", 0666));
+  EXPECT_NE(nullptr, openPrivateFile("page.bmp"));
+  EXPECT_EQ(0600U, modeOf("page.bmp"));
+}
+
+class RegularFile : public SpoolTest {};
+
+TEST_F(RegularFile, IsOpenedForReading) {
+  writeBytes("queue.pgc", {7, 9});
+  const FilePtr file = openRegularFile("queue.pgc");
+  ASSERT_NE(nullptr, file);
+  EXPECT_EQ(7, std::fgetc(file.get()));
+  EXPECT_EQ(9, std::fgetc(file.get()));
+  EXPECT_EQ(EOF, std::fgetc(file.get()));
+  EXPECT_EQ(EOF, std::fputc(1, file.get()));  // reading only
+}
+
+TEST_F(RegularFile, IsNoLinkNoFolderAndNoFifo) {
+  writeBytes("target", {7, 9});
+  std::filesystem::create_symlink("target", "link");
+  std::filesystem::create_directory("folder");
+  ASSERT_EQ(0, mkfifo("fifo", 0600));
+  EXPECT_EQ(nullptr, openRegularFile("link"));
+  EXPECT_EQ(nullptr, openRegularFile("folder"));
+  EXPECT_EQ(nullptr, openRegularFile("fifo"));  // without waiting for a writer
+}
+
+TEST_F(RegularFile, IsNotMadeWhereThereIsNone) {
+  errno = 0;
+  EXPECT_EQ(nullptr, openRegularFile("missing"));
+  EXPECT_EQ(ENOENT, errno);
+  EXPECT_EQ(nullptr, openRegularFile(""));
+  EXPECT_FALSE(std::filesystem::exists("missing"));
+}
+
+class TrustedFolder : public SpoolTest {};
+
+TEST_F(TrustedFolder, IsAFolderOfOurOwnOrOfTheAdministrator) {
+  std::filesystem::create_directory("ours");
+  EXPECT_TRUE(isTrustedFolder("ours"));
+  EXPECT_TRUE(isTrustedFolder("/"));
+}
+
+TEST_F(TrustedFolder, IsNoLinkNoFileAndNothingMissing) {
+  std::filesystem::create_directory("ours");
+  std::filesystem::create_symlink("ours", "link");
+  writeBytes("file", {1});
+  EXPECT_FALSE(isTrustedFolder("link"));
+  EXPECT_FALSE(isTrustedFolder("file"));
+  EXPECT_FALSE(isTrustedFolder("missing"));
+}
+
+TEST_F(TrustedFolder, IsNotAnotherUsersFolder) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give a folder away";
+  std::filesystem::create_directory("theirs");
+  ASSERT_EQ(0, chown("theirs", 12345, 12345));
+  EXPECT_FALSE(isTrustedFolder("theirs"));
+}
+
+/// Numbers 0 to 2 of a child process that closed some of them and opened the missing ones again:
+/// a child, so that the test's own output stays where it is.
+int openStreamsOfAChild(const std::vector<int>& closed) {
+  const pid_t child = fork();
+  if (child == 0) {
+    for (const int descriptor : closed) close(descriptor);
+    openMissingStandardStreams();
+    int open = 0;
+    for (int descriptor = 0; descriptor <= 2; ++descriptor) {
+      if (fcntl(descriptor, F_GETFD) >= 0) ++open;
+    }
+    // The next file must not get the number of a standard stream.
+    const int next = ::open("/dev/null", O_RDONLY);
+    _exit(next > 2 ? open : 100);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(StandardStreams, AreAllOpenAfterwards) {
+  EXPECT_EQ(3, openStreamsOfAChild({}));
+  EXPECT_EQ(3, openStreamsOfAChild({0}));
+  EXPECT_EQ(3, openStreamsOfAChild({1}));
+  EXPECT_EQ(3, openStreamsOfAChild({2}));
+  EXPECT_EQ(3, openStreamsOfAChild({0, 2}));
+  EXPECT_EQ(3, openStreamsOfAChild({0, 1, 2}));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "printer/page_counter.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
@@ -95,6 +96,20 @@ TEST_F(PageCounter, TakesOrdinaryQueueNamesWithDotsAndUnderscores) {
   EXPECT_EQ(Names{"Dr__ck.2-b.pgc"}, namesIn(kData));
   storePageCounter("..", 6);  // "...pgc" is a plain name
   EXPECT_EQ((Names{"...pgc", "Dr__ck.2-b.pgc"}), namesIn(kData));
+}
+
+TEST_F(PageCounter, IsReadThroughNoLinkAndNoFifo) {
+  writeBytes("target", {0x56, 0x78});
+  std::filesystem::create_symlink("../../../../../target", marker("linked"));
+  ASSERT_EQ(0x56, readBytes(marker("linked")).at(0));  // the link does lead there
+  ASSERT_EQ(0, mkfifo(marker("fifo").c_str(), 0600));
+  std::uint16_t counter = 0x1234;
+  readPageCounter("linked", &counter);
+  readPageCounter("fifo", &counter);  // without waiting for a writer
+  EXPECT_EQ(0x1234, counter);
+  storePageCounter("linked", 5);  // replaces the link, not what it leads to
+  EXPECT_EQ((Bytes{5, 0}), readBytes(marker("linked")));
+  EXPECT_EQ((Bytes{0x56, 0x78}), readBytes("target"));
 }
 
 TEST_F(PageCounter, IsNeverStoredOutsideItsFolder) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <string>
@@ -110,6 +111,19 @@ TEST_F(PageDump, LosesThePageSilentlyBehindADanglingLink) {
   std::filesystem::create_symlink("nowhere", kData);
   EXPECT_EQ("", dump(1, 42, {1}));
   EXPECT_FALSE(std::filesystem::exists(kTmp + "/nowhere"));
+}
+
+TEST_F(PageDump, PutsNoPageWhereSomebodyElseCouldReadIt) {
+  std::filesystem::create_directory("elsewhere");
+  std::filesystem::create_directory_symlink("../../../../elsewhere", kData);
+  EXPECT_EQ("", dump(1, 42, {1}));
+  EXPECT_EQ(Names{}, namesIn("elsewhere"));
+  std::filesystem::remove(kData);
+  if (geteuid() != 0) return;  // only root can give a folder away
+  makeDataFolder();
+  ASSERT_EQ(0, chown(kData.c_str(), 12345, 12345));
+  EXPECT_EQ("", dump(1, 42, {1}));
+  EXPECT_EQ(Names{}, namesIn(kData));
 }
 
 TEST_F(PageDump, LeavesNoPartOfAFrameOnAFullDisk) {

@@ -51,6 +51,14 @@ TEST_F(PpdLookup, GivesTheCallersDefaultWhereTheDefaultChoiceDoesNotExist) {
   EXPECT_STREQ("x", wrenPpdGetChoiceAsStrDefault(ppd.get(), "Darkness", "x"));
 }
 
+TEST_F(PpdLookup, GivesTheCallersDefaultChoice) {
+  const OpenPpd ppd(darkness());
+  ppd_choice_t fallback{};
+  EXPECT_EQ(&fallback, wrenPpdGetChoice(ppd.get(), "Lightness", &fallback));
+  EXPECT_EQ(&fallback, wrenPpdGetChoice(nullptr, "Darkness", &fallback));
+  EXPECT_STREQ("Middle", wrenPpdGetChoice(ppd.get(), "Darkness", &fallback)->choice);
+}
+
 TEST_F(PpdLookup, GivesTheDescriptionsOwnSpellingOfAChoice) {
   const OpenPpd ppd(darkness());
   ppdMarkOption(ppd.get(), "darkness", "dark");
