@@ -106,9 +106,10 @@ gallery_text() {
 # Choose a halftone: three pictures in all ten
 
 Written by \`./demo.sh gallery\`, which prints the pictures below with the filter and refuses to write
-this page when the frames no longer show what it says of options and empty pages. One pixel is one dot of a 203 dpi head; a picture is 50 mm
-wide. Only the white margin that centres such a label on a 4-inch head is left out. Look at them at
-full size: a viewer that scales them shows patterns that are not on the paper.
+this page when the frames no longer show what it says of options and empty pages. One pixel is one
+dot of a 203 dpi head; a picture is 50 mm wide. Only the white margin that centres such a label on a
+4-inch head is left out. Look at them at full size: a viewer that scales them shows patterns that are
+not on the paper.
 
 **The name you pick is not the method that runs.** The names are fixed; this is what comes out:
 
