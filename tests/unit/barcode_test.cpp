@@ -45,17 +45,10 @@ enum class Rule { Dashes, First, Second };
 std::string apply(Rule rule, Page& page) {
   KestraPrinter printer;
   Capture capture;
-  switch (rule) {
-    case Rule::Dashes:
-      printer.ApplyDashedLine(page.bytes.data(), page.width, page.height);
-      break;
-    case Rule::First:
-      printer.OptimazeBarcode1(page.bytes.data(), page.width, page.height);
-      break;
-    case Rule::Second:
-      printer.OptimazeBarcode2(page.bytes.data(), page.width, page.height);
-      break;
-  }
+  auto* bytes = page.bytes.data();
+  if (rule == Rule::Dashes) printer.ApplyDashedLine(bytes, page.width, page.height);
+  if (rule == Rule::First) printer.OptimazeBarcode1(bytes, page.width, page.height);
+  if (rule == Rule::Second) printer.OptimazeBarcode2(bytes, page.width, page.height);
   return capture.stop();
 }
 

@@ -259,6 +259,7 @@ TEST_F(KestraPrinterTest, TakesTheJobNumberFromAtMostTwentyBytes) {
     const char* id;
     const char* name;
   } table[] = {{"99999999999999999999", "page_0001_jobid_-00001_0000.dat"},
+               {"00000000000000000009", "page_0001_jobid_000009_0000.dat"},
                {"abc", "page_0001_jobid_000000_0000.dat"},
                {"2147483648", "page_0001_jobid_-2147483648_0000.dat"},
                {"-7", "page_0001_jobid_-00007_0000.dat"},

@@ -147,6 +147,13 @@ TEST(WrenPrinter, CarriesItsCopyrightNoticeAsHexadecimalPairs) {
   EXPECT_EQ("Copyright (C) 2026 the rastertokestra authors\r", notice);
 }
 
+TEST(WrenPrinter, ReleasesBothItsImagesAtItsEnd) {
+  // Image objects do not release themselves; the leak sanitizer fails this test where one is left.
+  BarePrinter printer;
+  ASSERT_NE(nullptr, printer.workingImage_.Create(8, 8, 8, 0));
+  ASSERT_NE(nullptr, printer.secondImage_.Create(8, 8, 8, 0));
+}
+
 TEST(WrenPrinter, ClosesNoStreamAtItsEnd) {
   std::FILE* copy = std::tmpfile();
   ASSERT_NE(nullptr, copy);
