@@ -1,174 +1,31 @@
-// The filter's entry: the print system starts it once per job, hands it pages of grey pixels, and
-// expects a setting command per page on standard output and frames in the spool.
+// The filter's entry: the print system starts it once per job.
+//
+// What the process needs before a job can run, whatever it inherited, stands here; the job itself
+// is `runJob`.
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <memory>
 #include <new>
 
 #include "filter/base/file.h"
-#include "filter/base/job_settings.h"
 #include "filter/base/log.h"
-#include "filter/base/number.h"
-#include "filter/base/page_size.h"
-#include "filter/base/text.h"
-#include "filter/base/units.h"
-#include "filter/header_log.h"
-#include "filter/page_buffer.h"
-#include "filter/raster_input.h"
-#include "printer/kestra_printer.h"
+#include "filter/job.h"
 
-namespace kestra {
 namespace {
 
-constexpr const char* sVersion = "1.0.0";
-
-constexpr int kFailed = 1;
-constexpr int kDone = 0;
-
-// The job's printer object, for as long as `main` owns it.
-KestraPrinter* sPrinter = nullptr;
-
 [[noreturn]] void stopForLackOfMemory() {
-  wrenLogCommon(kLogError,
-                "There is not enough memory for this job. Print fewer or smaller pages at once, or "
-                "a lower resolution.");
-  std::exit(kFailed);
-}
-
-void printUsage(const char* program) {
-  const char* name = program == nullptr ? "" : wrenPathGetBasename(program);
-  std::fprintf(stderr, "%s v%s\n\nUsage:\n\n    %s job_id user title copyies options [file]\n\n",
-               name, sVersion, name);
-}
-
-// The text says "not less", and yet a side of exactly 1.0 mm is refused.
-bool isPaperLargeEnough(const Settings& settings) {
-  const auto width = static_cast<double>(settings.pageWidth);
-  const auto height = static_cast<double>(settings.pageHeight);
-  if (width > 1.0 && height > 1.0) return true;
-  std::fprintf(stderr, "ERROR: Paper size must not less than 1.0 : (%f, %f)\n", width, height);
-  return false;
-}
-
-void openOutputCopy(const Settings& settings, FilePtr* copy) {
-  if (settings.outputFile[0] == '\0') return;
-  copy->reset(std::fopen(settings.outputFile, "w"));
-  wrenLogCommon(kLogDebug, "Filter data output to: %s", settings.outputFile);
-  if (*copy != nullptr) sPrinter->getOutputStreams()->push_back(copy->get());
-}
-
-// Refuses a page whose header values cannot belong to one.
-bool isPageAccepted(int page, const cups_page_header2_t& header) {
-  if (isPrintablePage(header.cupsWidth, header.cupsBytesPerLine, header.cupsHeight)) return true;
-  wrenLogCommon(kLogError,
-                "Page %d cannot be printed: %u pixels in %u bytes per line and %u lines. A line "
-                "needs a byte for each pixel, and a page may have at most %llu bytes. Choose a "
-                "smaller page size or a lower resolution.",
-                page, header.cupsWidth, header.cupsBytesPerLine, header.cupsHeight,
-                static_cast<unsigned long long>(kMaxPageBytes));
-  return false;
-}
-
-// Lengths of this page. `MaxMediaWidth` changes from millimetres to dots, each time from the
-// millimetres that the printer description gave.
-void setPageLengths(Settings* settings, const cups_page_header2_t& header, float maxMediaWidthMm) {
-  settings->pageWidth = toFloat(header.cupsWidth * kMillimetresPerInch / header.HWResolution[0]);
-  settings->pageHeight = toFloat(header.cupsHeight * kMillimetresPerInch / header.HWResolution[1]);
-  settings->MaxMediaWidth =
-      toFloat(static_cast<double>(maxMediaWidthMm) / kMillimetresPerInch * header.HWResolution[0]);
-}
-
-void configurePrinter(KestraPrinter* printer, const Settings& settings,
-                      cups_page_header2_t* header) {
-  printer->setPageHeader(header);
-  printer->setBrightness(settings.Brightness);
-  printer->setVBarcodeOpt(settings.VBarcodeOpt);
-  printer->setPrintSpeed(settings.PrintSpeed);
-  printer->setPrintDensity(settings.Darkness);
-  printer->setHalftoneType(settings.halftoneType);
-  printer->setMirrorPrint(settings.MirrorImage != 0);
-  printer->setNegativePrint(settings.NegativeImage != 0);
-  printer->SetPrintWidth(truncateToInt64(static_cast<double>(settings.MaxMediaWidth)));
-}
-
-// Prints page after page until the stream ends. False where a page ends the job: pages already
-// printed stay printed, and no job end follows.
-bool printPages(RasterInput* input, Settings* settings, const char* jobId) {
-  const float maxMediaWidthMm = settings->MaxMediaWidth;
-  PageBuffer buffer;
-  cups_page_header2_t header = {};
-  int page = 0;
-  while (input->readHeader(&header)) {
-    if (header.cupsBitsPerPixel != 8) {
-      wrenLogCommon(kLogError, "Unsupported bits per pixel : %d ! Requires 8 bits per pixel!",
-                    static_cast<int>(header.cupsBitsPerPixel));
-      return false;
-    }
-    if (header.cupsHeight == 0 || header.cupsBytesPerLine == 0) return true;
-    if (!isPageAccepted(page + 1, header)) return false;
-    const auto size =
-        static_cast<std::uint32_t>(pageBytes(header.cupsBytesPerLine, header.cupsHeight));
-    writeSideFile(header);
-    if (!buffer.reset(size)) return false;
-
-    setPageLengths(settings, header, maxMediaWidthMm);
-    // An id that fills the field has no end in it.
-    std::memcpy(settings->jobId, jobId, strnlen(jobId, sizeof settings->jobId));
-    wrenLogCommon(kLogDebug, "pageWidth: %f,pageHeight: %f",
-                  static_cast<double>(settings->pageWidth),
-                  static_cast<double>(settings->pageHeight));
-    configurePrinter(sPrinter, *settings, &header);
-    jobSetup(sPrinter, settings);
-
-    logPageHeader(++page, header);
-    if (input->readPixels(buffer.data(), size)) {
-      sPrinter->printImage(buffer.data(), header.cupsBytesPerLine, header.cupsHeight,
-                           header.cupsWidth);
-    }
-  }
-  return true;
-}
-
-// The story of a job, with everything it opens closed in reverse order at its end.
-int runJob(int argc, char* argv[]) {
-  if (argc < 6) {
-    printUsage(argc > 0 ? argv[0] : nullptr);
-    return kFailed;
-  }
-  FilePtr outputCopy;  // outlives the printer, which writes to it
-  RasterInput input;
-  if (argc > 6 && !input.openFile(argv[6])) {
-    std::fputs("ERROR: Unable to open raster file - ", stderr);
-    return kFailed;
-  }
-
-  Settings settings;
-  const auto printer = std::make_unique<KestraPrinter>();
-  sPrinter = printer.get();
-  parseSettings(&settings, argv[5]);
-  printer->setSettings(&settings);
-  openOutputCopy(settings, &outputCopy);
-
-  int status = kFailed;
-  if (isPaperLargeEnough(settings)) {
-    input.startStream();
-    if (printPages(&input, &settings, argv[1])) {
-      jobEnd(printer.get(), &settings);
-      status = kDone;
-    }
-  }
-  sPrinter = nullptr;
-  return status;
+  kestra::wrenLogCommon(
+      kestra::kLogError,
+      "There is not enough memory for this job. Print fewer or smaller pages at once, or "
+      "a lower resolution.");
+  std::exit(EXIT_FAILURE);
 }
 
 }  // namespace
-}  // namespace kestra
 
 int main(int argc, char* argv[]) {
   kestra::openMissingStandardStreams();
-  std::set_new_handler(kestra::stopForLackOfMemory);
+  std::set_new_handler(stopForLackOfMemory);
   // A printer that stops listening is a failed write like any other: frames still reach the spool.
   std::signal(SIGPIPE, SIG_IGN);
   // The setting command leaves before its page is read and processed.
