@@ -9,12 +9,13 @@ root=$1
 # folder fits a file counts.
 rules='
 filter/base
-imaging/paletteimage filter/base
-imaging/tattoo filter/base
-printer imaging/paletteimage imaging/tattoo filter/base
-filter filter/base printer imaging/paletteimage imaging/tattoo
+imaging/kernels
+imaging/paletteimage imaging/kernels filter/base
+imaging/tattoo imaging/kernels filter/base
+printer imaging/kernels imaging/paletteimage imaging/tattoo filter/base
+filter filter/base printer imaging/kernels imaging/paletteimage imaging/tattoo
 tools/frame filter/base
-tools tools/frame tools/proof filter filter/base printer imaging/paletteimage imaging/tattoo
+tools tools/frame tools/render tools/proof filter filter/base printer imaging/kernels imaging/paletteimage imaging/tattoo
 '
 
 allowed() { # FILE INCLUDED: whether the rules let it
