@@ -1,0 +1,45 @@
+// A page through each dithering method at each kernel level, against the plain version.
+// Why: the fast kernels must give the same dots as the rule on every page there can be.
+#include "imaging/kernels/level.h"
+#include "imaging/paletteimage/palette_image.h"
+#include "tests/fuzz/byte_source.h"
+#include "tests/fuzz/pixels.h"
+#include "tests/fuzz/require.h"
+#include "tests/plain/halftone.h"
+
+namespace kestra::fuzz {
+namespace {
+
+void ditherAtEachLevel(ByteSource* source) {
+  const unsigned method = source->below(9);
+  const unsigned width = source->word() % 300U + 1U;
+  const unsigned height = source->word() % 100U + 1U;
+  const std::vector<std::uint8_t> pixels = makePixels(source, std::size_t{width} * height);
+  const plain::Rows expected =
+      plain::Halftone(plain::RowsFromBytes(pixels, static_cast<int>(width),
+                                           static_cast<int>(height), static_cast<int>(width)),
+                      method);
+  for (const KernelLevel level : kernelLevels()) {
+    forceKernelLevel(level);
+    PaletteImage image;
+    require(image.CreateFromArray(pixels.data(), width, height, 8, width, false), "an image");
+    require(image.Dither(method) && image.IncreaseBpp(8), "a dithered image");
+    for (unsigned y = 0; y < height; ++y) {
+      const std::uint8_t* row = image.GetBits(y);
+      for (unsigned x = 0; x < width; ++x) {
+        require(row[x] == expected[y][x],
+                std::string("the dots of the plain version at level ") + kernelLevelName(level));
+      }
+    }
+    image.Destroy();
+  }
+}
+
+}  // namespace
+}  // namespace kestra::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  kestra::fuzz::ByteSource source(data, size);
+  kestra::fuzz::ditherAtEachLevel(&source);
+  return 0;
+}
