@@ -152,9 +152,7 @@ plain::Outcome Predict(const JobCase& job) {
   return plain::RunJob(plainJob);
 }
 
-ts::Result RunFilter(const JobCase& job) {
-  using Where = ts::Sandbox::Where;
-  ts::Sandbox box(job.manyFiles ? Where::kMemory : Where::kCurrentDirectory);
+ts::Run Prepare(const JobCase& job, ts::Sandbox& box) {
   box.Write(kPpd, job.ppd.Text());
   if (job.marker) box.Write(kData + plain::MarkerName(job.queue.value_or("")), *job.marker);
   for (const auto& name : job.framesThere) box.Write(kData + name, "earlier");
@@ -175,7 +173,13 @@ ts::Result RunFilter(const JobCase& job) {
     run.inputBytes = stream;
   }
   if (job.prepare) job.prepare(box);
-  return box.Start(run);
+  return run;
+}
+
+ts::Result RunFilter(const JobCase& job) {
+  using Where = ts::Sandbox::Where;
+  ts::Sandbox box(job.manyFiles ? Where::kMemory : Where::kCurrentDirectory);
+  return box.Start(Prepare(job, box));
 }
 
 bool IsInput(const std::string& file) { return file == kPpd || file == kPages; }

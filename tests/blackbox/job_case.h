@@ -59,6 +59,9 @@ plain::Header ToPlain(const cups_page_header2_t& header);
 // The plain version's outcome of the case.
 plain::Outcome Predict(const JobCase& job);
 
+// Fills a tree with the job's files and returns what is to be started there.
+testing_support::Run Prepare(const JobCase& job, testing_support::Sandbox& box);
+
 // Runs the filter alone.
 testing_support::Result RunFilter(const JobCase& job);
 

@@ -12,13 +12,16 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <condition_variable>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 namespace kestra::testing_support {
 
@@ -63,7 +66,8 @@ std::vector<std::string> Environment(const Run& run) {
   std::vector<std::string> list = {"TZ=UTC"};
   if (run.ppd) list.push_back("PPD=" + *run.ppd);
   if (run.printer) list.push_back("PRINTER=" + *run.printer);
-  for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "LLVM_PROFILE_FILE"}) {
+  for (const char* name :
+       {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "LLVM_PROFILE_FILE", "KESTRA_KERNELS"}) {
     if (const char* value = std::getenv(name)) list.push_back(std::string(name) + "=" + value);
   }
   return list;
@@ -188,8 +192,9 @@ bool Converse(Pipe& in, Feed& feed, Pipe& out, Pipe& err, Result& result,
 
 std::map<std::string, std::string> ReadTree(const std::string& root) {
   std::map<std::string, std::string> files;
+  std::error_code gone;  // other jobs of the same tree may still be at work
   for (const auto& entry : fs::recursive_directory_iterator(root)) {
-    if (!entry.is_regular_file()) continue;
+    if (!entry.is_regular_file(gone)) continue;
     std::ifstream in(entry.path(), std::ios::binary);
     std::ostringstream bytes;
     bytes << in.rdbuf();
@@ -208,6 +213,34 @@ fs::path Base(Sandbox::Where where) {
   }
   return fs::current_path();
 }
+
+// Cancels a running job at its moment, unless it has ended before.
+class Cancel {
+ public:
+  Cancel(pid_t child, std::optional<std::chrono::microseconds> after) {
+    if (!after) return;
+    thread_ = std::thread([this, child, wait = *after] {
+      std::unique_lock<std::mutex> lock(mutex_);
+      if (!ended_.wait_for(lock, wait, [this] { return over_; })) ::kill(child, SIGTERM);
+    });
+  }
+  // To be called before the child is waited for: its number may be another process's then.
+  void Stop() {
+    if (!thread_.joinable()) return;
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      over_ = true;
+    }
+    ended_.notify_one();
+    thread_.join();
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable ended_;
+  bool over_ = false;
+  std::thread thread_;
+};
 
 // After `end` at the latest the child is gone; returns its wait status.
 int WaitFor(pid_t child, bool kill) {
@@ -260,6 +293,18 @@ unsigned Sandbox::Mode(const std::string& path) const {
   return static_cast<unsigned>(fs::status(root_ + "/" + path).permissions());
 }
 
+std::vector<Result> Sandbox::StartTogether(const std::vector<Run>& runs) {
+  CurrentIsolation();  // decided before the threads
+  std::vector<Result> results(runs.size());
+  std::vector<std::thread> threads;
+  for (size_t i = 0; i < runs.size(); ++i) {
+    threads.emplace_back([&, i] { results[i] = Start(runs[i]); });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (Result& result : results) result.files = ReadTree(root_);
+  return results;
+}
+
 Result Sandbox::Start(const Run& run) {
   Result result;
   Pipe in;
@@ -288,7 +333,9 @@ Result Sandbox::Start(const Run& run) {
   const std::string& bytes = run.input == Input::kBytes ? run.inputBytes : nothing;
   if (run.listener == Listener::kGone) out.CloseRead();
   Feed feed(run, bytes, child);
+  Cancel cancel(child, run.terminateAfter);
   const bool ended = Converse(in, feed, out, err, result, run.patience);
+  cancel.Stop();
   const int status = WaitFor(child, !ended);
   std::signal(SIGPIPE, formerHandler);
   while (Drain(report.ends[0], result.problem)) {

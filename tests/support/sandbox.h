@@ -39,6 +39,8 @@ struct Run {
   long fileSizeLimit = -1;  // bytes; files cannot grow beyond it (like a full disk); -1 none
   bool tinyDisk = false;    // namespace only: 4096 bytes for the frames; its files are not seen
   std::chrono::seconds patience{60};
+  // The print system's way to cancel a job: SIGTERM so long after the start.
+  std::optional<std::chrono::microseconds> terminateAfter;
 };
 
 struct Result {
@@ -64,6 +66,9 @@ class Sandbox {
 
   // Runs the filter. A problem of the test itself (not of the filter) also fails the current test.
   Result Start(const Run& run);
+
+  // Runs several at once in this one tree; the files of each result are those at the end of all.
+  std::vector<Result> StartTogether(const std::vector<Run>& runs);
 
   // Where the tree is, for what has no function here (links, FIFOs).
   const std::string& Root() const { return root_; }
