@@ -12,6 +12,8 @@ Usage: ./test.sh [VERB]
   (none)    build with warnings as errors, all tests, source format, static checks
   sanitize  all tests with the address and undefined-behaviour sanitizers
   portable  all tests with g++ and clang++, each without optimisation and with -O3
+  fuzz [S]  every fuzz target for S seconds (60), with both sanitizers
+  coverage  lines and branches of the filter's and the tools' code that the tests go through
 
 Missing packages are installed first (as root, or with sudo). JOBS=N sets the number of parallel
 jobs. The exit status is not 0 where anything failed.
@@ -30,8 +32,8 @@ fail() {
 
 generator() { if command -v ninja >/dev/null; then echo Ninja; else echo "Unix Makefiles"; fi; }
 
-# build_and_test DIR CMAKE_OPTION...: configures, builds and runs every test.
-build_and_test() {
+# configure DIR CMAKE_OPTION...: makes a build directory with warnings as errors.
+configure() {
   local directory=$1
   shift
   local generate=(-G "$(generator)")
@@ -42,6 +44,12 @@ build_and_test() {
     fail "configuring $directory failed"
   }
   mv "$directory.configure.log" "$directory/configure.log"
+}
+
+# build_and_test DIR CMAKE_OPTION...: configures, builds and runs every test.
+build_and_test() {
+  local directory=$1
+  configure "$@"
   cmake --build "$directory" -j "$jobs" || fail "building $directory failed"
   (cd "$directory" && ctest -j "$jobs" --output-on-failure) || fail "tests failed in $directory"
 }
@@ -73,11 +81,15 @@ check_tidy() {
   fi
 }
 
-[ $# -le 1 ] || { usage >&2; exit 2; }
+wrong_usage() {
+  usage >&2
+  exit 2
+}
 case "${1-}" in
   -h | --help) usage; exit 0 ;;
-  '' | sanitize | portable) ;;
-  *) echo "test: unknown verb $1" >&2; usage >&2; exit 2 ;;
+  '' | sanitize | portable | coverage) [ $# -le 1 ] || wrong_usage ;;
+  fuzz) [[ $# -le 2 && "${2-60}" =~ ^[1-9][0-9]*$ ]] || wrong_usage ;;
+  *) echo "test: unknown verb $1" >&2; wrong_usage ;;
 esac
 
 tools/setup.sh tests
@@ -100,6 +112,21 @@ case "${1-}" in
           -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$level"
       done
     done
+    ;;
+  fuzz)
+    configure build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
+      -DKESTRA_FUZZ=ON -DKESTRA_SANITIZE=address,undefined,fuzzer-no-link
+    cmake --build build-fuzz -j "$jobs" --target fuzz_targets || fail "building the targets failed"
+    JOBS=$jobs tests/fuzz/run.sh build-fuzz "${2-60}" || fail "a fuzz target broke"
+    ;;
+  coverage)
+    # Each process adds its counts to one of a few files; paths below /tmp would be private to jobs.
+    rm -rf build-coverage/profiles
+    mkdir -p -m 1777 build-coverage/profiles # for jobs as another user
+    LLVM_PROFILE_FILE=$root/build-coverage/profiles/%8m.profraw \
+      build_and_test build-coverage -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
+      -DCMAKE_CXX_FLAGS="-O1 -fprofile-instr-generate -fcoverage-mapping"
+    tests/coverage/report.sh build-coverage || fail "too little of the code is tested"
     ;;
 esac
 echo "test.sh ${1-}: all well in $((SECONDS - start)) s"

@@ -40,6 +40,7 @@ ninja-build      ninja
 libgtest-dev     /usr/include/gtest/gtest.h
 cups-client      cupstestppd
 clang            clang++
+llvm             llvm-cov
 clang-format     clang-format
 clang-tidy       clang-tidy
 '

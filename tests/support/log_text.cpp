@@ -76,6 +76,11 @@ std::string MaskLog(const std::string& log) {
   for (size_t at = text.find("-nan"); at != std::string::npos; at = text.find("-nan")) {
     text.erase(at, 1);
   }
+  // A program built to count covered lines says so where it may not write its counts.
+  const std::string counts = "LLVM Profile";
+  for (size_t at = text.find(counts); at != std::string::npos; at = text.find(counts)) {
+    text.erase(at, text.find('\n', at) - at + 1);
+  }
   return MaskImageName(text);
 }
 
