@@ -93,6 +93,11 @@ std::vector<std::string> Environment(const Run& run) {
     if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) Give(report, "setrlimit");
     std::signal(SIGXFSZ, SIG_IGN);  // the write fails instead
   }
+  if (run.memoryLimit >= 0) {
+    const auto bytes = static_cast<rlim_t>(run.memoryLimit);
+    const rlimit limit = {bytes, bytes};
+    if (::setrlimit(RLIMIT_AS, &limit) != 0) Give(report, "setrlimit");
+  }
   if (run.asNobody && ::geteuid() == 0) {
     if (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0) {
       Give(report, "setuid");

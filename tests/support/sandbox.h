@@ -37,6 +37,7 @@ struct Run {
   std::vector<Milestone> milestones;  // in order; the filter's memory is measured at each
   bool asNobody = false;              // as root: run as another user, who owns nothing in the tree
   long fileSizeLimit = -1;  // bytes; files cannot grow beyond it (like a full disk); -1 none
+  long memoryLimit = -1;    // bytes of address space; -1 none
   bool tinyDisk = false;    // namespace only: 4096 bytes for the frames; its files are not seen
   std::chrono::seconds patience{60};
   // The print system's way to cancel a job: SIGTERM so long after the start.
