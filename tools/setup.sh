@@ -35,10 +35,13 @@ cups-filters-core-drivers /usr/lib/cups/filter/pdftopdf
 fonts-dejavu-core /usr/share/fonts/truetype/dejavu/DejaVuSansMono.ttf
 fontconfig       fc-match
 '
-tests_list="$build_list"'
+tests_list="$demo_list"'
 ninja-build      ninja
 libgtest-dev     /usr/include/gtest/gtest.h
 cups-client      cupstestppd
+zint             zint
+zbar-tools       zbarimg
+dmtx-utils       dmtxread
 clang            clang++
 llvm             llvm-cov
 clang-format     clang-format
