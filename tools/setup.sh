@@ -2,7 +2,7 @@
 # Installs the packages that building, printing the demo or testing needs and that are missing.
 #
 # One list for demo.sh and test.sh, so that a fresh Debian or Ubuntu machine is ready with one
-# command; no print service is installed or started.
+# command. No print service is started, not even where the tests need its program installed.
 set -euo pipefail
 
 usage() {
@@ -39,6 +39,7 @@ tests_list="$demo_list"'
 ninja-build      ninja
 libgtest-dev     /usr/include/gtest/gtest.h
 cups-client      cupstestppd
+cups-daemon      /usr/sbin/cupsd
 zint             zint
 zbar-tools       zbarimg
 dmtx-utils       dmtxread
@@ -94,7 +95,19 @@ apt() {
     -o Dpkg::Use-Pty=0 "$@" </dev/null
 }
 log=$(mktemp)
-trap 'rm -f "$log"' EXIT
+policy=/usr/sbin/policy-rc.d own_policy=''
+clean_up() {
+  rm -f "$log"
+  [ -z "$own_policy" ] || ${as_root[@]+"${as_root[@]}"} rm -f "$policy"
+}
+trap clean_up EXIT
+# Whoever only wants to run tests gets no running print service: this file forbids its start.
+if [[ " ${packages[*]} " == *" cups-daemon "* ]] && [ ! -e "$policy" ]; then
+  own_policy=yes
+  printf '#!/bin/sh\nexit 101\n' | ${as_root[@]+"${as_root[@]}"} tee "$policy" >/dev/null
+  ${as_root[@]+"${as_root[@]}"} chmod 755 "$policy"
+  echo "cups-daemon is installed for the tests and not started now"
+fi
 # The lists of a fresh machine are empty or old: fetch them where the first try fails.
 if ! apt install -y --no-install-recommends "${packages[@]}" >"$log" 2>&1; then
   if ! { apt update && apt install -y --no-install-recommends "${packages[@]}"; } >"$log" 2>&1; then

@@ -1,0 +1,101 @@
+// Fixture, expectations and the program's entry.
+// Why: every test then checks state, error lines, frames and sent bytes of its job alike.
+#include "tests/cups/cups_case.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "tests/cups/command.h"
+#include "tests/cups/private_machine.h"
+#include "tests/cups/server_files.h"
+
+namespace kestra::cups_tests {
+
+namespace ts = testing_support;
+
+void CupsCase::SetUp() {
+  if (!ThisMachine().obstacle.empty()) {
+    GTEST_SKIP() << "no private place for a print server here (" << ThisMachine().obstacle
+                 << "); run the tests as root, or allow users their own namespaces";
+  }
+  ASSERT_EQ(server().Problem(), "");
+}
+
+std::string CupsCase::Queue(const std::vector<std::string>& defaults) {
+  const std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
+  server().AddQueue(name, "kestra4", defaults);
+  return name;
+}
+
+std::string CupsCase::Document(const std::string& name, const std::string& bytes) {
+  const std::string path = server().Document(name);
+  WriteFile(path, bytes);
+  return path;
+}
+
+std::string CupsCase::Raster(const std::vector<ts::StreamPage>& pages) {
+  return Document("pages.ras", ts::WriteStream(pages, true));
+}
+
+std::string Commands(size_t pages, int speed, int darkness) {
+  const char one[] = {0x1B, 0x73, 1, 0, 0, static_cast<char>(speed), static_cast<char>(darkness)};
+  std::string all;
+  for (size_t i = 0; i < pages; ++i) all.append(one, sizeof one);
+  return all;
+}
+
+std::string FrameName(int page, int job, int sequence) {
+  char name[64];
+  std::snprintf(name, sizeof name, "page_%04d_jobid_%06d_%04d.dat", page, job, sequence);
+  return name;
+}
+
+void ExpectPrinted(const JobReport& report, const std::map<std::string, plain::Bytes>& frames,
+                   const std::string& commands) {
+  EXPECT_EQ(report.state, JobState::kCompleted) << report.reason << ": " << report.message;
+  EXPECT_EQ(report.errors, std::vector<std::string>{});
+  EXPECT_FALSE(frames.empty());
+  EXPECT_EQ(report.frames.size(), frames.size());
+  EXPECT_EQ(report.sent, commands);
+  for (const auto& [name, bytes] : frames) {
+    const auto found = report.frames.find(name);
+    if (found == report.frames.end()) {
+      ADD_FAILURE() << "no frame " << name;
+      continue;
+    }
+    EXPECT_TRUE(found->second == std::string(bytes.begin(), bytes.end()))
+        << name << " has other bytes";
+  }
+}
+
+void ExpectPrinted(const JobReport& report, const plain::Outcome& outcome) {
+  ExpectPrinted(report, outcome.frames, std::string(outcome.output.begin(), outcome.output.end()));
+}
+
+std::vector<std::string> InOrder(const JobReport& report) {
+  std::vector<std::string> frames;
+  for (const auto& [name, bytes] : report.frames) frames.push_back(bytes);
+  return frames;
+}
+
+Box Bar(int k) { return {0, 812, 203 * k, 1015}; }
+
+std::vector<int> Bars(const JobReport& report) {
+  std::vector<int> bars;
+  for (const auto& frame : InOrder(report)) {
+    const Box box = BlackBox(frame, kLabelMargin);
+    const int k = box.right / 203;
+    bars.push_back(box == Bar(k) ? k : 0);
+  }
+  return bars;
+}
+
+}  // namespace kestra::cups_tests
+
+int main(int argc, char** argv) {
+  testing::InitGoogleTest(&argc, argv);
+  if (testing::GTEST_FLAG(list_tests)) return RUN_ALL_TESTS();
+  kestra::cups_tests::KeepBuildFiles();
+  return kestra::cups_tests::RunInPrivateMachine([] { return RUN_ALL_TESTS(); });
+}

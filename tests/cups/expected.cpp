@@ -1,0 +1,129 @@
+// The server's chain, one program at a time, and the plain version behind it.
+// Why: options and page sizes that get lost between the programs show as a different frame.
+#include "tests/cups/expected.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <ostream>
+
+#include "tests/cups/command.h"
+#include "tests/cups/print_server.h"
+#include "tests/support/raster_stream.h"
+#include "tools/frame/page_frame.h"
+
+namespace kestra::cups_tests {
+
+namespace fs = std::filesystem;
+namespace ts = testing_support;
+
+namespace {
+
+bool AnyPixels(const cups_page_header2_t&) { return true; }
+
+plain::Header ToPlain(const cups_page_header2_t& h) {
+  plain::Header p;
+  p.width = h.cupsWidth;
+  p.height = h.cupsHeight;
+  p.bytesPerLine = h.cupsBytesPerLine;
+  p.bitsPerPixel = h.cupsBitsPerPixel;
+  p.bitsPerColor = h.cupsBitsPerColor;
+  p.copies = h.NumCopies;
+  p.resolution[0] = h.HWResolution[0];
+  p.resolution[1] = h.HWResolution[1];
+  return p;
+}
+
+}  // namespace
+
+plain::Settings LabelSettings() {
+  plain::Settings settings;
+  settings.pageSize = "w288h432";
+  const float points[6] = {288, 432, 0, 0, 288, 432};
+  std::memcpy(settings.points, points, sizeof points);
+  settings.maxMediaPoints = 295.100006103516;  // as the printer description has it
+  return settings;
+}
+
+std::string RenderByHand(const std::vector<std::string>& programs, const std::string& document,
+                         const std::string& contentType, const std::string& ppd,
+                         const std::string& options) {
+  std::string name = PrintServer::Running().Document("by-hand-XXXXXX");
+  if (::mkdtemp(name.data()) == nullptr) return "";
+  std::string input = document;
+  for (const auto& program : programs) {
+    Command command;
+    command.words = {"/usr/lib/cups/filter/" + program, "1", "user", "title", "1", options};
+    // As in a job: the first program gets the document as a file, the others read a pipe.
+    if (input == document) {
+      command.words.push_back(input);
+    } else {
+      command.input = input;
+    }
+    command.output = name + "/" + program;
+    command.environment = {"PPD=" + ppd,
+                           "PRINTER=byhand",
+                           "CHARSET=utf-8",
+                           "LANG=en_US.UTF-8",
+                           "TMPDIR=" + name,
+                           "CONTENT_TYPE=" + contentType,
+                           "FINAL_CONTENT_TYPE=application/vnd.cups-raster"};
+    const Said said = RunCommand(command);
+    if (said.status != 0) {
+      ADD_FAILURE() << program << " ended with " << said.status << ": " << said.text;
+      return "";
+    }
+    input = command.output;
+  }
+  std::string stream = ReadFile(input);
+  fs::remove_all(name);
+  return stream;
+}
+
+plain::Outcome Predict(const std::string& stream, const plain::Settings& settings, int job,
+                       const std::string& queue) {
+  plain::Job work;
+  work.jobId = std::to_string(job);
+  work.queue = queue;
+  work.settings = settings;
+  for (const auto& page : ts::Deliver(stream, AnyPixels)) {
+    work.pages.push_back({ToPlain(page.header), page.pixels, page.readable});
+  }
+  return plain::RunJob(work);
+}
+
+void PrintTo(const Box& box, std::ostream* out) {
+  *out << "columns " << box.left << " to " << box.right << ", rows " << box.top << " to "
+       << box.bottom;
+}
+
+Box BlackBox(const std::string& frame, int marginBytes) {
+  const ParsedFrame parsed = parsePageFrame({frame.begin(), frame.end()});
+  if (!parsed.frame) {
+    ADD_FAILURE() << "no frame: " << parsed.problem;
+    return {};
+  }
+  Box box;
+  int64_t black = 0;
+  for (size_t y = 0; y < parsed.frame->row_count; ++y) {
+    const FrameRow row = parsed.frame->row(y);
+    for (size_t x = 0; x < row.dots.size * 8; ++x) {
+      if ((row.dots.data[x / 8] >> (7 - x % 8) & 1) == 0) continue;
+      const int column = static_cast<int>(x) - 8 * marginBytes;
+      const int line = static_cast<int>(y);
+      if (black++ == 0) box = {column, line, column + 1, line + 1};
+      if (column < box.left) box.left = column;
+      if (column >= box.right) box.right = column + 1;
+      box.bottom = line + 1;
+    }
+  }
+  if (black != int64_t{box.right - box.left} * (box.bottom - box.top)) {
+    ADD_FAILURE() << "the dots are no full rectangle";
+    return {};
+  }
+  EXPECT_TRUE(rowsWithWrongCount(*parsed.frame).empty());
+  return box;
+}
+
+}  // namespace kestra::cups_tests

@@ -1,0 +1,93 @@
+// A print server of the tests' own: started, restarted, given queues and jobs, asked for results.
+// Why: only a real one shows which bytes, options and files a job on a user's machine comes to.
+#pragma once
+
+#include <sys/types.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace kestra::cups_tests {
+
+enum class JobState {
+  kUnknown = 0,
+  kStopped = 6,  // a filter failed; the job stays in the queue
+  kCanceled = 7,
+  kAborted = 8,
+  kCompleted = 9
+};
+
+struct JobReport {
+  int id = 0;
+  JobState state = JobState::kUnknown;
+  std::string reason;                         // job-state-reasons, the first
+  std::string message;                        // job-printer-state-message
+  int sheets = -1;                            // job-media-sheets-completed
+  int copies = -1;                            // copies asked for
+  std::string sent;                           // what reached the printer
+  std::map<std::string, std::string> frames;  // the job's frames: name to bytes
+  std::vector<std::string> errors;            // texts of its error lines in the log, in order
+};
+
+class PrintServer {
+ public:
+  // The one of this process, started at the first call; `Problem` says if that failed.
+  static PrintServer& Running();
+  ~PrintServer();
+  PrintServer(const PrintServer&) = delete;
+  PrintServer& operator=(const PrintServer&) = delete;
+
+  const std::string& Problem() const { return problem_; }
+
+  // Ends the server and starts it again; its temporary files from now on lie in the spool's tmp
+  // (what a fresh installation does), or somewhere else.
+  enum class Temporary { kInSpool, kElsewhere };
+  void Restart(Temporary where);
+
+  // model: "kestra4" or "kestraa4"; defaults: "Darkness=Dark" and so on, given to lpadmin -o.
+  void AddQueue(const std::string& name, const std::string& model,
+                const std::vector<std::string>& defaults = {});
+
+  // lp -d QUEUE WORDS FILE; the job's number, or 0 and a failure.
+  int Send(const std::string& queue, const std::string& file,
+           const std::vector<std::string>& words = {});
+  // Waits until the server has done with the job.
+  JobReport Await(int job);
+  JobReport Print(const std::string& queue, const std::string& file,
+                  const std::vector<std::string>& words = {}) {
+    return Await(Send(queue, file, words));
+  }
+  // Waits until at least one frame of the job is there.
+  void AwaitFrame(int job);
+  // Waits until the job's log holds the text.
+  void AwaitLog(int job, const std::string& text);
+
+  // Log lines of a job, in order.
+  std::vector<std::string> Log(int job) const;
+  // Number of the first line of the whole log in which the job says the text; -1 and a failure
+  // where it never does.
+  long LineOf(int job, const std::string& text) const;
+  // Names and bytes of the job's frames at this moment.
+  std::map<std::string, std::string> Frames(int job) const;
+  // Bytes of a queue's counter file; empty where there is none.
+  std::string Counter(const std::string& fileName) const;
+
+  // A directory for documents, and a printer description of the build.
+  std::string Document(const std::string& name) const { return place_ + "documents/" + name; }
+  std::string Ppd(const std::string& model) const { return place_ + model + ".ppd"; }
+  std::string SpoolTmp() const;
+
+ private:
+  PrintServer();
+  void Prepare();
+  void Configure(Temporary where);
+  void Start();
+  void Stop();
+
+  std::string place_;  // all that is the server's own, with a slash at the end
+  std::string problem_;
+  pid_t server_ = -1;
+};
+
+}  // namespace kestra::cups_tests
