@@ -1,23 +1,25 @@
 #!/bin/bash
-# Installs the packages that building, printing the demo or testing needs and that are missing.
+# Installs the packages that building, printing the demo, testing or measuring needs and that are
+# missing.
 #
-# One list for demo.sh and test.sh, so that a fresh Debian or Ubuntu machine is ready with one
-# command. No print service is started, not even where the tests need its program installed.
+# One list for demo.sh, test.sh and bench.sh, so that a fresh Debian or Ubuntu machine is ready with
+# one command. No print service is started, not even where the tests need its program installed.
 set -euo pipefail
 
 usage() {
   cat <<'EOF'
-Usage: tools/setup.sh [build|demo|tests]
+Usage: tools/setup.sh [build|demo|tests|bench]
 
 Installs what is missing on a Debian or Ubuntu machine, as root or with sudo.
 
   build   compiler and libraries of the filter and its tools
   demo    what ./demo.sh needs: build, and programs that turn documents into pages (default)
   tests   what ./test.sh needs: build, and compilers, checkers and the test library
+  bench   what ./bench.sh needs: build, and the libraries and filters that it measures against
 EOF
 }
 
-# package, then what must be there: a program's name or a file's path.
+# package, then what must be there: a program's name or a file's path, which may be a pattern.
 build_list='
 g++              c++
 cmake            cmake
@@ -48,6 +50,16 @@ llvm             llvm-cov
 clang-format     clang-format
 clang-tidy       clang-tidy
 '
+# OpenCV for Python is large. No package cups: it starts a print service; bench.sh unpacks it.
+bench_list="$build_list"'
+libbenchmark-dev /usr/include/benchmark/benchmark.h
+cups-filters     /usr/lib/cups/filter/rastertopclx
+cups-common      /usr/share/cups/drv/sample.drv
+python3          /usr/bin/python3
+python3-pil      /usr/lib/python3/dist-packages/PIL/Image.py
+python3-numpy    /usr/lib/python3/dist-packages/numpy/__init__.py
+python3-opencv   /usr/lib/python3/dist-packages/cv2*.so
+'
 
 # Reads such a list on standard input and names each package of which something is missing, once.
 missing_packages() {
@@ -55,7 +67,7 @@ missing_packages() {
   while read -r package wanted; do
     case "$wanted" in
       '') continue ;;
-      /*) [ -e "$wanted" ] || echo "$package" ;;
+      /*) compgen -G "$wanted" >/dev/null || echo "$package" ;;
       *) command -v "$wanted" >/dev/null || echo "$package" ;;
     esac
   done | sort -u
@@ -70,6 +82,7 @@ case "${1:-demo}" in
   build) list="$build_list" ;;
   demo) list="$demo_list" ;;
   tests) list="$tests_list" ;;
+  bench) list="$bench_list" ;;
   -h | --help) usage; exit 0 ;;
   *) usage >&2; exit 2 ;;
 esac

@@ -1,0 +1,74 @@
+// Measures the stages of a page one by one: the program behind the first half of ./bench.sh.
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <system_error>
+
+#include "bench/stages.h"
+#include "imaging/kernels/level.h"
+
+namespace kestra::bench {
+
+const std::vector<std::uint8_t>& a4Page(const std::string& kind) {
+  static std::map<std::string, std::vector<std::uint8_t>> pages;
+  std::vector<std::uint8_t>& page = pages[kind];
+  if (page.empty()) page = makePage(kind, kA4Width, kA4Height);
+  return page;
+}
+
+void registerStage(const std::string& name, const std::vector<std::string>& kinds,
+                   const Stage& stage) {
+  for (const std::string& kind : kinds) {
+    for (const KernelLevel level : kernelLevels()) {
+      std::string fullName = name;
+      fullName.append("/").append(kind).append("/").append(kernelLevelName(level));
+      const auto run = [=](benchmark::State& state) {
+        const std::vector<std::uint8_t>& page = a4Page(kind);
+        forceKernelLevel(level);
+        stage(state, page);
+      };
+      benchmark::RegisterBenchmark(fullName.c_str(), run);
+    }
+  }
+}
+
+namespace {
+
+// What the memory itself can do, in this very run: a copy of the page, and of the page and the bits
+// that a halftone makes of it, into memory that is already there.
+void registerYardsticks() {
+  const auto copy = [](benchmark::State& state, std::size_t bytes) {
+    std::vector<std::uint8_t> from = a4Page("photo");
+    from.resize(bytes, 1);
+    std::vector<std::uint8_t> to(bytes, 2);
+    while (state.KeepRunning()) {
+      benchmark::DoNotOptimize(std::memcpy(to.data(), from.data(), bytes));
+      benchmark::ClobberMemory();
+    }
+  };
+  constexpr std::size_t kPage = std::size_t{kA4Width} * kA4Height;
+  const auto page = [=](benchmark::State& state) { copy(state, kPage); };
+  const auto pageAndBits = [=](benchmark::State& state) { copy(state, kPage + kPage / 8); };
+  benchmark::RegisterBenchmark("memcpy page", page);
+  benchmark::RegisterBenchmark("memcpy page and bits", pageAndBits);
+}
+
+}  // namespace
+}  // namespace kestra::bench
+
+int main(int argc, char* argv[]) {
+  // Debug images are written below the current directory, which ./bench.sh makes for that.
+  std::error_code error;
+  std::filesystem::create_directories("var/spool/cups/tmp", error);
+  kestra::bench::registerYardsticks();
+  kestra::bench::registerImageStages();
+  kestra::bench::registerStencilStages();
+  kestra::bench::registerPrinterStages();
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}

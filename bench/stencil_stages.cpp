@@ -1,0 +1,76 @@
+// Stages of the stencil chain, each on what the stage before it gives for the page.
+#include "bench/stages.h"
+#include "imaging/tattoo/grey.h"
+#include "imaging/tattoo/sharpen.h"
+#include "imaging/tattoo/tattoo_dithering.h"
+
+namespace kestra::bench {
+namespace {
+
+// The numbers of the halftone "Tattoo".
+constexpr int kKnee = 64;
+constexpr float kLowGamma = 0.85F;
+constexpr float kHighGamma = 0.7F;
+constexpr float kUnsharpAmount = 300.0F;
+constexpr int kUnsharpTaps = 11;
+
+QMImage greyImage(const std::vector<std::uint8_t>& page) {
+  return {static_cast<int>(kA4Width), static_cast<int>(kA4Height), QM_IMG_GRAY, page.data()};
+}
+
+void momentsThreshold(benchmark::State& state, const std::vector<std::uint8_t>& page) {
+  const QMImage grey = greyImage(page);
+  while (state.KeepRunning()) benchmark::DoNotOptimize(thresh_global_moments(grey));
+}
+
+// Goes on with what the round before left, whose levels do not change the time of a table.
+void gamma(benchmark::State& state, const std::vector<std::uint8_t>& page) {
+  QMImage grey = greyImage(page);
+  while (state.KeepRunning()) {
+    enh_piecewise_gamma(grey, kKnee, kLowGamma, kHighGamma);
+    benchmark::DoNotOptimize(grey.data);
+    benchmark::ClobberMemory();
+  }
+}
+
+void unsharpMask(benchmark::State& state, const std::vector<std::uint8_t>& page) {
+  QMImage grey = greyImage(page);
+  enh_piecewise_gamma(grey, kKnee, kLowGamma, kHighGamma);
+  while (state.KeepRunning()) {
+    const QMImage sharp = enh_unsharp_mask(grey, kUnsharpAmount, kUnsharpTaps);
+    benchmark::DoNotOptimize(sharp.data);
+  }
+}
+
+void diffuse(benchmark::State& state, const std::vector<std::uint8_t>& page) {
+  QMImage grey = greyImage(page);
+  const int threshold = thresh_global_moments(grey);
+  enh_piecewise_gamma(grey, kKnee, kLowGamma, kHighGamma);
+  const QMImage sharp = enh_unsharp_mask(grey, kUnsharpAmount, kUnsharpTaps);
+  while (state.KeepRunning()) {
+    const QMImage dots = edf_cus(sharp, threshold);
+    benchmark::DoNotOptimize(dots.data);
+  }
+}
+
+template <QMImage (*halftone)(QMImage&)>
+void wholeChain(benchmark::State& state, const std::vector<std::uint8_t>& page) {
+  QMImage grey = greyImage(page);
+  while (state.KeepRunning()) {
+    const QMImage dots = halftone(grey);
+    benchmark::DoNotOptimize(dots.data);
+  }
+}
+
+}  // namespace
+
+void registerStencilStages() {
+  registerStage("histogram and threshold", {"photo", "blank"}, momentsThreshold);
+  registerStage("gamma", {"photo"}, gamma);
+  registerStage("Gaussian and unsharp", {"photo", "text"}, unsharpMask);
+  registerStage("float diffusion", pageKinds(), diffuse);
+  registerStage("Tattoo chain", {"photo"}, wholeChain<qmTattooDithering>);
+  registerStage("Tattoo_V7 chain", {"photo"}, wholeChain<qmTattooDitheringV7>);
+}
+
+}  // namespace kestra::bench

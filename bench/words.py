@@ -1,0 +1,75 @@
+"""The words of docs/performance.md around the tables and pictures that report.py makes.
+
+They say how to read the figures and never repeat one, so that a new run cannot make them wrong.
+"""
+
+INTRODUCTION = """
+# Performance
+
+How fast the filter is, on this machine, beside programs that everybody can install. Written whole
+by `./bench.sh`; repeat it on a machine of your own with
+
+```sh
+./bench.sh          # everything, writes this page; under 15 minutes
+./bench.sh quick    # a short look at a change, only prints; under two minutes
+```
+
+**How to read it.** Absolute times belong to one machine and one hour; look at the ratios. What is
+compared took turns in one run, and a ratio is one of medians; the least time, which other programs
+on the machine disturb the least, stands in brackets. Stages are processor time of one thread, jobs
+are wall time from the start of the process to its end. A page is A4 at 300 dpi, 2480 x 3508 dots,
+8.70 million pixels, drawn like a photograph unless another kind is named; 1 ns per pixel is 8.7 ms
+a page. Speed is never asserted by a test.
+"""
+
+AFTER_GOALS = """
+A goal that is measured against `memcpy` depends on the memory of the machine more than any other:
+where the page fits into the processor's cache, a copy costs next to nothing. Peak memory is that of
+the whole process, libraries included; "page" is the page's bytes, one a pixel. "processor" is the
+ratio of processor times, which tells more than wall time on a machine with other work to do.
+"""
+
+AFTER_STATIONS = """
+![Bars: milliseconds of each station of a page](pictures/performance-stations.svg)
+
+Medians of several jobs, told apart by the arrival of the job's own log lines, so a station shorter than
+0.1 ms is lost in the noise. "start, settings" is the process, its libraries and the printer
+description; both debug images are files of the size of the page; "result buffer" is what follows the
+halftone up to the finished page's log line; the log line behind the frame ends "records, frame".
+"""
+
+AFTER_JOBS = """
+One photo page in a file as the sixth argument, each filter with a printer description of its own,
+standard output and log to /dev/null. All in turns: ours, `rastertoepson`, `rastertopclx`, ours at
+each lower kernel level (`KESTRA_KERNELS=baseline`, `plain`), and again. Ours also writes two debug
+images and the page frame into a directory in memory. CUPS's `rastertoepson` passes the grey bytes
+through without a halftone: about the least that a filter can do with a page. `rastertopclx` of
+cups-filters turns them into dots, the same kind of work as ours.
+
+The keywords are the PPD's; which halftone runs under which is told in the gallery. No job reaches
+Floyd-Steinberg, which is measured as a stage only.
+"""
+
+KINDS = """
+The kinds: `photo` soft shapes with grain; `text` lines of letters of 10 points; `lineart` thin
+strokes on blank paper; `noise` random bytes; `flat` one light grey; `blank` marks on 2 per cent of
+the page; `ink` its negative. The label is 812 x 1218 dots at 203 dpi, 0.99 million pixels.
+"""
+
+AFTER_STAGES = """
+Levels are those of `imaging/kernels/level.h`: `plain` a pixel at a time, `baseline` vectors that
+every processor of the architecture has, `avx2` vectors of 32 bytes. A stage without a version of its
+own for a level shows the same time there. A halftone includes making the 1-bit image. The libraries'
+loops are the closest there are, not the same: Pillow and numpy give bits as we do, OpenCV's threshold
+gives bytes, its blur rounds otherwise than ours. One thread each.
+"""
+
+MEMORY = """
+The highest resident memory that the system saw during a job.
+"""
+
+GROWTH = """
+![Lines: milliseconds over millions of pixels](pictures/performance-growth.svg)
+
+Pages as wide as the head and ever longer, up to 3.4 metres at 300 dpi; medians.
+"""
