@@ -13,7 +13,8 @@ class PageBuffer {
   PageBuffer(const PageBuffer&) = delete;
   PageBuffer& operator=(const PageBuffer&) = delete;
 
-  /// Makes room for `size` zero bytes; false where there is no memory for them.
+  /// Makes room for `size` zero bytes, in the same memory where they fit; false where there is no
+  /// memory for them, and then the former bytes are gone.
   [[nodiscard]] bool reset(std::size_t size);
 
   /// The bytes; valid until the next `reset`.
@@ -21,6 +22,7 @@ class PageBuffer {
 
  private:
   unsigned char* bytes_ = nullptr;  // owned
+  std::size_t capacity_ = 0;        // bytes of the block
 };
 
 }  // namespace kestra

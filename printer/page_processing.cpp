@@ -1,5 +1,10 @@
 // Turns a grey page into the finished page image: tone, rotation, mirror, halftone, negative.
+#include <algorithm>
+#include <array>
+#include <cstring>
+
 #include "filter/base/log.h"
+#include "imaging/kernels/level_rows.h"
 #include "imaging/tattoo/tattoo_dithering.h"
 #include "printer/wren_printer.h"
 
@@ -12,6 +17,13 @@ constexpr int kContrastScale = 2;
 
 bool isTattooMethod(DitherType type) {
   return type == DitherType::Tattoo || type == DitherType::Tattoo_V7;
+}
+
+// Whether the first pixels of an image's rows are bytes that can be read as they lie.
+bool hasPlainRows(const PaletteImage& image, int width, int height) {
+  return image.IsValid() && image.GetBitsPerPixel() == 8 && width >= 0 && height >= 0 &&
+         static_cast<std::uint32_t>(width) <= image.GetWidth() &&
+         static_cast<std::uint32_t>(height) <= image.GetHeight();
 }
 
 }  // namespace
@@ -51,7 +63,7 @@ int WrenPrinter::PageProcess(DitherType type, const unsigned char* data, int byt
   if (useQMDithering_) {
     if (!ditherStencil(type, bytesPerLine, width, height, out)) return 0;
   } else {
-    if (!workingImage_.Dither(static_cast<std::int32_t>(type)) || !workingImage_.IncreaseBpp(8)) {
+    if (!workingImage_.DitherToBytes(static_cast<std::int32_t>(type))) {
       // Greys or packed bits would print as something else altogether.
       wrenLogCommon(kLogCritical, "PageProcess: the halftone failed: %s",
                     workingImage_.GetLastError());
@@ -69,28 +81,41 @@ int WrenPrinter::PageProcess(DitherType type, const unsigned char* data, int byt
   }
   if (antiWrinkle_ != 0) EnableAntiWrink(*pimage_);
 
-  const auto effWidth = static_cast<int>(pimage_->GetEffWidth());
-  copyProcessedPixels(
-      pimage_, out, static_cast<int>(pimage_->GetWidth()), static_cast<int>(pimage_->GetHeight()),
-      effWidth, 2 * static_cast<std::size_t>(bytesPerLine) * static_cast<std::size_t>(height));
+  if (out != nullptr) {
+    copyProcessedPixels(
+        pimage_, out, static_cast<int>(pimage_->GetWidth()), static_cast<int>(pimage_->GetHeight()),
+        static_cast<int>(pimage_->GetEffWidth()),
+        2 * static_cast<std::size_t>(bytesPerLine) * static_cast<std::size_t>(height));
+  }
   const int length = static_cast<int>(static_cast<std::uint32_t>(height) * pimage_->GetEffWidth());
   wrenLogCommon(kLogDebug,
                 "PageProcess: Filled the output buffer with processed pixels, length: %d", length);
   return length;
 }
 
-// The stencil chain works on pixels without gaps. The page is laid out in `out` with its own line
-// length and deliberately read as if lines were `width` long: where they are longer, lines drift
-// apart and the gaps between them (zeros) become pixels.
+// The stencil chain works on pixels without gaps. The page is laid out with its own line length, in
+// `out` where there is one, and deliberately read as if lines were `width` long: where they are
+// longer, lines drift apart and the gaps between them (zeros) become pixels.
 bool WrenPrinter::ditherStencil(DitherType type, int bytesPerLine, int width, int height,
                                 unsigned char* out) {
-  copyPixels(workingImage_, out, width, height, bytesPerLine);
+  if (out != nullptr) copyPixels(workingImage_, out, width, height, bytesPerLine);
   wrenLogCommon(kLogDebug,
                 "PageProcess: Copied pixels to the output buffer for QM dithering, with stride %d, "
                 "EffWidth %d",
                 bytesPerLine, static_cast<int>(workingImage_.GetEffWidth()));
 
-  QMImage page(width, height, QM_IMG_GRAY, out);
+  QMImage page(width, height, QM_IMG_GRAY);
+  if (out != nullptr) {
+    std::memcpy(page.data, out, page.size());
+  } else {
+    // The same rows in the same order, as far as they would be read.
+    for (std::uint32_t y = 0; y < workingImage_.GetHeight(); ++y) {
+      const std::size_t start = std::size_t{y} * static_cast<std::size_t>(bytesPerLine);
+      if (start >= page.size()) break;
+      std::memcpy(page.data + start, workingImage_.GetBits(y),
+                  std::min(static_cast<std::size_t>(width), page.size() - start));
+    }
+  }
   const QMImage stencil =
       type == DitherType::Tattoo_V7 ? qmTattooDitheringV7(page) : qmTattooDithering(page);
   wrenLogCommon(kLogDebug, "PageProcess: Applied QM dithering with stride %d, width %d",
@@ -111,6 +136,13 @@ bool WrenPrinter::ditherStencil(DitherType type, int bytesPerLine, int width, in
 
 void WrenPrinter::copyPixels(PaletteImage& image, unsigned char* out, int width, int height,
                              int stride) {
+  if (hasPlainRows(image, width, height)) {
+    for (int y = 0; y < height; ++y) {
+      std::memcpy(out + static_cast<std::ptrdiff_t>(y) * stride,
+                  image.GetBits(static_cast<std::uint32_t>(y)), static_cast<std::size_t>(width));
+    }
+    return;
+  }
   for (std::int64_t y = 0; y < height; ++y) {
     unsigned char* row = out + y * stride;
     for (std::int64_t x = 0; x < width; ++x) row[x] = image.GetPixelIndex(x, y);
@@ -121,14 +153,26 @@ void WrenPrinter::copyPixels(PaletteImage& image, unsigned char* out, int width,
 // that `Negative` made 255 and 254, the copy holds 0 and 1.
 void WrenPrinter::copyProcessedPixels(PaletteImage* image, unsigned char* out, int width,
                                       int height, int stride, std::size_t outSize) {
+  std::array<std::uint8_t, 256> table = {};
+  for (unsigned index = 0; index < table.size(); ++index) {
+    const unsigned value = index == 1 ? 255 : index;
+    table[index] = static_cast<std::uint8_t>(negativePrint_ ? ~value : value);
+  }
+  const bool plainRows = hasPlainRows(*image, width, height);
   for (std::int64_t y = 0; y < height; ++y) {
-    for (std::int64_t x = 0; x < width; ++x) {
-      const auto position = static_cast<std::size_t>(y * stride + x);
-      if (position >= outSize) return;
-      unsigned value = image->GetPixelIndex(x, y);
-      if (value == 1) value = 255;
-      out[position] = static_cast<unsigned char>(negativePrint_ ? ~value : value);
+    const auto start = static_cast<std::size_t>(y * stride);
+    if (start >= outSize) return;
+    const std::size_t pixels =
+        std::min(static_cast<std::size_t>(std::max(width, 0)), outSize - start);
+    unsigned char* row = out + start;
+    if (plainRows) {
+      std::memcpy(row, image->GetBits(static_cast<std::uint32_t>(y)), pixels);
+    } else {
+      for (std::size_t x = 0; x < pixels; ++x) {
+        row[x] = image->GetPixelIndex(static_cast<std::int64_t>(x), y);
+      }
     }
+    lookUpLevels(table.data(), row, pixels);
   }
 }
 

@@ -3,8 +3,11 @@
 #include "printer/spool_file.h"
 
 #include <fcntl.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -34,6 +37,25 @@ bool SpoolFile::write(const void* data, std::size_t size) {
     size -= static_cast<std::size_t>(written);
   }
   return true;
+}
+
+bool SpoolFile::write(const void* first, std::size_t firstSize, const void* second,
+                      std::size_t secondSize) {
+  // The system takes bytes that it only reads through pointers to writable ones.
+  const std::array<iovec, 2> parts = {iovec{const_cast<void*>(first), firstSize},
+                                      iovec{const_cast<void*>(second), secondSize}};
+  ssize_t written = -1;
+  do {
+    written = writev(descriptor_, parts.data(), static_cast<int>(parts.size()));
+  } while (written < 0 && errno == EINTR);
+  if (written < 0) return false;
+  // What a full or slow disk did not take at once follows piece by piece, or fails with a reason.
+  const auto done = static_cast<std::size_t>(written);
+  const std::size_t fromFirst = std::min(done, firstSize);
+  const std::size_t fromSecond = done - fromFirst;
+  return write(static_cast<const char*>(first) + fromFirst, firstSize - fromFirst) &&
+         (fromSecond == secondSize ||
+          write(static_cast<const char*>(second) + fromSecond, secondSize - fromSecond));
 }
 
 bool SpoolFile::publishAs(const std::string& path) {

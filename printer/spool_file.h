@@ -22,6 +22,10 @@ class SpoolFile {
   /// Writes all bytes; false, with `errno` set, where not all of them can be stored.
   [[nodiscard]] bool write(const void* data, std::size_t size);
 
+  /// The same for bytes that lie in two places.
+  [[nodiscard]] bool write(const void* first, std::size_t firstSize, const void* second,
+                           std::size_t secondSize);
+
   /// Gives the file a name that no other file has.
   /// @return false with `errno` EEXIST where the name is taken, or another error
   [[nodiscard]] bool publishAs(const std::string& path);

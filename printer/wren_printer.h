@@ -97,7 +97,7 @@ class WrenPrinter {
   /// @param out  receives the finished pixels as 0 and 255 (a classic page in negative printing as
   /// 0
   ///             and 1), rows `GetEffWidth()` bytes apart; room for 2 * bytesPerLine * height
-  ///             bytes, beyond which nothing is written
+  ///             bytes, beyond which nothing is written; null where nobody wants them
   /// @return bytes meant to be valid in `out`, 0 on failure (then `pimage` is what it was)
   int PageProcess(DitherType type, const unsigned char* data, int bytesPerLine, int width,
                   int height, unsigned char* out);

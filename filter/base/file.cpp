@@ -24,7 +24,10 @@ FilePtr openPrivateFile(const char* path) {
     return nullptr;
   }
   std::FILE* file = nullptr;
-  if (fchmod(descriptor, kOwnerOnly) == 0 && ftruncate(descriptor, 0) == 0) {
+  // A file that is empty already is not cut: some file systems write out a cut file as a whole when
+  // it is closed, and the page would wait for the disk.
+  if (fchmod(descriptor, kOwnerOnly) == 0 &&
+      (status.st_size == 0 || ftruncate(descriptor, 0) == 0)) {
     file = fdopen(descriptor, "wb+");
   }
   if (file == nullptr) close(descriptor);

@@ -2,6 +2,7 @@
 #include <cstring>
 #include <limits>
 
+#include "imaging/kernels/level_rows.h"
 #include "imaging/paletteimage/palette_image.h"
 
 namespace kestra {
@@ -17,6 +18,14 @@ bool PaletteImage::Rotate180(PaletteImage* destination) {
     return false;
   }
   turned.SetPalette(GetPalette(), GetNumColors());
+  if (header_.bitCount == 8) {
+    for (std::uint32_t y = 0; y < GetHeight(); ++y) {
+      std::uint8_t* row = turned.GetBits(GetHeight() - 1 - y);
+      std::memcpy(row, GetBits(y), GetWidth());
+      reverseLevels(row, GetWidth());
+    }
+    return (destination == nullptr ? this : destination)->Transfer(turned, true);
+  }
   for (std::int64_t y = 0; y < header_.height; ++y) {
     for (std::int64_t x = 0; x < header_.width; ++x) {
       turned.BlindSetPixelIndex(header_.width - 1 - x, header_.height - 1 - y,
@@ -29,11 +38,19 @@ bool PaletteImage::Rotate180(PaletteImage* destination) {
 // a b c      c b a
 // d e f  ->  f e d
 //
-// Rows are stepped by the source's row length on both sides, which is right for 8-bit images. At
-// other depths rows of the two images drift apart: bytes that would be read behind the source's
-// rows are 0, bytes that would be written behind the result's rows are dropped.
+// An 8-bit image is mirrored in its own block. At other depths rows are stepped by the source's row
+// length on both sides, so that rows of the two images drift apart: bytes that would be read behind
+// the source's rows are 0, bytes that would be written behind the result's rows are dropped.
 void PaletteImage::Mirror() {
   if (!IsValid()) return;
+  if (header_.bitCount == 8) {
+    for (std::uint32_t y = 0; y < GetHeight(); ++y) {
+      std::uint8_t* row = GetBits(y);
+      reverseLevels(row, GetWidth());
+      std::memset(row + GetWidth(), 0, info_.effWidth - GetWidth());  // padding is not mirrored
+    }
+    return;
+  }
   PaletteImage mirrored;
   createDerived(mirrored, GetWidth(), GetHeight(), 8);
   if (!mirrored.IsValid()) {

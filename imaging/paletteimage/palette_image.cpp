@@ -3,9 +3,10 @@
 #include "imaging/paletteimage/palette_image.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
+
+#include "imaging/kernels/page_block.h"
 
 namespace kestra {
 namespace {
@@ -65,7 +66,7 @@ void* PaletteImage::Create(std::uint32_t width, std::uint32_t height, std::uint3
   header_.colorsUsed = paletteEntries(depth);
 
   // Cleared as a whole: row padding reaches debug images and, on some widths, dots.
-  dib_ = static_cast<std::uint8_t*>(std::calloc(1, GetSize()));
+  dib_ = static_cast<std::uint8_t*>(allocatePageBlock(GetSize()));
   if (dib_ == nullptr) {
     setLastError("PaletteImage::Create can't allocate memory");
     return nullptr;
@@ -97,7 +98,7 @@ bool PaletteImage::CreateFromArray(const std::uint8_t* array, std::uint32_t widt
 }
 
 bool PaletteImage::Destroy() {
-  std::free(dib_);
+  freePageBlock(dib_, GetSize());
   dib_ = nullptr;
   return true;
 }

@@ -130,6 +130,9 @@ class PaletteImage {
   ///                generated 4x4 matrix, any other number Floyd-Steinberg
   /// @return false without a block or memory; true without a change for a 1-bit image
   bool Dither(std::int64_t method);
+  /// `Dither` and then `IncreaseBpp(8)`: a byte of 0 or 1 for each dot. An 8-bit image keeps its
+  /// block, so that a page needs no memory besides its bits.
+  bool DitherToBytes(std::int64_t method);
 
   // --- Tone (tone.cpp) ---
 
@@ -187,6 +190,9 @@ class PaletteImage {
 
   void setLastError(const char* text);
   bool isInside(std::int64_t x, std::int64_t y) const;
+  /// Makes `dots` the 1-bit image of this one by a dithering method, which may use up this image's
+  /// pixels; false where there is no memory.
+  bool makeDots(PaletteImage& dots, std::uint64_t method);
   /// Makes `derived` an image of this one's type and information, with another size or depth.
   void createDerived(PaletteImage& derived, std::uint32_t width, std::uint32_t height,
                      std::uint32_t bpp) const;

@@ -3,6 +3,8 @@
 #include <array>
 
 #include "filter/base/number.h"
+#include "imaging/kernels/dot_rows.h"
+#include "imaging/kernels/level_rows.h"
 #include "imaging/paletteimage/palette_image.h"
 
 namespace kestra {
@@ -32,6 +34,15 @@ bool PaletteImage::Light(int brightness, int contrast) {
 
 bool PaletteImage::Lut(const std::uint8_t* table) {
   if (!IsValid() || table == nullptr) return false;
+  if (header_.bitCount == 8) {
+    // Rows without padding are one long row.
+    const bool gapless = GetWidth() == info_.effWidth;
+    const std::size_t run = gapless ? header_.imageSize : GetWidth();
+    for (std::size_t at = 0; at < header_.imageSize; at += gapless ? run : info_.effWidth) {
+      lookUpLevels(table, GetBits(0) + at, run);
+    }
+    return true;
+  }
   for (std::int64_t y = 0; y < header_.height; ++y) {
     for (std::int64_t x = 0; x < header_.width; ++x) {
       BlindSetPixelIndex(x, y, table[BlindGetPixelIndex(x, y)]);
@@ -53,6 +64,12 @@ bool PaletteImage::IncreaseBpp(unsigned int bitsPerPixel) {
     return false;
   }
   deeper.SetPalette(GetPalette(), GetNumColors());
+  if (header_.bitCount == 1 && bitsPerPixel == 8) {
+    for (std::uint32_t y = 0; y < GetHeight(); ++y) {
+      unpackDots(GetBits(y), GetWidth(), deeper.GetBits(y));
+    }
+    return Transfer(deeper, true);
+  }
   for (std::int64_t y = 0; y < header_.height; ++y) {
     for (std::int64_t x = 0; x < header_.width; ++x) {
       const std::uint8_t index = BlindGetPixelIndex(x, y);

@@ -371,7 +371,7 @@ Page bars(int width, int height, bool along, std::uint32_t longest, std::uint32_
 TEST(BarcodeRules, ChangeRandomBarsLikeThePlainVersions) {
   bool changed[3] = {false, false, false};
   for (const int width : {101, 200, 330, 700, 836}) {
-    for (const int height : {9, 10, 17, 40}) {
+    for (const int height : {9, 10, 17, 40, 300}) {
       for (const bool along : {true, false}) {
         for (const std::uint32_t longest : {8U, 60U, 400U}) {
           const Page start = bars(width, height, along, longest,

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "imaging/kernels/level.h"
 #include "tests/unit/plain_dither.h"
 #include "tests/unit/test_images.h"
 
@@ -293,6 +294,79 @@ INSTANTIATE_TEST_SUITE_P(EveryMethod, DitherSizes, testing::Values(0, 1, 2, 3, 4
                          [](const testing::TestParamInfo<std::int64_t>& parameter) {
                            return "Method" + std::to_string(parameter.param);
                          });
+
+/// All that an image shows of itself.
+struct Shown {
+  Bytes rows;
+  Bytes palette;
+  std::vector<std::uint32_t> numbers;
+  std::string error;
+};
+
+Shown shown(const PaletteImage& image) {
+  Shown all;
+  all.rows = rowBytesOf(image);
+  for (unsigned i = 0; i < image.GetNumColors(); ++i) {
+    const tagRGBQUAD color = image.GetPaletteColor(static_cast<std::uint8_t>(i));
+    all.palette.insert(all.palette.end(), {color.blue, color.green, color.red, color.reserved});
+  }
+  all.numbers = {image.GetWidth(),        image.GetHeight(), image.GetEffWidth(),
+                 image.GetBitsPerPixel(), image.GetType(),   image.GetSize()};
+  all.error = image.GetLastError();
+  return all;
+}
+
+void expectSame(const Shown& wanted, const Shown& got, const std::string& what) {
+  EXPECT_EQ(wanted.rows, got.rows) << what;
+  EXPECT_EQ(wanted.palette, got.palette) << what;
+  EXPECT_EQ(wanted.numbers, got.numbers) << what;
+  EXPECT_EQ(wanted.error, got.error) << what;
+}
+
+TEST(DitherToBytes, EqualsDitheringAndThenRaisingTheDepth) {
+  const KernelLevel former = kernelLevel();
+  for (const KernelLevel level : kernelLevels()) {
+    forceKernelLevel(level);
+    for (const std::uint32_t width : {1U, 3U, 4U, 33U, 64U, 101U, 836U}) {
+      for (std::int64_t method = -1; method <= 8; ++method) {
+        // Lines longer than the page is wide leave other bytes in the padding.
+        const Bytes page = greyPage(width + 3, 9, Fill::Random);
+        OwnedImage wanted;
+        OwnedImage image;
+        ASSERT_TRUE(wanted.CreateFromArray(page.data(), width, 9, 8, width + 3, false));
+        ASSERT_TRUE(image.CreateFromArray(page.data(), width, 9, 8, width + 3, false));
+        ASSERT_TRUE(wanted.Dither(method) && wanted.IncreaseBpp(8));
+        ASSERT_TRUE(image.DitherToBytes(method));
+        expectSame(shown(wanted), shown(image),
+                   std::to_string(width) + " method " + std::to_string(method));
+      }
+    }
+  }
+  forceKernelLevel(former);
+}
+
+TEST(DitherToBytes, TakesOtherDepthsTheSameWay) {
+  for (const std::uint32_t depth : {1U, 4U}) {
+    for (const std::int64_t method : {0, 1, 2, 7}) {
+      OwnedImage wanted;
+      OwnedImage image;
+      for (PaletteImage* each :
+           {static_cast<PaletteImage*>(&wanted), static_cast<PaletteImage*>(&image)}) {
+        ASSERT_NE(nullptr, each->Create(9, 3, depth, 5));
+        for (std::int64_t x = 0; x < 9; ++x) each->SetPixelIndex(x, x % 3, 15);
+      }
+      ASSERT_TRUE(wanted.Dither(method) && wanted.IncreaseBpp(8));
+      ASSERT_TRUE(image.DitherToBytes(method));
+      expectSame(shown(wanted), shown(image), std::to_string(depth));
+    }
+  }
+}
+
+TEST(DitherToBytes, NeedsAnImage) {
+  PaletteImage none;
+  EXPECT_FALSE(none.DitherToBytes(0));
+  EXPECT_FALSE(none.DitherToBytes(2));
+}
 
 }  // namespace
 }  // namespace kestra

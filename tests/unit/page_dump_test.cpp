@@ -36,6 +36,18 @@ TEST_F(PageDump, StoresAFrameAndTellsWhere) {
   EXPECT_EQ(frame, readBytes(kData + "/page_0001_jobid_000042_0000.dat"));
 }
 
+TEST_F(PageDump, StoresAFrameFromTwoPlaces) {
+  const Bytes header = {'S', 'I', 'Z'};
+  const Bytes records = {1, 2, 3, 4};
+  Capture capture;
+  DumpPageToFile(1, 42, header.data(), 3, records.data(), 4);
+  EXPECT_EQ("DEBUG:DumpPageToFile: dumped the page data to file:" + kData +
+                "/page_0001_jobid_000042_0000.dat, size:7\n",
+            capture.stop());
+  EXPECT_EQ((Bytes{'S', 'I', 'Z', 1, 2, 3, 4}),
+            readBytes(kData + "/page_0001_jobid_000042_0000.dat"));
+}
+
 TEST_F(PageDump, NumbersFramesOfTheSamePageAndJob) {
   dump(1, 42, {1});
   dump(1, 42, {2});

@@ -197,6 +197,14 @@ TEST(PageFrame, PutsLabelCommandAndRecordsTogether) {
             frame);
 }
 
+TEST(PageFrame, HasTheSameHeaderByItself) {
+  const LabelInfo label = labelInfo(MediaCode::LabelMark, 400, 3, 16, 513);
+  // 3 records of 300 bytes: 2C 01 and 03 00.
+  EXPECT_EQ((PageFrameHeader{'S',  'I',  'Z',  2,    0x90, 0x01, 3, 0, 16, 0, 0, 0, 0x01, 0x02,  //
+                             0x1D, 0x76, 0x30, 0x00, 0x2C, 0x01, 3, 0}),
+            pageFrameHeader(label, 900, 3));
+}
+
 TEST(PageFrame, CutsRecordLengthAndRowCountTo16Bits) {
   const LabelInfo label{};
   Bytes frame(22 + 70000);

@@ -195,6 +195,24 @@ TEST_F(PageProcessing, TakesRowsLongerThanThePageIsWide) {
   EXPECT_EQ((Bytes{1, 0, 1, 0, 0, 1, 0, 0}), finished());
 }
 
+TEST_F(PageProcessing, MakesTheSameImageWithoutABuffer) {
+  const Bytes page = greyPage(20, 9, Fill::Random);
+  for (int type = 0; type <= 9; ++type) {
+    for (const int width : {20, 17, 3}) {  // lines may be longer than the page is wide
+      printer.setHalftoneType(static_cast<DitherType>(type));
+      const int length = process(page, 20, width, 9, static_cast<DitherType>(type));
+      const Bytes wanted = finished();
+      const std::vector<std::string> wantedLog = log;
+
+      Capture capture;
+      EXPECT_EQ(length, printer.PageProcess(static_cast<DitherType>(type), page.data(), 20, width,
+                                            9, nullptr));
+      EXPECT_EQ(wantedLog, capture.stopLines());
+      EXPECT_EQ(wanted, finished()) << "type " << type << " width " << width;
+    }
+  }
+}
+
 TEST_F(PageProcessing, NeverWritesPastTheBufferOfANarrowPage) {
   // 1 pixel wide, 10 rows: 20 bytes of room, but the result's rows are 4 apart. Rows 0 to 4 fit.
   EXPECT_EQ(40, process(Bytes(10, 255), 1, 1, 10));

@@ -105,6 +105,28 @@ TEST_F(SpoolFileTest, WritesPiecesBehindEachOther) {
   EXPECT_EQ((Bytes{'a', 'b', 'c'}), readBytes("tmp/frame.dat"));
 }
 
+TEST_F(SpoolFileTest, WritesTwoPlacesAsOne) {
+  SpoolFile file("tmp");
+  EXPECT_TRUE(file.write("ab", 2, "cde", 3));
+  EXPECT_TRUE(file.write("", 0, "f", 1));
+  EXPECT_TRUE(file.write("g", 1, nullptr, 0));
+  ASSERT_TRUE(file.publishAs("tmp/frame.dat"));
+  EXPECT_EQ((Bytes{'a', 'b', 'c', 'd', 'e', 'f', 'g'}), readBytes("tmp/frame.dat"));
+}
+
+TEST_F(SpoolFileTest, TellsThatTheDiskIsFullInEitherOfTwoPlaces) {
+  const Bytes large(10000, 7);
+  for (const bool first : {true, false}) {
+    const FullDisk full(4096);
+    SpoolFile file("tmp");
+    errno = 0;
+    EXPECT_FALSE(first ? file.write(large.data(), large.size(), "x", 1)
+                       : file.write("x", 1, large.data(), large.size()));
+    EXPECT_EQ(EFBIG, errno);  // what this kind of full disk answers
+  }
+  EXPECT_EQ(Names{}, namesIn("tmp"));
+}
+
 TEST_F(SpoolFileTest, TellsThatTheDiskIsFull) {
   const Bytes frame(10000, 7);
   {

@@ -1,0 +1,75 @@
+// Packs, unpacks and counts dots 64 pixels or bits at a time.
+#include "imaging/kernels/dot_lanes.h"
+#include "imaging/kernels/dot_rows_levels.h"
+
+namespace kestra::KESTRA_LEVEL {
+namespace {
+
+// All pixels are read before the first bit is written, which may replace one of them.
+KESTRA_INLINE void packBlock(const std::uint8_t* pixels, std::uint8_t* bits) {
+  Lanes masks[kVectors];
+  for (std::size_t i = 0; i < kVectors; ++i) {
+    masks[i] = reinterpret_cast<Lanes>(loadLanes(pixels + i * kLanes) != 0);
+  }
+  storeBits(masks, bits);
+}
+
+// The bits of a word, added up pairwise, then by fours, then by bytes.
+KESTRA_INLINE std::uint64_t countWord(std::uint64_t word) {
+#if defined(__POPCNT__) || defined(__aarch64__)
+  return static_cast<std::uint64_t>(__builtin_popcountll(word));
+#else
+  constexpr std::uint64_t kPairs = 0x3333333333333333U;
+  word -= (word >> 1) & 0x5555555555555555U;
+  word = (word & kPairs) + ((word >> 2) & kPairs);
+  word = (word + (word >> 4)) & 0x0F0F0F0F0F0F0F0FU;
+  return (word * 0x0101010101010101U) >> 56;
+#endif
+}
+
+// Eight dots as eight bytes of 0 and 1, the first in the lowest byte: a copy of the byte in each
+// place, of which one bit is kept; adding 0x7F carries any bit but none up to the highest.
+KESTRA_INLINE std::uint64_t unpackByte(std::uint8_t bits) {
+  const std::uint64_t kept = (bits * 0x0101010101010101U) & 0x0102040810204080U;
+  return ((kept + 0x7F7F7F7F7F7F7F7FU) >> 7) & 0x0101010101010101U;
+}
+
+}  // namespace
+
+void packDots(const std::uint8_t* pixels, std::size_t count, std::uint8_t* bits) {
+  std::size_t x = 0;
+  for (; x + kBlock <= count; x += kBlock) packBlock(pixels + x, bits + x / 8);
+  if (x == count) return;
+  std::uint8_t rest[kBlock] = {};
+  std::uint8_t restBits[kBlock / 8];
+  std::memcpy(rest, pixels + x, count - x);
+  packBlock(rest, restBits);
+  std::memcpy(bits + x / 8, restBits, (count - x + 7) / 8);
+}
+
+void unpackDots(const std::uint8_t* bits, std::size_t count, std::uint8_t* pixels) {
+  std::size_t x = 0;
+  for (; x + 8 <= count; x += 8) {
+    const std::uint64_t word = unpackByte(bits[x / 8]);
+    std::memcpy(pixels + x, &word, sizeof word);
+  }
+  if (x == count) return;
+  const std::uint64_t word = unpackByte(bits[x / 8]);
+  std::memcpy(pixels + x, &word, count - x);
+}
+
+std::uint64_t countDots(const std::uint8_t* bits, std::size_t size) {
+  std::uint64_t count = 0;
+  std::uint64_t word = 0;
+  std::size_t i = 0;
+  for (; i + sizeof word <= size; i += sizeof word) {
+    std::memcpy(&word, bits + i, sizeof word);
+    count += countWord(word);
+  }
+  if (i == size) return count;
+  word = 0;
+  std::memcpy(&word, bits + i, size - i);
+  return count + countWord(word);
+}
+
+}  // namespace kestra::KESTRA_LEVEL

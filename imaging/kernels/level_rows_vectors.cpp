@@ -1,0 +1,90 @@
+// Tables that are a sum become one; any other table is asked a pixel at a time. Rows are turned
+// eight pixels at a time from both ends.
+#include "imaging/kernels/dot_lanes.h"
+#include "imaging/kernels/level_rows_levels.h"
+
+namespace kestra::KESTRA_LEVEL {
+namespace {
+
+constexpr int kLevels = 256;
+
+KESTRA_INLINE int clampToLevel(int value) { return value < 0 ? 0 : value > 255 ? 255 : value; }
+
+// What a table adds to every level: its first entry, where that is above 0, else its last entry
+// less 255. 256 for a table that is no such sum.
+KESTRA_INLINE int sumOfTable(const std::uint8_t* table) {
+  const int sum = table[0] > 0 ? table[0] : table[kLevels - 1] - (kLevels - 1);
+  for (int i = 0; i < kLevels; ++i) {
+    if (table[i] != clampToLevel(i + sum)) return kLevels;
+  }
+  return sum;
+}
+
+KESTRA_INLINE Lanes lanesOf(int level) {
+  std::uint8_t bytes[kLanes];
+  for (std::size_t i = 0; i < kLanes; ++i) bytes[i] = static_cast<std::uint8_t>(level);
+  return loadLanes(bytes);
+}
+
+// Levels that would pass 255 or fall below 0 are first cut to where they just do not.
+KESTRA_INLINE void addToLevels(int sum, std::uint8_t* levels, std::size_t count) {
+  const int lowest = sum < 0 ? -sum : 0;
+  const int highest = sum > 0 ? kLevels - 1 - sum : kLevels - 1;
+  const Lanes lows = lanesOf(lowest);
+  const Lanes highs = lanesOf(highest);
+  const Lanes sums = lanesOf(sum & 0xFF);  // sums of bytes wrap: -3 is 253
+  std::size_t x = 0;
+  for (; x + kLanes <= count; x += kLanes) {
+    Lanes cut = loadLanes(levels + x);
+    cut = cut > lows ? cut : lows;
+    cut = cut < highs ? cut : highs;
+    storeLanes(levels + x, cut + sums);
+  }
+  for (; x < count; ++x) levels[x] = static_cast<std::uint8_t>(clampToLevel(levels[x] + sum));
+}
+
+KESTRA_INLINE std::uint64_t loadTurned(const std::uint8_t* bytes) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, bytes, sizeof word);
+  return __builtin_bswap64(word);
+}
+
+}  // namespace
+
+void lookUpLevels(const std::uint8_t* table, std::uint8_t* levels, std::size_t count) {
+  // Looking at the table takes as long as looking up a few hundred pixels.
+  constexpr std::size_t kWorthIt = 1024;
+  const int sum = count < kWorthIt ? kLevels : sumOfTable(table);
+  if (sum != kLevels) {
+    addToLevels(sum, levels, count);
+    return;
+  }
+  // Eight at a time, so that no entry waits for the byte before it to be stored.
+  std::size_t x = 0;
+  for (; x + 8 <= count; x += 8) {
+    std::uint8_t entries[8];
+    for (std::size_t i = 0; i < 8; ++i) entries[i] = table[levels[x + i]];
+    std::memcpy(levels + x, entries, sizeof entries);
+  }
+  for (; x < count; ++x) levels[x] = table[levels[x]];
+}
+
+void reverseLevels(std::uint8_t* levels, std::size_t count) {
+  std::size_t left = 0;
+  std::size_t right = count;
+  for (; left + 16 <= right; left += 8) {
+    right -= 8;
+    const std::uint64_t first = loadTurned(levels + left);
+    const std::uint64_t last = loadTurned(levels + right);
+    std::memcpy(levels + left, &last, sizeof last);
+    std::memcpy(levels + right, &first, sizeof first);
+  }
+  for (; left + 1 < right; ++left) {
+    --right;
+    const std::uint8_t level = levels[left];
+    levels[left] = levels[right];
+    levels[right] = level;
+  }
+}
+
+}  // namespace kestra::KESTRA_LEVEL
