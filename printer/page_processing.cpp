@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <vector>
 
 #include "filter/base/log.h"
 #include "imaging/kernels/level_rows.h"
@@ -24,6 +25,23 @@ bool hasPlainRows(const PaletteImage& image, int width, int height) {
   return image.IsValid() && image.GetBitsPerPixel() == 8 && width >= 0 && height >= 0 &&
          static_cast<std::uint32_t>(width) <= image.GetWidth() &&
          static_cast<std::uint32_t>(height) <= image.GetHeight();
+}
+
+// The first width x height bytes of the page laid out with its own line length: mostly just the
+// image's own bytes, else a copy in `room`.
+const unsigned char* stencilPixels(PaletteImage& image, int bytesPerLine, int width, int height,
+                                   std::vector<unsigned char>* room) {
+  if (bytesPerLine == width && image.GetEffWidth() == static_cast<std::uint32_t>(width)) {
+    return image.GetBits(0);
+  }
+  const auto columns = static_cast<std::size_t>(width);
+  room->resize(columns * static_cast<std::size_t>(height));
+  for (std::uint32_t y = 0; y < image.GetHeight(); ++y) {
+    const std::size_t start = std::size_t{y} * static_cast<std::size_t>(bytesPerLine);
+    if (start >= room->size()) break;
+    std::memcpy(room->data() + start, image.GetBits(y), std::min(columns, room->size() - start));
+  }
+  return room->data();
 }
 
 }  // namespace
@@ -104,26 +122,19 @@ bool WrenPrinter::ditherStencil(DitherType type, int bytesPerLine, int width, in
                 "EffWidth %d",
                 bytesPerLine, static_cast<int>(workingImage_.GetEffWidth()));
 
-  QMImage page(width, height, QM_IMG_GRAY);
-  if (out != nullptr) {
-    std::memcpy(page.data, out, page.size());
-  } else {
-    // The same rows in the same order, as far as they would be read.
-    for (std::uint32_t y = 0; y < workingImage_.GetHeight(); ++y) {
-      const std::size_t start = std::size_t{y} * static_cast<std::size_t>(bytesPerLine);
-      if (start >= page.size()) break;
-      std::memcpy(page.data + start, workingImage_.GetBits(y),
-                  std::min(static_cast<std::size_t>(width), page.size() - start));
-    }
+  std::vector<unsigned char> room;
+  const unsigned char* pixels =
+      out != nullptr ? out : stencilPixels(workingImage_, bytesPerLine, width, height, &room);
+  const bool made = secondImage_.Create(static_cast<std::uint32_t>(width),
+                                        static_cast<std::uint32_t>(height), 8, 0) != nullptr;
+  if (made) {
+    secondImage_.SetGrayPalette();
+    ditherStencilPage(type == DitherType::Tattoo_V7 ? StencilKind::kTattooV7 : StencilKind::kTattoo,
+                      pixels, width, height, secondImage_.GetBits(0), secondImage_.GetEffWidth());
   }
-  const QMImage stencil =
-      type == DitherType::Tattoo_V7 ? qmTattooDitheringV7(page) : qmTattooDithering(page);
   wrenLogCommon(kLogDebug, "PageProcess: Applied QM dithering with stride %d, width %d",
-                (stencil.width + 3) / 4 * 4, width);
-
-  if (!secondImage_.CreateFromArray(stencil.data, static_cast<std::uint32_t>(width),
-                                    static_cast<std::uint32_t>(height), 8,
-                                    static_cast<std::uint32_t>(width), false)) {
+                (width + 3) / 4 * 4, width);
+  if (!made) {
     wrenLogCommon(kLogError,
                   "PageProcess: Failed to create a new PaletteImage from QM dithered data");
     return false;

@@ -27,6 +27,7 @@ make             make
 libcups2-dev     /usr/include/cups/ppd.h
 libcupsimage2-dev /usr/include/cups/raster.h
 libpng-dev       /usr/include/png.h
+libsimde-dev     /usr/include/simde/x86/avx2.h
 cups-ppdc        ppdc
 '
 demo_list="$build_list"'

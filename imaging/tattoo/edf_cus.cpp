@@ -1,7 +1,9 @@
 // The stencil chain's error diffusion: dots that cling to dots already printed.
 #include <cstddef>
+#include <cstring>
 #include <vector>
 
+#include "imaging/kernels/stencil_diffusion.h"
 #include "imaging/tattoo/tattoo_dithering.h"
 
 namespace kestra {
@@ -9,10 +11,6 @@ namespace {
 
 constexpr unsigned char kWhite = 255;
 constexpr unsigned char kBlack = 0;
-constexpr float kWhiteLevel = 255.0F;
-
-// What a white dot is charged less for each black neighbour that is already decided.
-constexpr float kNeighbourRelief = 0.1427F;
 
 struct Tap {
   int dx;
@@ -20,17 +18,27 @@ struct Tap {
   float weight;
 };
 
-constexpr Tap kTaps[] = {{1, 0, 0.505786F},  {2, 0, -0.052926F}, {-2, 1, 0.226194F},
-                         {-1, 1, 0.128835F}, {0, 1, 0.243191F},  {1, 1, -0.111078F}};
+constexpr Tap kTaps[] = {
+    {1, 0, kStencilRight},      {2, 0, kStencilSecondRight}, {-2, 1, kStencilBelowSecondLeft},
+    {-1, 1, kStencilBelowLeft}, {0, 1, kStencilBelow},       {1, 1, kStencilBelowRight}};
 
-}  // namespace
+QMImage diffuseBands(const QMImage& grey, float level, StencilBandKernel kernel) {
+  const auto width = static_cast<std::size_t>(grey.width);
+  QMImage out(grey.width, grey.height, QM_IMG_GRAY);
+  StencilDiffuser diffuser(grey.width, grey.height, level, kernel);
+  for (int y = 0; y < grey.height; ++y) {
+    std::memcpy(diffuser.nextRow(), grey.data + static_cast<std::size_t>(y) * width, width);
+    if (diffuser.isBandComplete()) diffuser.finishBand(out.data, width);
+  }
+  return out;
+}
 
-QMImage edf_cus(const QMImage& grey, int threshold) {
+// The rule as it is told, a pixel at a time, with the errors of a whole page.
+QMImage diffusePixels(const QMImage& grey, float level) {
   const int width = grey.width;
   const int height = grey.height;
   QMImage out(width, height, QM_IMG_GRAY);
   std::vector<float> errors(out.size(), 0.0F);
-  const auto level = static_cast<float>(threshold);
 
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
@@ -42,10 +50,10 @@ QMImage edf_cus(const QMImage& grey, int threshold) {
         out.data[i] = kWhite;
         float relief = 0.0F;
         if (y >= 1 && x >= 1 && y < height - 1 && x < width - 1) {
-          if (out.data[i - 1] == kBlack) relief += kNeighbourRelief;
-          if (out.data[i - static_cast<std::size_t>(width)] == kBlack) relief += kNeighbourRelief;
+          if (out.data[i - 1] == kBlack) relief += kStencilRelief;
+          if (out.data[i - static_cast<std::size_t>(width)] == kBlack) relief += kStencilRelief;
         }
-        const float charge = kWhiteLevel * (1.0F - relief);
+        const float charge = kStencilCharge * (1.0F - relief);
         e = v - charge;
       }
       for (const Tap& tap : kTaps) {
@@ -59,6 +67,15 @@ QMImage edf_cus(const QMImage& grey, int threshold) {
     }
   }
   return out;
+}
+
+}  // namespace
+
+QMImage edf_cus(const QMImage& grey, int threshold) {
+  const auto level = static_cast<float>(threshold);
+  const StencilBandKernel kernel = stencilBandKernel(kernelLevel());
+  if (kernel == nullptr || grey.width < 1) return diffusePixels(grey, level);
+  return diffuseBands(grey, level, kernel);
 }
 
 }  // namespace kestra

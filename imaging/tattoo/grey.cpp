@@ -2,10 +2,11 @@
 // on nearly uniform pages the last bit decides what is printed.
 #include "imaging/tattoo/grey.h"
 
-#include <algorithm>
 #include <cstddef>
+#include <cstring>
 
 #include "filter/base/number.h"
+#include "imaging/kernels/histogram.h"
 #include "imaging/tattoo/fast_math.h"
 
 namespace kestra {
@@ -14,11 +15,9 @@ namespace {
 constexpr std::size_t kLevels = 256;
 
 // Shares of the grey levels; of no pixel at all where N is 0.
-std::array<float, kLevels> levelShares(const QMImage& grey) {
-  const std::uint32_t count =
-      static_cast<std::uint32_t>(grey.width) * static_cast<std::uint32_t>(grey.height);
+std::array<float, kLevels> levelShares(const unsigned char* grey, std::uint32_t count) {
   std::array<std::uint32_t, kLevels> histogram = {};
-  for (std::uint32_t i = 0; i < count; ++i) ++histogram[grey.data[i]];
+  countLevels(grey, count, histogram.data());
   std::array<float, kLevels> shares = {};
   for (std::size_t k = 0; k < kLevels; ++k) {
     shares[k] = static_cast<float>(histogram[k]) / static_cast<float>(count);
@@ -42,6 +41,10 @@ QMImage cvtGray(const QMImage& src) {
 
   QMImage grey(src.width, src.height, QM_IMG_GRAY);
   const std::size_t count = grey.size();
+  if (src.color == QM_IMG_GRAY && src.channels == 1) {
+    if (count > 0) std::memcpy(grey.data, src.data, count);
+    return grey;
+  }
   const unsigned char* pixel = src.data;
   for (std::size_t i = 0; i < count; ++i, pixel += src.channels) {
     switch (src.color) {
@@ -61,7 +64,12 @@ QMImage cvtGray(const QMImage& src) {
 }
 
 int thresh_global_moments(const QMImage& grey) {
-  const std::array<float, kLevels> p = levelShares(grey);
+  return momentThreshold(
+      grey.data, static_cast<std::uint32_t>(grey.width) * static_cast<std::uint32_t>(grey.height));
+}
+
+int momentThreshold(const unsigned char* grey, std::uint32_t count) {
+  const std::array<float, kLevels> p = levelShares(grey, count);
   const float m0 = 1.0F;
   float m1 = 0.0F;
   float m2 = 0.0F;
@@ -110,8 +118,7 @@ void enh_piecewise_gamma(QMImage& grey, int knee, float lowGamma, float highGamm
   const std::array<std::uint8_t, kLevels> table = piecewiseGammaTable(knee, lowGamma, highGamma);
   const std::size_t count =
       static_cast<std::size_t>(grey.width) * static_cast<std::size_t>(grey.height);
-  std::transform(grey.data, grey.data + count, grey.data,
-                 [&](unsigned char level) { return table[level]; });
+  mapLevels(grey.data, table.data(), grey.data, count);
 }
 
 }  // namespace kestra

@@ -17,6 +17,9 @@ QMImage cvtGray(const QMImage& src);
 /// @return 0 to 255; 128 where the moments have no real solution; -1 for a page of one level
 int thresh_global_moments(const QMImage& grey);
 
+/// The same for `count` grey bytes that no image owns.
+int momentThreshold(const unsigned char* grey, std::uint32_t count);
+
 /// The tone table of `enh_piecewise_gamma`: below the knee (k / knee) ^ lowGamma * knee, from it on
 /// ((k - knee) / (255 - knee)) ^ highGamma * (255 - knee) + knee, cut to an integer of which the
 /// low 8 bits stay. Knee 64, 0.85, 0.7: 0 -> 0, 64 -> 64, 255 -> 255. Knee 255 sends 255 to 0.

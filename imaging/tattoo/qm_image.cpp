@@ -29,7 +29,11 @@ QMImage::QMImage(int imageWidth, int imageHeight, QM_IMG_COLOR colorType)
 
 QMImage::QMImage(int imageWidth, int imageHeight, QM_IMG_COLOR colorType,
                  const unsigned char* pixels)
-    : QMImage(imageWidth, imageHeight, colorType) {
+    : width(imageWidth),
+      height(imageHeight),
+      channels(channelsOf(colorType)),
+      color(colorType),
+      data(new unsigned char[size()]) {
   std::memcpy(data, pixels, size());
 }
 
@@ -38,7 +42,7 @@ QMImage::QMImage(const QMImage& other)
       height(other.height),
       channels(other.channels),
       color(other.color),
-      data(new unsigned char[size()]()) {
+      data(new unsigned char[size()]) {
   std::memcpy(data, other.data, size());
 }
 

@@ -6,6 +6,9 @@
 
 namespace kestra {
 
+/// Standard deviation of the unsharp mask's blur, in pixels.
+constexpr double kUnsharpSigma = 3.0;
+
 /// Fills 2 * (size / 2) + 1 weights of a Gaussian whose first `size` sum to 1.
 /// @param size   an odd number of taps
 /// @param sigma  standard deviation in pixels

@@ -1,6 +1,8 @@
 // The two stencil halftones: tone, sharpening and error diffusion in one chain.
 #pragma once
 
+#include <cstddef>
+
 #include "imaging/tattoo/qm_image.h"
 
 namespace kestra {
@@ -14,6 +16,16 @@ QMImage qmTattooDithering(QMImage& image);
 /// Halftone "Tattoo_V7": the knee is the page's own threshold, exponents 0.5 and 1.5. A page whose
 /// threshold is 255, pure black-and-white art often, deliberately loses its full levels.
 QMImage qmTattooDitheringV7(QMImage& image);
+
+/// The halftones on pixels that belong to somebody else.
+enum class StencilKind { kTattoo, kTattooV7 };
+
+/// Makes the same dots as the two functions above from width * height grey bytes, both at least 1,
+/// without copying the page.
+/// @param out     row 0 of `height` rows, not among the grey bytes
+/// @param stride  bytes from row to row there, at least `width`; the bytes between stay
+void ditherStencilPage(StencilKind kind, const unsigned char* grey, int width, int height,
+                       unsigned char* out, std::size_t stride);
 
 /// Error diffusion in single precision with six taps, two of them negative; 6 per cent of each
 /// error is dropped.

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tests/plain_stencil/chain.h"
+#include "tests/stencil/levels.h"
 #include "tests/stencil/pictures.h"
 #include "tests/stencil/stencil_images.h"
 
@@ -27,8 +28,13 @@ plain::Rows tattooV7(const plain::Rows& rows) {
 void expectAsPlain(const plain::Rows& rows, const std::string& what) {
   const std::string size =
       what + " " + std::to_string(rows[0].size()) + " x " + std::to_string(rows.size());
-  ASSERT_EQ(tattoo(rows), plain_stencil::Tattoo(rows)) << "Tattoo, " << size;
-  ASSERT_EQ(tattooV7(rows), plain_stencil::TattooV7(rows)) << "Tattoo_V7, " << size;
+  const plain::Rows expected = plain_stencil::Tattoo(rows);
+  const plain::Rows expectedV7 = plain_stencil::TattooV7(rows);
+  atEveryLevel([&](KernelLevel level) {
+    ASSERT_EQ(tattoo(rows), expected) << "Tattoo, " << size << ", " << kernelLevelName(level);
+    ASSERT_EQ(tattooV7(rows), expectedV7)
+        << "Tattoo_V7, " << size << ", " << kernelLevelName(level);
+  });
 }
 
 }  // namespace
@@ -151,6 +157,33 @@ TEST(TattooDithering, EqualsThePlainVersionOverTwoThousandRowsOfOneColour) {
     plain::Rows page = uniformPage(7, 2000, level);
     for (std::size_t y = 0; y < 12; ++y) page[y] = photoPage(7, 12)[y];
     expectAsPlain(page, "a picture at the top");
+  }
+}
+
+TEST(TattooDithering, EqualsThePlainVersionOnPagesAsWideAsAHead) {
+  expectAsPlain(photoPage(2480, 37), "photo");
+  expectAsPlain(textPage(2480, 21), "text");
+  expectAsPlain(noisePage(863, 50, 3), "noise");
+}
+
+TEST(TattooDithering, WritesIntoRowsOfAnyLengthAndLeavesTheBytesBetweenAlone) {
+  const plain::Rows page = photoPage(45, 37);
+  const std::vector<std::uint8_t> grey = plain::Flatten(page);
+  constexpr std::size_t kStride = 52;
+  for (const StencilKind kind : {StencilKind::kTattoo, StencilKind::kTattooV7}) {
+    const plain::Rows expected =
+        kind == StencilKind::kTattoo ? plain_stencil::Tattoo(page) : plain_stencil::TattooV7(page);
+    atEveryLevel([&](KernelLevel level) {
+      std::vector<std::uint8_t> out(kStride * 37, 99);
+      ditherStencilPage(kind, grey.data(), 45, 37, out.data(), kStride);
+      for (std::size_t y = 0; y < 37; ++y) {
+        for (std::size_t x = 0; x < kStride; ++x) {
+          const int wanted = x < 45 ? expected[y][x] : 99;
+          ASSERT_EQ(int{out[y * kStride + x]}, wanted)
+              << x << ", " << y << ", " << kernelLevelName(level);
+        }
+      }
+    });
   }
 }
 

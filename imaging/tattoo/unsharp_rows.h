@@ -1,0 +1,51 @@
+// Tones and sharpens a page row by row, so that a stencil needs no copy of the page between its
+// steps: eleven blurred rows are all that the blur down the columns looks at.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "imaging/kernels/gaussian.h"
+
+namespace kestra {
+
+/// The unsharp mask of 300 per cent and eleven taps over a grey page, from the top row down.
+class UnsharpRows {
+ public:
+  /// @param grey   width * height bytes, not owned; read until the last row is made
+  /// @param table  replaces each level before it is sharpened, not owned; null: none
+  UnsharpRows(const unsigned char* grey, int width, int height, const std::uint8_t* table,
+              const GaussianWeights& weights);
+
+  /// Makes the next row, `width` bytes, from the rows up to five below it.
+  void nextRow(unsigned char* out);
+
+ private:
+  unsigned char* toned(int y);
+  unsigned char* blurred(int y);
+  void readRow(int y);
+
+  const unsigned char* grey_;
+  int width_;
+  int height_;
+  const std::uint8_t* table_;
+  GaussianWeights weights_;
+  int made_ = 0;
+  int read_ = 0;
+  std::size_t stride_;
+  std::vector<unsigned char> toned_;    ///< the last rows, five pixels repeated at both ends
+  std::vector<unsigned char> blurred_;  ///< the same rows, blurred along themselves
+  std::vector<unsigned char> soft_;     ///< one row, blurred both ways
+};
+
+/// Repeats the first and the last of `width` bytes `kGaussianReach` times beside them: a b c
+/// becomes a a a a a a b c c c c c c.
+/// @param padded  column 0, with room on both sides
+void repeatEdges(unsigned char* padded, int width);
+
+/// The pointers for a pass along a row: eleven offsets of it.
+/// @param padded  column 0 of a row with repeated edges
+void tapsAlong(const unsigned char* padded, const unsigned char* taps[kGaussianTaps]);
+
+}  // namespace kestra

@@ -1,0 +1,275 @@
+// Tests of the blur in whole numbers: ties and near ties of its rounding, the kernels that it
+// refuses, the count of pixels that it leaves to double precision, the sharpening behind it.
+// Why: a blur that is wrong in one pixel of a thousand is four levels wrong there after sharpening.
+#include "imaging/kernels/gaussian.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "imaging/tattoo/sharpen.h"
+#include "tests/plain_stencil/sharpen.h"
+#include "tests/stencil/levels.h"
+#include "tests/stencil/pictures.h"
+#include "tests/stencil/stencil_images.h"
+
+namespace kestra {
+namespace {
+
+// 1 1 2 4 5 6 5 4 2 1 1, whose sum is 32: sums are whole 32nds, one pixel in 32 is a tie.
+constexpr int kThirtySeconds[] = {1, 1, 2, 4, 5, 6, 5, 4, 2, 1, 1};
+
+std::vector<double> thirtySeconds() {
+  std::vector<double> kernel;
+  for (const int weight : kThirtySeconds) kernel.push_back(weight / 32.0);
+  return kernel;
+}
+
+std::vector<double> stencilKernel() {
+  std::vector<double> kernel(kGaussianTaps);
+  generateGaussianKernel1D(kGaussianTaps, 3.0, kernel.data());
+  return kernel;
+}
+
+std::vector<unsigned char> randomBytes(std::size_t count, unsigned seed) {
+  std::mt19937 random(seed);
+  std::vector<unsigned char> bytes(count);
+  for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(random() & 0xFF);
+  return bytes;
+}
+
+// Eleven offsets of a row that has ten bytes more than pixels.
+std::array<const unsigned char*, kGaussianTaps> along(const std::vector<unsigned char>& row) {
+  std::array<const unsigned char*, kGaussianTaps> taps = {};
+  for (std::size_t k = 0; k < taps.size(); ++k) taps[k] = row.data() + k;
+  return taps;
+}
+
+// A row blurred by the given kernel; `exact` receives the pixels summed in double precision.
+std::vector<unsigned char> blurred(const std::vector<unsigned char>& row,
+                                   const std::vector<double>& kernel,
+                                   std::size_t* exact = nullptr) {
+  GaussianWeights weights;
+  EXPECT_TRUE(makeGaussianWeights(kernel.data(), weights));
+  std::vector<unsigned char> out(row.size() - 10);
+  const std::size_t sums = blurPixels(along(row).data(), weights, out.data(), out.size());
+  if (exact != nullptr) *exact = sums;
+  return out;
+}
+
+// The same by the plain version, which repeats edges: they are cut off again.
+std::vector<unsigned char> plainBlurred(const std::vector<unsigned char>& row,
+                                        const std::vector<double>& kernel) {
+  plain::Rows rows(1, std::vector<int>(row.begin(), row.end()));
+  const plain::Rows result = plain_stencil::BlurPass(rows, kernel, kGaussianTaps, true);
+  std::vector<unsigned char> out;
+  for (std::size_t i = 5; i + 5 < row.size(); ++i) {
+    out.push_back(static_cast<unsigned char>(result[0][i]));
+  }
+  return out;
+}
+
+}  // namespace
+
+TEST(GaussianKernels, RoundTiesUp) {
+  // Whole numbers say it: (sum + 16) / 32 cut.
+  const std::vector<unsigned char> row = randomBytes(4096 + 10, 1);
+  std::vector<unsigned char> expected;
+  std::size_t ties = 0;
+  for (std::size_t i = 0; i < 4096; ++i) {
+    int sum = 16;
+    for (std::size_t k = 0; k < kGaussianTaps; ++k) sum += row[i + k] * kThirtySeconds[k];
+    if (sum % 32 == 0) ++ties;
+    expected.push_back(static_cast<unsigned char>(sum / 32));
+  }
+  ASSERT_GT(ties, 80U);
+  atEveryLevel([&](KernelLevel level) {
+    std::size_t exact = 0;
+    EXPECT_EQ(blurred(row, thirtySeconds(), &exact), expected) << kernelLevelName(level);
+    if (level != KernelLevel::kPlain) {
+      EXPECT_EQ(exact, ties) << kernelLevelName(level);
+    }
+  });
+}
+
+TEST(GaussianKernels, SumsAHairOffATieEqualThePlainVersion) {
+  // The middle weight is off by 2^-n, the sum by up to 255 * 2^-n: for large n single precision
+  // makes a tie of it again, for small n it does not, and the byte is another one.
+  for (const double side : {-1.0, 1.0}) {
+    bool differs = false;
+    for (int n = 12; n <= 40; ++n) {
+      std::vector<double> kernel = thirtySeconds();
+      kernel[5] += side * std::ldexp(1.0, -n);
+      const std::vector<unsigned char> row = randomBytes(2048 + 10, static_cast<unsigned>(n));
+      const std::vector<unsigned char> expected = plainBlurred(row, kernel);
+      differs = differs || expected != plainBlurred(row, thirtySeconds());
+      atEveryLevel([&](KernelLevel level) {
+        ASSERT_EQ(blurred(row, kernel), expected) << kernelLevelName(level) << ", 2^-" << n;
+      });
+    }
+    EXPECT_TRUE(differs || side > 0);
+  }
+}
+
+TEST(GaussianKernels, NearTiesOfTheStencilsOwnKernelEqualThePlainVersion) {
+  // Windows whose sum lies within 2^-13 of a half: two million random ones hold about 500.
+  const std::vector<double> kernel = stencilKernel();
+  std::mt19937 random(99);
+  std::vector<unsigned char> row;
+  int found = 0;
+  for (int tries = 0; tries < 2000000; ++tries) {
+    std::array<unsigned char, kGaussianTaps> window = {};
+    std::uint64_t bits = random();
+    bits = (bits << 32U) | random();
+    const unsigned rest = static_cast<unsigned>(random());
+    double sum = 0.0;
+    for (std::size_t k = 0; k < kGaussianTaps; ++k) {
+      const std::uint64_t byte = k < 8 ? bits >> (8 * k) : std::uint64_t{rest} >> (8 * (k - 8));
+      window[k] = static_cast<unsigned char>(byte & 0xFF);
+      sum += window[k] * kernel[k];
+    }
+    if (std::fabs(sum - std::floor(sum) - 0.5) > std::ldexp(1.0, -13)) continue;
+    row.insert(row.end(), window.begin(), window.end());
+    ++found;
+  }
+  ASSERT_GT(found, 300);
+  const std::vector<unsigned char> expected = plainBlurred(row, kernel);
+  atEveryLevel([&](KernelLevel level) {
+    EXPECT_EQ(blurred(row, kernel), expected) << kernelLevelName(level);
+  });
+}
+
+TEST(GaussianKernels, FastVersionsLeaveFewPixelsToDoublePrecisionAndThePlainOneAll) {
+  const std::vector<unsigned char> row = randomBytes(20000 + 10, 3);
+  atEveryLevel([&](KernelLevel level) {
+    std::size_t exact = 0;
+    blurred(row, stencilKernel(), &exact);
+    if (level == KernelLevel::kPlain) {
+      EXPECT_EQ(exact, 20000U);
+    } else {
+      // One in 8,192 by chance: two or three.
+      EXPECT_LT(exact, 20U) << kernelLevelName(level);
+    }
+  });
+}
+
+TEST(GaussianKernels, EveryLengthOfARowEqualsThePlainVersionAndNothingElseIsWritten) {
+  const std::vector<double> kernel = stencilKernel();
+  GaussianWeights weights;
+  ASSERT_TRUE(makeGaussianWeights(kernel.data(), weights));
+  for (std::size_t count = 0; count <= 101; ++count) {
+    const std::vector<unsigned char> row =
+        randomBytes(count + 10, static_cast<unsigned>(count) + 7);
+    atEveryLevel([&](KernelLevel level) {
+      std::vector<unsigned char> out(count + 2, 170);
+      blurPixels(along(row).data(), weights, out.data() + 1, count);
+      EXPECT_EQ(out.front(), 170);
+      EXPECT_EQ(out.back(), 170);
+      out.erase(out.begin());
+      out.pop_back();
+      EXPECT_EQ(out, plainBlurred(row, kernel)) << count << ", " << kernelLevelName(level);
+    });
+  }
+}
+
+TEST(GaussianKernels, FlatRowsStayFlat) {
+  for (int value = 0; value < 256; ++value) {
+    const std::vector<unsigned char> row(64 + 10, static_cast<unsigned char>(value));
+    atEveryLevel([&](KernelLevel level) {
+      EXPECT_EQ(blurred(row, stencilKernel()),
+                std::vector<unsigned char>(64, static_cast<unsigned char>(value)))
+          << kernelLevelName(level);
+    });
+  }
+}
+
+TEST(GaussianKernels, WholeWeightsLieLessThanTheirLastPlaceBelowTheRealOnes) {
+  GaussianWeights weights;
+  for (const std::vector<double>& kernel : {stencilKernel(), thirtySeconds()}) {
+    ASSERT_TRUE(makeGaussianWeights(kernel.data(), weights));
+    for (std::size_t k = 0; k <= kGaussianReach; ++k) {
+      const double unit = std::ldexp(1.0, -32);
+      const double whole = (weights.coarse[k] * 32768.0 + weights.fine[k]) * unit;
+      EXPECT_LE(whole, kernel[k]);
+      EXPECT_GT(whole + unit, kernel[k]);
+    }
+  }
+}
+
+TEST(GaussianKernels, RefuseWhatTheirNumbersCannotHold) {
+  GaussianWeights weights;
+  const auto accepts = [&](std::size_t k, double weight, bool symmetric = true) {
+    std::vector<double> kernel = thirtySeconds();
+    kernel[k] = weight;
+    if (symmetric) kernel[10 - k] = weight;
+    return makeGaussianWeights(kernel.data(), weights);
+  };
+  EXPECT_TRUE(accepts(0, 1.0 / 32));
+  EXPECT_TRUE(accepts(0, 0.0));
+  EXPECT_FALSE(accepts(0, 1.0 / 64, false));
+  EXPECT_FALSE(accepts(0, -1.0 / 64));
+  EXPECT_FALSE(accepts(5, 0.25));
+  EXPECT_FALSE(accepts(0, std::numeric_limits<double>::quiet_NaN()));
+  // 2 / 32 more than 1.
+  EXPECT_FALSE(accepts(0, 2.0 / 32));
+}
+
+TEST(GaussianKernels, KernelsThatAreRefusedStillConvolveAsThePlainVersion) {
+  const plain::Rows page = noisePage(47, 19, 8);
+  std::vector<double> skew = thirtySeconds();
+  skew[0] = 0.0;
+  std::vector<double> sharp = thirtySeconds();
+  sharp[5] = 2.0;
+  sharp[0] = sharp[10] = -0.5;
+  for (const std::vector<double>& kernel : {skew, sharp, thirtySeconds()}) {
+    for (const bool horizontal : {true, false}) {
+      atEveryLevel([&](KernelLevel level) {
+        EXPECT_EQ(rowsOf(convolve1D(greyImage(page), kernel.data(), kGaussianTaps, horizontal)),
+                  plain_stencil::BlurPass(page, kernel, kGaussianTaps, horizontal))
+            << kernelLevelName(level);
+      });
+    }
+  }
+}
+
+TEST(GaussianKernels, SharpeningIsFourTimesThePixelMinusThreeTimesItsBlurForAllBytes) {
+  std::vector<unsigned char> own;
+  std::vector<unsigned char> soft;
+  std::vector<int> expected;
+  for (int a = 0; a < 256; ++a) {
+    for (int b = 0; b < 256; ++b) {
+      own.push_back(static_cast<unsigned char>(a));
+      soft.push_back(static_cast<unsigned char>(b));
+      const int level = 4 * a - 3 * b;
+      expected.push_back(level < 0 ? 0 : (level > 255 ? 255 : level));
+    }
+  }
+  // The rule in single precision says the same.
+  const plain::Rows ruled =
+      plain_stencil::AddWeighted({std::vector<int>(own.begin(), own.end())},
+                                 {std::vector<int>(soft.begin(), soft.end())}, 3.0F);
+  ASSERT_EQ(ruled[0], expected);
+  atEveryLevel([&](KernelLevel level) {
+    std::vector<unsigned char> out(own.size());
+    sharpenPixels(own.data(), soft.data(), out.data(), own.size());
+    EXPECT_EQ(std::vector<int>(out.begin(), out.end()), expected) << kernelLevelName(level);
+  });
+}
+
+TEST(GaussianKernels, PagesEqualThePlainVersionAtEveryLevel) {
+  for (const auto& [width, height] : allSizes()) {
+    for (const NamedPicture& picture : allKinds(width, height)) {
+      const plain::Rows expected = plain_stencil::Unsharp(picture.rows, 300.0F, 11);
+      atEveryLevel([&, w = width, h = height](KernelLevel level) {
+        ASSERT_EQ(rowsOf(enh_unsharp_mask(greyImage(picture.rows), 300.0F, 11)), expected)
+            << kernelLevelName(level) << ", " << picture.name << " " << w << " x " << h;
+      });
+    }
+  }
+}
+
+}  // namespace kestra
