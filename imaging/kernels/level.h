@@ -1,4 +1,5 @@
-// Which version of the inner loops runs: the fastest that the processor knows, unless one is forced.
+// Which version of the inner loops runs: the fastest that the processor knows, unless one is
+// forced.
 //
 // A page must give the same dots whatever the processor is; tests force each level in turn.
 #pragma once
@@ -9,7 +10,7 @@ namespace kestra {
 
 /// From the slowest to the fastest.
 enum class KernelLevel : int {
-  kPlain = 0,     ///< a pixel at a time, as the rule is told: the reference
+  kPlain = 0,     ///< plain C++, no vector instructions asked for
   kBaseline = 1,  ///< vectors that every processor of the architecture has (SSE2, NEON)
   kAvx2 = 2,      ///< vectors of 32 bytes, x86-64 only
 };

@@ -1,0 +1,11 @@
+// Error diffusion a row at a time, in plain C++: what runs where no vector instructions may.
+#pragma once
+
+#include "imaging/kernels/diffusion.h"
+
+namespace kestra {
+
+/// The loop of level `plain`.
+DiffusionLoop diffuseRows;
+
+}  // namespace kestra
