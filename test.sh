@@ -14,6 +14,8 @@ Usage: ./test.sh [VERB]
   portable  all tests with g++ and clang++, each without optimisation and with -O3
   fuzz [S]  every fuzz target for S seconds (60), with both sanitizers
   coverage  lines and branches of the filter's and the tools' code that the tests go through
+  package   builds the Debian package, and installs, prints with and purges it in a Debian root of
+            its own (as root)
 
 Missing packages are installed first (as root, or with sudo). JOBS=N sets the number of parallel
 jobs. The exit status is not 0 where anything failed.
@@ -87,12 +89,12 @@ wrong_usage() {
 }
 case "${1-}" in
   -h | --help) usage; exit 0 ;;
-  '' | sanitize | portable | coverage) [ $# -le 1 ] || wrong_usage ;;
+  '' | sanitize | portable | coverage | package) [ $# -le 1 ] || wrong_usage ;;
   fuzz) [[ $# -le 2 && "${2-60}" =~ ^[1-9][0-9]*$ ]] || wrong_usage ;;
   *) echo "test: unknown verb $1" >&2; wrong_usage ;;
 esac
 
-tools/setup.sh tests
+if [ "${1-}" = package ]; then tools/setup.sh packagetest; else tools/setup.sh tests; fi
 case "${1-}" in
   '')
     build_and_test build-test -DCMAKE_BUILD_TYPE=Release
@@ -122,11 +124,13 @@ case "${1-}" in
   coverage)
     # Each process adds its counts to one of a few files; paths below /tmp would be private to jobs.
     rm -rf build-coverage/profiles
-    mkdir -p -m 1777 build-coverage/profiles # for jobs as another user
+    mkdir -p build-coverage/profiles
+    chmod 1777 build-coverage/profiles # for jobs as another user
     LLVM_PROFILE_FILE=$root/build-coverage/profiles/%8m.profraw \
       build_and_test build-coverage -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
       -DCMAKE_CXX_FLAGS="-O1 -fprofile-instr-generate -fcoverage-mapping"
     tests/coverage/report.sh build-coverage || fail "too little of the code is tested"
     ;;
+  package) tests/package/run.sh || fail "the package has faults" ;;
 esac
 echo "test.sh ${1-}: all well in $((SECONDS - start)) s"

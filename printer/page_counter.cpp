@@ -2,6 +2,7 @@
 #include "printer/page_counter.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -27,7 +28,9 @@ void readPageCounter(const char* queue, std::uint16_t* counter) {
   if (file == nullptr) return;
   std::array<unsigned char, 2> bytes = {static_cast<unsigned char>(*counter & 0xFF),
                                         static_cast<unsigned char>(*counter >> 8)};
-  static_cast<void>(std::fread(bytes.data(), 1, bytes.size(), file.get()));
+  // Of a shorter file the bytes that are there count, so how many came does not matter.
+  const std::size_t count = std::fread(bytes.data(), 1, bytes.size(), file.get());
+  static_cast<void>(count);
   *counter = static_cast<std::uint16_t>(bytes[0] | (bytes[1] << 8));
 }
 

@@ -2,13 +2,13 @@
 # Installs the packages that building, printing the demo, testing or measuring needs and that are
 # missing.
 #
-# One list for demo.sh, test.sh and bench.sh, so that a fresh Debian or Ubuntu machine is ready with
-# one command. No print service is started, not even where the tests need its program installed.
+# One list for demo.sh, test.sh, bench.sh and package.sh, so that a fresh Debian or Ubuntu machine is
+# ready with one command. No print service is started, not even where its program is installed.
 set -euo pipefail
 
 usage() {
   cat <<'EOF'
-Usage: tools/setup.sh [build|demo|tests|bench]
+Usage: tools/setup.sh [build|demo|tests|bench|package|cross|packagetest]
 
 Installs what is missing on a Debian or Ubuntu machine, as root or with sudo.
 
@@ -16,6 +16,9 @@ Installs what is missing on a Debian or Ubuntu machine, as root or with sudo.
   demo    what ./demo.sh needs: build, and programs that turn documents into pages (default)
   tests   what ./test.sh needs: build, and compilers, checkers and the test library
   bench   what ./bench.sh needs: build, and the libraries and filters that it measures against
+  package what ./package.sh needs: build, and what makes a Debian package
+  cross   what ./package.sh arm64 needs besides on another machine
+  packagetest  what ./test.sh package needs: package, its checker, what makes a Debian root
 EOF
 }
 
@@ -61,6 +64,20 @@ python3-pil      /usr/lib/python3/dist-packages/PIL/Image.py
 python3-numpy    /usr/lib/python3/dist-packages/numpy/__init__.py
 python3-opencv   /usr/lib/python3/dist-packages/cv2*.so
 '
+package_list="$build_list"'
+dpkg-dev         dpkg-shlibdeps
+binutils         strip
+file             file
+'
+cross_list='
+g++-aarch64-linux-gnu aarch64-linux-gnu-g++
+dpkg-dev         dpkg-shlibdeps
+'
+packagetest_list="$package_list"'
+lintian          lintian
+debootstrap      debootstrap
+util-linux       unshare
+'
 
 # Reads such a list on standard input and names each package of which something is missing, once.
 missing_packages() {
@@ -84,6 +101,9 @@ case "${1:-demo}" in
   demo) list="$demo_list" ;;
   tests) list="$tests_list" ;;
   bench) list="$bench_list" ;;
+  package) list="$package_list" ;;
+  cross) list="$cross_list" ;;
+  packagetest) list="$packagetest_list" ;;
   -h | --help) usage; exit 0 ;;
   *) usage >&2; exit 2 ;;
 esac

@@ -1,0 +1,142 @@
+#!/bin/bash
+# Tests the Debian package from the build to the purge, on a throw-away Debian machine.
+#
+# A package is right when a stranger's machine prints with it and forgets it again; only a machine
+# of its own can show that.
+set -euo pipefail
+
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+project=$(cd "$here/../.." && pwd)
+[ $# -eq 0 ] || { echo "Usage: tests/package/run.sh" >&2; exit 2; }
+
+fail() {
+  echo "package: $1" >&2
+  exit 1
+}
+
+[ "$(id -u)" -eq 0 ] || fail "a throw-away Debian root can be made by root only; use sudo"
+unshare -m -n --pid --fork true 2>/dev/null ||
+  fail "this machine refuses namespaces (unshare -m -n --pid); without them cupsd would not be
+private, so the package is not tested here"
+
+work=$(mktemp -d)
+child=''
+# All mounts are in the child's namespace: when it is gone, so are they, and the tree can go.
+cleanup() {
+  local status=$?
+  trap - EXIT
+  # unshare ignores milder signals; it takes its whole machine with it.
+  if [ -n "$child" ] && kill -KILL "$child" 2>/dev/null; then
+    wait "$child" 2>/dev/null || true
+  fi
+  rm -rf --one-file-system "$work"
+  exit "$status"
+}
+trap cleanup EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM
+
+# alone UNSHARE_OPTION... -- COMMAND...: in namespaces that end, with all in them, with this script.
+alone() {
+  local options=()
+  while [ "$1" != -- ]; do options+=("$1"); shift; done
+  shift
+  unshare "${options[@]}" --pid --fork --kill-child -- "$@" </dev/null &
+  child=$!
+  local status=0
+  wait "$child" || status=$?
+  child=''
+  return "$status"
+}
+
+# check_lintian DEB: no error, and no warning that is not explained in the overrides.
+check_lintian() {
+  local said
+  said=$(lintian --fail-on error,warning --allow-root "$1" 2>&1) || {
+    printf '%s\n' "$said" >&2
+    fail "lintian has complaints"
+  }
+}
+
+# check_install BUILD: cmake --install obeys DESTDIR and gives what cupsd wants of a filter.
+check_install() {
+  local destination="$work/destination" filter want
+  DESTDIR="$destination" cmake --install "$1" --prefix /usr/local >"$work/install.log" ||
+    fail "cmake --install failed"
+  filter="$destination$(cups-config --serverbin)/filter/rastertokestra"
+  [ "$(stat -c '%U:%G %a' "$filter")" = 'root:root 755' ] || fail "the filter's rights are wrong"
+  for want in bin/kestra-proof lib/tmpfiles.d/rastertokestra.conf share/man/man1/kestra-proof.1.gz \
+    share/man/man8/rastertokestra.8.gz share/doc/rastertokestra/LICENSE \
+    share/doc/rastertokestra/CHANGELOG.md share/doc/rastertokestra/docs/protocol.md \
+    share/doc/rastertokestra/examples/driver/kestra.drv share/ppd/rastertokestra/kestra4.ppd \
+    share/ppd/rastertokestra/kestraa4.ppd; do
+    [ -f "$destination/usr/local/$want" ] || fail "cmake --install gives no /usr/local/$want"
+  done
+  [ ! -e "$destination/etc" ] || fail "cmake --install writes into /etc"
+  # Nothing but these two folders, and the filter alone in the first.
+  [ "$(cd "$destination" && find . -type f ! -path './usr/local/*')" = \
+    ".$(cups-config --serverbin)/filter/rastertokestra" ] ||
+    fail "cmake --install writes elsewhere than below its prefix and the filter folder"
+}
+
+# check_contents DEB: owners and rights of all files, and the packages that it asks for.
+check_contents() {
+  local wrong depends name
+  # Folders and these three programs may be entered and run by all, everything else only read.
+  wrong=$(dpkg-deb -c "$1" | awk '
+    { want = "-rw-r--r--" }
+    $6 ~ "/$" { want = "drwxr-xr-x" }
+    $6 == "./usr/bin/kestra-proof" || $6 == "./usr/lib/cups/filter/rastertokestra" ||
+      $6 == "./etc/cron.daily/rastertokestra" { want = "-rwxr-xr-x" }
+    $1 != want || $2 != "root/root"')
+  [ -z "$wrong" ] || fail "wrong owner or rights: $wrong"
+  depends=$(dpkg-deb -f "$1" Depends)
+  for name in cups libcups2 libc6 'libstdc++6' libpng16-16; do
+    grep -qE "(^|, )${name//+/\\+}( |,|$)" <<<"$depends" ||
+      fail "the package does not ask for $name"
+  done
+}
+
+# check_programs DEB: protections, architecture, and no name of a folder of this machine.
+check_programs() {
+  local directory architecture machine program
+  architecture=$(dpkg-deb -f "$1" Architecture)
+  directory="$work/unpacked-$architecture"
+  dpkg-deb -x "$1" "$directory"
+  case "$architecture" in amd64) machine=X86-64 ;; *) machine=AArch64 ;; esac
+  for program in "$directory/usr/lib/cups/filter/rastertokestra" \
+    "$directory/usr/bin/kestra-proof"; do
+    "$here/hardening.sh" "$program" || fail "the program lacks a protection"
+    LC_ALL=C readelf -h "$program" | grep -q "Machine: .*$machine" ||
+      fail "$program is not built for $architecture"
+    ! grep -qF "$project" "$program" || fail "$program names the folder that it was built in"
+  done
+}
+
+# step TEXT: what is done by now.
+step() { echo "  $1 ($SECONDS s)"; }
+
+cd "$project"
+package=$(./package.sh | tail -n 1)
+[ -f "$package" ] || fail "package.sh built nothing"
+build="$project/build-package-$(dpkg --print-architecture)"
+step "built $(basename "$package")"
+check_lintian "$package"
+check_contents "$package"
+check_install "$build"
+"$here/hardening_test.sh"
+check_programs "$package"
+step "contents, lintian, protections"
+
+if [ "$(dpkg --print-architecture)" != arm64 ]; then
+  other=$(./package.sh arm64 | tail -n 1)
+  [ -f "$other" ] || fail "package.sh arm64 built nothing"
+  check_lintian "$other"
+  check_contents "$other"
+  check_programs "$other"
+  step "the same of $(basename "$other")"
+fi
+
+alone -m -- "$here/machine.sh" "$work/root" "$package" ||
+  fail "the package does not do on a Debian machine what it should"
+step "printed, restarted, aged, removed, purged"
