@@ -13,7 +13,8 @@ Usage: ./demo.sh [-m label|stencil] [-o NAME=VALUE]... [DOCUMENT]
 
 Prints DOCUMENT (PDF, PostScript, PNG, JPEG, text or CUPS raster; without one a label made for
 this demo) into out/demo: page frames as the printer gets them, a PNG picture of the dots of each
-page, and the filter's own images of each page before and after the halftone.
+page, and the filter's own images of each page before and after the halftone. The program that does
+it is build/kestra-proof; it can do more: see build/kestra-proof --help.
 
   -m MODEL       label: 4-inch label head, 203 dpi (the default)
                  stencil: A4-wide stencil head, 300 dpi
@@ -32,12 +33,6 @@ EOF
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 here=$PWD
-# shellcheck source=tools/demo/options.sh
-. "$root/tools/demo/options.sh"
-# shellcheck source=tools/demo/render.sh
-. "$root/tools/demo/render.sh"
-# shellcheck source=tools/demo/run_filter.sh
-. "$root/tools/demo/run_filter.sh"
 # shellcheck source=tools/demo/gallery.sh
 . "$root/tools/demo/gallery.sh"
 
@@ -79,30 +74,30 @@ if [ $# -gt 0 ]; then
   document=$1
 fi
 case "$model" in
-  label) ppd_name=kestra4.ppd model_words="4-inch label head" ;;
-  stencil) ppd_name=kestraa4.ppd model_words="A4-wide stencil head" ;;
+  label | stencil) ;;
   *) wrong_usage "unknown model \"$model\"; there are label and stencil" ;;
 esac
 
+# is_given NAME: whether one of the options has that name.
+is_given() {
+  local option
+  for option in ${options[@]+"${options[@]}"}; do
+    option=${option%%=*}
+    [ "${option,,}" != "${1,,}" ] || return 0
+  done
+  return 1
+}
+
 # The demo's own label brings the halftone and the size that suit it.
-given=(${options[@]+"${options[@]}"})
 if [ -z "$document" ]; then
   document=$root/tools/demo/label.ps
-  if [ "$model" = label ] && [ -z "$(option_value HalftoneType ${given[@]+"${given[@]}"})" ]; then
-    options=(HalftoneType=Burkes ${given[@]+"${given[@]}"})
-  elif [ "$model" = stencil ] && [ -z "$(option_value PageSize ${given[@]+"${given[@]}"})" ] &&
-    [ -z "$(option_value media ${given[@]+"${given[@]}"})" ]; then
-    options=(PageSize=Tattoo_A6 fit-to-page ${given[@]+"${given[@]}"})
+  if [ "$model" = label ]; then
+    is_given HalftoneType || options+=(HalftoneType=Burkes)
+  elif ! is_given PageSize && ! is_given media; then
+    options+=(PageSize=Tattoo_A6 fit-to-page)
   fi
-else
-  case "$document" in
-    /*) ;;
-    *) document=${here%/}/$document ;;
-  esac
 fi
-type=$(document_type "$document") || fail "$document: $type"
-copies=$(option_value copies ${options[@]+"${options[@]}"})
-[[ "${copies:=1}" =~ ^[1-9][0-9]{0,3}$ ]] || wrong_usage "copies is \"$copies\"; give a number from 1 to 9999"
+[ -e "$document" ] || fail "$document: there is no such file"
 
 seconds() { LC_ALL=C awk -v from="$1" -v to="$(date +%s.%N)" 'BEGIN { printf "%.1f", to - from }'; }
 start=$(date +%s.%N)
@@ -122,12 +117,12 @@ for directory in "$build" "$root/out"; do
 done
 echo "Building (messages in build/demo-build.log)"
 if ! { cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release &&
-  cmake --build "$build" -j "$(nproc)" --target rastertokestra rastertokestra_relative \
-    kestra-proof ppds; } >"$build/demo-build.log" 2>&1; then
+  cmake --build "$build" -j "$(nproc)" --target rastertokestra kestra-proof \
+    ppds; } >"$build/demo-build.log" 2>&1; then
   tail -n 20 "$build/demo-build.log" >&2
   fail "the build failed; all its messages are in $build/demo-build.log"
 fi
-for made in rastertokestra filter/rastertokestra_relative kestra-proof "ppd/$ppd_name"; do
+for made in rastertokestra kestra-proof ppd/kestra4.ppd ppd/kestraa4.ppd; do
   [ -s "$build/$made" ] || fail "the build made no $made; see $build/demo-build.log"
 done
 build_time=$(seconds "$mark")
@@ -140,58 +135,34 @@ if [ "$verb" = gallery ]; then
   exit 0
 fi
 
-ppd=$build/ppd/$ppd_name
-for option in ${options[@]+"${options[@]}"}; do
-  message=$(check_option "$ppd" "$option") || wrong_usage "$message"
-done
-
 # --- Print --------------------------------------------------------------------------------------
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-chmod 755 "$work"
-mark=$(date +%s.%N)
-render "$type" "$document" "$work" "$ppd" "$copies" "${options[*]-}" || exit 1
-render_time=$(seconds "$mark")
-
-mark=$(date +%s.%N)
-filter_status=0 spool_tmp='' isolation=''
-run_filter "$build" "$work" "$ppd" "$type" "$copies" "${options[*]-}" || filter_status=$?
-filter_time=$(seconds "$mark")
-
+words=(--model "$model")
+for option in ${options[@]+"${options[@]}"}; do words+=(-o "$option"); done
 out=$root/out/demo
+mark=$(date +%s.%N)
 rm -rf "$out"
-mkdir -p "$out"
-shopt -s nullglob
-for file in "$spool_tmp"/kcv6data/*.dat "$spool_tmp"/kcv6data/*.pgc "$spool_tmp"/*.bmp \
-  "$work/commands.bin" "$work/filter.log" "$work/document.pdf"; do
-  [ ! -e "$file" ] || cp "$file" "$out/"
-done
-
-# --- Show ---------------------------------------------------------------------------------------
-dpi=$(sed -n 's/^DEBUG:header.HWResolution\[0\]:\([0-9]*\)$/\1/p' "$out/filter.log" | head -n 1)
 echo
-echo "Document  ${document#"$here"/} ($type)"
-echo "Printer   $model_words, ${dpi:-no pages at any} dpi, options: ${options[*]:-as the printer has them}"
-echo "Filter    ran $isolation, exit status $filter_status"
+status=0
+"$build/kestra-proof" "${words[@]}" --keep "$out" --output-dir "$out" -- "$document" || status=$?
+[ "$status" -ne 2 ] || exit 2
+print_time=$(seconds "$mark")
+shopt -s nullglob
 frames=("$out"/page_*.dat)
-if [ "$filter_status" -ne 0 ] || [ "${#frames[@]}" -eq 0 ]; then
-  grep -a '^ERROR\|^CRIT' "$out/filter.log" >&2 || true
-  fail "the filter printed ${#frames[@]} page(s) and ended with $filter_status; its log is $out/filter.log"
+if [ "$status" -ne 0 ] || [ "${#frames[@]}" -eq 0 ]; then
+  fail "${#frames[@]} page(s) came out; what is there, logs included, is in $out"
 fi
 
+# --- Show ---------------------------------------------------------------------------------------
 cd "$out"
 echo
 echo "Sent to the printer before each page: $(od -An -v -tx1 -N7 commands.bin)  ..."
-"$build/kestra-proof" --command commands.bin
-echo
 echo "Stored for the print head, one frame per page:"
-"$build/kestra-proof" --dpi "$dpi" --output-dir . page_*.dat
 for frame in page_*.dat; do
   echo "$frame begins:$(od -An -v -tx1 -N14 "$frame")  label,$(od -An -v -tx1 -j14 -N8 "$frame")  raster"
 done
-for counter in *.pgc; do "$build/kestra-proof" "$counter"; done
+"$build/kestra-proof" proof.pgc
 echo
-echo "All of it is in ${out#"$here"/}: pictures of the dots (page_*.png), frames (page_*.dat),"
-echo "the page before and after the halftone (origin_*.bmp, dithered_*.bmp), filter.log"
-echo "Time      setup $setup_time s, build $build_time s, pages $render_time s, filter $filter_time s;" \
+echo "All of it is in ${out#"$here"/}: pictures of the dots (*.png), frames (page_*.dat), the page"
+echo "before and after the halftone (origin_*.bmp, dithered_*.bmp), filter.log"
+echo "Time      setup $setup_time s, build $build_time s, pages $print_time s;" \
   "$(seconds "$start") s in all"

@@ -10,7 +10,7 @@ usage() {
 Usage: tools/arm64_sysroot.sh DIR [PACKAGE...]
 
 Makes DIR, a Debian arm64 tree with what building needs (libcups2-dev, libcupsimage2-dev,
-libpng-dev, the C and C++ libraries, each with its dependencies) and with any PACKAGE besides.
+libpng-dev, libsimde-dev, the C and C++ libraries, each with its dependencies) and with any PACKAGE besides.
 Says nothing and does nothing where DIR is complete. DIR/DEBIAN holds what dpkg-shlibdeps wants to
 know: DEB_HOST_ARCH=arm64 dpkg-shlibdeps -SDIR.
 EOF_USAGE

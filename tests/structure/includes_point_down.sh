@@ -14,8 +14,10 @@ imaging/paletteimage imaging/kernels filter/base
 imaging/tattoo imaging/kernels filter/base
 printer imaging/kernels imaging/paletteimage imaging/tattoo filter/base
 filter filter/base printer imaging/kernels imaging/paletteimage imaging/tattoo
-tools/frame filter/base
-tools tools/frame tools/render tools/proof filter filter/base printer imaging/kernels imaging/paletteimage imaging/tattoo
+tools/frame
+tools/render filter filter/base
+tools/proof tools/frame tools/render filter/base
+tools
 '
 
 allowed() { # FILE INCLUDED: whether the rules let it

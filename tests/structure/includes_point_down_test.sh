@@ -7,7 +7,7 @@ check=$1
 tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT
 mkdir -p "$tree/filter/base" "$tree/printer" "$tree/imaging/paletteimage" "$tree/imaging/tattoo" \
-  "$tree/tools"
+  "$tree/tools/frame" "$tree/tools/render" "$tree/tools/proof"
 
 expect() { # STATUS FILE INCLUDED
   printf '#include "%s"\n' "$3" >"$tree/$2"
@@ -27,3 +27,9 @@ expect 1 imaging/paletteimage/a.h printer/wren_printer.h
 expect 1 imaging/tattoo/a.h imaging/paletteimage/palette_image.h
 expect 1 filter/base/a.cpp filter/raster_input.h
 expect 1 filter/a.cpp tests/plain/job.h
+expect 0 tools/render/a.cpp filter/job.h
+expect 0 tools/proof/a.cpp tools/render/chain.h
+expect 1 tools/frame/a.cpp filter/base/file.h
+expect 1 tools/render/a.cpp tools/proof/json.h
+expect 1 tools/proof/a.cpp filter/job.h
+expect 1 filter/a.cpp tools/frame/page_frame.h

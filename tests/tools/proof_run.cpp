@@ -6,10 +6,12 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <png.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -45,6 +47,7 @@ ProofDirectory::ProofDirectory() {
   root_ = made;
   std::filesystem::create_directory(root_ + "/files");
   std::filesystem::create_directory(root_ + "/streams");
+  std::filesystem::create_directory(root_ + "/temporary");
   root_ += "/files";
 }
 
@@ -54,8 +57,12 @@ ProofDirectory::~ProofDirectory() {
 }
 
 void ProofDirectory::write(const std::string& name, const Bytes& bytes) const {
+  writeText(name, textOf(bytes));
+}
+
+void ProofDirectory::writeText(const std::string& name, const std::string& text) const {
   std::ofstream file(path(name), std::ios::binary);
-  file << textOf(bytes);
+  file << text;
   EXPECT_TRUE(file.flush().good());
 }
 
@@ -68,40 +75,66 @@ bool ProofDirectory::exists(const std::string& name) const {
   return std::filesystem::exists(path(name));
 }
 
-std::vector<std::string> ProofDirectory::names() const {
+std::vector<std::string> ProofDirectory::names(const std::string& directory) const {
   std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(root_)) {
+  for (const auto& entry : std::filesystem::directory_iterator(path(directory))) {
     names.push_back(entry.path().filename().string());
   }
   std::sort(names.begin(), names.end());
   return names;
 }
 
-ProofResult ProofDirectory::run(const std::vector<std::string>& words, const Bytes& input) const {
+pid_t ProofDirectory::start(const std::vector<std::string>& words, const Bytes& input,
+                            const Environment& environment) const {
   write("../streams/in", input);
   std::vector<std::string> copy = words;
   std::string program = KESTRA_PROOF;
   std::vector<char*> argv = {program.data()};
   for (std::string& word : copy) argv.push_back(word.data());
   argv.push_back(nullptr);
+  const std::string temporary = root_ + "/../temporary";
 
   const pid_t child = fork();
-  if (child == 0) {
-    if (chdir(root_.c_str()) != 0) _exit(126);
-    redirect("../streams/in", O_RDONLY, 0);
-    redirect("../streams/out", O_WRONLY | O_CREAT | O_TRUNC, 1);
-    redirect("../streams/err", O_WRONLY | O_CREAT | O_TRUNC, 2);
-    execv(program.c_str(), argv.data());
-    _exit(127);
-  }
+  if (child != 0) return child;
+  // A test in the background of a script or under nohup ignores some of them, and hands that on.
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) std::signal(signal, SIG_DFL);
+  if (chdir(root_.c_str()) != 0) _exit(126);
+  redirect("../streams/in", O_RDONLY, 0);
+  redirect("../streams/out", O_WRONLY | O_CREAT | O_TRUNC, 1);
+  redirect("../streams/err", O_WRONLY | O_CREAT | O_TRUNC, 2);
+  setenv("TMPDIR", temporary.c_str(), 1);
+  for (const auto& [name, value] : environment) setenv(name.c_str(), value.c_str(), 1);
+  execv(program.c_str(), argv.data());
+  _exit(127);
+}
+
+ProofResult ProofDirectory::finish(pid_t child) const {
   ProofResult result;
   int status = 0;
-  if (child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status)) {
-    result.status = WEXITSTATUS(status);
+  rusage usage = {};
+  if (child > 0 && wait4(child, &status, 0, &usage) == child) {
+    result.peak = usage.ru_maxrss;
+    if (WIFEXITED(status)) result.status = WEXITSTATUS(status);
+    if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
   }
   result.output = textOf(read("../streams/out"));
   result.errors = textOf(read("../streams/err"));
+  EXPECT_EQ(temporaries(), std::vector<std::string>{});
   return result;
+}
+
+ProofResult ProofDirectory::run(const std::vector<std::string>& words, const Bytes& input,
+                                const Environment& environment) const {
+  return finish(start(words, input, environment));
+}
+
+std::vector<std::string> cut(const Picture& picture, std::size_t x, std::size_t y,
+                             std::size_t width, std::size_t height) {
+  std::vector<std::string> rows;
+  for (std::size_t i = y; i < y + height && i < picture.rows.size(); ++i) {
+    rows.push_back(picture.rows[i].substr(x, width));
+  }
+  return rows;
 }
 
 Picture readPicture(const std::string& path) {
@@ -117,12 +150,30 @@ Picture readPicture(const std::string& path) {
     picture.bit_depth = png_get_bit_depth(png, info);
     picture.colour_type = png_get_color_type(png, info);
     picture.dots_per_metre = png_get_pixels_per_meter(png, info);
-    for (unsigned y = 0; y < picture.height && picture.bit_depth == 1; ++y) {
+    picture.dots_per_metre_down = png_get_y_pixels_per_meter(png, info);
+    const bool grey = picture.colour_type == PNG_COLOR_TYPE_GRAY;
+    png_colorp palette = nullptr;
+    int entries = 0;
+    if (!grey) png_get_PLTE(png, info, &palette, &entries);
+    const auto depth = static_cast<unsigned>(picture.bit_depth);
+    for (unsigned y = 0; y < picture.height && depth <= 8; ++y) {
       std::string row;
+      std::vector<std::uint32_t> colours;
       for (unsigned x = 0; x < picture.width; ++x) {
-        row += ((rows[y][x / 8] >> (7 - x % 8)) & 1) != 0 ? '.' : '#';
+        const unsigned bit = x * depth;
+        const unsigned value =
+            (unsigned{rows[y][bit / 8]} >> (8 - depth - bit % 8)) & ((1U << depth) - 1);
+        if (grey) {
+          row += value != 0 ? '.' : '#';
+          continue;
+        }
+        const png_color colour = static_cast<int>(value) < entries ? palette[value] : png_color{};
+        colours.push_back((std::uint32_t{colour.red} << 16) | (std::uint32_t{colour.green} << 8) |
+                          colour.blue);
+        row += colours.back() == 0 ? '#' : (colours.back() == 0xFFFFFF ? '.' : '?');
       }
       picture.rows.push_back(row);
+      if (!grey) picture.colours.push_back(colours);
     }
   }
   png_destroy_read_struct(&png, &info, nullptr);

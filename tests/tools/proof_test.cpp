@@ -120,7 +120,7 @@ TEST(KestraProof, NeverWritesOverAnInput) {
   directory.write("page.dat", smallFrame());
   ASSERT_EQ(symlink("page.dat", directory.path("link.png").c_str()), 0);
   for (const char* target : {"page.dat", "./page.dat", "link.png"}) {
-    const ProofResult result = directory.run({"-o", target, "page.dat"});
+    const ProofResult result = directory.run({"--output", target, "page.dat"});
     EXPECT_EQ(result.status, 1);
     EXPECT_TRUE(holds(result.errors, "is an input and is not written over")) << result.errors;
     EXPECT_EQ(directory.read("page.dat"), smallFrame());
@@ -133,8 +133,7 @@ TEST(KestraProof, RefusesOnePictureForTwoFrames) {
   directory.write("page.dat", smallFrame());
   const ProofResult result = directory.run({"page", "page.dat"});
   EXPECT_EQ(result.status, 1);
-  EXPECT_TRUE(holds(result.errors, "two frames would become the picture page.png"))
-      << result.errors;
+  EXPECT_TRUE(holds(result.errors, "two pages would become the picture page.png")) << result.errors;
 }
 
 TEST(KestraProof, LeavesNothingBehindWhereThePictureCannotGo) {
@@ -144,7 +143,7 @@ TEST(KestraProof, LeavesNothingBehindWhereThePictureCannotGo) {
   EXPECT_EQ(result.status, 1);
   EXPECT_TRUE(holds(result.errors, "nowhere/page.png cannot be written: No such file"))
       << result.errors;
-  EXPECT_EQ(directory.run({"-o", ".", "page.dat"}).status, 1);
+  EXPECT_EQ(directory.run({"--output", ".", "page.dat"}).status, 1);
   EXPECT_EQ(directory.names(), std::vector<std::string>{"page.dat"});
 }
 
@@ -169,7 +168,9 @@ TEST(KestraProof, AnswersHelpAndVersion) {
   const ProofDirectory directory;
   const ProofResult help = directory.run({"--help"});
   EXPECT_EQ(help.status, 0);
-  for (const char* option : {"--dpi", "-o", "--output-dir", "--command", "--help", "--version"}) {
+  for (const char* option :
+       {"--dpi", "-o", "--output", "--output-dir", "--command", "--help", "--version", "--model",
+        "--ppd", "--compare", "--margins", "--scale", "--json", "--keep", "--quiet"}) {
     EXPECT_TRUE(holds(help.output, option)) << option;
   }
   EXPECT_EQ(directory.run({"--version"}).output.rfind("kestra-proof ", 0), 0U);
@@ -185,8 +186,20 @@ TEST(KestraProof, RefusesALineThatMakesNoSense) {
       {"--dpi=10000", "page.dat"},
       {"--dpi"},
       {"-o"},
-      {"-o", "a.png", "page.dat", "page.dat"},
-      {"-o", "a.png", "--output-dir", ".", "page.dat"},
+      {"-o", "a.png", "page.dat"},
+      {"--output"},
+      {"--output", "-", "page.dat"},
+      {"--scale", "0", "page.dat"},
+      {"--scale", "17", "page.dat"},
+      {"--scale", "1.5", "page.dat"},
+      {"--model", "laser", "page.dat"},
+      {"--model", "label", "--ppd", "x.ppd", "page.dat"},
+      {"--keep"},
+      {"--compare", "page.dat"},
+      {"--keep", "k", "page.dat"},
+      {"-o", "Darkness=Dark", "page.dat"},
+      {"--output", "a.png", "page.dat", "page.dat"},
+      {"--output", "a.png", "--output-dir", ".", "page.dat"},
       {"--command"},
       {"--colour", "page.dat"},
       {"-"},

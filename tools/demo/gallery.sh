@@ -31,38 +31,41 @@ narrow_ppd() {
   grep -q '^\*MaxMediaWidth: "142.05"' "$2"
 }
 
+# proof WORDS: kestra-proof, its words in the variable `words`; shows them where it fails.
+proof() {
+  if ! words=$("$build/kestra-proof" "$@" 2>&1); then
+    echo "$words" >&2
+    echo "demo: kestra-proof failed with $*" >&2
+    return 1
+  fi
+}
+
 # gallery_page NAME DOCUMENT SIZE DOTS WORK PPD: leaves WORK/pages.ras, a page of DOTS grey pixels,
 # and sets ink[NAME].
 gallery_page() {
+  local words=''
   mkdir -p "$5"
-  render ps "$2" "$5" "$6" 1 "PageSize=$3" || return 1
+  rm -rf "$5/page"
+  proof --ppd "$6" -o "PageSize=$3" --keep "$5/page" --output "$5/page.png" "$2" || return 1
+  mv "$5/page/pages.ras" "$5/pages.ras"
   # The pixels stand at the end, a byte each; 255 is ink.
   ink[$1]=$(tail -c "$4" "$5/pages.ras" | od -An -v -tu1 -w400 |
     awk '{ for (i = 1; i <= NF; ++i) sum += $i } END { printf "%d", sum / 255 + 0.5 }')
 }
 
-# gallery_print NAME WORK BUILD PPD OPTIONS: prints WORK/pages.ras into WORK/NAME.dat and
-# WORK/NAME.png and sets dots[NAME].
+# gallery_print NAME WORK PPD OPTIONS: prints WORK/pages.ras into WORK/NAME.dat and WORK/NAME.png
+# and sets dots[NAME].
 gallery_print() {
-  local name=$1 work=$2 build=$3 ppd=$4 options=$5 words frames
-  # shellcheck disable=SC2034  # run_filter says how it ran; the gallery has no use for it
-  local isolation=''
-  local spool_tmp='' job=$2/job
-  rm -rf "$job"
-  mkdir -p "$job"
-  ln "$work/pages.ras" "$job/pages.ras"
-  if ! run_filter "$build" "$job" "$ppd" pipe 1 "$options"; then
-    grep -a '^ERROR\|^CRIT' "$job/filter.log" >&2
-    echo "demo: the filter failed with $options" >&2
-    return 1
-  fi
-  frames=("$spool_tmp"/kcv6data/page_*.dat)
+  local name=$1 work=$2 ppd=$3 options=$4 words='' frames
+  rm -rf "$work/job"
+  proof --ppd "$ppd" -o "$options" --keep "$work/job" --output "$work/$name.png" \
+    "$work/pages.ras" || return 1
+  frames=("$work"/job/page_*.dat)
   if [ "${#frames[@]}" -ne 1 ] || [ ! -s "${frames[0]}" ]; then
     echo "demo: $options gave no single page" >&2
     return 1
   fi
   mv "${frames[0]}" "$work/$name.dat"
-  words=$("$build/kestra-proof" --dpi 203 -o "$work/$name.png" "$work/$name.dat") || return 1
   dots[$name]=$(sed -n 's/^ *black dots: *\([0-9]*\); the count of every row agrees$/\1/p' \
     <<<"$words")
   if [ -z "${dots[$name]}" ]; then
@@ -88,9 +91,9 @@ is_negative() {
     awk '(NR - 1) % 52 >= 2 && $1 + $2 != 255 { wrong = 1 } END { exit wrong || NR != 400 * 52 }'
 }
 
-# print_everything ROOT BUILD WORK PPD: all pictures, with all options that the text speaks of.
+# print_everything ROOT WORK PPD: all pictures, with all options that the text speaks of.
 print_everything() {
-  local root=$1 build=$2 work=$3 ppd=$4 picture type density document
+  local root=$1 work=$2 ppd=$3 picture type density document
   local pages="$root/tools/demo/gallery"
   sed 's|^/shades true def|/shades false def|' "$pages/lineart.ps" >"$work/outlines.ps"
   for picture in $pictures outlines blank; do
@@ -98,22 +101,22 @@ print_everything() {
     [ "$picture" != outlines ] || document=$work/outlines.ps
     gallery_page "$picture" "$document" "$picture_size" "$picture_dots" "$work/$picture" "$ppd"
     for type in $halftones; do
-      gallery_print "$picture-$type" "$work/$picture" "$build" "$ppd" "HalftoneType=$type"
+      gallery_print "$picture-$type" "$work/$picture" "$ppd" "HalftoneType=$type"
       [ "$picture" != blank ] || continue
-      gallery_print "$picture-$type-negative" "$work/$picture" "$build" "$ppd" \
+      gallery_print "$picture-$type-negative" "$work/$picture" "$ppd" \
         "HalftoneType=$type NegativeImage=True"
       for density in 1 2; do
-        gallery_print "$picture-$type-density$density" "$work/$picture" "$build" "$ppd" \
+        gallery_print "$picture-$type-density$density" "$work/$picture" "$ppd" \
           "HalftoneType=$type VBarcodeDensity=$density"
       done
     done
   done
-  gallery_print photo-None-negative-density1 "$work/photo" "$build" "$ppd" \
+  gallery_print photo-None-negative-density1 "$work/photo" "$ppd" \
     "HalftoneType=None NegativeImage=True VBarcodeDensity=1"
   gallery_page ladder "$pages/ladder.ps" w142h85 96000 "$work/ladder" "$ppd"
   for type in $halftones; do
     for density in 0 1 2; do
-      gallery_print "ladder-$type-density$density" "$work/ladder" "$build" "$ppd" \
+      gallery_print "ladder-$type-density$density" "$work/ladder" "$ppd" \
         "HalftoneType=$type VBarcodeDensity=$density"
     done
   done
@@ -172,12 +175,13 @@ gallery() {
   local ppd=$work/label-head.ppd
   narrow_ppd "$build/ppd/kestra4.ppd" "$ppd"
   echo "Printing the pictures"
-  print_everything "$root" "$build" "$work" "$ppd"
+  print_everything "$root" "$work" "$ppd"
   check_claims "$work"
   # The first picture of the README: the demo's own label, with the head as wide as it is.
-  mkdir -p "$work/demo-label" "$new"
-  render ps "$root/tools/demo/label.ps" "$work/demo-label" "$build/ppd/kestra4.ppd" 1 ''
-  gallery_print label "$work/demo-label" "$build" "$build/ppd/kestra4.ppd" HalftoneType=Burkes
+  mkdir -p "$new"
+  gallery_page label-page "$root/tools/demo/label.ps" w288h432 $((812 * 1218)) "$work/demo-label" \
+    "$build/ppd/kestra4.ppd"
+  gallery_print label "$work/demo-label" "$build/ppd/kestra4.ppd" HalftoneType=Burkes
 
   gallery_text >"$work/gallery.md"
   # The pictures that the text shows, and no others.

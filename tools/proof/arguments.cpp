@@ -4,152 +4,191 @@
 #include "tools/proof/arguments.h"
 
 #include <cstddef>
+#include <functional>
 
 namespace kestra {
 namespace {
 
-constexpr int kLargestDpi = 9999;
+constexpr unsigned kLargestDpi = 9999;
+constexpr unsigned kLargestScale = 16;
 
 bool endsWith(const std::string& text, const std::string& end) {
   return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-// A resolution in dots per inch, digits only.
-bool parseDpi(const std::string& text, int& dpi) {
-  if (text.empty() || text.size() > 4) return false;
-  int value = 0;
+// A whole number from 1 to `largest`, digits only; 0 for anything else.
+unsigned parseNumber(const std::string& text, unsigned largest) {
+  if (text.empty() || text.size() > 4) return 0;
+  unsigned value = 0;
   for (const char c : text) {
-    if (c < '0' || c > '9') return false;
-    value = value * 10 + (c - '0');
+    if (c < '0' || c > '9') return 0;
+    value = value * 10 + static_cast<unsigned>(c - '0');
   }
-  if (value < 1 || value > kLargestDpi) return false;
-  dpi = value;
+  return value <= largest ? value : 0;
+}
+
+std::string notText(const std::string& value) {
+  return value.empty() ? std::string() : ", not \"" + value + "\"";
+}
+
+// An option that takes a value; `take` stores it, or returns what is wanted instead.
+struct ValueOption {
+  const char* name;
+  std::function<std::string(const std::string& value)> take;
+};
+
+// An option without a value.
+struct Switch {
+  const char* name;
+  bool* on;
+};
+
+// Stores a text that must not be empty.
+std::function<std::string(const std::string&)> textInto(std::string& place, const char* wanted) {
+  return [&place, wanted](const std::string& value) {
+    place = value;
+    return value.empty() ? std::string(wanted) : std::string();
+  };
+}
+
+std::vector<ValueOption> valueOptions(Arguments& arguments) {
+  return {
+      {"--dpi",
+       [&](const std::string& value) {
+         arguments.dpi = static_cast<int>(parseNumber(value, kLargestDpi));
+         arguments.dpi_given = true;
+         return arguments.dpi > 0 ? std::string()
+                                  : "a number from 1 to " + std::to_string(kLargestDpi) +
+                                        ", for example 203 or 300" + notText(value);
+       }},
+      {"--scale",
+       [&](const std::string& value) {
+         arguments.scale = parseNumber(value, kLargestScale);
+         return arguments.scale > 0
+                    ? std::string()
+                    : "a whole number from 1 to " + std::to_string(kLargestScale) + notText(value);
+       }},
+      {"--model",
+       [&](const std::string& value) {
+         arguments.model = value;
+         return value == "label" || value == "stencil"
+                    ? std::string()
+                    : "label (4-inch label printer) or stencil (A4 stencil printer)" +
+                          notText(value);
+       }},
+      {"--ppd", textInto(arguments.ppd, "the file of a printer description")},
+      {"--keep", textInto(arguments.keep, "the name of a new directory")},
+      {"--output-dir", textInto(arguments.output_directory, "the name of a directory")},
+      {"--output",
+       [&](const std::string& value) {
+         arguments.output = value;
+         return value.empty() || value == "-"
+                    ? std::string("the name of the picture to write, for example page.png")
+                    : std::string();
+       }},
+      {"--command",
+       [&](const std::string& value) {
+         if (value.empty()) {
+           return std::string("a file with print-setting commands, or - for standard input");
+         }
+         arguments.inputs.push_back({InputKind::kCommand, value});
+         return std::string();
+       }},
+      {"-o",
+       [&](const std::string& value) {
+         if (value.find('=') == std::string::npos && endsWith(value, ".png")) {
+           return "a job option NAME=VALUE; name the picture with --output " + value;
+         }
+         arguments.options.push_back(value);
+         return value.empty()
+                    ? std::string("a job option NAME=VALUE, for example HalftoneType=Tattoo")
+                    : std::string();
+       }},
+  };
+}
+
+std::vector<Switch> switches(Arguments& arguments) {
+  return {{"--help", &arguments.help},       {"-h", &arguments.help},
+          {"--version", &arguments.version}, {"--compare", &arguments.compare},
+          {"--margins", &arguments.margins}, {"--json", &arguments.json},
+          {"--quiet", &arguments.quiet},     {"-q", &arguments.quiet}};
+}
+
+// Whether `word` is that option, and its value: behind "=", behind a short name, or the next word.
+bool isOption(const std::string& word, const std::string& name,
+              const std::vector<std::string>& words, std::size_t& next, std::string& value) {
+  value.clear();
+  if (word == name) {
+    if (next < words.size()) value = words[next++];
+    return true;
+  }
+  const std::string start = name.size() > 2 ? name + "=" : name;
+  if (word.compare(0, start.size(), start) != 0) return false;
+  value = word.substr(start.size());
   return true;
 }
 
-// Takes the value of an option: the rest behind "=", or the next word.
-class Words {
- public:
-  explicit Words(const std::vector<std::string>& words) : words_(words) {}
-
-  bool next(std::string& word) {
-    if (at_ == words_.size()) return false;
-    word = words_[at_++];
+// Whether the word was an option; what is wrong with it in `problem`.
+bool takeOption(const std::string& word, const std::vector<std::string>& words, std::size_t& next,
+                Arguments& arguments, std::string& problem) {
+  for (const Switch& known : switches(arguments)) {
+    if (word != known.name) continue;
+    *known.on = true;
     return true;
   }
-
-  // True where `word` is the option `name`; `found` then tells whether it has a value.
-  bool option(const std::string& word, const std::string& name, std::string& value, bool& found) {
-    const bool isLong = name.size() > 2;
-    if (word == name) {
-      found = next(value);
-      return true;
-    }
-    const std::string start = isLong ? name + "=" : name;
-    if (word.compare(0, start.size(), start) != 0) return false;
-    value = word.substr(start.size());
-    found = true;
-    return true;
-  }
-
- private:
-  const std::vector<std::string>& words_;  // the caller's, longer-lived than this object
-  std::size_t at_ = 0;
-};
-
-bool checkOutputs(const Arguments& arguments, std::string& problem) {
-  std::size_t frames = 0;
-  for (const Input& input : arguments.inputs) frames += input.kind == InputKind::kFrame ? 1U : 0U;
-  if (!arguments.output.empty() && !arguments.output_directory.empty()) {
-    problem = "give -o or --output-dir, not both";
-  } else if (!arguments.output.empty() && frames != 1) {
-    problem = "-o names one picture but there are " + std::to_string(frames) +
-              " frames; use --output-dir DIR";
-  } else {
+  std::string value;
+  for (const ValueOption& known : valueOptions(arguments)) {
+    if (!isOption(word, known.name, words, next, value)) continue;
+    const std::string wanted = known.take(value);
+    if (!wanted.empty()) problem = std::string(known.name) + " wants " + wanted;
     return true;
   }
   return false;
+}
+
+// What does not fit together, as one sentence, or an empty text.
+std::string contradiction(const Arguments& arguments) {
+  std::size_t documents = 0;
+  for (const Input& input : arguments.inputs) {
+    documents += input.kind == InputKind::kDocument ? 1U : 0U;
+  }
+  if (arguments.inputs.empty()) return "no document given";
+  if (!arguments.output.empty() && !arguments.output_directory.empty()) {
+    return "give --output or --output-dir, not both";
+  }
+  if (!arguments.output.empty() && documents != 1) {
+    return "--output names one picture but there are " + std::to_string(documents) +
+           " documents; use --output-dir DIR";
+  }
+  if (!arguments.model.empty() && !arguments.ppd.empty()) {
+    return "give --model or --ppd, not both: a model stands for its printer description";
+  }
+  return {};
 }
 
 }  // namespace
 
 bool parseArguments(const std::vector<std::string>& words, Arguments& arguments,
                     std::string& problem) {
-  Words rest(words);
-  std::string word;
-  std::string value;
-  bool found = true;
   bool options = true;
-  while (rest.next(word)) {
+  std::size_t next = 0;
+  problem.clear();
+  while (next < words.size() && problem.empty()) {
+    const std::string& word = words[next++];
     if (!options || word.size() < 2 || word[0] != '-') {
       if (word == "-") {
-        problem = "a frame cannot be read from standard input; give its file name";
-        return false;
+        problem = "a document cannot be read from standard input; give its file name";
       }
       const bool counter = endsWith(word, ".pgc");
-      arguments.inputs.push_back({counter ? InputKind::kPageCounter : InputKind::kFrame, word});
+      arguments.inputs.push_back({counter ? InputKind::kPageCounter : InputKind::kDocument, word});
     } else if (word == "--") {
       options = false;
-    } else if (word == "--help" || word == "-h") {
-      arguments.help = true;
-    } else if (word == "--version") {
-      arguments.version = true;
-    } else if (rest.option(word, "--dpi", value, found)) {
-      if (!found || !parseDpi(value, arguments.dpi)) {
-        problem = "--dpi wants a number from 1 to " + std::to_string(kLargestDpi) +
-                  ", for example 203 or 300" + (found ? ", not \"" + value + "\"" : "");
-        return false;
-      }
-    } else if (rest.option(word, "--output-dir", value, found)) {
-      if (!found || value.empty()) {
-        problem = "--output-dir wants the name of a directory";
-        return false;
-      }
-      arguments.output_directory = value;
-    } else if (rest.option(word, "--command", value, found)) {
-      if (!found || value.empty()) {
-        problem = "--command wants a file with print-setting commands, or - for standard input";
-        return false;
-      }
-      arguments.inputs.push_back({InputKind::kCommand, value});
-    } else if (rest.option(word, "-o", value, found)) {
-      if (!found || value.empty() || value == "-") {
-        problem = "-o wants the name of the picture to write, for example page.png";
-        return false;
-      }
-      arguments.output = value;
-    } else {
+    } else if (!takeOption(word, words, next, arguments, problem)) {
       problem = "unknown option " + word;
-      return false;
     }
   }
-  if (arguments.help || arguments.version) return true;
-  if (arguments.inputs.empty()) {
-    problem = "no page frame given";
-    return false;
-  }
-  return checkOutputs(arguments, problem);
-}
-
-const char* helpText() {
-  return "Usage: kestra-proof [--dpi N] [-o OUT.png | --output-dir DIR] FRAME...\n"
-         "       kestra-proof --command FILE|-\n"
-         "\n"
-         "Shows pages as the print head gets them. For every page frame it says what the frame\n"
-         "announces and draws its dots into a PNG picture, one pixel per dot, margin included.\n"
-         "A file that ends in .pgc is the page counter of a print queue.\n"
-         "\n"
-         "  --dpi N           resolution of the print head, for sizes in mm and in the\n"
-         "                    picture; a frame does not hold it (203)\n"
-         "  -o OUT.png        where the picture of the only frame goes\n"
-         "  --output-dir DIR  where the pictures go (the current directory); each is named\n"
-         "                    like its frame, with .png for .dat\n"
-         "  --command FILE|-  decode print-setting commands from a file or standard input\n"
-         "  --help            this text\n"
-         "  --version         the version\n"
-         "\n"
-         "Exit status: 0 all was well, 1 an input was broken or unreadable or a picture could\n"
-         "not be written, 2 the command line made no sense.\n";
+  if (problem.empty() && !arguments.help && !arguments.version) problem = contradiction(arguments);
+  return problem.empty();
 }
 
 }  // namespace kestra

@@ -9,20 +9,30 @@
 
 namespace kestra {
 
-enum class InputKind { kFrame, kPageCounter, kCommand };
+enum class InputKind { kDocument, kPageCounter, kCommand };
 
 struct Input {
-  InputKind kind = InputKind::kFrame;
+  InputKind kind = InputKind::kDocument;
   std::string path;  // "-" is standard input, for commands only
 };
 
 struct Arguments {
   bool help = false;
   bool version = false;
-  int dpi = 203;                 // dots per inch, horizontal and vertical
-  std::string output;            // -o, empty where not given
-  std::string output_directory;  // --output-dir, empty where not given
-  std::vector<Input> inputs;     // in the order of the command line
+  bool compare = false;
+  bool margins = false;
+  bool json = false;
+  bool quiet = false;
+  int dpi = 203;  // dots per inch of frames, horizontal and vertical
+  bool dpi_given = false;
+  unsigned scale = 1;                // pixels per dot
+  std::string model;                 // empty where not given
+  std::string ppd;                   // empty where not given
+  std::vector<std::string> options;  // the words behind each -o
+  std::string output;                // --output, empty where not given
+  std::string output_directory;      // --output-dir, empty where not given
+  std::string keep;                  // --keep, empty where not given
+  std::vector<Input> inputs;         // in the order of the command line
 };
 
 // Fills `arguments`. Returns false and one sentence in `problem` for a line that makes no sense.

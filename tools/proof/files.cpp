@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 namespace kestra {
 namespace {
@@ -60,41 +62,57 @@ bool readFile(const std::string& path, std::vector<std::uint8_t>& bytes, std::st
   return good;
 }
 
-std::string picturePath(const Arguments& arguments, const std::string& frame_path) {
-  if (!arguments.output.empty()) return arguments.output;
-  const std::size_t slash = frame_path.rfind('/');
-  std::string name = slash == std::string::npos ? frame_path : frame_path.substr(slash + 1);
-  const std::string frameEnd = ".dat";
-  if (name.size() > frameEnd.size() &&
-      name.compare(name.size() - frameEnd.size(), frameEnd.size(), frameEnd) == 0) {
-    name.erase(name.size() - frameEnd.size());
-  }
-  name += ".png";
-  if (arguments.output_directory.empty()) return name;
-  return arguments.output_directory + "/" + name;
+std::string stem(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+  const std::size_t dot = name.rfind('.');
+  return dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
 }
 
-bool mayWrite(const std::string& path, const std::vector<Input>& inputs,
-              const std::vector<std::string>& written, std::string& problem) {
+std::string picturePath(const Arguments& arguments, const std::string& name) {
+  if (!arguments.output.empty()) return arguments.output;
+  const std::string& directory = arguments.output_directory;
+  return (directory.empty() ? "" : directory + "/") + name + ".png";
+}
+
+WriteGuard::WriteGuard(const Arguments& arguments) {
+  for (const Input& input : arguments.inputs) inputs_.push_back(input.path);
+  if (!arguments.ppd.empty()) inputs_.push_back(arguments.ppd);
+}
+
+bool WriteGuard::mayWrite(const std::string& path, std::string& problem) const {
   struct stat target = {};
   if (stat(path.c_str(), &target) != 0) return true;  // not there, or the writer will say why
   if (!S_ISREG(target.st_mode)) {
     problem = path + " is no ordinary file; name a picture file";
     return false;
   }
-  for (const Input& input : inputs) {
-    if (isFile(input.path, target)) {
-      problem = path + " is an input and is not written over; name another picture";
+  for (const std::string& input : inputs_) {
+    if (isFile(input, target)) {
+      problem = path + " is an input and is not written over; name another picture with --output";
       return false;
     }
   }
-  for (const std::string& picture : written) {
+  for (const std::string& picture : written_) {
     if (isFile(picture, target)) {
-      problem = "two frames would become the picture " + path + "; proof them one by one with -o";
+      problem = "two pages would become the picture " + path +
+                "; proof the documents one by one with --output or --output-dir";
       return false;
     }
   }
   return true;
+}
+
+bool makeNewDirectory(const std::string& path, std::string& problem) {
+  std::error_code error;
+  if (std::filesystem::exists(path, error) &&
+      !(std::filesystem::is_directory(path, error) && std::filesystem::is_empty(path, error))) {
+    problem = path + " is there already; name a new or an empty directory";
+    return false;
+  }
+  std::filesystem::create_directories(path, error);
+  if (error) problem = path + " cannot be made: " + error.message();
+  return !error;
 }
 
 }  // namespace kestra

@@ -17,14 +17,32 @@ namespace kestra {
 [[nodiscard]] bool readFile(const std::string& path, std::vector<std::uint8_t>& bytes,
                             std::string& problem);
 
-// The picture's path for the frame `frame_path`: -o as given, else the frame's name with .png for
-// .dat in the output directory.
-[[nodiscard]] std::string picturePath(const Arguments& arguments, const std::string& frame_path);
+// A file's name without directory and, where there is one, the ending: "a/label.pdf" -> "label".
+[[nodiscard]] std::string stem(const std::string& path);
 
-// False and the reason in `problem` where `path` is one of the inputs, a picture written before
-// in this run (listed in `written`), or something that is no ordinary file.
-[[nodiscard]] bool mayWrite(const std::string& path, const std::vector<Input>& inputs,
-                            const std::vector<std::string>& written, std::string& problem);
+// The path of a picture: --output as given, else `name` with .png in the output directory.
+[[nodiscard]] std::string picturePath(const Arguments& arguments, const std::string& name);
+
+// Files that must not be written over, and pictures written in this run.
+class WriteGuard {
+ public:
+  explicit WriteGuard(const Arguments& arguments);
+
+  // False and the reason in `problem` where `path` is an input, a picture written before in this
+  // run, or something that is no ordinary file.
+  [[nodiscard]] bool mayWrite(const std::string& path, std::string& problem) const;
+
+  // To be told of each picture.
+  void wrote(const std::string& path) { written_.push_back(path); }
+
+ private:
+  std::vector<std::string> inputs_;
+  std::vector<std::string> written_;
+};
+
+// Makes a directory that the caller has to himself. False and the reason in `problem` where there
+// is something of that name, an empty directory excepted.
+[[nodiscard]] bool makeNewDirectory(const std::string& path, std::string& problem);
 
 }  // namespace kestra
 

@@ -1,17 +1,22 @@
-// kestra-proof: shows page frames in words and as pictures of their very dots.
+// kestra-proof: shows documents and page frames as the print head would print them.
 //
 // What comes out of the print head can be looked at, measured and compared before paper is spent.
+#include <csignal>
 #include <cstdio>
+#include <filesystem>
+#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "tools/frame/page_frame.h"
-#include "tools/frame/print_setting.h"
+#include "filter/base/file.h"
 #include "tools/proof/arguments.h"
 #include "tools/proof/files.h"
-#include "tools/proof/png_writer.h"
-#include "tools/proof/report.h"
+#include "tools/proof/proof_document.h"
+#include "tools/proof/proof_records.h"
+#include "tools/proof/teller.h"
+#include "tools/render/child.h"
+#include "tools/render/document_type.h"
+#include "tools/render/ppd_place.h"
 
 namespace {
 
@@ -19,75 +24,145 @@ constexpr int kAllWell = 0;
 constexpr int kSomethingBroken = 1;
 constexpr int kWrongUsage = 2;
 
-bool complain(const std::string& path, const std::string& problem) {
-  std::fflush(stdout);  // keeps the lines of both streams in the order of the inputs
-  std::fprintf(stderr, "kestra-proof: %s: %s\n", path.c_str(), problem.c_str());
-  return false;
+using kestra::Arguments;
+using kestra::DocumentType;
+using kestra::Input;
+using kestra::InputKind;
+
+// An input, and what its content says it is.
+struct Job {
+  Input input;
+  std::optional<DocumentType> type;  // none where it cannot be printed
+  std::string problem;               // why
+};
+
+int wrongUsage(const std::string& problem) {
+  std::fprintf(stderr, "kestra-proof: %s\nTry: kestra-proof --help\n", problem.c_str());
+  return kWrongUsage;
 }
 
-bool proofCommand(const std::string& path, const std::vector<std::uint8_t>& bytes) {
-  const kestra::ParsedSettings parsed = kestra::parsePrintSettings(bytes);
-  std::size_t page = 0;
-  for (const kestra::PrintSetting& setting : parsed.settings) {
-    std::printf("%s: command %zu: %s\n", path.c_str(), ++page, describe(setting).c_str());
+std::vector<Job> lookAt(const std::vector<Input>& inputs) {
+  const std::string frameEnd = ".dat";
+  std::vector<Job> jobs;
+  for (const Input& input : inputs) {
+    Job job;
+    job.input = input;
+    const std::string& path = input.path;
+    if (input.kind == InputKind::kDocument) {
+      // A damaged frame is still taken for one, and told what is wrong with it.
+      const bool named =
+          path.size() > frameEnd.size() &&
+          path.compare(path.size() - frameEnd.size(), frameEnd.size(), frameEnd) == 0;
+      job.type = named ? DocumentType::kFrame : kestra::documentType(path, job.problem);
+    }
+    jobs.push_back(job);
   }
-  return parsed.problem.empty() || complain(path, parsed.problem);
+  return jobs;
 }
 
-bool proofCounter(const std::string& path, const std::vector<std::uint8_t>& bytes) {
-  std::string problem;
-  const auto counter = kestra::parsePageCounter(bytes, problem);
-  if (!counter) return complain(path, problem);
-  std::printf("%s: the next page gets the number %u\n", path.c_str(), unsigned{*counter});
-  return true;
-}
+bool isPrinted(const Job& job) { return job.type && *job.type != DocumentType::kFrame; }
 
-bool proofFrame(const std::string& path, std::vector<std::uint8_t> bytes,
-                const kestra::Arguments& arguments, std::vector<std::string>& written) {
-  const kestra::ParsedFrame parsed = kestra::parsePageFrame(std::move(bytes));
-  if (!parsed.frame) return complain(path, parsed.problem);
-  const kestra::PageFrame& frame = *parsed.frame;
-  std::printf("%s:\n%s", path.c_str(), describeFrame(frame, arguments.dpi).c_str());
-
-  const std::string picture = kestra::picturePath(arguments, path);
-  std::string problem;
-  if (!kestra::mayWrite(picture, arguments.inputs, written, problem) ||
-      !kestra::writePng(picture, frame, arguments.dpi, problem)) {
-    return complain(path, problem);
+// An option that has nothing to act on, as one sentence, or an empty text.
+std::string uselessOption(const Arguments& arguments, const std::vector<Job>& jobs) {
+  bool frames = false;
+  bool documents = false;
+  for (const Job& job : jobs) {
+    if (isPrinted(job)) documents = true;
+    if (job.type == DocumentType::kFrame) frames = true;
+    if (job.input.kind == InputKind::kDocument && !job.type) documents = frames = true;
   }
-  written.push_back(picture);
-  std::printf("  picture:     %s, %zu x %u pixels\n", picture.c_str(), frame.drawn_width(),
-              unsigned{frame.row_count});
-  return true;
+  if (arguments.dpi_given && !frames) {
+    return "--dpi is for page frames; a document is printed with -o Resolution=203dpi or 300dpi";
+  }
+  const char* option = nullptr;
+  if (!arguments.options.empty()) option = "-o";
+  if (arguments.compare) option = "--compare";
+  if (!arguments.keep.empty()) option = "--keep";
+  if (!arguments.model.empty()) option = "--model";
+  if (!arguments.ppd.empty()) option = "--ppd";
+  if (option == nullptr || documents) return {};
+  return std::string(option) + " is for documents; a page frame is printed already";
 }
 
-bool proofInput(const kestra::Input& input, const kestra::Arguments& arguments,
-                std::vector<std::string>& written) {
-  std::vector<std::uint8_t> bytes;
-  std::string problem;
-  if (!kestra::readFile(input.path, bytes, problem)) return complain(input.path, problem);
-  switch (input.kind) {
-    case kestra::InputKind::kCommand:
-      return proofCommand(input.path, bytes);
-    case kestra::InputKind::kPageCounter:
-      return proofCounter(input.path, bytes);
-    case kestra::InputKind::kFrame:
-      break;
+// Finds the printer description and checks the job options against it. An exit status and a
+// sentence where that fails.
+int prepare(const Arguments& arguments, kestra::Printer& printer, std::string& problem) {
+  if (arguments.ppd.empty()) {
+    printer.model = arguments.model.empty() ? "label" : arguments.model;
+    printer.ppd = kestra::findPpd(printer.model, problem);
+    if (printer.ppd.empty()) return kSomethingBroken;
+  } else {
+    printer.ppd = std::filesystem::absolute(arguments.ppd).string();
   }
-  return proofFrame(input.path, std::move(bytes), arguments, written);
+  if (!printer.options.open(printer.ppd, problem)) return kSomethingBroken;
+  for (const std::string& words : arguments.options) {
+    if (!printer.options.add(words, problem)) return kWrongUsage;
+  }
+  if (arguments.compare && !printer.options.givenValue("HalftoneType").empty()) {
+    problem = "--compare shows all ten halftones; leave HalftoneType out";
+    return kWrongUsage;
+  }
+  return kAllWell;
+}
+
+// Where a document's leavings are kept: in DIR itself where it is the only one.
+std::string keepPlace(const Arguments& arguments, const std::string& path) {
+  if (arguments.keep.empty() || arguments.inputs.size() == 1) return arguments.keep;
+  return arguments.keep + "/" + kestra::stem(path);
+}
+
+bool proofAll(const Arguments& arguments, const std::vector<Job>& jobs,
+              const kestra::Printer& printer) {
+  kestra::WriteGuard guard(arguments);
+  kestra::Teller teller(arguments);
+  for (const Job& job : jobs) {
+    if (kestra::interruptSignal() != 0) return false;
+    const std::string& path = job.input.path;
+    if (job.input.kind == InputKind::kPageCounter) {
+      proofCounter(path, teller);
+    } else if (job.input.kind == InputKind::kCommand) {
+      proofCommands(path, teller);
+    } else if (!job.type) {
+      teller.begin({path, "unknown", "", "", {}});
+      teller.complain(job.problem);
+      teller.end({});
+    } else if (*job.type == DocumentType::kFrame) {
+      proofFrame(path, arguments, guard, teller);
+    } else {
+      proofDocument(path, *job.type, arguments, printer, keepPlace(arguments, path), guard, teller);
+    }
+  }
+  return teller.finish();
+}
+
+int run(const Arguments& arguments) {
+  const std::vector<Job> jobs = lookAt(arguments.inputs);
+  const std::string useless = uselessOption(arguments, jobs);
+  if (!useless.empty()) return wrongUsage(useless);
+  kestra::Printer printer;
+  for (const Job& job : jobs) {
+    if (!isPrinted(job)) continue;
+    std::string problem;
+    const int status = prepare(arguments, printer, problem);
+    if (status == kWrongUsage) return wrongUsage(problem);
+    if (status != kAllWell) {
+      std::fprintf(stderr, "kestra-proof: %s\n", problem.c_str());
+      return status;
+    }
+    break;
+  }
+  return proofAll(arguments, jobs, printer) ? kAllWell : kSomethingBroken;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<std::string> words;
-  for (int i = 1; i < argc; ++i) words.emplace_back(argv[i]);
-  kestra::Arguments arguments;
+  kestra::openMissingStandardStreams();
+  std::signal(SIGPIPE, SIG_IGN);  // a filter or a reader that ends early is a failed write
+  const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
+  Arguments arguments;
   std::string problem;
-  if (!kestra::parseArguments(words, arguments, problem)) {
-    std::fprintf(stderr, "kestra-proof: %s\nTry: kestra-proof --help\n", problem.c_str());
-    return kWrongUsage;
-  }
+  if (!parseArguments(words, arguments, problem)) return wrongUsage(problem);
   if (arguments.help) {
     std::fputs(kestra::helpText(), stdout);
     return kAllWell;
@@ -96,12 +171,8 @@ int main(int argc, char** argv) {
     std::puts("kestra-proof " KESTRA_VERSION);
     return kAllWell;
   }
-
-  bool allWell = true;
-  std::vector<std::string> written;
-  for (const kestra::Input& input : arguments.inputs) {
-    if (!proofInput(input, arguments, written)) allWell = false;
-  }
-  if (std::fflush(stdout) != 0) allWell = complain("standard output", "cannot be written");
-  return allWell ? kAllWell : kSomethingBroken;
+  kestra::catchInterrupts();
+  const int status = run(arguments);
+  if (kestra::interruptSignal() != 0) kestra::endByInterrupt();
+  return status;
 }

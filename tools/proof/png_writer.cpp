@@ -1,4 +1,4 @@
-// The one place that calls libpng: a page of dots in, a picture file out.
+// The one place that calls libpng: a drawing in, a picture file out.
 //
 // libpng leaves a failed call with a jump; it is caught in one short function that owns nothing
 // which a jump could skip.
@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cmath>
@@ -35,24 +36,76 @@ struct Failure {
 
 void ignoreWarning(png_structp /*png*/, png_const_charp /*words*/) {}
 
+// Paper, dot, head without paper, gap, black mark, label edge.
+constexpr std::array<png_color, kColourCount> kPalette = {{
+    {255, 255, 255},
+    {0, 0, 0},
+    {200, 220, 245},
+    {250, 230, 150},
+    {110, 110, 110},
+    {220, 30, 30},
+}};
+
+// How the rows of a picture are laid out, and room for one of each kind.
+struct Rows {
+  const Drawing& drawing;
+  const PictureSize& size;
+  int bits;                     // per pixel
+  std::vector<Colour> colours;  // a row of the drawing
+  std::vector<png_byte> bytes;  // the same, enlarged and packed
+  Rows(const Drawing& picture, const PictureSize& wanted)
+      : drawing(picture),
+        size(wanted),
+        bits(picture.colourful() ? 4 : 1),
+        colours(picture.width()),
+        bytes((picture.width() * wanted.scale * static_cast<std::size_t>(bits) + 7) / 8) {}
+
+  // The leftmost pixel is in the highest bits of a byte.
+  void pack(std::size_t y) {
+    drawing.row(y, colours.data());
+    std::fill(bytes.begin(), bytes.end(), png_byte{0});
+    const auto step = static_cast<std::size_t>(bits);
+    std::size_t bit = 0;
+    for (const Colour colour : colours) {
+      for (unsigned i = 0; i < size.scale; ++i, bit += step) {
+        // In grey PNGs 0 is black and 1 is white; palette entries count as in kPalette.
+        const unsigned value =
+            bits == 1 ? (colour == Colour::kPaper ? 1U : 0U) : static_cast<unsigned>(colour);
+        bytes[bit / 8] = static_cast<png_byte>(bytes[bit / 8] | (value << (8 - step - bit % 8)));
+      }
+    }
+  }
+};
+
+png_uint_32 pixelsPerMetre(unsigned dpi, unsigned scale) {
+  return static_cast<png_uint_32>(std::lround(dpi * scale / kMetresPerInch));
+}
+
 // Writes the picture to an open file. Only plain values live in this function, because a jump
 // out of libpng runs no destructors.
-bool writeRows(std::FILE* file, png_structp png, png_infop info, const PageFrame& frame, int dpi) {
+bool writeRows(std::FILE* file, png_structp png, png_infop info, Rows& rows) {
   if (setjmp(png_jmpbuf(png)) != 0) return false;
+  const PictureSize& size = rows.size;
   png_init_io(png, file);
-  png_set_IHDR(png, info, static_cast<png_uint_32>(frame.drawn_width()), frame.row_count, 1,
-               PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
-               PNG_FILTER_TYPE_DEFAULT);
-  const auto dotsPerMetre = static_cast<png_uint_32>(std::lround(dpi / kMetresPerInch));
-  png_set_pHYs(png, info, dotsPerMetre, dotsPerMetre, PNG_RESOLUTION_METER);
+  png_set_IHDR(png, info, static_cast<png_uint_32>(rows.drawing.width() * size.scale),
+               static_cast<png_uint_32>(rows.drawing.height() * size.scale), rows.bits,
+               rows.bits == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_PALETTE, PNG_INTERLACE_NONE,
+               PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  if (rows.bits != 1) png_set_PLTE(png, info, kPalette.data(), static_cast<int>(kPalette.size()));
+  png_set_pHYs(png, info, pixelsPerMetre(size.dpi[0], size.scale),
+               pixelsPerMetre(size.dpi[1], size.scale), PNG_RESOLUTION_METER);
   png_write_info(png, info);
-  png_set_invert_mono(png);  // in PNG 0 is black, on the print head 1 is
-  for (std::size_t y = 0; y < frame.row_count; ++y) png_write_row(png, frame.row(y).dots.data);
+  for (std::size_t y = 0; y < rows.drawing.height(); ++y) {
+    rows.pack(y);
+    for (unsigned i = 0; i < size.scale; ++i) png_write_row(png, rows.bytes.data());
+  }
   png_write_end(png, info);
   return true;
 }
 
-bool writeTo(std::FILE* file, const PageFrame& frame, int dpi, std::string& problem) {
+bool writeTo(std::FILE* file, const Drawing& drawing, const PictureSize& size,
+             std::string& problem) {
+  Rows rows(drawing, size);
   Failure failure;
   png_structp png =
       png_create_write_struct(PNG_LIBPNG_VER_STRING, &failure, keepError, ignoreWarning);
@@ -61,7 +114,7 @@ bool writeTo(std::FILE* file, const PageFrame& frame, int dpi, std::string& prob
   if (info == nullptr) {
     problem = "not enough memory for the picture";
   } else {
-    good = writeRows(file, png, info, frame, dpi);
+    good = writeRows(file, png, info, rows);
     if (!good) problem = failure.text.data();
   }
   png_destroy_write_struct(&png, &info);
@@ -77,7 +130,8 @@ mode_t usualMode() {
 
 }  // namespace
 
-bool writePng(const std::string& path, const PageFrame& frame, int dpi, std::string& problem) {
+bool writePng(const std::string& path, const Drawing& drawing, const PictureSize& size,
+              std::string& problem) {
   std::string temporary = path + ".XXXXXX";
   const int descriptor = mkstemp(temporary.data());
   if (descriptor < 0) {
@@ -87,7 +141,7 @@ bool writePng(const std::string& path, const PageFrame& frame, int dpi, std::str
   std::FILE* file = fdopen(descriptor, "wb");
   bool good = file != nullptr && fchmod(descriptor, usualMode()) == 0;
   if (!good) problem = std::strerror(errno);
-  if (good) good = writeTo(file, frame, dpi, problem);
+  if (good) good = writeTo(file, drawing, size, problem);
   if (file == nullptr) {
     close(descriptor);
   } else if (std::fclose(file) != 0 && good) {

@@ -1,21 +1,27 @@
-// Writes a page of dots as a 1-bit grey PNG file.
+// Writes a drawing as a PNG file: 1-bit grey for paper and dots, a palette for more colours.
 //
 // PNG keeps every dot, and every viewer shows it; the resolution in the file makes it appear in
 // the size of the print.
 #ifndef TOOLS_PROOF_PNG_WRITER_H_
 #define TOOLS_PROOF_PNG_WRITER_H_
 
+#include <array>
 #include <string>
 
-#include "tools/frame/page_frame.h"
+#include "tools/proof/drawing.h"
 
 namespace kestra {
 
-// Writes `frame` to `path`: drawn_width() x row_count pixels, a 1 bit black, a 0 bit white, with
-// `dpi` dots per inch as resolution. The file appears whole or not at all: it is written beside
-// `path` and renamed. Returns false and the reason in `problem`.
-[[nodiscard]] bool writePng(const std::string& path, const PageFrame& frame, int dpi,
-                            std::string& problem);
+struct PictureSize {
+  std::array<unsigned, 2> dpi = {203, 203};  // dots per inch of the print, across and down
+  unsigned scale = 1;                        // pixels per dot in each direction
+};
+
+// Writes `drawing` to `path`, each dot `scale` x `scale` pixels, with a resolution that gives it
+// the size of the print. The file appears whole or not at all: it is written beside `path` and
+// renamed. Returns false and the reason in `problem`.
+[[nodiscard]] bool writePng(const std::string& path, const Drawing& drawing,
+                            const PictureSize& size, std::string& problem);
 
 }  // namespace kestra
 

@@ -1,0 +1,153 @@
+// Black-box tests of options, printer descriptions and programs that are not there.
+//
+// The print system passes over a mistyped option in silence; here it must be answered.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "tests/tools/proof_run.h"
+#include "tests/tools/raster_document.h"
+
+namespace kestra {
+namespace {
+
+using blackbox::JobCase;
+
+bool holds(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+class Options : public testing::Test {
+ protected:
+  Options() {
+    JobCase job;
+    job.AddPage(100, 20, "bars");
+    job.ppd.AllowCustomSizes(50, 500);
+    words_ = writeDocument(directory_, job);
+  }
+
+  ProofResult runWith(const std::vector<std::string>& more) {
+    std::vector<std::string> words = words_;
+    words.insert(words.end(), more.begin(), more.end());
+    return directory_.run(words);
+  }
+
+  const ProofDirectory directory_;
+  std::vector<std::string> words_;
+};
+
+TEST_F(Options, OfAWrongNameAreAnsweredWithTheRightNames) {
+  const ProofResult result = runWith({"-o", "Darknes=Dark"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_TRUE(holds(result.errors, "unknown option \"Darknes\"; this printer has:"))
+      << result.errors;
+  for (const char* name : {" Darkness", " HalftoneType", " PageSize", " copies", " page-ranges"}) {
+    EXPECT_TRUE(holds(result.errors, name)) << name;
+  }
+  EXPECT_FALSE(directory_.exists("pages-1.png"));
+}
+
+TEST_F(Options, OfAWrongValueAreAnsweredWithTheRightValues) {
+  const ProofResult result = runWith({"-o", "Darkness=Darker"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_TRUE(
+      holds(result.errors, "unknown value \"Darker\" for Darkness; it can be: Light Middle Dark"))
+      << result.errors;
+  const ProofResult size = runWith({"-o", "PageSize=Custom.5"});
+  EXPECT_EQ(size.status, 2);
+  EXPECT_TRUE(holds(size.errors, "it can be: Label Wide Custom.WIDTHxHEIGHTmm")) << size.errors;
+}
+
+TEST_F(Options, ThatAreRightPassInAllForms) {
+  for (const char* words :
+       {"Darkness=Dark", "darkness=dark", "MirrorImage", "noMirrorImage", "MirrorImage=True",
+        "PageSize=Wide", "PageSize=Custom.100x50mm", "pagesize=Custom.200.5x100",
+        "Darkness=Dark HalftoneType=Burkes", "media=A6", "fit-to-page", "landscape", "copies=2",
+        "page-ranges=1-2,4", "number-up=2", "orientation-requested=4"}) {
+    EXPECT_EQ(runWith({"-o", words}).status, 0) << words;
+  }
+}
+
+TEST_F(Options, OfWhichOneIsWrongStopAll) {
+  for (const char* words :
+       {"Darkness=Dark HalftoneType=Burks", "copies=0", "copies=many", "MirrorImage=yes",
+        "PageSize=Custom.axb", "PageSize=custom.200x100", "noDarkness", ""}) {
+    EXPECT_EQ(runWith({"-o", words}).status, 2) << words;
+  }
+  EXPECT_FALSE(directory_.exists("pages-1.png"));
+}
+
+TEST_F(Options, GivenTwiceCountOnce) {
+  JobCase job;
+  job.AddPage(100, 20, "bars");
+  job.AddPage(100, 20, "photo");
+  job.Halftone(5);
+  std::vector<std::string> words = writeDocument(directory_, job);
+  words.insert(words.begin(), {"-o", "HalftoneType=None"});
+  EXPECT_EQ(directory_.run(words).status, 0);
+  EXPECT_EQ(readPicture(directory_.path("pages-2.png")).rows, plainPages(job).at(1));
+}
+
+TEST(PrinterDescription, IsFoundByItsModel) {
+  const ProofDirectory directory;
+  JobCase job;
+  job.AddPage(812, 20, "bars");
+  writeDocument(directory, job);
+  // The label head has 832 dots: margin ((832 - 812) / 2 + 7) / 8 = 2 bytes. Drawn: 16 + 816.
+  EXPECT_EQ(directory.run({"pages.ras"}).status, 0);
+  EXPECT_EQ(readPicture(directory.path("pages-1.png")).width, 832U);
+  // The stencil head has 1728 dots: ((1728 - 812) / 2 + 7) / 8 = 58 bytes. Drawn: 464 + 816.
+  EXPECT_EQ(directory.run({"--model", "stencil", "pages.ras"}).status, 0);
+  EXPECT_EQ(readPicture(directory.path("pages-1.png")).width, 1280U);
+}
+
+TEST(PrinterDescription, ThatCannotBeReadIsNamed) {
+  const ProofDirectory directory;
+  JobCase job;
+  job.AddPage(100, 20, "bars");
+  writeDocument(directory, job);
+  directory.writeText("no.ppd", "this is none\n");
+  for (const char* name : {"no.ppd", "missing.ppd"}) {
+    const ProofResult result = directory.run({"--ppd", name, "pages.ras"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(holds(result.errors, std::string(name) + " is no printer description"))
+        << result.errors;
+  }
+}
+
+TEST(MissingProgram, IsToldWithThePackageToInstall) {
+  const ProofDirectory directory;
+  directory.writeText("text.txt", "words\n");
+  directory.writeText("page.ps", "%!PS\nshowpage\n");
+  directory.writeText("picture.png", "\x89PNG\r\n\x1A\n");
+  const Environment noFilters = {{"CUPS_FILTER_DIR", directory.path("nowhere")}};
+  const ProofResult text = directory.run({"text.txt"}, {}, noFilters);
+  EXPECT_EQ(text.status, 1);
+  EXPECT_TRUE(holds(text.errors, "texttopdf is missing in ") &&
+              holds(text.errors, "install the package cups-filters"))
+      << text.errors;
+  EXPECT_TRUE(holds(directory.run({"page.ps"}, {}, noFilters).errors,
+                    "install the package cups-filters-core-drivers"));
+  EXPECT_TRUE(holds(directory.run({"picture.png"}, {}, noFilters).errors, "imagetoraster"));
+  const ProofResult ghostscript = directory.run({"page.ps"}, {}, {{"PATH", "/nowhere"}});
+  EXPECT_EQ(ghostscript.status, 1);
+  EXPECT_TRUE(
+      holds(ghostscript.errors, "gs is missing on the PATH; install the package ghostscript"))
+      << ghostscript.errors;
+}
+
+TEST(MissingProgram, IsOneThatCannotBeExecuted) {
+  const ProofDirectory directory;
+  directory.writeText("picture.png", "\x89PNG\r\n\x1A\n");
+  directory.writeText("imagetoraster", "#!/bin/sh\necho 'ERROR: no such picture' >&2\nexit 3\n");
+  const Environment here = {{"CUPS_FILTER_DIR", directory.path(".")}};
+  EXPECT_TRUE(holds(directory.run({"picture.png"}, {}, here).errors, "imagetoraster is missing"));
+  ASSERT_EQ(chmod(directory.path("imagetoraster").c_str(), 0755), 0);
+  const ProofResult result = directory.run({"picture.png"}, {}, here);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_TRUE(holds(result.errors, "the renderer ended with status 3") &&
+              holds(result.errors, "ERROR: no such picture"))
+      << result.errors;
+}
+
+}  // namespace
+}  // namespace kestra

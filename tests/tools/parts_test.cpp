@@ -1,0 +1,136 @@
+// Unit tests of small parts: the filter's log, document types, the progress bar, child processes.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "tests/tools/proof_run.h"
+#include "tools/proof/progress.h"
+#include "tools/render/child.h"
+#include "tools/render/document_type.h"
+#include "tools/render/job_log.h"
+
+namespace kestra {
+namespace {
+
+TEST(JobLog, TellsFramesByThePageTheyBelongTo) {
+  JobLog log;
+  const std::string text =
+      "DEBUG:PAGE: 1 1\n\nDEBUG:DumpPageToFile: dumped the page data to file:a/page_1.dat, size:9\n"
+      "DEBUG:PAGE: 2 1\n\nERROR:Page 2 is bad\nDEBUG:PAGE: 3 1\n\nCRIT: no memory\n"
+      "DEBUG:DumpPageToFile: dumped the page data to file:a/page_2.dat, size:9\n";
+  for (const char c : text) log.take(std::string(1, c));  // cut anywhere
+  EXPECT_EQ(log.page(), 3U);
+  EXPECT_EQ(log.frameOf(1), "a/page_1.dat");
+  EXPECT_EQ(log.frameOf(2), "") << "a page that was skipped";
+  EXPECT_EQ(log.frameOf(3), "a/page_2.dat");
+  EXPECT_EQ(log.errors(), (std::vector<std::string>{"Page 2 is bad", "no memory"}));
+}
+
+TEST(JobLog, WaitsForTheEndOfALine) {
+  JobLog log;
+  log.take("DEBUG:PAGE: 1 1\nDEBUG:PAGE: 2");
+  EXPECT_EQ(log.page(), 1U);
+  log.take("5 1\n");
+  EXPECT_EQ(log.page(), 25U);
+}
+
+TEST(JobLog, KeepsAtMostAHundredErrors) {
+  JobLog log;
+  for (int i = 0; i < 150; ++i) log.take("ERROR:again\n");
+  EXPECT_EQ(log.errors().size(), 100U);
+}
+
+TEST(DocumentType, IsToldByTheFirstBytes) {
+  const ProofDirectory directory;
+  const std::vector<std::pair<std::string, DocumentType>> known = {
+      {"%PDF-1.7", DocumentType::kPdf},
+      {"%!PS-Adobe-3.0", DocumentType::kPostScript},
+      {"\x04%!PS-Adobe-3.0", DocumentType::kPostScript},
+      {"\x89PNG\r\n\x1A\n", DocumentType::kImage},
+      {"\xFF\xD8\xFF\xE0", DocumentType::kImage},
+      {"RaS3", DocumentType::kRaster},
+      {"3SaR", DocumentType::kRaster},
+      {"SIZ\x01", DocumentType::kFrame},
+      {"SIZE", DocumentType::kText},
+      {"plain words", DocumentType::kText},
+      {"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\n\t\f", DocumentType::kText},
+  };
+  for (const auto& [bytes, type] : known) {
+    directory.writeText("document", bytes);
+    std::string problem;
+    EXPECT_EQ(documentType(directory.path("document"), problem), type) << bytes << problem;
+  }
+}
+
+TEST(DocumentType, OfOtherBytesIsNone) {
+  const ProofDirectory directory;
+  for (const char* bytes : {"RaS2PwgRaster", "\xFF\xFE", "words\x01", "\xC3", "\xC0\x80", "\x7F"}) {
+    directory.writeText("document", std::string(bytes));
+    std::string problem;
+    EXPECT_FALSE(documentType(directory.path("document"), problem)) << bytes;
+    EXPECT_NE(problem, "");
+  }
+}
+
+TEST(Progress, ShowsHowFarADocumentIs) {
+  // 30 signs of bar: page 5 of 10 is half of them.
+  EXPECT_EQ(progressText("a.pdf", 5, 10, 80),
+            "a.pdf [###############               ] page 5 of 10");
+  EXPECT_EQ(progressText("a.pdf", 10, 10, 80),
+            "a.pdf [##############################] page 10 of 10");
+  EXPECT_EQ(progressText("a.pdf", 12, 10, 80).find("page 12 of 10"), 39U) << "more than expected";
+  EXPECT_EQ(progressText("a.pdf", 1, std::nullopt, 80), "a.pdf: 1 page");
+  EXPECT_EQ(progressText("a.pdf", 7, 0, 80), "a.pdf: 7 pages");
+}
+
+TEST(Progress, FitsTheTerminal) {
+  EXPECT_EQ(progressText("a-long-name.pdf", 7, std::nullopt, 12), "a-l: 7 pages");
+  EXPECT_LE(progressText("a-long-name.pdf", 7, 10, 20).size(), 20U);
+}
+
+TEST(Child, ReturnsItsStatusOrSignal) {
+  std::string problem;
+  Child good;
+  ASSERT_TRUE(good.run([] { return 3; }, problem));
+  EXPECT_EQ(good.wait(), 3);
+  EXPECT_EQ(endWords(3), "status 3");
+  Child killed;
+  ASSERT_TRUE(killed.run(
+      [] {
+        kill(getpid(), SIGKILL);
+        return 0;
+      },
+      problem));
+  EXPECT_EQ(endWords(killed.wait()), "signal 9");
+  Child missing;
+  Program program;
+  program.path = "/nowhere/at/all";
+  program.words = {"all"};
+  ASSERT_TRUE(missing.start(program, problem));
+  EXPECT_EQ(missing.wait(), 127);
+}
+
+TEST(Child, IsEndedWithItsObject) {
+  pid_t pid = 0;
+  {
+    std::string problem;
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(pipe(ends), 0);
+    Child child;
+    ASSERT_TRUE(child.run(
+        [&] {
+          const pid_t self = getpid();
+          if (write(ends[1], &self, sizeof self) != sizeof self) return 1;
+          for (;;) pause();
+          return 0;
+        },
+        problem));
+    ASSERT_EQ(read(ends[0], &pid, sizeof pid), static_cast<ssize_t>(sizeof pid));
+    EXPECT_EQ(kill(pid, 0), 0);
+    close(ends[0]);
+    close(ends[1]);
+  }
+  EXPECT_NE(kill(pid, 0), 0);
+}
+
+}  // namespace
+}  // namespace kestra

@@ -1,0 +1,62 @@
+// Draws the dots of a frame, alone or with the label's edge, the gap and the head around them.
+//
+// Dots always win over what is drawn around them: a dot beside the label is a fault that must show.
+#include "tools/proof/drawing.h"
+
+#include <algorithm>
+
+namespace kestra {
+namespace {
+
+// Draws the first `count` dots of a row where they are black; what is no dot stays as it is.
+void drawDots(BytesView dots, std::size_t count, Colour* colours) {
+  for (std::size_t x = 0; x < count; ++x) {
+    if (((dots.data[x / 8] >> (7 - x % 8)) & 1) != 0) colours[x] = Colour::kDot;
+  }
+}
+
+}  // namespace
+
+void DotsDrawing::row(std::size_t y, Colour* colours) const {
+  std::fill_n(colours, width(), Colour::kPaper);
+  drawDots(frame_.row(y).dots, width(), colours);
+}
+
+PageDrawing::PageDrawing(const PageFrame& frame, std::size_t page_dots) : frame_(frame) {
+  const std::size_t available = frame.drawn_width() - frame.margin_bytes() * 8;
+  page_ = page_dots > 0 ? std::min(page_dots, available) : available;
+}
+
+void PageDrawing::row(std::size_t y, Colour* colours) const {
+  std::fill_n(colours, width(), Colour::kPaper);
+  drawDots(frame_.row(y).page, width(), colours);
+}
+
+MarginDrawing::MarginDrawing(const PageFrame& frame, std::size_t page_dots, std::size_t head_dots)
+    : frame_(frame) {
+  const std::size_t drawn = frame.drawn_width();
+  if (frame.wider_than_head()) {
+    page_ = drawn;  // the rows overlap: no edge can be told
+  } else {
+    left_ = frame.margin_bytes() * 8;
+    page_ = std::min(page_dots > 0 ? page_dots : frame.width_dots, drawn - left_);
+  }
+  head_ = std::max(drawn, head_dots);
+  gap_ = frame.media == Media::kContinuous ? 0 : frame.gap_dots;
+}
+
+void MarginDrawing::row(std::size_t y, Colour* colours) const {
+  const std::size_t labelEnd = frame_.row_count + 2 * kEdgeDots;
+  if (y >= labelEnd) {
+    const bool mark = frame_.media == Media::kMarks;
+    std::fill_n(colours, width(), mark ? Colour::kMark : Colour::kGap);
+    return;
+  }
+  std::fill_n(colours, width(), Colour::kHead);
+  std::fill_n(colours + left_, page_ + 2 * kEdgeDots, Colour::kEdge);
+  if (y < kEdgeDots || y >= labelEnd - kEdgeDots) return;
+  std::fill_n(colours + left_ + kEdgeDots, page_, Colour::kPaper);
+  drawDots(frame_.row(y - kEdgeDots).dots, frame_.drawn_width(), colours + kEdgeDots);
+}
+
+}  // namespace kestra

@@ -1,0 +1,21 @@
+// Letters of 5 x 7 dots for captions.
+//
+// A sheet of prints must say which is which, also where no font is installed.
+#ifndef TOOLS_PROOF_LETTERS_H_
+#define TOOLS_PROOF_LETTERS_H_
+
+#include <cstddef>
+
+namespace kestra {
+
+inline constexpr std::size_t kLetterWidth = 5;
+inline constexpr std::size_t kLetterHeight = 7;
+inline constexpr std::size_t kLetterAdvance = 6;  // from one letter to the next
+
+// Row `row` of a letter from the top: bit 4 is the leftmost dot, 1 is black. 0 for rows from
+// kLetterHeight on; an unknown letter is an empty box.
+unsigned letterRow(char letter, std::size_t row);
+
+}  // namespace kestra
+
+#endif  // TOOLS_PROOF_LETTERS_H_

@@ -1,0 +1,93 @@
+// Reads a record's file, lets the frame reader take it apart and tells what it found.
+#include "tools/proof/proof_records.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "tools/frame/page_frame.h"
+#include "tools/frame/print_setting.h"
+#include "tools/proof/drawing.h"
+#include "tools/proof/png_writer.h"
+
+namespace kestra {
+namespace {
+
+void drawFrame(const std::string& path, const PageFrame& frame, const Arguments& arguments,
+               WriteGuard& guard, Teller& teller) {
+  std::unique_ptr<Drawing> drawing = std::make_unique<DotsDrawing>(frame);
+  if (arguments.margins) drawing = std::make_unique<MarginDrawing>(frame, 0, 0);
+  PageReport report;
+  // A frame's other endings are part of its name: only .dat is replaced.
+  const bool isData = path.size() > 4 && path.compare(path.size() - 4, 4, ".dat") == 0;
+  report.picture = picturePath(arguments, isData ? stem(path) : path.substr(path.rfind('/') + 1));
+  report.width = drawing->width() * arguments.scale;
+  report.height = drawing->height() * arguments.scale;
+  const auto dpi = static_cast<unsigned>(arguments.dpi);
+  report.dpi = {dpi, dpi};
+  report.frame = &frame;
+  report.page_dots = std::uint64_t{frame.width_dots} * frame.row_count;
+  for (std::size_t y = 0; y < frame.row_count; ++y) {
+    report.black_dots += countBlackDots(frame.row(y).dots);
+  }
+  std::string problem;
+  if (!guard.mayWrite(report.picture, problem) ||
+      !writePng(report.picture, *drawing, {report.dpi, arguments.scale}, problem)) {
+    teller.complain(problem);
+    return;
+  }
+  guard.wrote(report.picture);
+  teller.page(report);
+}
+
+}  // namespace
+
+void proofFrame(const std::string& path, const Arguments& arguments, WriteGuard& guard,
+                Teller& teller) {
+  teller.begin({path, "page frame", "", "", {}});
+  std::vector<std::uint8_t> bytes;
+  std::string problem;
+  if (!readFile(path, bytes, problem)) {
+    teller.complain(problem);
+  } else {
+    const ParsedFrame parsed = parsePageFrame(std::move(bytes));
+    if (parsed.frame) {
+      drawFrame(path, *parsed.frame, arguments, guard, teller);
+    } else {
+      teller.complain(parsed.problem);
+    }
+  }
+  teller.end({});
+}
+
+void proofCounter(const std::string& path, Teller& teller) {
+  teller.begin({path, "page counter", "", "", {}});
+  std::vector<std::uint8_t> bytes;
+  std::string problem;
+  std::optional<std::uint16_t> counter;
+  if (readFile(path, bytes, problem)) counter = parsePageCounter(bytes, problem);
+  if (counter) {
+    teller.counter(*counter);
+  } else {
+    teller.complain(problem);
+  }
+  teller.end({});
+}
+
+void proofCommands(const std::string& path, Teller& teller) {
+  teller.begin({path, "print-setting commands", "", "", {}});
+  std::vector<std::uint8_t> bytes;
+  std::string problem;
+  if (!readFile(path, bytes, problem)) {
+    teller.complain(problem);
+  } else {
+    const ParsedSettings parsed = parsePrintSettings(bytes);
+    teller.commands(parsed.settings);
+    if (!parsed.problem.empty()) teller.complain(parsed.problem);
+  }
+  teller.end({});
+}
+
+}  // namespace kestra

@@ -1,0 +1,26 @@
+// Decodes what a print has left: page frames, page counters, print-setting commands.
+//
+// They are the end of a real job; nothing is rendered or filtered again.
+#ifndef TOOLS_PROOF_PROOF_RECORDS_H_
+#define TOOLS_PROOF_PROOF_RECORDS_H_
+
+#include <string>
+
+#include "tools/proof/arguments.h"
+#include "tools/proof/files.h"
+#include "tools/proof/teller.h"
+
+namespace kestra {
+
+// Tells what a frame holds and draws it.
+void proofFrame(const std::string& path, const Arguments& arguments, WriteGuard& guard,
+                Teller& teller);
+
+void proofCounter(const std::string& path, Teller& teller);
+
+// "-" is standard input.
+void proofCommands(const std::string& path, Teller& teller);
+
+}  // namespace kestra
+
+#endif  // TOOLS_PROOF_PROOF_RECORDS_H_

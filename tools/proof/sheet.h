@@ -1,0 +1,55 @@
+// Several prints of one page side by side on one picture, each with two lines of words below it.
+//
+// A halftone is chosen by eye; what is compared must be seen at once and in the same size.
+#ifndef TOOLS_PROOF_SHEET_H_
+#define TOOLS_PROOF_SHEET_H_
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/proof/drawing.h"
+
+namespace kestra {
+
+struct Tile {
+  std::unique_ptr<Drawing> drawing;
+  std::string name;   // first line of its caption
+  std::string words;  // second line
+};
+
+class Sheet final : public Drawing {
+ public:
+  // Where a tile's drawing is on the sheet, in pixels from the top left.
+  struct Place {
+    std::size_t x;
+    std::size_t y;
+  };
+
+  // `dpi` sets the size of the letters, about 2.5 mm high where the tiles are wide enough. There
+  // is at least one tile.
+  Sheet(std::vector<Tile> tiles, unsigned dpi);
+
+  std::size_t width() const override { return columns_ * cell_width_ + space_; }
+  std::size_t height() const override;
+  bool colourful() const override;
+  void row(std::size_t y, Colour* colours) const override;
+
+  Place place(std::size_t tile) const;
+  const std::vector<Tile>& tiles() const { return tiles_; }
+
+ private:
+  std::vector<Tile> tiles_;
+  std::size_t tile_width_ = 0;
+  std::size_t tile_height_ = 0;
+  std::size_t letter_scale_ = 1;
+  std::size_t space_ = 0;  // pixels around tiles and captions
+  std::size_t columns_ = 1;
+  std::size_t cell_width_ = 0;   // tile and the space left of it
+  std::size_t cell_height_ = 0;  // tile, caption and the space above them
+};
+
+}  // namespace kestra
+
+#endif  // TOOLS_PROOF_SHEET_H_

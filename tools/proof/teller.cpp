@@ -1,0 +1,198 @@
+// Writes the findings as they come, page by page.
+//
+// The lines of both streams stay in the order of the inputs, and the progress bar is wiped before
+// each of them.
+#include "tools/proof/teller.h"
+
+#include <cstdio>
+
+#include "tools/proof/report.h"
+
+namespace kestra {
+namespace {
+
+constexpr double kMmPerInch = 25.4;
+
+const char* mediaName(Media media) {
+  switch (media) {
+    case Media::kContinuous:
+      return "continuous";
+    case Media::kGaps:
+      return "gaps";
+    case Media::kMarks:
+      return "marks";
+  }
+  return "unknown";
+}
+
+double coverage(std::uint64_t black, std::uint64_t dots) {
+  return dots == 0 ? 0 : static_cast<double>(black) / static_cast<double>(dots);
+}
+
+std::string percent(double part) {
+  std::array<char, 32> text = {};
+  std::snprintf(text.data(), text.size(), "%.1f %%", part * 100);
+  return text.data();
+}
+
+}  // namespace
+
+Teller::Teller(const Arguments& arguments)
+    : json_on_(arguments.json),
+      words_on_(!arguments.json && !arguments.quiet),
+      progress_(!arguments.quiet) {
+  if (!json_on_) return;
+  json_.object().name("program").string("kestra-proof").name("version").string(KESTRA_VERSION);
+  json_.name("documents").array();
+}
+
+void Teller::say(const std::string& text) {
+  progress_.clear();
+  std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+void Teller::sayError(const std::string& text) {
+  progress_.clear();
+  std::fflush(stdout);
+  std::fprintf(stderr, "kestra-proof: %s\n", text.c_str());
+}
+
+void Teller::begin(const DocumentReport& document) {
+  path_ = document.path;
+  warnings_.clear();
+  errors_.clear();
+  if (!json_on_) return;
+  json_.object().name("document").string(document.path).name("type").string(document.type);
+  if (!document.model.empty()) json_.name("model").string(document.model);
+  if (!document.ppd.empty()) {
+    json_.name("ppd").string(document.ppd).name("options").object();
+    for (const auto& [name, value] : document.options) json_.name(name.c_str()).string(value);
+    json_.endObject();
+  }
+  json_.name("pages").array();
+}
+
+void Teller::page(const PageReport& page) {
+  if (words_on_) words(page);
+  if (json_on_) pageJson(page);
+  for (const std::string& warning : page.warnings) {
+    warn((page.number > 0 ? "page " + std::to_string(page.number) + " " : std::string()) + warning);
+  }
+}
+
+void Teller::words(const PageReport& page) {
+  std::string text = path_;
+  if (page.number > 0) text += ": page " + std::to_string(page.number);
+  text += ":\n";
+  if (page.frame != nullptr) text += describeFrame(*page.frame, static_cast<int>(page.dpi[0]));
+  for (const TileReport& tile : page.tiles) {
+    text += "  " + tile.halftone + ":" + std::string(18 - tile.halftone.size(), ' ') +
+            std::to_string(tile.black_dots) + " black dots, " +
+            percent(coverage(tile.black_dots, page.page_dots)) + "\n";
+  }
+  if (page.number > 0 && page.tiles.empty()) {
+    text += "  coverage:    " + percent(coverage(page.black_dots, page.page_dots)) + "\n";
+  }
+  if (page.setting) text += "  command:     " + describe(*page.setting) + "\n";
+  text += "  picture:     " + page.picture + ", " + std::to_string(page.width) + " x " +
+          std::to_string(page.height) + " pixels\n";
+  say(text);
+}
+
+void Teller::pageJson(const PageReport& page) {
+  json_.object();
+  if (page.number > 0) json_.name("page").number(page.number);
+  json_.name("file").string(page.picture);
+  json_.name("width").number(page.width).name("height").number(page.height);
+  json_.name("dpi").array().number(page.dpi[0]).number(page.dpi[1]).endArray();
+  if (page.frame != nullptr) {
+    const PageFrame& frame = *page.frame;
+    const double mmPerDot = kMmPerInch / page.dpi[0];
+    json_.name("label_dots").array().number(frame.width_dots).number(frame.height_dots).endArray();
+    json_.name("millimetres").array();
+    json_.fraction(frame.width_dots * mmPerDot, 2).fraction(frame.height_dots * mmPerDot, 2);
+    json_.endArray();
+    json_.name("rows").number(frame.row_count);
+    json_.name("margin_dots").number(frame.margin_bytes() * 8);
+    json_.name("media").string(mediaName(frame.media));
+    json_.name("gap_dots").number(frame.gap_dots);
+    json_.name("page_number").number(frame.page_number);
+    json_.name("wrong_counts").number(rowsWithWrongCount(frame).size());
+    json_.name("black_dots").number(page.black_dots);
+    json_.name("coverage").fraction(coverage(page.black_dots, page.page_dots), 6);
+  }
+  if (page.setting) {
+    json_.name("speed_code").number(page.setting->speed_code);
+    json_.name("darkness").number(page.setting->darkness);
+  }
+  if (!page.tiles.empty()) {
+    json_.name("halftones").array();
+    for (const TileReport& tile : page.tiles) {
+      json_.object().name("halftone").string(tile.halftone);
+      json_.name("x").number(tile.x).name("y").number(tile.y);
+      json_.name("width").number(tile.width).name("height").number(tile.height);
+      json_.name("black_dots").number(tile.black_dots);
+      json_.name("coverage").fraction(coverage(tile.black_dots, page.page_dots), 6).endObject();
+    }
+    json_.endArray();
+  }
+  json_.name("warnings").strings(page.warnings).endObject();
+  say(json_.take());
+}
+
+void Teller::counter(unsigned next_page) {
+  if (words_on_) {
+    say(path_ + ": the next page gets the number " + std::to_string(next_page) + "\n");
+  }
+  if (json_on_) json_.object().name("next_page_number").number(next_page).endObject();
+}
+
+void Teller::commands(const std::vector<PrintSetting>& settings) {
+  std::size_t number = 0;
+  for (const PrintSetting& setting : settings) {
+    ++number;
+    if (words_on_) {
+      say(path_ + ": command " + std::to_string(number) + ": " + describe(setting) + "\n");
+    }
+    if (json_on_) {
+      json_.object().name("speed_code").number(setting.speed_code);
+      json_.name("darkness").number(setting.darkness).endObject();
+    }
+  }
+}
+
+void Teller::warn(const std::string& sentence) {
+  warnings_.push_back(sentence);
+  sayError("warning: " + path_ + ": " + sentence);
+}
+
+void Teller::complain(const std::string& problem) {
+  well_ = false;
+  errors_.push_back(problem);
+  sayError(path_ + ": " + problem);
+}
+
+void Teller::end(const std::vector<std::string>& log_errors) {
+  for (const std::string& error : log_errors) sayError(path_ + ": the filter says: " + error);
+  if (!json_on_) return;
+  json_.endArray();
+  json_.name("warnings").strings(warnings_);
+  json_.name("log_errors").strings(log_errors);
+  json_.name("errors").strings(errors_).endObject();
+  say(json_.take());
+}
+
+bool Teller::finish() {
+  progress_.clear();
+  if (json_on_) {
+    json_.endArray().name("ok").boolean(well_).endObject();
+    say(json_.take() + "\n");
+  }
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    sayError("standard output: cannot be written");
+    well_ = false;
+  }
+  return well_;
+}
+
+}  // namespace kestra

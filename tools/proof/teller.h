@@ -1,0 +1,93 @@
+// Tells what a run found: in words for a person, or as one JSON object for a program.
+//
+// Warnings and errors go to standard error in both cases, so that neither a log nor a person at a
+// terminal misses them.
+#ifndef TOOLS_PROOF_TELLER_H_
+#define TOOLS_PROOF_TELLER_H_
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tools/frame/page_frame.h"
+#include "tools/frame/print_setting.h"
+#include "tools/proof/arguments.h"
+#include "tools/proof/json.h"
+#include "tools/proof/progress.h"
+
+namespace kestra {
+
+// One print on a comparison sheet; places in pixels of the picture.
+struct TileReport {
+  std::string halftone;
+  std::size_t x = 0;
+  std::size_t y = 0;
+  std::size_t width = 0;
+  std::size_t height = 0;
+  std::uint64_t black_dots = 0;
+};
+
+struct PageReport {
+  std::size_t number = 0;  // of the document, 0 for a frame
+  std::string picture;     // file
+  std::size_t width = 0;   // of the picture in pixels
+  std::size_t height = 0;
+  std::array<unsigned, 2> dpi = {0, 0};  // of the print
+  std::uint64_t page_dots = 0;           // dots of the page, black or not
+  std::uint64_t black_dots = 0;
+  const PageFrame* frame = nullptr;     // the caller's; null on a comparison sheet
+  std::vector<TileReport> tiles;        // empty but on a comparison sheet
+  std::optional<PrintSetting> setting;  // what was sent to the printer before the page
+  std::vector<std::string> warnings;
+};
+
+struct DocumentReport {
+  std::string path;
+  std::string type;
+  std::string model;  // empty where --ppd was given, and for what is not printed
+  std::string ppd;
+  std::vector<std::pair<std::string, std::string>> options;
+};
+
+class Teller {
+ public:
+  explicit Teller(const Arguments& arguments);
+
+  void begin(const DocumentReport& document);
+  void page(const PageReport& page);
+  void counter(unsigned next_page);
+  void commands(const std::vector<PrintSetting>& settings);
+  // A lasting remark on the document that is no failure.
+  void warn(const std::string& sentence);
+  // Something about the document failed.
+  void complain(const std::string& problem);
+  void end(const std::vector<std::string>& log_errors);
+
+  // The end of the run; false where something failed, the output itself included.
+  [[nodiscard]] bool finish();
+
+  ProgressBar& progress() { return progress_; }
+
+ private:
+  void words(const PageReport& page);
+  void pageJson(const PageReport& page);
+  void say(const std::string& text);
+  void sayError(const std::string& text);
+
+  bool json_on_;
+  bool words_on_;
+  bool well_ = true;
+  JsonText json_;
+  ProgressBar progress_;
+  std::string path_;  // of the document under way
+  std::vector<std::string> warnings_;
+  std::vector<std::string> errors_;
+};
+
+}  // namespace kestra
+
+#endif  // TOOLS_PROOF_TELLER_H_

@@ -1,0 +1,118 @@
+// Compares what a page asks for with what its frame holds.
+//
+// The reason is looked for in the settings, the most likely one first; none of this repeats a rule
+// of the filter, whose dots have already been made.
+#include "tools/proof/warnings.h"
+
+namespace kestra {
+namespace {
+
+// Rows of a page are padded to this many dots, and packed as if they were not.
+constexpr unsigned kRowUnit = 4;
+constexpr std::uint64_t kFullInk = 255;
+
+// With a skewed page the last dots fall off its end.
+constexpr double kNearlySolid = 0.995;
+
+bool isStencil(const PageFacts& facts) {
+  return facts.halftone == "Tattoo" || facts.halftone == "Tattoo_V7";
+}
+
+bool isSkewed(const PageFacts& facts) { return facts.content.width % kRowUnit != 0; }
+
+bool isSolid(const PageFacts& facts) {
+  const std::uint64_t pixels = facts.content.pixels();
+  if (pixels == 0) return false;
+  if (!isSkewed(facts)) return facts.black_dots >= pixels;
+  return static_cast<double>(facts.black_dots) >= kNearlySolid * static_cast<double>(pixels);
+}
+
+std::string chosen(const char* option, const std::string& value) {
+  return std::string(option) + "=" + value;
+}
+
+std::string stencilBlank(const char* instead) {
+  return std::string("pure black-and-white art often comes out like this with Tattoo_V7; ") +
+         instead;
+}
+
+std::string blankReason(const PageFacts& facts) {
+  if (facts.negative && !isStencil(facts)) return "try it without NegativeImage";
+  if (facts.brightness < 0) {
+    return chosen("Brightness", std::to_string(facts.brightness)) +
+           " takes the ink away; choose a value nearer to 0";
+  }
+  if (facts.halftone == "Tattoo_V7") {
+    return facts.content.only_black_and_white ? stencilBlank("choose HalftoneType=None, or Tattoo")
+                                              : "choose HalftoneType=Tattoo, or Ordered";
+  }
+  if (facts.halftone == "None") {
+    return "HalftoneType=None prints nothing that is lighter than half black; choose Ordered";
+  }
+  return "it is very light; choose a Brightness above 0, for example 20";
+}
+
+std::string solidReason(const PageFacts& facts) {
+  if (facts.brightness > 0) {
+    return chosen("Brightness", std::to_string(facts.brightness)) +
+           " turns blank paper black; choose 25 or less";
+  }
+  if (facts.negative && !isStencil(facts)) {
+    return "NegativeImage prints everything solid with " + chosen("HalftoneType", facts.halftone) +
+           "; choose Tattoo, or invert the picture and leave NegativeImage out";
+  }
+  if (facts.negative && facts.halftone == "Tattoo_V7") {
+    return stencilBlank("choose HalftoneType=Tattoo");
+  }
+  return "it is very dark; choose a Brightness below 0, for example -20";
+}
+
+}  // namespace
+
+std::vector<std::string> dotWarnings(const PageFacts& facts) {
+  const PageContent& content = facts.content;
+  if (!content.readable) return {};
+  const bool hasContent = content.inked_pixels > 0;
+  const bool fullOfInk = content.grey_sum == kFullInk * content.pixels();
+  std::vector<std::string> warnings;
+  if (hasContent && facts.black_dots == 0 && !(facts.negative && fullOfInk)) {
+    warnings.push_back("has something on it but comes out without any ink: " + blankReason(facts));
+  } else if (hasContent && !fullOfInk && isSolid(facts)) {
+    warnings.push_back("comes out solid black: " + solidReason(facts));
+  } else if (!hasContent && facts.black_dots > 0 && !facts.negative) {
+    const std::string dots = std::to_string(facts.black_dots);
+    if (facts.brightness > 0) {
+      warnings.push_back("is empty but gets " + dots + " dots: " + solidReason(facts));
+    } else {
+      warnings.push_back("is empty but gets " + dots + " stray dots from " +
+                         chosen("HalftoneType", facts.halftone) +
+                         ": leave the page out (-o page-ranges=), or choose None");
+    }
+  }
+  return warnings;
+}
+
+std::vector<std::string> sizeWarnings(const PageFacts& facts) {
+  const unsigned width = facts.content.width;
+  std::vector<std::string> warnings;
+  if (isSkewed(facts) && facts.content.inked_pixels > 0) {
+    const std::string instead =
+        facts.type == DocumentType::kImage
+            ? "the print system prints pictures as wide as they are; convert the picture to PDF "
+              "(img2pdf) and print that"
+            : "choose a page size of the printer, or a custom size in steps of 4 dots";
+    warnings.push_back("comes out skewed, because its width of " + std::to_string(width) +
+                       " dots is no multiple of 4: " + instead);
+  }
+  const bool wider = facts.head_dots > 0 && width > facts.head_dots;
+  if (facts.overlapping || wider) {
+    warnings.push_back(
+        "is " + std::to_string(width) + " dots wide, the print head " +
+        (facts.head_dots > 0 ? "has " + std::to_string(facts.head_dots) : "has fewer") +
+        (facts.overlapping ? ": rows overlap and garbage is printed" : ": the right edge is lost") +
+        "; choose a page size of the printer, or fit-to-page");
+  }
+  return warnings;
+}
+
+}  // namespace kestra

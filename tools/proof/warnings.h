@@ -1,0 +1,37 @@
+// Says when a page will not print as meant, and what to choose instead.
+//
+// Some settings are right for one picture and lose another without a word; the print system calls
+// such a job completed.
+#ifndef TOOLS_PROOF_WARNINGS_H_
+#define TOOLS_PROOF_WARNINGS_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tools/render/document_type.h"
+#include "tools/render/page_reader.h"
+
+namespace kestra {
+
+// One page in one print.
+struct PageFacts {
+  PageContent content;           // what the renderer's page asks for
+  std::uint64_t black_dots = 0;  // what its frame holds
+  std::string halftone;          // choice of HalftoneType
+  int brightness = 0;            // choice of Brightness
+  bool negative = false;         // choice of NegativeImage
+  DocumentType type = DocumentType::kPdf;
+  unsigned head_dots = 0;    // width of the print head, 0 where it is not known
+  bool overlapping = false;  // the frame's rows overlap
+};
+
+// About the dots: no ink, solid, stray dots. Each one sentence or two, without the page's number.
+[[nodiscard]] std::vector<std::string> dotWarnings(const PageFacts& facts);
+
+// About the page's size, the same for every halftone: skewed, wider than the head.
+[[nodiscard]] std::vector<std::string> sizeWarnings(const PageFacts& facts);
+
+}  // namespace kestra
+
+#endif  // TOOLS_PROOF_WARNINGS_H_

@@ -1,0 +1,63 @@
+// From a document to its raster stream, by the programs that the print system would use.
+//
+// The filter must get the very pages that a real job would give it.
+#ifndef TOOLS_RENDER_CHAIN_H_
+#define TOOLS_RENDER_CHAIN_H_
+
+#include <optional>
+#include <string>
+
+#include "tools/render/child.h"
+#include "tools/render/document_type.h"
+
+namespace kestra {
+
+struct ChainRequest {
+  std::string document;
+  DocumentType type = DocumentType::kPdf;
+  std::string ppd;
+  std::string options;
+  int copies = 1;
+  std::string work;  // directory for what the programs leave; render.log holds their messages
+};
+
+// One sentence that names the program and the package to install where a document of this type
+// cannot be rendered on this machine; else an empty text.
+std::string missingProgram(DocumentType type);
+
+// A raster stream that is being made.
+class Chain {
+ public:
+  Chain() = default;
+  ~Chain();
+  Chain(const Chain&) = delete;
+  Chain& operator=(const Chain&) = delete;
+
+  // Runs all programs but the last to their end and starts that one. False and one sentence, with
+  // the program's last words, in `problem` where one fails.
+  [[nodiscard]] bool open(const ChainRequest& request, std::string& problem);
+
+  // The stream; belongs to this object.
+  int stream() const { return stream_; }
+
+  // Pages that will come, where that can be told beforehand.
+  std::optional<unsigned> expectedPages() const { return expected_; }
+
+  // To be called at the end of the stream: how the last program ended.
+  [[nodiscard]] bool close(std::string& problem);
+
+ private:
+  bool step(const ChainRequest& request, const std::string& what, Program program,
+            const std::string& input, const std::string& output, std::string& problem);
+  bool last(const ChainRequest& request, Program program, const std::string& input,
+            std::string& problem);
+
+  Child renderer_;
+  int stream_ = -1;
+  std::string log_;
+  std::optional<unsigned> expected_;
+};
+
+}  // namespace kestra
+
+#endif  // TOOLS_RENDER_CHAIN_H_

@@ -1,0 +1,24 @@
+// Tells what a document is by its content.
+//
+// Each kind goes another way through the print system's programs; a name may lie, the first bytes
+// do not.
+#ifndef TOOLS_RENDER_DOCUMENT_TYPE_H_
+#define TOOLS_RENDER_DOCUMENT_TYPE_H_
+
+#include <optional>
+#include <string>
+
+namespace kestra {
+
+enum class DocumentType { kPdf, kPostScript, kImage, kText, kRaster, kFrame };
+
+// "PDF", "PostScript", "picture", "text", "CUPS raster", "page frame"
+const char* typeWords(DocumentType type);
+
+// Nothing, and in `problem` what is wrong with it ("is empty"), for a file that cannot be printed.
+[[nodiscard]] std::optional<DocumentType> documentType(const std::string& path,
+                                                       std::string& problem);
+
+}  // namespace kestra
+
+#endif  // TOOLS_RENDER_DOCUMENT_TYPE_H_

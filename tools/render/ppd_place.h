@@ -1,0 +1,25 @@
+// Finds the printer description of a model.
+//
+// The proof must use the very description that the queue has: page sizes, head width and choices
+// come from it.
+#ifndef TOOLS_RENDER_PPD_PLACE_H_
+#define TOOLS_RENDER_PPD_PLACE_H_
+
+#include <string>
+#include <vector>
+
+namespace kestra {
+
+// "label" -> "kestra4.ppd", "stencil" -> "kestraa4.ppd", anything else -> "".
+std::string ppdName(const std::string& model);
+
+// Where the description is looked for, in this order: beside the program (a build), in the
+// installation that the program belongs to, in the system's places.
+std::vector<std::string> ppdPlaces(const std::string& model);
+
+// The first of the places that has a file; empty, and one sentence in `problem`, where none has.
+[[nodiscard]] std::string findPpd(const std::string& model, std::string& problem);
+
+}  // namespace kestra
+
+#endif  // TOOLS_RENDER_PPD_PLACE_H_

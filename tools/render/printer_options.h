@@ -1,0 +1,63 @@
+// Job options held against a printer description.
+//
+// The print system drops an unknown option or value without a word; whoever mistypes one would
+// look for the reason on paper.
+#ifndef TOOLS_RENDER_PRINTER_OPTIONS_H_
+#define TOOLS_RENDER_PRINTER_OPTIONS_H_
+
+#include <cups/cups.h>
+#include <cups/ppd.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kestra {
+
+// A printer description with the options of one job marked in it.
+class PrinterOptions {
+ public:
+  // Reads the description. False and one sentence in `problem` where it is none.
+  [[nodiscard]] bool open(const std::string& ppd_path, std::string& problem);
+
+  // Takes the words behind one -o: "NAME=VALUE", "NAME", "noNAME", or several with blanks between
+  // them, as lp does. False where a name or a value is none that the printer or the print system
+  // knows; `problem` then lists the right ones.
+  [[nodiscard]] bool add(const std::string& words, std::string& problem);
+
+  // The options as a filter is given them: all words, in order, with blanks between them.
+  const std::string& text() const { return text_; }
+
+  // The options, each with its last value, in the order of their first use.
+  const std::vector<std::pair<std::string, std::string>>& given() const { return given_; }
+
+  // The value given for an option, or an empty text. Names do not depend on case.
+  std::string givenValue(const std::string& name) const;
+
+  // What the job prints with: the marked choice of an option in the description's own spelling; an
+  // empty text where it has no such option.
+  std::string choice(const std::string& keyword) const;
+
+  // Dots of the print head at a resolution, from the description's MaxMediaWidth; 0 where it has
+  // none.
+  unsigned headDots(double dpi) const;
+
+  // Copies asked for; 1 where none are.
+  int copies() const;
+
+ private:
+  bool check(const std::string& name, const std::string& value, std::string& problem) const;
+  std::string optionNames() const;
+
+  struct Closer {
+    void operator()(ppd_file_t* ppd) const { ppdClose(ppd); }
+  };
+  std::unique_ptr<ppd_file_t, Closer> ppd_;
+  std::string text_;
+  std::vector<std::pair<std::string, std::string>> given_;
+};
+
+}  // namespace kestra
+
+#endif  // TOOLS_RENDER_PRINTER_OPTIONS_H_
