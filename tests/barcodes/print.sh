@@ -10,31 +10,26 @@ page_options() {
   echo "PageSize=$size Resolution=${2}dpi"
 }
 
-# make_pages SYMBOL DPI WORK PPD: renders the labels of a symbol to WORK/pages.ras.
+# make_pages SYMBOL DPI WORK PPD PROOF: renders the labels of a symbol to WORK/pages.ras.
 make_pages() {
-  local symbol=$1 dpi=$2 work=$3 ppd=$4
+  local symbol=$1 dpi=$2 work=$3 ppd=$4 proof=$5
   mkdir -p "$work"
   label_pages "$symbol" "$work/symbol.eps" >"$work/label.ps" || return 1
-  render ps "$work/label.ps" "$work" "$ppd" 1 "$(page_options "$symbol" "$dpi")"
+  "$proof" --quiet --ppd "$ppd" -o "$(page_options "$symbol" "$dpi")" --keep "$work/kept" \
+    --output-dir "$work" "$work/label.ps" || return 1
+  mv "$work/kept/pages.ras" "$work/pages.ras"
+  rm -rf "$work/kept"
 }
 
-# print_pages FILTER PROOF DPI WORK PPD OPTIONS: sends WORK/pages.ras through the filter, in a
-# directory of its own, and leaves WORK/print/1.png, 2.png ..., a picture for each page.
+# print_pages PROOF WORK PPD OPTIONS: sends WORK/pages.ras through the filter and leaves
+# WORK/print/1.png, 2.png ..., a picture for each page.
 print_pages() {
-  local filter=$1 proof=$2 dpi=$3 work=$4 ppd=$5 options=$6 place=$4/print frame number=0
-  rm -rf "$place"
-  mkdir -p "$place/tmp" "$place/var/spool/cups/tmp"
-  if ! (cd "$place" && env -i PATH="$PATH" PPD="$ppd" PRINTER=scan TMPDIR="$place/tmp" \
-    "$filter" 1 user label 1 "$options") <"$work/pages.ras" >"$place/commands" 2>"$place/log"; then
-    grep -a '^ERROR\|^CRIT' "$place/log" >&2
-    echo "the filter failed with $options" >&2
-    return 1
-  fi
-  # A job without a counter file numbers its pages 1, 2, 3.
-  for frame in "$place"/var/spool/cups/tmp/kcv6data/page_*.dat; do
-    number=$((number + 1))
-    "$proof" --dpi "$dpi" -o "$place/$number.png" "$frame" >/dev/null || return 1
-  done
+  local proof=$1 work=$2 ppd=$3 options=$4 picture
+  rm -rf "$work/print"
+  mkdir -p "$work/print"
+  "$proof" --quiet --ppd "$ppd" -o "$options" --output-dir "$work/print" "$work/pages.ras" \
+    2>"$work/print/warnings" || return 1
+  for picture in "$work"/print/pages-*.png; do mv "$picture" "${picture/pages-/}"; done
 }
 
 # read_symbol SYMBOL PICTURE: what a scanner reads, or nothing.

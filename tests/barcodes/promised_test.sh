@@ -7,8 +7,6 @@
 set -euo pipefail
 
 root=$1 build=$2 ppd=$3 symbol=$4 dpi=$5
-# shellcheck source=tools/demo/render.sh
-. "$root/tools/demo/render.sh"
 # shellcheck source=tests/barcodes/label.sh
 . "$root/tests/barcodes/label.sh"
 # shellcheck source=tests/barcodes/print.sh
@@ -26,10 +24,10 @@ wrong() {
   failed=1
 }
 
-make_pages "$symbol" "$dpi" "$work" "$ppd"
+make_pages "$symbol" "$dpi" "$work" "$ppd" "$build/kestra-proof"
 scanned=0
 for halftone in $promised; do
-  print_pages "$build/filter/rastertokestra_relative" "$build/kestra-proof" "$dpi" "$work" "$ppd" \
+  print_pages "$build/kestra-proof" "$work" "$ppd" \
     "$(page_options "$symbol" "$dpi") HalftoneType=$halftone"
   mkdir -p "$work/first"
   number=0

@@ -8,8 +8,6 @@ set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 build=$(cd "$1" && pwd)
-# shellcheck source=tools/demo/render.sh
-. "$root/tools/demo/render.sh"
 # shellcheck source=tests/barcodes/label.sh
 . "$root/tests/barcodes/label.sh"
 # shellcheck source=tests/barcodes/print.sh
@@ -24,8 +22,8 @@ trap 'rm -rf "$work"' EXIT
 # scanned SYMBOL DPI OPTIONS: the bar widths that scan.
 scanned() {
   local number=0 module widths=''
-  print_pages "$build/filter/rastertokestra_relative" "$build/kestra-proof" "$2" "$work/$1-$2" \
-    "$ppd" "$(page_options "$1" "$2") $3"
+  print_pages "$build/kestra-proof" "$work/$1-$2" "$ppd" \
+    "$(page_options "$1" "$2") $3"
   for module in $modules; do
     number=$((number + 1))
     if [ "$(read_symbol "$1" "$work/$1-$2/print/$number.png")" = "${wanted_text[$1]}" ]; then
@@ -51,7 +49,7 @@ printf '\n|---|---|'
 for symbol in $symbols; do printf '%s' "---|"; done
 echo
 for dpi in 203 300; do
-  for symbol in $symbols; do make_pages "$symbol" "$dpi" "$work/$symbol-$dpi" "$ppd"; done
+  for symbol in $symbols; do make_pages "$symbol" "$dpi" "$work/$symbol-$dpi" "$ppd" "$build/kestra-proof"; done
   for options in "${choices[@]}"; do
     printf '| %s | %s |' "$dpi" "$options"
     for symbol in $symbols; do printf ' %s |' "$(scanned "$symbol" "$dpi" "$options")"; done
