@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "filter/base/page_size.h"
+
 namespace kestra {
 
 /// A pair of lengths: width in dots and number of rows.
@@ -39,8 +41,9 @@ LabelInfo labelInfo(MediaCode media, std::uint16_t widthDots, std::uint16_t heig
 /// hair below a whole number, so a 100-dot page may be announced as 99.
 std::uint16_t dotsOfMillimetres(double millimetres, unsigned dotsPerInch);
 
-/// Largest total of row records: the size of a frame is announced in 32 bits.
-inline constexpr std::int64_t kMaxRecordBytes = 0x7FFFFFFF - std::int64_t{kFrameHeaderSize};
+/// Largest total of row records. No page comes near it; an absurd resolution in a page's header
+/// would make margins of gigabytes.
+inline constexpr std::int64_t kMaxRecordBytes = std::int64_t{kMaxPageBytes};
 
 /// Geometry of the row records: each is a 16-bit count of the row's dots, the margin, the row.
 struct RowRecords {

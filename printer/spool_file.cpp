@@ -1,8 +1,9 @@
-// Writes spool files beside their final name and moves them there at once, so that a full disk or a
-// cancelled job leaves no half page and no half counter behind.
+// Writes spool files without a name, or beside their final one, and gives them that name at once,
+// so that a full disk or a cancelled job leaves no half page and no half counter behind.
 #include "printer/spool_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -15,9 +16,28 @@
 #include "filter/base/file.h"
 
 namespace kestra {
+namespace {
 
-SpoolFile::SpoolFile(const std::string& folder) : path_(folder + "/.part_XXXXXX") {
+// The system's own way to a file that has no name.
+std::string pathOf(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
+
+// A file that vanishes with its last descriptor; -1 where folder or system cannot do that.
+int openNameless(const std::string& folder) {
+#if defined(O_TMPFILE)
+  constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
+  const int descriptor = open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, kOwnerOnly);
+  if (descriptor >= 0 && access(pathOf(descriptor).c_str(), F_OK) == 0) return descriptor;
+  if (descriptor >= 0) close(descriptor);
+#endif
+  return -1;
+}
+
+}  // namespace
+
+SpoolFile::SpoolFile(const std::string& folder, bool nameless) : path_(folder + "/.part_XXXXXX") {
   if (!isTrustedFolder(folder.c_str())) return;
+  if (nameless) descriptor_ = openNameless(folder);
+  if (isOpen()) return;
   descriptor_ = mkostemp(path_.data(), O_CLOEXEC);  // mode 0600
   isHidden_ = isOpen();
 }
@@ -59,10 +79,19 @@ bool SpoolFile::write(const void* first, std::size_t firstSize, const void* seco
 }
 
 bool SpoolFile::publishAs(const std::string& path) {
-  return link(path_.c_str(), path.c_str()) == 0;  // the hidden name goes with the object
+  const std::string from = isHidden_ ? path_ : pathOf(descriptor_);
+  // A hidden name goes with the object.
+  return linkat(AT_FDCWD, from.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
 bool SpoolFile::replace(const std::string& path) {
+  if (!isHidden_) {
+    // Only a file with a name can take the place of another.
+    path_.replace(path_.rfind('_') + 1, std::string::npos, std::to_string(getpid()));
+    static_cast<void>(unlink(path_.c_str()));  // of an earlier process that had our number
+    if (!publishAs(path_)) return false;
+    isHidden_ = true;
+  }
   if (std::rename(path_.c_str(), path.c_str()) != 0) return false;
   isHidden_ = false;
   return true;

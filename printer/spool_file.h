@@ -6,13 +6,15 @@
 
 namespace kestra {
 
-/// A file under way into a folder. It is written under a hidden name of its own and gets its final
-/// name only when it is whole; what was not published is removed. Readable by its owner alone.
+/// A file under way into a folder. It is written without a name, on systems that cannot do that
+/// under a hidden one, and gets its final name only when it is whole; what was not published
+/// vanishes. Readable by its owner alone.
 class SpoolFile {
  public:
   /// Starts a file in a folder that belongs to us or to the administrator; `isOpen` tells whether
   /// that worked.
-  explicit SpoolFile(const std::string& folder);
+  /// @param nameless  false: as on systems that cannot hold a file without a name
+  explicit SpoolFile(const std::string& folder, bool nameless = true);
   ~SpoolFile();
   SpoolFile(const SpoolFile&) = delete;
   SpoolFile& operator=(const SpoolFile&) = delete;
@@ -34,7 +36,7 @@ class SpoolFile {
   [[nodiscard]] bool replace(const std::string& path);
 
  private:
-  std::string path_;  // of the hidden file
+  std::string path_;  // of the hidden file, if there is one
   int descriptor_ = -1;
   bool isHidden_ = false;  // whether the hidden name is still there to be removed
 };
