@@ -248,6 +248,18 @@ TEST_F(KestraPrinterTest, StoresNoFrameWhereRecordsComeToNothing) {
   EXPECT_EQ(1, PageNum);
 }
 
+TEST_F(KestraPrinterTest, StoresNoFrameWhoseMarginsWouldTakeHalfAGigabyte) {
+  // 2^31 dots of head for a page of 8: (2^30 - 4 + 7) / 8 = 2^27 bytes of margin in single
+  // precision; 4 rows of 2^27 + 3 bytes are 12 more than 2^29.
+  settings.MaxMediaWidth = 2147483648.0F;
+  Bytes dots = {1, 2, 3, 4};
+  Capture capture;
+  printer.KCLSendImage(4, {8, 4}, dots.data());
+  EXPECT_EQ("", capture.stop());
+  EXPECT_FALSE(std::filesystem::exists(kData));
+  EXPECT_EQ(1, PageNum);
+}
+
 TEST_F(KestraPrinterTest, CountsAPageWhoseFrameIsLost) {
   std::filesystem::remove_all("var");
   print(Bytes(24, 1), 2, 12);
