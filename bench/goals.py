@@ -89,7 +89,7 @@ class Goals:
         for name in MATRICES:
             self.at_most(f"{name}, time against memcpy of page and bits", "at most 2 x", 2,
                          ratio(data.stage(name), data.stages.get("memcpy page and bits")))
-        for name, words in [("GrayToMono", "packing (GrayToMono)"),
+        for name, words in [("GrayToMono", "packing (GrayToMono)"), ("dot counts", "dot counts"),
                             ("row records", "row records with their dot counts")]:
             self.at_most(f"{words}, time against memcpy of the page", "at most 1.5 x", 1.5,
                          ratio(data.stage(name), data.stages.get("memcpy page")))

@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "bench/stages.h"
+#include "imaging/kernels/dot_rows.h"
 #include "printer/kestra_printer.h"
 #include "printer/page_frame.h"
 
@@ -23,6 +24,17 @@ void pack(benchmark::State& state, const std::vector<std::uint8_t>& page) {
     }
     benchmark::DoNotOptimize(printer.GrayToMono(kA4Width, kA4Height, pixels.data()));
     benchmark::ClobberMemory();
+  }
+}
+
+void count(benchmark::State& state, const std::vector<std::uint8_t>& page) {
+  std::vector<std::uint8_t> dots = page;
+  KestraPrinter printer;
+  printer.GrayToMono(kA4Width, kA4Height, dots.data());
+  while (state.KeepRunning()) {
+    for (std::size_t y = 0; y < kA4Height; ++y) {
+      benchmark::DoNotOptimize(countDots(dots.data() + y * kRowBytes, kRowBytes));
+    }
   }
 }
 
@@ -74,6 +86,7 @@ void debugImage(benchmark::State& state, const std::vector<std::uint8_t>& page) 
 
 void registerPrinterStages() {
   registerStage("GrayToMono", {"photo", "blank"}, pack);
+  registerStage("dot counts", {"photo"}, count);
   registerStage("row records", {"photo"}, writeRecords);
   registerStage("copyProcessedPixels", {"photo"}, copyResult);
   registerStage("debug image", {"photo"}, debugImage);
