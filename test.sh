@@ -9,7 +9,7 @@ usage() {
   cat <<'EOF'
 Usage: ./test.sh [VERB]
 
-  (none)    build with warnings as errors, all tests, source format, static checks
+  (none)    build with warnings as errors, all tests, source format, static checks, scripts
   sanitize  all tests with the address and undefined-behaviour sanitizers
   portable  all tests with g++ and clang++, each without optimisation and with -O3
   fuzz [S]  every fuzz target for S seconds (60), with both sanitizers
@@ -69,6 +69,12 @@ check_format() {
     fail "some files are not formatted; run clang-format -i on them"
 }
 
+check_scripts() {
+  echo "Checking the shell scripts"
+  find . -name 'build*' -prune -o -name out -prune -o -name '*.sh' -print0 |
+    xargs -0 shellcheck -S warning -x .ci/run || fail "shellcheck has complaints"
+}
+
 # The list of checks and why each group is in it stand in .clang-tidy.
 check_tidy() {
   local log=build-test/clang-tidy.log files
@@ -99,6 +105,7 @@ case "${1-}" in
   '')
     build_and_test build-test -DCMAKE_BUILD_TYPE=Release
     check_format
+    check_scripts
     check_tidy
     ;;
   sanitize)

@@ -53,6 +53,7 @@ clang            clang++
 llvm             llvm-cov
 clang-format     clang-format
 clang-tidy       clang-tidy
+shellcheck       shellcheck
 '
 # OpenCV for Python is large. No package cups: it starts a print service; bench.sh unpacks it.
 bench_list="$build_list"'
