@@ -11,7 +11,9 @@ Usage: ./test.sh [VERB]
 
   (none)    build with warnings as errors, all tests, source format, static checks, scripts
   sanitize  all tests with the address and undefined-behaviour sanitizers
-  portable  all tests with g++ and clang++, each without optimisation and with -O3
+  portable  all tests with g++ and clang++, each without optimisation and with -O3; then arm64
+  arm64     the filter and the tests of its functions built for arm64 and run in an emulator; digest
+            list and black-box tests with that filter (left out where the tools cannot be had)
   fuzz [S]  every fuzz target for S seconds (60), with both sanitizers
   coverage  lines and branches of the filter's and the tools' code that the tests go through
   package   builds the Debian package, and installs, prints with and purges it in a Debian root of
@@ -26,6 +28,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 jobs=${JOBS:-$(nproc)}
 cd "$root"
 start=$SECONDS
+left_out=''
 
 fail() {
   echo "test: $1" >&2
@@ -54,6 +57,42 @@ build_and_test() {
   configure "$@"
   cmake --build "$directory" -j "$jobs" || fail "building $directory failed"
   (cd "$directory" && ctest -j "$jobs" --output-on-failure) || fail "tests failed in $directory"
+}
+
+# Sets `missing`: why this machine cannot run arm64 programs in an emulator; empty where it can.
+prepare_arm64() {
+  missing=''
+  if [ "$(uname -m)" = aarch64 ]; then
+    missing="this machine is arm64 itself; its own tests are the proof"
+  elif ! tools/setup.sh arm64; then
+    missing="the cross compiler or the emulator cannot be installed here"
+  elif ! tools/arm64_sysroot.sh build-arm64/sysroot libgtest-dev; then
+    missing="the arm64 libraries cannot be fetched here"
+  fi
+}
+
+# arm64_part NATIVE CMAKE_OPTION...: the arm64 programs, emulated; NATIVE is a build directory of this
+# machine for the test programs that start the arm64 filter.
+arm64_part() {
+  local native=$1 missing emulator
+  prepare_arm64
+  if [ -n "$missing" ]; then
+    echo "test: the arm64 part is left out: $missing" >&2
+    left_out=", without the arm64 part"
+    return
+  fi
+  emulator=$(command -v qemu-aarch64-static || command -v qemu-aarch64) || fail "no emulator"
+  echo "With aarch64-linux-gnu-g++ -O2, in $emulator"
+  configure build-arm64 -DCMAKE_TOOLCHAIN_FILE=packaging/arm64.cmake \
+    -DKESTRA_SYSROOT="$root/build-arm64/sysroot" -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS=-O2 \
+    -DCMAKE_CROSSCOMPILING_EMULATOR="$emulator;-L;$root/build-arm64/sysroot"
+  cmake --build build-arm64 -j "$jobs" --target all rastertokestra_relative ||
+    fail "building for arm64 failed"
+  configure "$@"
+  cmake --build "$native" -j "$jobs" --target kestra_blackbox_tests kestra_digests_tests ||
+    fail "building $native failed"
+  JOBS=$jobs tests/arm64/run.sh build-arm64 "$native" build-arm64/sysroot "$emulator" ||
+    fail "the arm64 filter does not print as this machine's"
 }
 
 # The C++ files of the project, one per line.
@@ -95,7 +134,7 @@ wrong_usage() {
 }
 case "${1-}" in
   -h | --help) usage; exit 0 ;;
-  '' | sanitize | portable | coverage | package) [ $# -le 1 ] || wrong_usage ;;
+  '' | sanitize | portable | arm64 | coverage | package) [ $# -le 1 ] || wrong_usage ;;
   fuzz) [[ $# -le 2 && "${2-60}" =~ ^[1-9][0-9]*$ ]] || wrong_usage ;;
   *) echo "test: unknown verb $1" >&2; wrong_usage ;;
 esac
@@ -121,7 +160,9 @@ case "${1-}" in
           -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$level"
       done
     done
+    arm64_part build-portable-g++-O3
     ;;
+  arm64) arm64_part build-test -DCMAKE_BUILD_TYPE=Release ;;
   fuzz)
     configure build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
       -DKESTRA_FUZZ=ON -DKESTRA_SANITIZE=address,undefined,fuzzer-no-link
@@ -140,4 +181,4 @@ case "${1-}" in
     ;;
   package) tests/package/run.sh || fail "the package has faults" ;;
 esac
-echo "test.sh ${1-}: all well in $((SECONDS - start)) s"
+echo "test.sh ${1-}: all well in $((SECONDS - start)) s$left_out"

@@ -8,13 +8,14 @@ set -euo pipefail
 
 usage() {
   cat <<'EOF'
-Usage: tools/setup.sh [build|demo|tests|bench|package|cross|packagetest]
+Usage: tools/setup.sh [build|demo|tests|arm64|bench|package|cross|packagetest]
 
 Installs what is missing on a Debian or Ubuntu machine, as root or with sudo.
 
   build   compiler and libraries of the filter and its tools
   demo    what ./demo.sh needs: build, and programs that turn documents into pages (default)
   tests   what ./test.sh needs: build, and compilers, checkers and the test library
+  arm64   what ./test.sh arm64 needs: tests, and a compiler for that processor and an emulator of it
   bench   what ./bench.sh needs: build, and the libraries and filters that it measures against
   package what ./package.sh needs: build, and what makes a Debian package
   cross   what ./package.sh arm64 needs besides on another machine
@@ -54,6 +55,11 @@ llvm             llvm-cov
 clang-format     clang-format
 clang-tidy       clang-tidy
 shellcheck       shellcheck
+'
+# The emulator's program is called with or without -static, depending on the package.
+arm64_list="$tests_list"'
+g++-aarch64-linux-gnu aarch64-linux-gnu-g++
+qemu-user-static /usr/bin/qemu-aarch64*
 '
 # OpenCV for Python is large. No package cups: it starts a print service; bench.sh unpacks it.
 bench_list="$build_list"'
@@ -101,6 +107,7 @@ case "${1:-demo}" in
   build) list="$build_list" ;;
   demo) list="$demo_list" ;;
   tests) list="$tests_list" ;;
+  arm64) list="$arm64_list" ;;
   bench) list="$bench_list" ;;
   package) list="$package_list" ;;
   cross) list="$cross_list" ;;

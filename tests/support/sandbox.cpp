@@ -15,13 +15,14 @@
 #include <condition_variable>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
+
+#include "tests/support/filter_command.h"
 
 namespace kestra::testing_support {
 
@@ -55,13 +56,6 @@ struct Pipe {
   ::_exit(ignored < 0 ? 125 : 126);
 }
 
-std::vector<char*> Pointers(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  for (auto& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  return pointers;
-}
-
 std::vector<std::string> Environment(const Run& run) {
   std::vector<std::string> list = {"TZ=UTC"};
   if (run.ppd) list.push_back("PPD=" + *run.ppd);
@@ -76,10 +70,8 @@ std::vector<std::string> Environment(const Run& run) {
 // In the child: everything between fork and exec.
 [[noreturn]] void Become(const Run& run, const std::string& root, int report) {
   const bool isolated = CurrentIsolation() == Isolation::kNamespace;
-  const char* program = isolated ? KESTRA_FILTER : KESTRA_FILTER_RELATIVE;
-  // Opened before the tree is entered: the program may lie below /tmp.
-  const int executable = ::open(program, O_RDONLY | O_CLOEXEC);
-  if (executable < 0) Give(report, std::string("open ") + program + ": " + std::strerror(errno));
+  const FilterCommand filter(CurrentIsolation());
+  if (!filter.Problem().empty()) Give(report, filter.Problem());
   if (isolated) {
     const std::string problem = EnterPrivateTree(root, run.tinyDisk);
     if (!problem.empty()) Give(report, problem);
@@ -105,11 +97,7 @@ std::vector<std::string> Environment(const Run& run) {
   }
   ::umask(0077);
   std::signal(SIGPIPE, SIG_DFL);
-  std::vector<std::string> arguments = {run.queueName};
-  arguments.insert(arguments.end(), run.arguments.begin(), run.arguments.end());
-  std::vector<std::string> environment = Environment(run);
-  ::fexecve(executable, Pointers(arguments).data(), Pointers(environment).data());
-  Give(report, std::string("exec: ") + std::strerror(errno));
+  Give(report, filter.Become(run.queueName, run.arguments, Environment(run)));
 }
 
 // Moves bytes from a pipe to a text; false at its end.
@@ -339,7 +327,7 @@ Result Sandbox::Start(const Run& run) {
   if (run.listener == Listener::kGone) out.CloseRead();
   Feed feed(run, bytes, child);
   Cancel cancel(child, run.terminateAfter);
-  const bool ended = Converse(in, feed, out, err, result, run.patience);
+  const bool ended = Converse(in, feed, out, err, result, run.patience * PatienceFactor());
   cancel.Stop();
   const int status = WaitFor(child, !ended);
   std::signal(SIGPIPE, formerHandler);

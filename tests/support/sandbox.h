@@ -39,7 +39,7 @@ struct Run {
   long fileSizeLimit = -1;  // bytes; files cannot grow beyond it (like a full disk); -1 none
   long memoryLimit = -1;    // bytes of address space; -1 none
   bool tinyDisk = false;    // namespace only: 4096 bytes for the frames; its files are not seen
-  std::chrono::seconds patience{60};
+  std::chrono::seconds patience{60};  // longer where filter_command.h names a runner
   // The print system's way to cancel a job: SIGTERM so long after the start.
   std::optional<std::chrono::microseconds> terminateAfter;
 };
@@ -65,7 +65,8 @@ class Sandbox {
   Sandbox(const Sandbox&) = delete;
   Sandbox& operator=(const Sandbox&) = delete;
 
-  // Runs the filter. A problem of the test itself (not of the filter) also fails the current test.
+  // Runs the filter (which one: filter_command.h). A problem of the test itself (not of the filter)
+  // also fails the current test.
   Result Start(const Run& run);
 
   // Runs several at once in this one tree; the files of each result are those at the end of all.
