@@ -10,7 +10,7 @@ namespace kestra {
 PageBuffer::~PageBuffer() { freePageBlock(bytes_, capacity_); }
 
 bool PageBuffer::reset(std::size_t size) {
-  if (size <= capacity_) {
+  if (bytes_ != nullptr && size <= capacity_) {
     std::memset(bytes_, 0, size);
     return true;
   }

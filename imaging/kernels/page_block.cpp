@@ -7,13 +7,22 @@
 #include <cstdint>
 #include <cstdlib>
 
+#if defined(__SANITIZE_ADDRESS__)
+#define KESTRA_HEAP_ONLY
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KESTRA_HEAP_ONLY
+#endif
+#endif
+
 namespace kestra {
 namespace {
 
 constexpr std::size_t kLargePage = std::size_t{2} << 20;
 
-bool isLarge(std::size_t size) {
-#if defined(MADV_HUGEPAGE)
+// Not under the address sanitizer, which watches only the ends of blocks from the heap.
+bool isLarge([[maybe_unused]] std::size_t size) {
+#if defined(MADV_HUGEPAGE) && !defined(KESTRA_HEAP_ONLY)
   return size >= kLargePage && size <= SIZE_MAX / 2;
 #else
   return false;
@@ -24,7 +33,7 @@ std::size_t wholePages(std::size_t size) {
   return (size + kLargePage - 1) / kLargePage * kLargePage;
 }
 
-#if defined(MADV_HUGEPAGE)
+#if defined(MADV_HUGEPAGE) && !defined(KESTRA_HEAP_ONLY)
 
 void unmap(std::uintptr_t begin, std::uintptr_t end) {
   // NOLINTNEXTLINE(performance-no-int-to-ptr): the ends of a mapping are cut off by address
@@ -55,7 +64,7 @@ void* mapLarge(std::size_t size) {
 }  // namespace
 
 void* allocatePageBlock(std::size_t size) {
-#if defined(MADV_HUGEPAGE)
+#if defined(MADV_HUGEPAGE) && !defined(KESTRA_HEAP_ONLY)
   if (isLarge(size)) return mapLarge(size);
 #endif
   return std::calloc(size == 0 ? 1 : size, 1);

@@ -41,6 +41,10 @@ KESTRA_INLINE void store(Element* to, const Vector& v) {
   std::memcpy(to, &v, sizeof v);
 }
 
+// The last block of steps begins before width + kDelay; its first row looks ahead from its last
+// step.
+static_assert(kStencilMargin >= kDelay + kBlock + kStencilSkew - 1, "lanes stay in the margins");
+
 // Moves every lane one up; the last lane of `before` enters.
 //
 //   before . . . 3   v 4 5 6 7   ->   3 4 5 6

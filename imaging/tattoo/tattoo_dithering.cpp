@@ -28,6 +28,10 @@ struct Tone {
 constexpr Tone kTattoo = {false, 64, 0.85F, 0.7F};
 constexpr Tone kTattooV7 = {true, 0, 0.5F, 1.5F};
 
+// Rows side by side take some 57 bytes a column. No head is nearly so wide; a page that claims to
+// be, and is low, goes step by step in memory of its own size.
+constexpr int kWidestBand = 1 << 20;
+
 bool hasPixels(const QMImage& image) {
   const std::uint32_t product =
       static_cast<std::uint32_t>(image.width) * static_cast<std::uint32_t>(image.height);
@@ -66,7 +70,8 @@ void stencilInto(const unsigned char* grey, int width, int height, const Tone& t
   double kernel[kUnsharpTaps];
   generateGaussianKernel1D(kUnsharpTaps, kUnsharpSigma, kernel);
   GaussianWeights weights;
-  const StencilBandKernel diffusion = stencilBandKernel(kernelLevel());
+  const StencilBandKernel diffusion =
+      width > kWidestBand ? nullptr : stencilBandKernel(kernelLevel());
   if (diffusion != nullptr && makeGaussianWeights(kernel, weights)) {
     stencilByRows(grey, width, height, tone, weights, diffusion, out, stride);
     return;

@@ -50,11 +50,7 @@ void UnsharpRows::readRow(int y) {
   const auto count = static_cast<std::size_t>(width_);
   const unsigned char* source = grey_ + static_cast<std::size_t>(y) * count;
   unsigned char* row = toned(y);
-  if (table_ != nullptr) {
-    mapLevels(source, table_, row, count);
-  } else {
-    std::memcpy(row, source, count);
-  }
+  mapLevels(source, table_, row, count);
   repeatEdges(row, width_);
   const unsigned char* taps[kGaussianTaps];
   tapsAlong(row, taps);

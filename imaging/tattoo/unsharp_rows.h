@@ -14,7 +14,7 @@ namespace kestra {
 class UnsharpRows {
  public:
   /// @param grey   width * height bytes, not owned; read until the last row is made
-  /// @param table  replaces each level before it is sharpened, not owned; null: none
+  /// @param table  replaces each level before it is sharpened, not owned
   UnsharpRows(const unsigned char* grey, int width, int height, const std::uint8_t* table,
               const GaussianWeights& weights);
 

@@ -1,5 +1,8 @@
 // A page through each dithering method at each kernel level, against the plain version.
 // Why: the fast kernels must give the same dots as the rule on every page there can be.
+#include <algorithm>
+#include <cstring>
+
 #include "imaging/kernels/level.h"
 #include "imaging/paletteimage/palette_image.h"
 #include "tests/fuzz/byte_source.h"
@@ -31,6 +34,16 @@ void ditherAtEachLevel(ByteSource* source) {
                 std::string("the dots of the plain version at level ") + kernelLevelName(level));
       }
     }
+    // The way of a page, in one block, leaves the same bytes, padding and palette.
+    PaletteImage page;
+    require(page.CreateFromArray(pixels.data(), width, height, 8, width, false), "a page image");
+    require(page.DitherToBytes(method), "a dithered page");
+    require(
+        std::equal(image.GetBits(), image.GetBits() + image.GetEffWidth() * height, page.GetBits()),
+        std::string("the same bytes in one block at level ") + kernelLevelName(level));
+    require(std::memcmp(image.GetPalette(), page.GetPalette(), image.GetPaletteSize()) == 0,
+            "the same palette in one block");
+    page.Destroy();
     image.Destroy();
   }
 }

@@ -166,6 +166,11 @@ TEST(TattooDithering, EqualsThePlainVersionOnPagesAsWideAsAHead) {
   expectAsPlain(noisePage(863, 50, 3), "noise");
 }
 
+TEST(TattooDithering, EqualsThePlainVersionOnPagesWiderThanAnyHead) {
+  // Beyond 2^20 columns the rows are no longer taken side by side.
+  expectAsPlain(photoPage((1 << 20) + 3, 2), "wide");
+}
+
 TEST(TattooDithering, WritesIntoRowsOfAnyLengthAndLeavesTheBytesBetweenAlone) {
   const plain::Rows page = photoPage(45, 37);
   const std::vector<std::uint8_t> grey = plain::Flatten(page);

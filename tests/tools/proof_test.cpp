@@ -139,12 +139,21 @@ TEST(KestraProof, RefusesOnePictureForTwoFrames) {
 TEST(KestraProof, LeavesNothingBehindWhereThePictureCannotGo) {
   const ProofDirectory directory;
   directory.write("page.dat", smallFrame());
-  const ProofResult result = directory.run({"--output-dir", "nowhere", "page.dat"});
+  // No folder can be made below a file.
+  const ProofResult result = directory.run({"--output-dir", "page.dat/pages", "page.dat"});
   EXPECT_EQ(result.status, 1);
-  EXPECT_TRUE(holds(result.errors, "nowhere/page.png cannot be written: No such file"))
+  EXPECT_TRUE(holds(result.errors, "page.dat/pages/page.png cannot be written: Not a directory"))
       << result.errors;
   EXPECT_EQ(directory.run({"--output", ".", "page.dat"}).status, 1);
   EXPECT_EQ(directory.names(), std::vector<std::string>{"page.dat"});
+}
+
+TEST(KestraProof, MakesTheFolderForThePictures) {
+  const ProofDirectory directory;
+  directory.write("page.dat", smallFrame());
+  const ProofResult result = directory.run({"--output-dir", "new/pages", "page.dat"});
+  EXPECT_EQ(result.status, 0) << result.errors;
+  EXPECT_EQ(directory.run({"--output-dir", "new/pages", "--quiet", "page.dat"}).status, 0);
 }
 
 TEST(KestraProof, DecodesCommandsAndPageCounters) {

@@ -44,6 +44,16 @@ TEST(PageBuffer, TellsWhenThereIsNoMemory) {
   EXPECT_TRUE(isAllZero(buffer.data(), 20));
 }
 
+TEST(PageBuffer, HoldsAPageOfNoBytes) {
+  PageBuffer buffer;
+  for (int again = 0; again < 2; ++again) {
+    ASSERT_TRUE(buffer.reset(0));
+    EXPECT_NE(nullptr, buffer.data());
+  }
+  ASSERT_TRUE(buffer.reset(3));
+  EXPECT_TRUE(isAllZero(buffer.data(), 3));
+}
+
 TEST(PageBuffer, MayStayUnused) { EXPECT_EQ(nullptr, PageBuffer().data()); }
 
 }  // namespace

@@ -24,7 +24,7 @@ Examples
       which halftone? all ten on one picture: photo-compare-1.png
   kestra-proof --margins --scale 4 label.pdf
       where is the label on the head? with every dot 4 pixels wide
-  kestra-proof -o HalftoneType=? label.pdf
+  kestra-proof -o 'HalftoneType=?' label.pdf
       which values are there? a wrong one is answered with the right ones
   kestra-proof page_0001_jobid_000042_0000.dat
       what is in a frame of the spool?
@@ -38,7 +38,7 @@ Printing
 
 Pictures
   --output FILE     name of the only picture; else DOCUMENT-1.png, DOCUMENT-2.png ...
-  --output-dir DIR  where the pictures go (the current directory)
+  --output-dir DIR  where the pictures go (the current directory); made when it is missing
   --margins         draws what lies around the dots, in colour:
                       red     the edge of the label, just outside of it
                       blue    the head beside the label, where nothing can be printed

@@ -136,6 +136,10 @@ bool proofAll(const Arguments& arguments, const std::vector<Job>& jobs,
 }
 
 int run(const Arguments& arguments) {
+  if (!arguments.output_directory.empty()) {
+    std::error_code ignored;  // the first picture says what is wrong
+    std::filesystem::create_directories(arguments.output_directory, ignored);
+  }
   const std::vector<Job> jobs = lookAt(arguments.inputs);
   const std::string useless = uselessOption(arguments, jobs);
   if (!useless.empty()) return wrongUsage(useless);
