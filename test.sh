@@ -16,6 +16,8 @@ Usage: ./test.sh [VERB]
             list and black-box tests with that filter (left out where the tools cannot be had)
   fuzz [S]  every fuzz target for S seconds (60), with both sanitizers
   coverage  lines and branches of the filter's and the tools' code that the tests go through
+  mutate [P] builds with one small fault at a time, those of tests/mutations/list.txt whose line
+            matches P, and fails where the tests notice too few; takes long
   package   builds the Debian package, and installs, prints with and purges it in a Debian root of
             its own (as root)
 
@@ -136,6 +138,7 @@ case "${1-}" in
   -h | --help) usage; exit 0 ;;
   '' | sanitize | portable | arm64 | coverage | package) [ $# -le 1 ] || wrong_usage ;;
   fuzz) [[ $# -le 2 && "${2-60}" =~ ^[1-9][0-9]*$ ]] || wrong_usage ;;
+  mutate) [ $# -le 2 ] || wrong_usage ;;
   *) echo "test: unknown verb $1" >&2; wrong_usage ;;
 esac
 
@@ -178,6 +181,9 @@ case "${1-}" in
       build_and_test build-coverage -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
       -DCMAKE_CXX_FLAGS="-O1 -fprofile-instr-generate -fcoverage-mapping"
     tests/coverage/report.sh build-coverage || fail "too little of the code is tested"
+    ;;
+  mutate)
+    JOBS=$jobs tests/mutations/run.sh build-mutate ${2+"$2"} || fail "too many faults go unnoticed"
     ;;
   package) tests/package/run.sh || fail "the package has faults" ;;
 esac

@@ -157,6 +157,29 @@ TEST(Diffusion, ReadsAndWritesNothingBetweenRows) {
   }
 }
 
+TEST(Diffusion, WritesNoRowBelowThePage) {
+  // Blocks are 13 to 15 or 29 to 31 rows; of a page's last block mostly only a part is there. Room
+  // for a whole block more lies behind the page and must keep its value.
+  constexpr std::size_t kWidth = 45;
+  constexpr std::size_t kBitStride = (kWidth + 7) / 8;
+  constexpr std::size_t kBehind = 32 * kBitStride;
+  for (std::size_t height = 1; height <= 33; ++height) {
+    const Bytes levels = makeLevels(PageKind::kRandom, kWidth, height);
+    for (const Method& method : kMethods) {
+      for (const KernelLevel level : kernelLevels()) {
+        Bytes bits(kBitStride * height + kBehind, 0x5A);
+        Bytes scratch(diffusionScratch(kWidth));
+        diffusionLoop(level)(
+            {method.method, levels.data(), kWidth, bits.data(), kBitStride, kWidth, height},
+            scratch.data());
+        bits.erase(bits.begin(), bits.end() - static_cast<std::ptrdiff_t>(kBehind));
+        ASSERT_EQ(Bytes(kBehind, 0x5A), bits)
+            << kernelLevelName(level) << ", method " << method.number << ", " << height << " rows";
+      }
+    }
+  }
+}
+
 TEST(Diffusion, LeavesAPageWithoutPixelsAlone) {
   for (const KernelLevel level : kernelLevels()) {
     for (const Method& method : kMethods) {

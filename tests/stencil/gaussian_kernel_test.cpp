@@ -218,6 +218,19 @@ TEST(GaussianKernels, RefuseWhatTheirNumbersCannotHold) {
   EXPECT_FALSE(accepts(0, 2.0 / 32));
 }
 
+TEST(GaussianKernels, RefuseAWeightOfAQuarterInAKernelWhoseSumIsOne) {
+  // 1/4 is 32768 units of 2^-17, one more than 16 bits hold; 2 * (1 + 1 + 2 + 4 + 4) + 8 = 32.
+  std::vector<double> kernel = thirtySeconds();
+  kernel[4] = kernel[6] = 4.0 / 32;
+  kernel[5] = 8.0 / 32;
+  GaussianWeights weights;
+  EXPECT_FALSE(makeGaussianWeights(kernel.data(), weights));
+  // A hair less, 2^-17, is 32767 units: it fits.
+  kernel[5] -= std::ldexp(1.0, -17);
+  ASSERT_TRUE(makeGaussianWeights(kernel.data(), weights));
+  EXPECT_EQ(weights.coarse[5], 32767);
+}
+
 TEST(GaussianKernels, KernelsThatAreRefusedStillConvolveAsThePlainVersion) {
   const plain::Rows page = noisePage(47, 19, 8);
   std::vector<double> skew = thirtySeconds();

@@ -62,6 +62,16 @@ TEST(StencilDiffusion, EveryWidthAroundTheBlocksOfColumnsEqualsThePlainVersion) 
   }
 }
 
+TEST(StencilDiffusion, ThePagesLastColumnAtTheEndOfABlockGetsNoReliefInAnyBand) {
+  // Blocks are 16 columns: at these widths the first row of a band ends with one. Rows 16, 32 and
+  // 48 are first ones inside the page; what their last column passes on shows in few rows.
+  for (const int width : {80, 96, 128}) {
+    for (unsigned seed = 1; seed <= 20; ++seed) {
+      expectAsPlain(noisePage(width, 52, seed), 128, "noise");
+    }
+  }
+}
+
 TEST(StencilDiffusion, PagesAsWideAsAHeadEqualThePlainVersion) {
   expectAsPlain(photoPage(2480, 35), 120, "photo");
   expectAsPlain(textPage(2480, 33), 255, "text");
@@ -175,6 +185,23 @@ TEST(StencilDiffusion, EveryBitOfTheLastRowsErrorsIsTheRules) {
       ASSERT_EQ(bitsOf(errors[x + kStencilMargin]), bitsOf(expected[x]))
           << x << ", " << kernelLevelName(level);
     }
+  }
+}
+
+TEST(StencilDiffusion, RemainsCountAtThresholdZeroAndAtNoOther) {
+  // Stands in for a level's kernel and looks at the numbers that it would compute with. A remain
+  // above 0 is white at threshold 0, and nowhere else can it be seen.
+  static bool remainsCount = false;
+  const StencilBandKernel look = [](const StencilBand& /*band*/) {
+    remainsCount = halfOfTheSmallest() > 0.0F;
+  };
+  for (const float threshold : {-300.0F, -1.0F, 0.0F, 1.0F, 128.0F, 255.0F}) {
+    StencilDiffuser diffuser(4, 1, threshold, look);
+    diffuser.nextRow();
+    std::vector<unsigned char> out(4);
+    diffuser.finishBand(out.data(), 4);
+    const bool wanted = threshold == 0.0F || !SubnormalsAsZero::isAvailable();
+    EXPECT_EQ(remainsCount, wanted) << threshold;
   }
 }
 

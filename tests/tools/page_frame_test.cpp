@@ -94,6 +94,34 @@ TEST(PageFrame, GivesThePageTheByteThatTheAnnouncedWidthLacks) {
   EXPECT_EQ(parsed.frame->row(0).page.size, 3U);
 }
 
+// 16 dots are 2 bytes: behind the count nothing else fits, and nothing is missing.
+TEST(PageFrame, APageAsWideAsTheHeadHasNoMarginAndFits) {
+  FrameStart start;
+  start.width = 16;
+  start.rows = 1;
+  start.record = 4;  // 2 count + 2 page
+  Bytes bytes = frameStart(start);
+  bytes.insert(bytes.end(), {2, 0, 0x80, 0x01});
+  const ParsedFrame parsed = parsePageFrame(bytes);
+  ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
+  EXPECT_FALSE(parsed.frame->wider_than_head());
+  EXPECT_EQ(parsed.frame->margin_bytes(), 0U);
+}
+
+// 16 dots are 2 bytes, not 3: the byte 0 before them is margin.
+TEST(PageFrame, AWidthOfWholeBytesTakesNoByteMore) {
+  FrameStart start;
+  start.width = 16;
+  start.rows = 1;
+  start.record = 5;  // 2 count + 1 margin + 2 page
+  Bytes bytes = frameStart(start);
+  bytes.insert(bytes.end(), {2, 0, 0x00, 0x80, 0x01});
+  const ParsedFrame parsed = parsePageFrame(bytes);
+  ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
+  EXPECT_EQ(parsed.frame->margin_bytes(), 1U);
+  EXPECT_EQ(parsed.frame->row(0).page.size, 2U);
+}
+
 TEST(PageFrame, SaysSoWhenRowsAreShorterThanThePageIsWide) {
   FrameStart start;
   start.width = 40;  // 5 bytes
@@ -187,6 +215,24 @@ TEST(PageFrame, FindsTheRowsWhoseCountDoesNotAgree) {
   const ParsedFrame bad = parsePageFrame(bytes);
   ASSERT_TRUE(bad.frame.has_value());
   EXPECT_EQ(rowsWithWrongCount(*bad.frame), std::vector<std::size_t>{1});
+}
+
+// 33 bytes FF are 264 black dots, 0x0108: both bytes of the count are looked at.
+TEST(PageFrame, ComparesBothBytesOfACount) {
+  FrameStart start;
+  start.width = 264;
+  start.rows = 1;
+  start.record = 35;
+  Bytes bytes = frameStart(start);
+  bytes.insert(bytes.end(), {0x08, 0x01});
+  bytes.insert(bytes.end(), 33, 0xFF);
+  const ParsedFrame right = parsePageFrame(bytes);
+  ASSERT_TRUE(right.frame.has_value()) << right.problem;
+  EXPECT_TRUE(rowsWithWrongCount(*right.frame).empty());
+  bytes[23] = 0x00;  // 8 dots announced
+  const ParsedFrame wrong = parsePageFrame(bytes);
+  ASSERT_TRUE(wrong.frame.has_value()) << wrong.problem;
+  EXPECT_EQ(rowsWithWrongCount(*wrong.frame), std::vector<std::size_t>{0});
 }
 
 // 8192 bytes FF are 65536 black dots, whose count keeps only its low 16 bits: 0.
