@@ -181,7 +181,7 @@ TEST(TattooDithering, EqualsThePlainVersionOnPagesAsWideAsAHead) {
 
 TEST(TattooDithering, EqualsThePlainVersionOnPagesWiderThanAnyHead) {
   // Beyond 2^20 columns the rows are no longer taken side by side.
-  expectAsPlain(photoPage((1 << 20) + 3, 2), "wide");
+  expectAsPlain(noisePage((1 << 20) + 3, 2, 5), "wide");
 }
 
 TEST(TattooDithering, WritesIntoRowsOfAnyLengthAndLeavesTheBytesBetweenAlone) {
