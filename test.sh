@@ -179,7 +179,7 @@ case "${1-}" in
     chmod 1777 build-coverage/profiles # for jobs as another user
     LLVM_PROFILE_FILE=$root/build-coverage/profiles/%8m.profraw \
       build_and_test build-coverage -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
-      -DCMAKE_CXX_FLAGS="-O1 -fprofile-instr-generate -fcoverage-mapping"
+      -DCMAKE_CXX_FLAGS="-O1 -fprofile-instr-generate -fcoverage-mapping -DKESTRA_COVERAGE"
     tests/coverage/report.sh build-coverage || fail "too little of the code is tested"
     ;;
   mutate)

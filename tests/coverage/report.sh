@@ -21,12 +21,15 @@ mapfile -t programs < <(find "$build" -type f -perm -u+x ! -name '*.so*' ! -path
   while read -r file; do
     if [ "$(head -c 4 "$file" | tail -c 3)" = ELF ]; then echo "$file"; fi
   done)
+ignored="^/usr/|(^|/)(tests|bench)/" # only code that ships counts
 objects=("${programs[0]}")
 for program in "${programs[@]:1}"; do objects+=(-object "$program"); done
 llvm-cov report "${objects[@]}" -instr-profile "$build/all.profdata" -show-region-summary=false \
+  -ignore-filename-regex="$ignored" \
   "$root"/filter "$root"/printer "$root"/imaging "$root"/tools 2>/dev/null |
   sed "s|^$root/||" >"$build/coverage.txt"
 llvm-cov show "${objects[@]}" -instr-profile "$build/all.profdata" -show-branches=count \
+  -ignore-filename-regex="$ignored" \
   -show-line-counts "$root"/filter "$root"/printer "$root"/imaging "$root"/tools \
   2>/dev/null >"$build/coverage-lines.txt"
 cat "$build/coverage.txt"
