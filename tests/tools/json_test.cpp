@@ -31,6 +31,24 @@ TEST(Json, ReplacesWhatIsNoUtf8) {
   EXPECT_EQ(jsonString("\xED\xA0\x80"), "\"" + mark + mark + mark + "\"") << "half of a pair";
 }
 
+// Each byte that begins no character becomes a mark; what follows is looked at anew.
+TEST(Json, ReplacesCharactersThatBreakOffOrAreOutOfRange) {
+  const std::string m = "\xEF\xBF\xBD";
+  EXPECT_EQ(jsonString("\xC3("), "\"" + m + "(\"");
+  EXPECT_EQ(jsonString("\xE2(\xA1"), "\"" + m + "(" + m + "\"");
+  EXPECT_EQ(jsonString("\xE2\x82("), "\"" + m + m + "(\"");
+  EXPECT_EQ(jsonString("\xE0\x80\x80"), "\"" + m + m + m + "\"") << "longer than needed";
+  EXPECT_EQ(jsonString("\xE0\xA0\x80"), "\"\xE0\xA0\x80\"") << "the first of three bytes";
+  EXPECT_EQ(jsonString("\xED\x9F\xBF"), "\"\xED\x9F\xBF\"") << "the last before the pairs";
+  EXPECT_EQ(jsonString("\xF0\x80\x80\x80"), "\"" + m + m + m + m + "\"") << "longer than needed";
+  EXPECT_EQ(jsonString("\xF4\x90\x80\x80"), "\"" + m + m + m + m + "\"") << "beyond the last";
+  EXPECT_EQ(jsonString("\xF4\x8F\xBF\xBF"), "\"\xF4\x8F\xBF\xBF\"") << "the last of all";
+  EXPECT_EQ(jsonString("\xF0(\x98\x80"), "\"" + m + "(" + m + m + "\"");
+  EXPECT_EQ(jsonString("\xF0\x9F(\x80"), "\"" + m + m + "(" + m + "\"");
+  EXPECT_EQ(jsonString("\xF0\x9F\x98("), "\"" + m + m + m + "(\"");
+  EXPECT_EQ(jsonString("\xF5\x80"), "\"" + m + m + "\"");
+}
+
 TEST(Json, SeparatesValuesByCommas) {
   JsonText text;
   text.object().name("a").number(1).name("b").array().endArray().name("c").array();

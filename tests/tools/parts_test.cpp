@@ -7,6 +7,7 @@
 #include "tools/render/child.h"
 #include "tools/render/document_type.h"
 #include "tools/render/job_log.h"
+#include "tools/render/ppd_place.h"
 
 namespace kestra {
 namespace {
@@ -53,6 +54,7 @@ TEST(DocumentType, IsToldByTheFirstBytes) {
       {"SIZE", DocumentType::kText},
       {"plain words", DocumentType::kText},
       {"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\n\t\f", DocumentType::kText},
+      {"\xE0\xA0\x80 \xED\x9F\xBF \xF4\x8F\xBF\xBF", DocumentType::kText},
   };
   for (const auto& [bytes, type] : known) {
     directory.writeText("document", bytes);
@@ -63,12 +65,25 @@ TEST(DocumentType, IsToldByTheFirstBytes) {
 
 TEST(DocumentType, OfOtherBytesIsNone) {
   const ProofDirectory directory;
-  for (const char* bytes : {"RaS2PwgRaster", "\xFF\xFE", "words\x01", "\xC3", "\xC0\x80", "\x7F"}) {
+  for (const char* bytes : {"RaS2PwgRaster", "\xFF\xFE", "words\x01", "\xC3", "\xC0\x80", "\x7F",
+                            "\xC3(", "\xE0\x80\x80", "\xED\xA0\x80", "\xF0\x80\x80\x80",
+                            "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xE2\x82", "\x0E"}) {
     directory.writeText("document", std::string(bytes));
     std::string problem;
     EXPECT_FALSE(documentType(directory.path("document"), problem)) << bytes;
     EXPECT_NE(problem, "");
   }
+}
+
+TEST(PpdPlace, IsLookedForBesideTheProgramFirst) {
+  EXPECT_EQ(ppdName("label"), "kestra4.ppd");
+  EXPECT_EQ(ppdName("stencil"), "kestraa4.ppd");
+  EXPECT_EQ(ppdName("poster"), "");
+  const std::vector<std::string> places = ppdPlaces("stencil");
+  ASSERT_EQ(places.size(), 4U);
+  const std::string besides = "/ppd/kestraa4.ppd";
+  EXPECT_EQ(places[0].substr(places[0].size() - besides.size()), besides);
+  EXPECT_EQ(places[3], "/usr/share/ppd/rastertokestra/kestraa4.ppd");
 }
 
 TEST(Progress, ShowsHowFarADocumentIs) {

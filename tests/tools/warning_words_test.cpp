@@ -1,0 +1,142 @@
+// Tests the advice of each warning: facts of a page in, a sentence with the right way out.
+// Why: a warning that names the wrong setting costs more paper than none.
+#include <gtest/gtest.h>
+
+#include "tools/proof/warnings.h"
+
+namespace kestra {
+namespace {
+
+// A page of 100 x 10 pixels, half of them full ink.
+PageFacts halfBlack() {
+  PageFacts facts;
+  facts.content.readable = true;
+  facts.content.width = 100;
+  facts.content.height = 10;
+  facts.content.inked_pixels = 500;
+  facts.content.grey_sum = 500 * 255;
+  facts.content.only_black_and_white = true;
+  facts.halftone = "None";
+  facts.black_dots = 500;
+  facts.head_dots = 832;
+  return facts;
+}
+
+// The only warning about the dots, or nothing.
+std::string only(const PageFacts& facts) {
+  const std::vector<std::string> warnings = dotWarnings(facts);
+  EXPECT_LE(warnings.size(), 1U);
+  return warnings.empty() ? "" : warnings[0];
+}
+
+bool advises(const PageFacts& facts, const std::string& start, const std::string& advice) {
+  const std::string words = only(facts);
+  const bool good = words.rfind(start, 0) == 0 && words.find(advice) != std::string::npos;
+  EXPECT_TRUE(good) << words;
+  return good;
+}
+
+TEST(WarningWords, SayNothingOfAPageThatPrintsAsItIs) {
+  EXPECT_EQ(only(halfBlack()), "");
+  EXPECT_TRUE(sizeWarnings(halfBlack()).empty());
+}
+
+TEST(WarningWords, SayNothingOfAPageThatCannotBeRead) {
+  PageFacts facts = halfBlack();
+  facts.content.readable = false;
+  facts.black_dots = 0;
+  EXPECT_EQ(only(facts), "");
+}
+
+TEST(WarningWords, NameTheSettingThatTookTheInk) {
+  PageFacts facts = halfBlack();
+  facts.black_dots = 0;
+  const std::string start = "has something on it but comes out without any ink";
+  EXPECT_TRUE(advises(facts, start, "choose Ordered"));
+  facts.halftone = "Ordered";
+  EXPECT_TRUE(advises(facts, start, "Brightness above 0"));
+  facts.brightness = -50;
+  EXPECT_TRUE(advises(facts, start, "Brightness=-50"));
+  facts.negative = true;  // with a classic halftone the likelier reason
+  EXPECT_TRUE(advises(facts, start, "without NegativeImage"));
+  facts.halftone = "Tattoo";
+  EXPECT_TRUE(advises(facts, start, "Brightness=-50"));
+  facts.brightness = 0;
+  facts.halftone = "Tattoo_V7";
+  EXPECT_TRUE(advises(facts, start, "choose HalftoneType=None, or Tattoo"));
+  facts.content.only_black_and_white = false;
+  EXPECT_TRUE(advises(facts, start, "choose HalftoneType=Tattoo, or Ordered"));
+}
+
+TEST(WarningWords, SayNothingOfASolidPageWhoseNegativeIsBlank) {
+  PageFacts facts = halfBlack();
+  facts.content.inked_pixels = 1000;
+  facts.content.grey_sum = 1000 * 255;
+  facts.black_dots = 0;
+  facts.negative = true;
+  EXPECT_EQ(only(facts), "");
+}
+
+TEST(WarningWords, NameTheSettingThatMadeAPageSolid) {
+  PageFacts facts = halfBlack();
+  facts.black_dots = 1000;
+  const std::string start = "comes out solid black";
+  EXPECT_TRUE(advises(facts, start, "Brightness below 0"));
+  facts.negative = true;
+  EXPECT_TRUE(
+      advises(facts, start, "NegativeImage prints everything solid with HalftoneType=None"));
+  facts.halftone = "Tattoo_V7";
+  EXPECT_TRUE(advises(facts, start, "choose HalftoneType=Tattoo"));
+  facts.halftone = "Tattoo";
+  EXPECT_TRUE(advises(facts, start, "Brightness below 0"));
+  facts.brightness = 30;
+  EXPECT_TRUE(advises(facts, start, "Brightness=30"));
+}
+
+TEST(WarningWords, TakeASkewedPageForSolidWhenAlmostAllOfItIs) {
+  PageFacts facts = halfBlack();
+  facts.content.width = 101;  // of 1010 pixels
+  facts.black_dots = 1005;    // 99.5 per cent are 1004.95
+  EXPECT_EQ(only(facts).rfind("comes out solid black", 0), 0U);
+  facts.black_dots = 1004;
+  EXPECT_EQ(only(facts), "");
+}
+
+TEST(WarningWords, TellStrayDotsOfAnEmptyPage) {
+  PageFacts facts = halfBlack();
+  facts.content.inked_pixels = 0;
+  facts.content.grey_sum = 0;
+  facts.halftone = "Tattoo";
+  facts.black_dots = 7;
+  EXPECT_TRUE(
+      advises(facts, "is empty but gets 7 stray dots from HalftoneType=Tattoo", "page-ranges"));
+  facts.brightness = 30;
+  EXPECT_TRUE(advises(facts, "is empty but gets 7 dots", "Brightness=30"));
+  facts.negative = true;  // then dots are what was asked for
+  EXPECT_EQ(only(facts), "");
+}
+
+TEST(WarningWords, TellASkewedPictureFromASkewedPage) {
+  PageFacts facts = halfBlack();
+  facts.content.width = 102;
+  ASSERT_EQ(sizeWarnings(facts).size(), 1U);
+  EXPECT_NE(sizeWarnings(facts)[0].find("custom size in steps of 4 dots"), std::string::npos);
+  facts.type = DocumentType::kImage;
+  EXPECT_NE(sizeWarnings(facts)[0].find("convert the picture to PDF"), std::string::npos);
+  facts.content.inked_pixels = 0;  // nothing there to be skewed
+  EXPECT_TRUE(sizeWarnings(facts).empty());
+}
+
+TEST(WarningWords, TellWhatIsLostBesideTheHead) {
+  PageFacts facts = halfBlack();
+  facts.content.width = 840;
+  ASSERT_EQ(sizeWarnings(facts).size(), 1U);
+  EXPECT_NE(sizeWarnings(facts)[0].find("has 832: the right edge is lost"), std::string::npos);
+  facts.overlapping = true;
+  EXPECT_NE(sizeWarnings(facts)[0].find("rows overlap"), std::string::npos);
+  facts.head_dots = 0;
+  EXPECT_NE(sizeWarnings(facts)[0].find("has fewer"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace kestra
