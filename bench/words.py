@@ -27,6 +27,13 @@ A goal that is measured against `memcpy` depends on the memory of the machine mo
 where the page fits into the processor's cache, a copy costs next to nothing. Peak memory is that of
 the whole process, libraries included; "page" is the page's bytes, one a pixel. "processor" is the
 ratio of processor times, which tells more than wall time on a machine with other work to do.
+
+Where a job misses its goal, the stations of a page (below) tell why: the halftone is no longer what a
+classic page waits for. The start of the process and the two debug images, files as large as the page
+that the peers do not write, take most of a page's time, and both belong to the job. The plain level
+goes dot by dot, each waiting for the error of the one before. Beyond some ten million pixels a page
+no longer stays in the processor's cache between two stations, and files grow as fast as the kernel
+can take them.
 """
 
 AFTER_STATIONS = """
