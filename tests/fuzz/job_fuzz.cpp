@@ -2,9 +2,9 @@
 // Why: what comes from outside meets only here, and a print server must survive all of it.
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 #include "filter/base/page_size.h"
+#include "tests/blackbox/job_case.h"
 #include "tests/fuzz/byte_source.h"
 #include "tests/fuzz/pixels.h"
 #include "tests/fuzz/private_spool.h"
@@ -44,26 +44,6 @@ std::string textOf(const plain::Bytes& bytes) { return {bytes.begin(), bytes.end
 bool pixelsAreRead(const cups_page_header2_t& h) {
   return h.cupsBitsPerPixel == 8 && pageBytes(h.cupsBytesPerLine, h.cupsHeight) > 0 &&
          isPrintablePage(h.cupsWidth, h.cupsBytesPerLine, h.cupsHeight);
-}
-
-plain::Header plainHeader(const cups_page_header2_t& h) {
-  plain::Header p;
-  p.width = h.cupsWidth;
-  p.height = h.cupsHeight;
-  p.bytesPerLine = h.cupsBytesPerLine;
-  p.bitsPerPixel = h.cupsBitsPerPixel;
-  p.bitsPerColor = h.cupsBitsPerColor;
-  p.mediaType = h.cupsMediaType;
-  std::memcpy(&p.colorOrder, &h.cupsColorOrder, sizeof p.colorOrder);
-  std::memcpy(&p.colorSpace, &h.cupsColorSpace, sizeof p.colorSpace);
-  p.compression = h.cupsCompression;
-  p.rowCount = h.cupsRowCount;
-  p.rowFeed = h.cupsRowFeed;
-  p.rowStep = h.cupsRowStep;
-  p.copies = h.NumCopies;
-  p.resolution[0] = h.HWResolution[0];
-  p.resolution[1] = h.HWResolution[1];
-  return p;
 }
 
 ts::StreamPage makePage(ByteSource* source) {
@@ -189,7 +169,7 @@ void runDescribedJob(ByteSource* source) {
   const std::vector<ts::DeliveredPage> delivered = ts::Deliver(stream, isSmallAndRead);
   if (isSlow(delivered)) return;
   for (const ts::DeliveredPage& page : delivered) {
-    job.pages.push_back({plainHeader(page.header), page.pixels, page.readable});
+    job.pages.push_back({blackbox::ToPlain(page.header), page.pixels, page.readable});
   }
 
   setenv("PRINTER", job.queue.c_str(), 1);
