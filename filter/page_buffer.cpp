@@ -3,21 +3,16 @@
 
 #include <cstring>
 
-#include "imaging/kernels/page_block.h"
-
 namespace kestra {
 
-PageBuffer::~PageBuffer() { freePageBlock(bytes_, capacity_); }
-
 bool PageBuffer::reset(std::size_t size) {
-  if (bytes_ != nullptr && size <= capacity_) {
-    std::memset(bytes_, 0, size);
+  if (block_ != nullptr && size <= block_.get_deleter().size) {
+    std::memset(block_.get(), 0, size);
     return true;
   }
-  freePageBlock(bytes_, capacity_);
-  bytes_ = static_cast<unsigned char*>(allocatePageBlock(size));  // zeroed
-  capacity_ = bytes_ == nullptr ? 0 : size;
-  return bytes_ != nullptr;
+  block_.reset();  // before there are two
+  block_ = makePageBlock(size);
+  return block_ != nullptr;
 }
 
 }  // namespace kestra

@@ -3,26 +3,22 @@
 
 #include <cstddef>
 
+#include "imaging/kernels/page_block.h"
+
 namespace kestra {
 
 /// A growing block of bytes, zeroed for every page.
 class PageBuffer {
  public:
-  PageBuffer() = default;
-  ~PageBuffer();
-  PageBuffer(const PageBuffer&) = delete;
-  PageBuffer& operator=(const PageBuffer&) = delete;
-
   /// Makes room for `size` zero bytes, in the same memory where they fit; false where there is no
   /// memory for them, and then the former bytes are gone.
   [[nodiscard]] bool reset(std::size_t size);
 
   /// The bytes; valid until the next `reset`.
-  unsigned char* data() { return bytes_; }
+  unsigned char* data() { return block_.get(); }
 
  private:
-  unsigned char* bytes_ = nullptr;  // owned
-  std::size_t capacity_ = 0;        // bytes of the block
+  PageBlock block_;
 };
 
 }  // namespace kestra

@@ -6,6 +6,7 @@
 
 #include "filter/base/file.h"
 #include "printer/debug_bitmap.h"
+#include "printer/sparse_file.h"
 #include "printer/wren_printer.h"
 
 namespace kestra {
@@ -49,7 +50,8 @@ void WrenPrinter::saveImage(const unsigned char* data, unsigned long bytesPerLin
   static_cast<void>(std::fwrite(header.data(), 1, header.size(), file.get()));
   if (bitsPerPixel == 8) {
     // The page's first width * height bytes as they lie, whatever the length of its lines.
-    static_cast<void>(std::fwrite(data, 1, width * height, file.get()));
+    std::fflush(file.get());
+    static_cast<void>(writeSparse(fileno(file.get()), header.size(), data, width * height));
     return;
   }
   const std::uint32_t rowBytes = debugBitmapRowBytes(columns, bitsPerPixel);

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <string_view>
 
-#include "filter/base/byte_block.h"
 #include "filter/base/log.h"
 #include "filter/base/number.h"
 #include "filter/base/text.h"
+#include "imaging/kernels/page_block.h"
 #include "printer/page_counter.h"
 #include "printer/page_dump.h"
 
@@ -78,7 +78,7 @@ bool KestraPrinter::KCLSendPaperInfo() {
 void KestraPrinter::KCLSendImage(long imageBytes, _SIZEL size, unsigned char* dots) {
   const long total = CalcBlackPoints(dots, imageBytes, size, nullptr, 0);
   if (total <= 0 || total > kMaxRecordBytes) return;
-  const ByteBlock records = allocateBytes(static_cast<std::size_t>(total));
+  const PageBlock records = makePageBlock(static_cast<std::size_t>(total));
   if (records == nullptr) return;
   CalcBlackPoints(dots, imageBytes, size, records.get(), total);
   OutputImage(total, static_cast<int>(size.cy), records.get());
@@ -97,7 +97,7 @@ long KestraPrinter::CalcBlackPoints(const unsigned char* dots, long imageBytes, 
 void KestraPrinter::OutputImage(long totalBytes, int rows, const unsigned char* records) {
   // A page for whose whole frame there is no memory is dropped, although the records are stored
   // from where they lie and the rest of the block is never touched.
-  const ByteBlock frame = allocateBytes(kFrameHeaderSize + static_cast<std::size_t>(totalBytes));
+  const PageBlock frame = makePageBlock(kFrameHeaderSize + static_cast<std::size_t>(totalBytes));
   if (frame == nullptr) return;
   const PageFrameHeader header = pageFrameHeader(bLabelInfo, totalBytes, rows);
   std::copy(header.begin(), header.end(), frame.get());

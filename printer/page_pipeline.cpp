@@ -1,9 +1,9 @@
 // The way of one page through the printer object, with a log line and a debug image at each station
 // so that a bad print can be traced to the step that spoiled it.
-#include "filter/base/byte_block.h"
 #include "filter/base/log.h"
 #include "filter/base/spool_paths.h"
 #include "filter/base/text.h"
+#include "imaging/kernels/page_block.h"
 #include "printer/blank_edges.h"
 #include "printer/wren_printer.h"
 
@@ -69,8 +69,8 @@ void WrenPrinter::printImage(const unsigned char* data, unsigned long bytesPerLi
 
   // Nothing but a test whether there is memory for the page at all.
   const unsigned long size = bytesPerLine * height;
-  ByteBlock memoryTest = allocateBytes(size);
-  ByteBlock result;
+  PageBlock memoryTest = makePageBlock(size);
+  PageBlock result;
   if (memoryTest == nullptr) {
     wrenLogCommon(kLogError,
                   "printImage: Memory allocation failed, unable to process image, exiting "
@@ -85,7 +85,7 @@ void WrenPrinter::printImage(const unsigned char* data, unsigned long bytesPerLi
                   "printImage: Saving original image, file path will be generated based on time");
     saveImage(data, bytesPerLine, height, width, 8);
 
-    result = allocateBytes(2 * size);
+    result = makePageBlock(2 * size);
     if (result == nullptr) {
       wrenLogCommon(kLogError,
                     "printImage: Memory allocation for processing result failed, unable to "

@@ -89,8 +89,10 @@ class Wavefront {
   static constexpr const DiffusionPlan& kThePlan = kPlan<kMethod>;
   static constexpr std::size_t kGhosts = static_cast<std::size_t>(kThePlan.rows);
   static constexpr std::size_t kRows = kLanes - kGhosts;  // of the page in a block
-  // One column more than a row needs: a share is stored long enough before its first pull.
-  static constexpr std::size_t kSkew = static_cast<std::size_t>(kThePlan.reach) + 2;
+  // A row needs one column more than the reach. Some more, and a share is stored long enough before
+  // its first pull, which begins some bytes before the vector: a processor cannot forward that.
+  static constexpr std::size_t kSkew = 5;
+  static_assert(kSkew > static_cast<std::size_t>(kThePlan.reach), "the row above is ahead");
   static constexpr std::size_t kShares = kThePlan.shareCount;
   static constexpr std::size_t kUpper = kThePlan.upperPulls;
   static constexpr std::size_t kPulls = kThePlan.pullCount;

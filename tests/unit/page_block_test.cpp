@@ -15,8 +15,8 @@ constexpr std::size_t kMebibyte = std::size_t{1} << 20;
 
 TEST(PageBlock, IsZeroAndWritableAtEverySize) {
   for (const std::size_t size :
-       {std::size_t{0}, std::size_t{1}, std::size_t{100}, 2 * kMebibyte - 1, 2 * kMebibyte,
-        2 * kMebibyte + 1, std::size_t{2480} * 3508, 16 * kMebibyte}) {
+       {std::size_t{0}, std::size_t{1}, std::size_t{100}, kMebibyte - 1, kMebibyte, kMebibyte + 1,
+        2 * kMebibyte, 2 * kMebibyte + 1, std::size_t{2480} * 3508, 16 * kMebibyte}) {
     for (int again = 0; again < 2; ++again) {  // memory that comes back must be zero, too
       auto* bytes = static_cast<std::uint8_t*>(allocatePageBlock(size));
       ASSERT_NE(nullptr, bytes) << size;
