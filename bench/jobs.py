@@ -118,7 +118,15 @@ class Bench:
                               bufsize=0) as child:
             last = time.perf_counter()
             rest = b""
-            while chunk := os.read(child.stderr.fileno(), 65536):
+            # Asks again and again: who sleeps until a line comes wakes up a station late.
+            os.set_blocking(child.stderr.fileno(), False)
+            while True:
+                try:
+                    chunk = os.read(child.stderr.fileno(), 65536)
+                except BlockingIOError:
+                    continue
+                if not chunk:
+                    break
                 now = time.perf_counter()
                 *lines, rest = (rest + chunk).split(b"\n")
                 for line in lines:

@@ -23,13 +23,12 @@ namespace {
   std::exit(EXIT_FAILURE);
 }
 
-// A page's blocks come straight from the system, zeroed, and cost nothing where nobody touches
-// them; smaller ones, a label's, are used again from page to page.
+// Blocks too small for large memory pages, a label's, are used again from page to page.
 void tuneMemory() {
 #if defined(__GLIBC__)
-  constexpr int kPageBlock = 4 << 20;
+  constexpr int kLabelBlock = 1 << 20;
   constexpr int kKeptForLabels = 32 << 20;
-  static_cast<void>(mallopt(M_MMAP_THRESHOLD, kPageBlock));
+  static_cast<void>(mallopt(M_MMAP_THRESHOLD, kLabelBlock));
   static_cast<void>(mallopt(M_TRIM_THRESHOLD, kKeptForLabels));
 #endif
 }
