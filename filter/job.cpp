@@ -104,7 +104,12 @@ bool printPages(RasterInput* input, Settings* settings, const char* jobId) {
     const auto size =
         static_cast<std::uint32_t>(pageBytes(header.cupsBytesPerLine, header.cupsHeight));
     writeSideFile(header);
-    if (!buffer.reset(size)) return false;
+    unsigned char* pixels =
+        sPrinter->pageMemory(header.cupsBytesPerLine, header.cupsHeight, header.cupsWidth);
+    if (pixels == nullptr) {
+      if (!buffer.reset(size)) return false;
+      pixels = buffer.data();
+    }
 
     setPageLengths(settings, header, maxMediaWidthMm);
     // An id that fills the field has no end in it.
@@ -116,9 +121,8 @@ bool printPages(RasterInput* input, Settings* settings, const char* jobId) {
     jobSetup(sPrinter, settings);
 
     logPageHeader(++page, header);
-    if (input->readPixels(buffer.data(), size)) {
-      sPrinter->printImage(buffer.data(), header.cupsBytesPerLine, header.cupsHeight,
-                           header.cupsWidth);
+    if (input->readPixels(pixels, size)) {
+      sPrinter->printImage(pixels, header.cupsBytesPerLine, header.cupsHeight, header.cupsWidth);
     }
   }
   return true;

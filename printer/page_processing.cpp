@@ -46,6 +46,13 @@ const unsigned char* stencilPixels(PaletteImage& image, int bytesPerLine, int wi
 
 }  // namespace
 
+unsigned char* WrenPrinter::pageMemory(std::uint32_t bytesPerLine, std::uint32_t height,
+                                       std::uint32_t width) {
+  const std::uint64_t paddedRow = (std::uint64_t{width} + 3) / 4 * 4;  // as images have it
+  if (bytesPerLine != paddedRow) return nullptr;
+  return workingImage_.Create(width, height, 8, 0) == nullptr ? nullptr : workingImage_.GetBits(0);
+}
+
 int WrenPrinter::PageProcess(DitherType type, const unsigned char* data, int bytesPerLine,
                              int width, int height, unsigned char* out) {
   useQMDithering_ = isTattooMethod(halftoneType_);

@@ -86,9 +86,15 @@ class WrenPrinter {
 
   // --- The way of a page ---
 
+  /// Memory for the grey pixels of the next page, all zero, in which it is processed without being
+  /// copied: for `printImage`, which uses them up. Valid until then.
+  /// @return null where rows of this length must be copied anyway, or there is no memory
+  unsigned char* pageMemory(std::uint32_t bytesPerLine, std::uint32_t height, std::uint32_t width);
+
   /// Prints one page: debug image, processing, debug image, `doPrintImage` (page_pipeline.cpp).
   /// Failures are logged only.
-  /// @param data          height rows of 8-bit grey, `bytesPerLine` bytes each; not changed
+  /// @param data          height rows of 8-bit grey, `bytesPerLine` bytes each; not changed, unless
+  ///                      it is the page memory of this printer
   void printImage(const unsigned char* data, unsigned long bytesPerLine, unsigned long height,
                   unsigned long width);
 

@@ -46,7 +46,8 @@ class PaletteImage {
 
   /// Makes an image from rows of pixels, with a grey palette below 24 bits. Rows shorter than the
   /// image's padded rows are filled up with 0, longer ones cut.
-  /// @param array         height rows, `bytesPerLine` bytes apart; not kept
+  /// @param array         height rows, `bytesPerLine` bytes apart; not kept. The rows of this very
+  ///                      image, of the same size and depth, stay where they are.
   /// @param bpp           1, 4, 8, 24 or 32 (32 drops each fourth byte and makes 24)
   /// @param flip          first source row becomes the last row
   /// @return false for a null array, another depth or a failed `Create`

@@ -1,6 +1,7 @@
 // Tests the way of a whole page: its log, its two debug images, and what reaches the model.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -52,6 +53,43 @@ TEST_F(PagePipeline, HandsOverTheImagesOwnRowLength) {
   EXPECT_EQ(8U, printer.pages[0].bytesPerLine);
   EXPECT_EQ(5U, printer.pages[0].width);
   EXPECT_EQ((Bytes{1, 1, 1, 1, 1, 0, 0, 0, 1, 1, 1, 1, 1, 0, 0, 0}), printer.pages[0].pixels);
+}
+
+TEST_F(PagePipeline, GivesMemoryInWhichAPageNeedNotBeCopied) {
+  unsigned char* memory = printer.pageMemory(4, 3, 4);
+  ASSERT_NE(nullptr, memory);
+  EXPECT_EQ(Bytes(12, 0), Bytes(memory, memory + 12));
+  std::copy(kPage.begin(), kPage.end(), memory);
+  Capture capture;
+  printer.printImage(memory, 4, 3, 4);
+  capture.stopLines();
+  EXPECT_EQ((Bytes{0, 1, 0, 1, 1, 0, 1, 0, 0, 0, 1, 1}), printer.pages.at(0).pixels);
+  EXPECT_EQ(memory, printer.workingImage_.GetBits(0)) << "it was processed where it lay";
+}
+
+TEST_F(PagePipeline, GivesBlankMemoryToEveryPage) {
+  for (int page = 0; page < 3; ++page) {
+    unsigned char* memory = printer.pageMemory(8, 2, 5);  // rows of 5 pixels and 3 spare bytes
+    ASSERT_NE(nullptr, memory);
+    EXPECT_EQ(Bytes(16, 0), Bytes(memory, memory + 16)) << "page " << page;
+    std::fill(memory, memory + 16, 255);
+    Capture capture;
+    printer.printImage(memory, 8, 2, 5);
+    capture.stopLines();
+  }
+  EXPECT_EQ(3U, printer.pages.size());
+}
+
+TEST_F(PagePipeline, GivesNoMemoryForRowsThatMustBeCopied) {
+  // Images have rows of whole 4 bytes, and no more of them than the pixels need.
+  EXPECT_EQ(nullptr, printer.pageMemory(5, 2, 5));
+  EXPECT_EQ(nullptr, printer.pageMemory(12, 2, 5));
+  EXPECT_EQ(nullptr, printer.pageMemory(4, 2, 5));
+  EXPECT_EQ(nullptr, printer.pageMemory(4, 2, 0));
+  EXPECT_EQ(nullptr, printer.pageMemory(0, 2, 0));
+  EXPECT_EQ(nullptr, printer.pageMemory(4, 0, 4));
+  // No row of the widest page that a header can name wraps to a short one.
+  EXPECT_EQ(nullptr, printer.pageMemory(0, 2, 0xFFFFFFFF));
 }
 
 TEST_F(PagePipeline, UsesTheHalftoneOfItsProperties) {
