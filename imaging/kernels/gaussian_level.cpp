@@ -9,7 +9,8 @@
 // The rule's sum s, in the same units, is at least a and less than a + 2:
 //   - both parts of a weight are cut, so each loses less than 2^-15; eleven taps of at most 255
 //     lose less than 2805 / 2^15 = 0.09 in all; the floor loses less than 1;
-//   - eleven roundings in double precision, of sums below 256, are below 11 * 2^-45: nothing.
+//   - eleven products and eleven sums in double precision, all below 256, are rounded by at most
+//     2^-46 each: nothing.
 // The rule rounds s to single precision (an error of at most 2^-17 of a level, 1 unit, as
 // s < 256), adds 1/2 with another such rounding, and cuts. So its byte is that of
 // floor((s + half) / 2^17), and of a in place of s, unless s lies within 2 units of a half; with

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <ostream>
 
+#include "tests/blackbox/job_case.h"
 #include "tests/cups/command.h"
 #include "tests/cups/print_server.h"
 #include "tests/support/raster_stream.h"
@@ -21,19 +22,6 @@ namespace ts = testing_support;
 namespace {
 
 bool AnyPixels(const cups_page_header2_t&) { return true; }
-
-plain::Header ToPlain(const cups_page_header2_t& h) {
-  plain::Header p;
-  p.width = h.cupsWidth;
-  p.height = h.cupsHeight;
-  p.bytesPerLine = h.cupsBytesPerLine;
-  p.bitsPerPixel = h.cupsBitsPerPixel;
-  p.bitsPerColor = h.cupsBitsPerColor;
-  p.copies = h.NumCopies;
-  p.resolution[0] = h.HWResolution[0];
-  p.resolution[1] = h.HWResolution[1];
-  return p;
-}
 
 }  // namespace
 
@@ -88,7 +76,7 @@ plain::Outcome Predict(const std::string& stream, const plain::Settings& setting
   work.queue = queue;
   work.settings = settings;
   for (const auto& page : ts::Deliver(stream, AnyPixels)) {
-    work.pages.push_back({ToPlain(page.header), page.pixels, page.readable});
+    work.pages.push_back({blackbox::ToPlain(page.header), page.pixels, page.readable});
   }
   return plain::RunJob(work);
 }
