@@ -30,10 +30,10 @@ ratio of processor times, which tells more than wall time on a machine with othe
 
 Where a job misses its goal, the stations of a page (below) tell why: the halftone is no longer what a
 classic page waits for. The start of the process and the two debug images, files as large as the page
-that the peers do not write, take most of a page's time, and both belong to the job. The plain level
-goes dot by dot, each waiting for the error of the one before. Beyond some ten million pixels a page
-no longer stays in the processor's cache between two stations, and files grow as fast as the kernel
-can take them.
+that the peers do not write, take most of a page's time, and both belong to the job. At the plain
+level error diffusion has only four rows side by side, in each of which a dot waits for the error of
+the one before. Beyond some ten million pixels a page no longer stays in the processor's cache between
+two stations, and files grow as fast as the kernel can take them.
 """
 
 AFTER_STATIONS = """
@@ -64,11 +64,11 @@ the page; `ink` its negative. The label is 812 x 1218 dots at 203 dpi, 0.99 mill
 """
 
 AFTER_STAGES = """
-Levels are those of `imaging/kernels/level.h`: `plain` a pixel at a time, `baseline` vectors that
-every processor of the architecture has, `avx2` vectors of 32 bytes. A stage without a version of its
-own for a level shows the same time there. A halftone includes making the 1-bit image. The libraries'
-loops are the closest there are, not the same: Pillow and numpy give bits as we do, OpenCV's threshold
-gives bytes, its blur rounds otherwise than ours. One thread each.
+Levels are those of `imaging/kernels/level.h`: `plain` without vector instructions asked for,
+`baseline` vectors that every processor of the architecture has, `avx2` vectors of 32 bytes. A stage
+without a version of its own for a level shows the same time there. A halftone includes making the
+1-bit image. The libraries' loops are the closest there are, not the same: Pillow and numpy give bits
+as we do, OpenCV's threshold gives bytes, its blur rounds otherwise than ours. One thread each.
 """
 
 MEMORY = """

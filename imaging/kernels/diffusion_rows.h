@@ -1,4 +1,4 @@
-// Error diffusion a row at a time, in plain C++: what runs where no vector instructions may.
+// Error diffusion in plain C++, four rows at a time: what runs where no vector instructions may.
 #pragma once
 
 #include "imaging/kernels/diffusion.h"

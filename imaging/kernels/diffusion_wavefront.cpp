@@ -20,9 +20,10 @@
 //     shares     a vector for each weight and step, of this chunk and the steps before that are
 //                still needed
 //     ghosts     4 bytes a step      final levels of the last rows, for the next block
-//     columns    a bit a lane and step, latest step first: the dots of the block's rows
+//     columns    a bit a lane and step: the dots of the block's rows (see diffusion_columns.h)
 #include "imaging/kernels/byte_lanes.h"
 #include "imaging/kernels/diffusion.h"
+#include "imaging/kernels/diffusion_columns.h"
 #include "imaging/kernels/diffusion_plan.h"
 
 namespace kestra::KESTRA_LEVEL {
@@ -34,7 +35,6 @@ namespace {
 constexpr std::size_t kChunk = 32;      // steps from one preparation to the next
 constexpr std::size_t kGhostBytes = 4;  // per step; as many of the last as there are ghosts count
 constexpr std::size_t kSquare = 16;     // columns that are brought into order together
-constexpr std::size_t kBytes = kLanes / 8;  // of a bit for each lane
 
 template <DiffusionMethod kMethod>
 constexpr DiffusionPlan kPlan = planOf(kDiffusionKernels[static_cast<std::size_t>(kMethod)]);
@@ -65,12 +65,13 @@ class Wavefront {
         steps_(page.width + (kLanes - 1) * kSkew),
         paddedSteps_((steps_ + kChunk - 1) / kChunk * kChunk),
         ghosts_(scratch),
-        columns_(scratch + (paddedSteps_ + kRows * kSkew) * kGhostBytes) {}
+        columns_(scratch + (paddedSteps_ + kRows * kSkew) * kGhostBytes, paddedSteps_,
+                 page.asBytes) {}
 
   void run() {
     // Above the page nothing owes anything: level 0 is black without an error.
     std::memset(ghosts_, 0, (paddedSteps_ + kRows * kSkew) * kGhostBytes);
-    std::memset(columns_, 0, kBytes * columnBytes());
+    columns_.clear();
     std::memset(shares_, 0, sizeof shares_);
     std::memset(words_, 0, sizeof words_);
     for (std::size_t top = 0; top < page_.height; top += kRows) {
@@ -79,7 +80,7 @@ class Wavefront {
       for (std::size_t start = 0; start < steps_; start += kChunk) {
         arrive(start);
         print(start);
-        keepColumns(start);
+        columns_.keep(start, words_);
       }
       writeRows(top);
     }
@@ -99,13 +100,6 @@ class Wavefront {
   // Steps back to the oldest share that is pulled: at most the leftmost column of the farthest row.
   static constexpr std::size_t kDepth = kGhosts * kSkew + static_cast<std::size_t>(kThePlan.reach);
   static_assert(kGhosts < kGhostBytes + 1, "ghosts fit into their bytes");
-
-  std::size_t columnBytes() const { return paddedSteps_ + kLanes; }
-
-  // Where the dots of step `step` and lanes 8 * byte to 8 * byte + 7 lie.
-  std::uint8_t* column(std::size_t byte, std::size_t step) const {
-    return columns_ + (byte + 1) * columnBytes() - 1 - step;
-  }
 
   // Where lane l would find column 0 of its row, as a place in `page_.grey`. Ghosts, and rows below
   // the page, take any row: their levels are replaced or not used.
@@ -260,44 +254,11 @@ class Wavefront {
     }
   }
 
-  // Sorts the chunk's dots by the byte of their lane, so that a row's dots can be picked up.
-  void keepColumns(std::size_t start) {
-    for (std::size_t byte = 0; byte < kBytes; ++byte) {
-      std::uint8_t* to = column(byte, start + kChunk - 1);
-      for (std::size_t i = 0; i < kChunk; ++i) {
-        to[i] = static_cast<std::uint8_t>(words_[i] >> (8 * byte));
-      }
-    }
-  }
-
-  // Writes the dots of a block to the page, the leftmost of each byte in its highest bit.
-  void writeRows(std::size_t top) {
+  void writeRows(std::size_t top) const {
     for (std::size_t lane = kGhosts; lane < kLanes; ++lane) {
       const std::size_t row = top + lane - kGhosts;
       if (row >= page_.height) return;
-      std::uint8_t* to = page_.bits + row * page_.bitStride;
-      const Lanes mine = all(1U << (lane % 8));
-      for (std::size_t x = 0; x < page_.width; x += kLanes) {
-        const Lanes columns = load(column(lane / 8, x + kLanes - 1 + lane * kSkew));
-        // Latest step first: the leftmost dot comes into the highest bit.
-        writeDots(to + x / 8, highBits(same(both(columns, mine), mine)), page_.width - x);
-      }
-    }
-  }
-
-  // Writes the highest `count` dots, all if there are fewer.
-  static void writeDots(std::uint8_t* to, LaneBits dots, std::size_t count) {
-    std::uint8_t bytes[kBytes];
-    for (std::size_t i = 0; i < kBytes; ++i) {
-      bytes[i] = static_cast<std::uint8_t>(dots >> (kLanes - 8 - 8 * i));
-    }
-    if (count >= kLanes) {
-      std::memcpy(to, bytes, kBytes);
-      return;
-    }
-    for (std::size_t i = 0; i < kBytes && 8 * i < count; ++i) {
-      const std::size_t unused = count - 8 * i < 8 ? 8 - (count - 8 * i) : 0;
-      to[i] = static_cast<std::uint8_t>(bytes[i] >> unused << unused);
+      columns_.writeRow(lane, lane * kSkew, page_.width, page_.dots + row * page_.dotStride);
     }
   }
 
@@ -310,8 +271,8 @@ class Wavefront {
   const DiffusionPage& page_;
   const std::size_t steps_;
   const std::size_t paddedSteps_;
-  std::uint8_t* const ghosts_;   // scratch of the caller, like the next
-  std::uint8_t* const columns_;  // kBytes times columnBytes()
+  std::uint8_t* const ghosts_;  // scratch of the caller, like the memory of the next
+  const DotColumns columns_;
 };
 
 template <DiffusionMethod kMethod>

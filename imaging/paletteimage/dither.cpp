@@ -2,7 +2,6 @@
 #include <array>
 #include <cstring>
 
-#include "imaging/kernels/dot_rows.h"
 #include "imaging/kernels/matrix_rows.h"
 #include "imaging/paletteimage/error_diffusion.h"
 #include "imaging/paletteimage/palette_image.h"
@@ -95,22 +94,16 @@ bool PaletteImage::DitherToBytes(std::int64_t method) {
 
   // Unsigned, so that negative numbers select the last method as well.
   const auto number = static_cast<std::uint64_t>(method);
+  const Matrix* matrix = matrixOf(number);
+  if (matrix == nullptr) {
+    diffuseErrorsInPlace(diffusionKernel(number), GetBits(0), info_.effWidth, header_.width,
+                         header_.height);
+  }
   const std::size_t padding = info_.effWidth - GetWidth();
-  if (const Matrix* matrix = matrixOf(number)) {
-    for (std::uint32_t y = 0; y < GetHeight(); ++y) {
-      std::uint8_t* row = GetBits(y);
-      ditherRowToBytes(row, GetWidth(), (*matrix)[y % 4], row);
-      std::memset(row + GetWidth(), 0, padding);
-    }
-  } else {
-    PaletteImage dots;
-    if (!makeDots(dots, number)) return false;
-    for (std::uint32_t y = 0; y < GetHeight(); ++y) {
-      std::uint8_t* row = GetBits(y);
-      unpackDots(dots.GetBits(y), GetWidth(), row);
-      std::memset(row + GetWidth(), 0, padding);
-    }
-    dots.Destroy();
+  for (std::uint32_t y = 0; y < GetHeight(); ++y) {
+    std::uint8_t* row = GetBits(y);
+    if (matrix != nullptr) ditherRowToBytes(row, GetWidth(), (*matrix)[y % 4], row);
+    std::memset(row + GetWidth(), 0, padding);
   }
   std::memset(GetPalette(), 0, GetPaletteSize());
   SetPaletteColor(1, 255, 255, 255, 0);

@@ -37,4 +37,12 @@ void diffuseErrors(const DiffusionKernel& kernel, const std::uint8_t* grey, std:
            static_cast<std::size_t>(height)});
 }
 
+void diffuseErrorsInPlace(const DiffusionKernel& kernel, std::uint8_t* levels, std::size_t stride,
+                          std::int64_t width, std::int64_t height) {
+  if (width <= 0 || height <= 0) return;
+  constexpr bool kAsBytes = true;
+  diffuse({kernel.method, levels, stride, levels, stride, static_cast<std::size_t>(width),
+           static_cast<std::size_t>(height), kAsBytes});
+}
+
 }  // namespace kestra

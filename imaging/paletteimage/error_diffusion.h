@@ -29,4 +29,9 @@ void diffuseErrors(const DiffusionKernel& kernel, const std::uint8_t* grey, std:
                    std::uint8_t* bits, std::size_t bitStride, std::int64_t width,
                    std::int64_t height);
 
+/// The same with each level replaced by its dot, 0 or 1.
+/// @param levels  width x height levels, rows `stride` bytes apart; bytes behind a row stay
+void diffuseErrorsInPlace(const DiffusionKernel& kernel, std::uint8_t* levels, std::size_t stride,
+                          std::int64_t width, std::int64_t height);
+
 }  // namespace kestra

@@ -14,13 +14,16 @@ TEST(DiffusionShares, AreTheDivisionsOfAllErrorsByAllKernels) {
     for (std::size_t t = 0; t < kernel.tapCount; ++t) {
       const int weight = kernel.taps[t].weight;
       const unsigned multiplier = shareMultiplier(weight, kernel.divisor);
-      ASSERT_LE(multiplier, 0xFFFFU) << "does not fit a 16-bit lane";
+      ASSERT_LE(multiplier, 0x7FFFU) << "does not fit a 16-bit lane with a sign";
       // A black dot's error is 0..128, a white one's -126..0: division cuts toward zero on both
       // sides, so the size alone decides.
       for (int error = -126; error <= 128; ++error) {
         const int size = std::abs(error);
         const int part = static_cast<int>(shareOf(static_cast<unsigned>(size), multiplier));
         ASSERT_EQ(error * weight / kernel.divisor, error < 0 ? -part : part)
+            << error << " * " << weight << " / " << kernel.divisor;
+        ASSERT_EQ(error * weight / kernel.divisor,
+                  signedShareOf(error, static_cast<int>(multiplier)))
             << error << " * " << weight << " / " << kernel.divisor;
       }
     }

@@ -66,23 +66,60 @@ Bytes bitsAt(KernelLevel level, DiffusionMethod method, const Bytes& levels, std
   return bits;
 }
 
+// Levels in rows with gaps between them and room for a block of rows behind them. All of that must
+// keep its value when the levels become dots where they are.
+constexpr std::size_t kGap = 3;
+constexpr std::uint8_t kUntouched = 0x5A;
+
+Bytes withGaps(const Bytes& bytes, std::size_t width, std::size_t height) {
+  Bytes rows((width + kGap) * (height + 32), kUntouched);
+  for (std::size_t y = 0; y < height; ++y) {
+    std::memcpy(&rows[y * (width + kGap)], &bytes[y * width], width);
+  }
+  return rows;
+}
+
+Bytes unpacked(const Bytes& bits, std::size_t width, std::size_t height) {
+  Bytes dots;
+  for (std::size_t y = 0; y < height; ++y) {
+    for (std::size_t x = 0; x < width; ++x) {
+      dots.push_back(bits[y * ((width + 7) / 8) + x / 8] >> (7 - x % 8) & 1);
+    }
+  }
+  return dots;
+}
+
+Bytes bytesInPlaceAt(KernelLevel level, DiffusionMethod method, Bytes page, std::size_t width,
+                     std::size_t height) {
+  Bytes scratch(diffusionScratch(width), 0xA5);
+  const std::size_t stride = width + kGap;
+  diffusionLoop(level)({method, page.data(), stride, page.data(), stride, width, height, true},
+                       scratch.data());
+  return page;
+}
+
 void expectPlainBits(PageKind kind, std::size_t width, std::size_t height) {
   const Bytes levels = makeLevels(kind, width, height);
   for (const Method& method : kMethods) {
     const Bytes wanted = plainBits(levels, width, height, method.number);
+    const Bytes wantedBytes = withGaps(unpacked(wanted, width, height), width, height);
+    const Bytes grey = withGaps(levels, width, height);
     for (const KernelLevel level : kernelLevels()) {
-      ASSERT_EQ(wanted, bitsAt(level, method.method, levels, width, height))
-          << kernelLevelName(level) << ", method " << method.number << ", "
-          << testing_support::nameOf(kind) << ", " << width << " x " << height;
+      SCOPED_TRACE(std::string(kernelLevelName(level)) + ", method " +
+                   std::to_string(method.number) + ", " + testing_support::nameOf(kind) + ", " +
+                   std::to_string(width) + " x " + std::to_string(height));
+      ASSERT_EQ(wanted, bitsAt(level, method.method, levels, width, height));
+      ASSERT_TRUE(wantedBytes == bytesInPlaceAt(level, method.method, grey, width, height))
+          << "as bytes in place";
     }
   }
 }
 
-// Around the lanes of a vector (16, 32), a block of rows (13 to 15, 29 to 31), a byte of dots.
+// Around the lanes of a vector (16, 32), a block of rows (4, 13 to 15, 29 to 31), a byte of dots.
 constexpr std::size_t kWidths[] = {1,  2,  3,  4,  5,  6,  7,  8,   9,   15, 16,
                                    17, 31, 32, 33, 63, 65, 79, 127, 251, 832};
-constexpr std::size_t kHeights[] = {1,  2,  3,  4,  5,  7,  8,  13, 14, 15,
-                                    16, 17, 29, 30, 31, 32, 33, 61, 67};
+constexpr std::size_t kHeights[] = {1,  2,  3,  4,  5,  7,  8,  9,  11, 12, 13,
+                                    14, 15, 16, 17, 29, 30, 31, 32, 33, 61, 67};
 
 TEST(Diffusion, MatchesThePlainVersionOnNoiseOfAllSizes) {
   for (const std::size_t width : kWidths) {
@@ -106,6 +143,25 @@ TEST(Diffusion, MatchesThePlainVersionOnEveryKindOfPage) {
   for (const PageKind kind : kPageKinds) {
     for (const std::size_t width : {1U, 3U, 9U, 33U, 251U}) {
       for (const std::size_t height : {1U, 3U, 17U, 31U, 97U}) {
+        expectPlainBits(kind, width, height);
+        if (HasFatalFailure()) return;
+      }
+    }
+  }
+}
+
+TEST(Diffusion, MatchesThePlainVersionWhereChunksOfARowEnd) {
+  // The level `plain` goes through rows in chunks of equal size, whole bytes of dots, at most 128
+  // columns: as few chunks as that gives, but no fewer than eight where a row has as many bytes. So
+  // beyond 64, 512 and 1024 columns chunks are no longer 8, 64 and 128 columns, but 16, 72 and 120
+  // (nine of them); the last one has a single column at 449 = 7 * 64 + 1 and 1921 = 15 * 128 + 1.
+  // Four rows go side by side. Chunks of the fast levels are 32 columns.
+  constexpr std::size_t kEnds[] = {63,  64,  65,  66,   67,   127,  128,  129,  191,  192, 193,
+                                   447, 448, 449, 450,  451,  511,  512,  513,  575,  576, 577,
+                                   895, 896, 897, 1023, 1024, 1025, 1027, 1919, 1920, 1921};
+  for (const PageKind kind : {PageKind::kRandom, PageKind::kExtremes, PageKind::kNearTies}) {
+    for (const std::size_t width : kEnds) {
+      for (const std::size_t height : {1U, 3U, 4U, 5U, 7U, 8U, 9U, 12U, 13U}) {
         expectPlainBits(kind, width, height);
         if (HasFatalFailure()) return;
       }
@@ -212,11 +268,12 @@ TEST(Diffusion, StaysWithinItsScratch) {
   }
 }
 
-// What a level's own loop says of itself: it knows the width of the vectors it was compiled for.
+// What a level's own loop says of itself: its rows side by side, those of the fast ones as many as
+// the bytes of the vectors they were compiled for.
 std::size_t rowsSideBySide(KernelLevel level) {
   switch (level) {
     case KernelLevel::kPlain:
-      return 1;
+      return 4;
     case KernelLevel::kBaseline:
       return 16;
     case KernelLevel::kAvx2:
