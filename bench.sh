@@ -58,16 +58,18 @@ find_epson() {
   epson_version=$(dpkg-deb -f "$peers"/cups_*.deb Version)
 }
 
-# Prints a directory for pages and spool: in memory where there is room, as disks differ too much.
-make_work() {
+# Sets `work`, a directory for pages and spool on a disk, where a print system's spool lies; and
+# `memory`, one in memory, empty where there is no room.
+make_places() {
   local free
+  work=$(mktemp -d "$build/work.XXXXXX")
+  memory=
+  trap 'rm -rf "$work" ${memory:+"$memory"}' EXIT
   free=$(df --output=avail /dev/shm 2>/dev/null | tail -n 1 || true)
-  if [ -w /dev/shm ] && [ "${free:-0}" -gt 1500000 ]; then
-    mktemp -d /dev/shm/kestra-bench.XXXXXX
-  else
-    echo "bench: no room in /dev/shm; measuring on disk" >&2
-    mktemp -d "${TMPDIR:-/tmp}/kestra-bench.XXXXXX"
+  if [ -w /dev/shm ] && [ "${free:-0}" -gt 100000 ]; then
+    memory=$(mktemp -d /dev/shm/kestra-bench.XXXXXX)
   fi
+  findmnt -n -o FSTYPE -T "$work" >"$work/file-system"
 }
 
 # measure_stages ROUNDS SECONDS FILTER: our stages and the libraries' loops, taking turns.
@@ -92,7 +94,8 @@ measure_jobs() {
     ppdc -d "$work/ppd" "$source" >/dev/null 2>&1 || fail "cannot compile $source"
   done
   /usr/bin/python3 bench/jobs.py --build "$build" --work "$work" --epson "$epson" \
-    --epson-ppd "$work/ppd/epson9.ppd" --pclx-ppd "$work/ppd/pclx.ppd" --out "$work/jobs.json" "$@"
+    --epson-ppd "$work/ppd/epson9.ppd" --pclx-ppd "$work/ppd/pclx.ppd" --memory "$memory" \
+    --out "$work/jobs.json" "$@"
 }
 
 [ $# -le 1 ] || { usage >&2; exit 2; }
@@ -106,8 +109,7 @@ export PYTHONDONTWRITEBYTECODE=1
 tools/setup.sh bench
 build_release
 find_epson
-work=$(make_work)
-trap 'rm -rf "$work"' EXIT
+make_places
 cp /proc/loadavg "$work/load"
 echo "$epson_version" >"$work/peer-version"
 "$build/bench/kestra_make_raster" photo 2480 3508 300 1 "$work/photo-2480x3508-1.ras"

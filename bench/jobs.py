@@ -42,7 +42,9 @@ class Bench:
         self.epson = arguments.epson
         self.epson_ppd = arguments.epson_ppd
         self.pclx_ppd = arguments.pclx_ppd
-        self.spool = os.path.join(self.work, "job")
+        self.disk = os.path.join(self.work, "job")
+        self.memory = os.path.join(arguments.memory, "job") if arguments.memory else None
+        self.spool = self.disk
         self.levels = self.kernel_levels()
 
     def kernel_levels(self):
@@ -107,6 +109,15 @@ class Bench:
                     samples[name].append(sample)
         return samples
 
+    def places(self, jobs, runs):
+        """The same jobs with their spool on the disk and, where there is room, in memory."""
+        samples = {"disk": self.alternate(jobs, runs)}
+        if self.memory:
+            self.spool = self.memory
+            samples["memory"] = self.alternate(jobs, runs)
+            self.spool = self.disk
+        return samples
+
     def stations(self, keyword, raster):
         """Milliseconds of each station of one page, by the arrival of the job's log lines."""
         command, environment = self.ours(keyword, raster)
@@ -164,6 +175,10 @@ def measure(bench, quick):
     jobs["rastertoepson"] = bench.peer(bench.epson, bench.epson_ppd, label)
     result["label"] = bench.alternate(jobs, 3 if quick else 9)
 
+    jobs = {keyword: bench.ours(keyword, photo) for keyword in SOME_KEYWORDS}
+    jobs["rastertoepson"] = epson
+    result["places"] = bench.places(jobs, 3 if quick else 9)
+
     for pages in [1, 20]:
         raster = bench.raster("photo", pages=pages)
         jobs = {keyword: bench.ours(keyword, raster)
@@ -194,6 +209,7 @@ def main():
     parser = argparse.ArgumentParser()
     for name in ["build", "work", "epson", "epson-ppd", "pclx-ppd", "out"]:
         parser.add_argument(f"--{name}", required=True)
+    parser.add_argument("--memory", default="")
     parser.add_argument("--quick", action="store_true")
     arguments = parser.parse_args()
     result = measure(Bench(arguments), arguments.quick)

@@ -16,7 +16,7 @@ from statistics import median
 from goals import PIXELS, Data, Goals, ratio
 from plots import growth_picture, stations_picture
 from words import (AFTER_GOALS, AFTER_JOBS, AFTER_STAGES, AFTER_STATIONS, GROWTH, INTRODUCTION,
-                   KINDS, MEMORY)
+                   KINDS, MEMORY, PLACES)
 
 # Stages in the order of a page, and the library's loop that comes closest.
 STAGES = [("CreateFromArray", None), ("Light", "OpenCV LUT"), ("Mirror", "OpenCV flip"),
@@ -117,6 +117,18 @@ def kind_table(data):
     return words + f"\n\nThe label through `rastertoepson`: {times(epson)} ms."
 
 
+def place_table(data):
+    """What the file system of the spool costs."""
+    rows = []
+    for place, series in data.jobs["places"].items():
+        epson = data.job(series, "rastertoepson")
+        keywords = [keyword for keyword in series if keyword != "rastertoepson"]
+        ours = [data.job(series, keyword) for keyword in keywords]
+        rows.append([place, *(f"{times(job)} = {ratio(job, epson)[0]:.2f} x" for job in ours),
+                     times(epson)])
+    return table(["spool", *(f"`{keyword}`, ms" for keyword in keywords), "rastertoepson"], rows)
+
+
 def memory_table(data):
     """Peak memory of one page and of twenty."""
     peaks = data.jobs["memory"]
@@ -179,7 +191,8 @@ def machine(work, build):
     system = re.search(r'PRETTY_NAME="(.*)"', read("/etc/os-release")).group(1)
     lines = [f"- Processor: {model}, {os.cpu_count()} cores as the machine sees them; load before "
              f"the run {read(f'{work}/load').split()[0]}",
-             f"- System: {system}, Linux {os.uname().release}",
+             f"- System: {system}, Linux {os.uname().release}, pages and spool on "
+             f"{read(f'{work}/file-system').strip()}",
              f"- Compiler: {version}, build type Release",
              "- Packages: " + ", ".join(f"{name} {installed(name)}" for name in PACKAGES)
              + f"; rastertoepson of cups {read(f'{work}/peer-version').strip()}"]
@@ -196,7 +209,8 @@ def write_page(data, work, build, docs):
     parts = [INTRODUCTION, machine(work, build), "## Goals", goal_table(data), AFTER_GOALS,
              "## Where the time of a page goes", station_table(data), AFTER_STATIONS,
              "## Whole jobs", job_table(data), AFTER_JOBS, "## What is on the page",
-             kind_table(data), KINDS, "## Stage by stage", stage_table(data), AFTER_STAGES,
+             kind_table(data), KINDS, "## Where the spool lies", place_table(data), PLACES,
+             "## Stage by stage", stage_table(data), AFTER_STAGES,
              "## Memory", memory_table(data), MEMORY, "## Long pages", growth_table(data), GROWTH]
     with open(f"{docs}/performance.md", "w", encoding="utf-8") as file:
         file.write("\n\n".join(part.strip("\n") for part in parts) + "\n")

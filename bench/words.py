@@ -49,7 +49,8 @@ AFTER_JOBS = """
 One photo page in a file as the sixth argument, each filter with a printer description of its own,
 standard output and log to /dev/null. All in turns: ours, `rastertoepson`, `rastertopclx`, ours at
 each lower kernel level (`KESTRA_KERNELS=baseline`, `plain`), and again. Ours also writes two debug
-images and the page frame into a directory in memory. CUPS's `rastertoepson` passes the grey bytes
+images and the page frame, as a print system's spool does to a directory on a disk, whose writing is
+the system's business and goes on behind the job. CUPS's `rastertoepson` passes the grey bytes
 through without a halftone: about the least that a filter can do with a page. `rastertopclx` of
 cups-filters turns them into dots, the same kind of work as ours.
 
@@ -69,6 +70,12 @@ Levels are those of `imaging/kernels/level.h`: `plain` without vector instructio
 without a version of its own for a level shows the same time there. A halftone includes making the
 1-bit image. The libraries' loops are the closest there are, not the same: Pillow and numpy give bits
 as we do, OpenCV's threshold gives bytes, its blur rounds otherwise than ours. One thread each.
+"""
+
+PLACES = """
+The same jobs with their spool on the disk that all jobs above wrote to, and in `/dev/shm`. A file
+system in memory takes a file in pieces of 4 KiB; one on a disk may take it in larger ones, and then
+the two debug images cost less there than in memory.
 """
 
 MEMORY = """
