@@ -19,12 +19,12 @@ namespace kestra {
 namespace {
 
 constexpr std::size_t kLargePage = std::size_t{2} << 20;
-// Zeroing one large page costs less than the traps of half of it in small ones.
-constexpr std::size_t kWorthLargePages = kLargePage / 2;
 
 // Not under the address sanitizer, which watches only the ends of blocks from the heap.
 bool isLarge([[maybe_unused]] std::size_t size) {
 #if defined(MADV_HUGEPAGE) && !defined(KESTRA_HEAP_ONLY)
+  // Zeroing one large page costs less than the traps of half of it in small ones.
+  constexpr std::size_t kWorthLargePages = kLargePage / 2;
   return size >= kWorthLargePages && size <= SIZE_MAX / 2;
 #else
   return false;
