@@ -118,7 +118,7 @@ if [ "${1-}" = quick ]; then
   measure_jobs --quick
   /usr/bin/python3 bench/report.py "$work" "$build"
 else
-  measure_stages 5 0.1 '.'
+  measure_stages 9 0.05 '.'
   measure_jobs
   /usr/bin/python3 bench/report.py "$work" "$build" docs
 fi

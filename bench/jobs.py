@@ -167,7 +167,7 @@ def measure(bench, quick):
 
     for kind in ["blank"] if quick else KINDS:
         jobs = {keyword: bench.ours(keyword, bench.raster(kind)) for keyword in SOME_KEYWORDS}
-        result["kinds"][kind] = bench.alternate(jobs, 3 if quick else 7)
+        result["kinds"][kind] = bench.alternate(jobs, 3 if quick else 9)
 
     label = bench.raster("photo", 812, 1218, 203)
     jobs = {keyword: bench.ours(keyword, label, None, "kestra4", "w288h432", 203)
@@ -194,7 +194,7 @@ def measure(bench, quick):
         height = round(megapixels * 1e6 / 2480)
         raster = bench.raster("photo", height=height)
         jobs = {keyword: bench.ours(keyword, raster) for keyword in ["Ordered", "Tattoo"]}
-        result["growth"][2480 * height] = bench.alternate(jobs, 2 if quick else 5)
+        result["growth"][2480 * height] = bench.alternate(jobs, 2 if quick else 9)
         os.remove(raster)
 
     for keyword in SOME_KEYWORDS:
