@@ -11,6 +11,8 @@ Usage: ./test.sh [VERB]
 
   (none)    build with warnings as errors, all tests, source format, static checks, scripts
   sanitize  all tests with the address and undefined-behaviour sanitizers
+  memcheck  the digest list's jobs under a memory checker: no dot may depend on memory that nobody
+            wrote, at the fastest kernel level and at the plain one
   portable  all tests with g++ and clang++, each without optimisation and with -O3; then arm64
   arm64     the filter and the tests of its functions built for arm64 and run in an emulator; digest
             list and black-box tests with that filter (left out where the tools cannot be had)
@@ -71,6 +73,22 @@ prepare_arm64() {
   elif ! tools/arm64_sysroot.sh build-arm64/sysroot libgtest-dev; then
     missing="the arm64 libraries cannot be fetched here"
   fi
+}
+
+# check_memory DIR: a job's status, 99 where the checker found something, is part of its digest.
+check_memory() {
+  local directory=$1 checker level
+  configure "$directory" -DCMAKE_BUILD_TYPE=Release
+  cmake --build "$directory" -j "$jobs" \
+    --target kestra_digests_tests rastertokestra rastertokestra_relative ||
+    fail "building $directory failed"
+  # A runner must be a program; the name without an ending may be a script around it.
+  checker=$(command -v valgrind.bin || command -v valgrind) || fail "no valgrind"
+  for level in best plain; do
+    echo "Under the memory checker, kernel level $level"
+    (cd "$directory" && KESTRA_KERNELS=$level KESTRA_TEST_RUNNER="$checker -q --error-exitcode=99" \
+      ctest -j "$jobs" --output-on-failure -L digests) || fail "memory is misused at level $level"
+  done
 }
 
 # arm64_part NATIVE CMAKE_OPTION...: the arm64 programs, emulated; NATIVE is a build directory of this
@@ -136,7 +154,7 @@ wrong_usage() {
 }
 case "${1-}" in
   -h | --help) usage; exit 0 ;;
-  '' | sanitize | portable | arm64 | coverage | package) [ $# -le 1 ] || wrong_usage ;;
+  '' | sanitize | memcheck | portable | arm64 | coverage | package) [ $# -le 1 ] || wrong_usage ;;
   fuzz) [[ $# -le 2 && "${2-60}" =~ ^[1-9][0-9]*$ ]] || wrong_usage ;;
   mutate) [ $# -le 2 ] || wrong_usage ;;
   *) echo "test: unknown verb $1" >&2; wrong_usage ;;
@@ -154,6 +172,7 @@ case "${1-}" in
     build_and_test build-sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo \
       -DKESTRA_SANITIZE=address,undefined
     ;;
+  memcheck) check_memory build-test ;;
   portable)
     for compiler in g++ clang++; do
       for level in -O0 -O3; do

@@ -52,6 +52,7 @@ zbar-tools       zbarimg
 dmtx-utils       dmtxread
 clang            clang++
 llvm             llvm-cov
+valgrind         valgrind
 clang-format     clang-format
 clang-tidy       clang-tidy
 shellcheck       shellcheck
