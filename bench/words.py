@@ -28,12 +28,12 @@ where the page fits into the processor's cache, a copy costs next to nothing. Pe
 the whole process, libraries included; "page" is the page's bytes, one a pixel. "processor" is the
 ratio of processor times, which tells more than wall time on a machine with other work to do.
 
-Where a job misses its goal, the stations of a page (below) tell why: the halftone is no longer what a
-classic page waits for. The start of the process and the two debug images, files as large as the page
-that the peers do not write, take most of a page's time, and both belong to the job. At the plain
-level error diffusion has only four rows side by side, in each of which a dot waits for the error of
-the one before. Beyond some ten million pixels a page no longer stays in the processor's cache between
-two stations, and files grow as fast as the kernel can take them.
+Where a job misses its goal, the stations of a page (below) tell why: the start of the process and the
+two debug images, files as large as the page that the peers do not write, take most of a classic
+page's time, and both belong to the job. What error diffusion adds is bound by its operations, up to
+twelve clamped additions a dot: two blocks of rows in one loop, so that neither waits for its last
+dots, were tried and gained nothing for the larger kernels. At the plain level there are only four
+rows side by side, in each of which a dot waits for the error of the one before.
 """
 
 AFTER_STATIONS = """
