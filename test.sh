@@ -192,13 +192,17 @@ case "${1-}" in
     JOBS=$jobs tests/fuzz/run.sh build-fuzz "${2-60}" || fail "a fuzz target broke"
     ;;
   coverage)
-    # Each process adds its counts to one of a few files; paths below /tmp would be private to jobs.
-    rm -rf build-coverage/profiles
-    mkdir -p build-coverage/profiles
-    chmod 1777 build-coverage/profiles # for jobs as another user
-    LLVM_PROFILE_FILE=$root/build-coverage/profiles/%8m.profraw \
+    # Each process adds its counts to one of a few files, which must not lie below /tmp: that is
+    # private to jobs, even where the project lies there.
+    counts=$(mktemp -d /var/tmp/kestra-counts.XXXXXX)
+    trap 'rm -rf "$counts"' EXIT
+    chmod 1777 "$counts" # for jobs as another user
+    LLVM_PROFILE_FILE=$counts/%8m.profraw \
       build_and_test build-coverage -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
       -DCMAKE_CXX_FLAGS="-O1 -fprofile-instr-generate -fcoverage-mapping -DKESTRA_COVERAGE"
+    rm -rf build-coverage/profiles
+    mkdir -p build-coverage/profiles
+    mv "$counts"/*.profraw build-coverage/profiles/
     tests/coverage/report.sh build-coverage || fail "too little of the code is tested"
     ;;
   mutate)

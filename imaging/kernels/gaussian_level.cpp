@@ -16,14 +16,11 @@
 // floor((s + half) / 2^17), and of a in place of s, unless s lies within 2 units of a half; with
 // s - a < 2, unless a + half lies within 4 units of a multiple of 2^17. Eight are used. Of random
 // pixels one in 8,000 is that close.
+#include "imaging/kernels/byte_lanes.h"
 #include "imaging/kernels/gaussian.h"
-
-#include <simde/x86/avx2.h>
 
 namespace kestra::KESTRA_LEVEL {
 namespace {
-
-#define KESTRA_INLINE static inline __attribute__((always_inline))
 
 constexpr int kFineBits = 15;
 constexpr int kCoarseBits = 17;
@@ -31,109 +28,76 @@ constexpr int kHalf = 1 << (kCoarseBits - 1);
 constexpr int kFraction = (1 << kCoarseBits) - 1;
 constexpr int kDoubt = 8;
 
+// A vector holds kLanes pixels as bytes, half of them as words, a quarter of them as sums. The
+// first and the second half are those of `zipFirst` and `zipSecond`.
+KESTRA_LANES_FUNCTION Lanes allSums(int value) { return KESTRA_LANES(set1_epi32)(value); }
+KESTRA_LANES_FUNCTION Lanes firstWords(Lanes bytes) { return zipFirst(bytes, zeros()); }
+KESTRA_LANES_FUNCTION Lanes secondWords(Lanes bytes) { return zipSecond(bytes, zeros()); }
+KESTRA_LANES_FUNCTION Lanes addWords(Lanes a, Lanes b) { return KESTRA_LANES(add_epi16)(a, b); }
+KESTRA_LANES_FUNCTION Lanes subWords(Lanes a, Lanes b) { return KESTRA_LANES(sub_epi16)(a, b); }
+KESTRA_LANES_FUNCTION Lanes fourTimes(Lanes words) { return KESTRA_LANES(slli_epi16)(words, 2); }
+KESTRA_LANES_FUNCTION Lanes firstPairs(Lanes a, Lanes b) {
+  return KESTRA_LANES(unpacklo_epi16)(a, b);
+}
+KESTRA_LANES_FUNCTION Lanes secondPairs(Lanes a, Lanes b) {
+  return KESTRA_LANES(unpackhi_epi16)(a, b);
+}
+/// a0 * b0 + a1 * b1, a2 * b2 + a3 * b3, ... of words.
+KESTRA_LANES_FUNCTION Lanes dot(Lanes a, Lanes b) { return KESTRA_LANES(madd_epi16)(a, b); }
+KESTRA_LANES_FUNCTION Lanes addSums(Lanes a, Lanes b) { return KESTRA_LANES(add_epi32)(a, b); }
+KESTRA_LANES_FUNCTION Lanes withoutFine(Lanes s) { return KESTRA_LANES(srai_epi32)(s, kFineBits); }
+KESTRA_LANES_FUNCTION Lanes levels(Lanes s) { return KESTRA_LANES(srai_epi32)(s, kCoarseBits); }
+KESTRA_LANES_FUNCTION Lanes toWords(Lanes first, Lanes second) {
+  return KESTRA_LANES(packs_epi32)(first, second);
+}
+
+/// The words of a + b.
+KESTRA_LANES_FUNCTION Lanes firstTotals(Lanes a, Lanes b) {
 #if defined(__AVX2__)
-
-using Vector = simde__m256i;  // 32 bytes, 16 words or 8 sums
-constexpr std::size_t kStep = 32;
-
-KESTRA_INLINE Vector load(const unsigned char* from) {
-  return simde_mm256_loadu_si256(reinterpret_cast<const simde__m256i*>(from));
-}
-KESTRA_INLINE void store(unsigned char* to, Vector bytes) {
-  simde_mm256_storeu_si256(reinterpret_cast<simde__m256i*>(to), bytes);
-}
-KESTRA_INLINE Vector none() { return simde_mm256_setzero_si256(); }
-KESTRA_INLINE Vector allSums(int value) { return simde_mm256_set1_epi32(value); }
-KESTRA_INLINE Vector either(Vector a, Vector b) { return simde_mm256_or_si256(a, b); }
-KESTRA_INLINE Vector lowWords(Vector bytes) { return simde_mm256_unpacklo_epi8(bytes, none()); }
-KESTRA_INLINE Vector highWords(Vector bytes) { return simde_mm256_unpackhi_epi8(bytes, none()); }
-// a + b of the bytes that `lowWords` and `highWords` take.
-KESTRA_INLINE Vector lowTotal(Vector a, Vector b) {
-  return simde_mm256_maddubs_epi16(simde_mm256_unpacklo_epi8(a, b), simde_mm256_set1_epi8(1));
-}
-KESTRA_INLINE Vector highTotal(Vector a, Vector b) {
-  return simde_mm256_maddubs_epi16(simde_mm256_unpackhi_epi8(a, b), simde_mm256_set1_epi8(1));
-}
-KESTRA_INLINE Vector addWords(Vector a, Vector b) { return simde_mm256_add_epi16(a, b); }
-KESTRA_INLINE Vector subWords(Vector a, Vector b) { return simde_mm256_sub_epi16(a, b); }
-KESTRA_INLINE Vector fourTimes(Vector words) { return simde_mm256_slli_epi16(words, 2); }
-KESTRA_INLINE Vector lowPairs(Vector a, Vector b) { return simde_mm256_unpacklo_epi16(a, b); }
-KESTRA_INLINE Vector highPairs(Vector a, Vector b) { return simde_mm256_unpackhi_epi16(a, b); }
-KESTRA_INLINE Vector dot(Vector a, Vector b) { return simde_mm256_madd_epi16(a, b); }
-KESTRA_INLINE Vector addSums(Vector a, Vector b) { return simde_mm256_add_epi32(a, b); }
-KESTRA_INLINE Vector withoutFine(Vector s) { return simde_mm256_srai_epi32(s, kFineBits); }
-KESTRA_INLINE Vector levels(Vector s) { return simde_mm256_srai_epi32(s, kCoarseBits); }
-KESTRA_INLINE Vector toWords(Vector low, Vector high) { return simde_mm256_packs_epi32(low, high); }
-KESTRA_INLINE Vector toBytes(Vector low, Vector high) {
-  return simde_mm256_packus_epi16(low, high);
-}
-// All bits set where a fraction is below 2 * kDoubt.
-KESTRA_INLINE Vector doubtful(Vector sum) {
-  const Vector place = simde_mm256_and_si256(sum, allSums(kFraction & ~(2 * kDoubt - 1)));
-  return simde_mm256_cmpeq_epi32(place, none());
-}
-KESTRA_INLINE bool anySet(Vector v) { return simde_mm256_movemask_epi8(v) != 0; }
-
+  return simde_mm256_maddubs_epi16(zipFirst(a, b), all(1));
 #else
-
-using Vector = simde__m128i;  // 16 bytes, 8 words or 4 sums
-constexpr std::size_t kStep = 16;
-
-KESTRA_INLINE Vector load(const unsigned char* from) {
-  return simde_mm_loadu_si128(reinterpret_cast<const simde__m128i*>(from));
-}
-KESTRA_INLINE void store(unsigned char* to, Vector bytes) {
-  simde_mm_storeu_si128(reinterpret_cast<simde__m128i*>(to), bytes);
-}
-KESTRA_INLINE Vector none() { return simde_mm_setzero_si128(); }
-KESTRA_INLINE Vector allSums(int value) { return simde_mm_set1_epi32(value); }
-KESTRA_INLINE Vector either(Vector a, Vector b) { return simde_mm_or_si128(a, b); }
-KESTRA_INLINE Vector lowWords(Vector bytes) { return simde_mm_unpacklo_epi8(bytes, none()); }
-KESTRA_INLINE Vector highWords(Vector bytes) { return simde_mm_unpackhi_epi8(bytes, none()); }
-KESTRA_INLINE Vector addWords(Vector a, Vector b) { return simde_mm_add_epi16(a, b); }
-KESTRA_INLINE Vector subWords(Vector a, Vector b) { return simde_mm_sub_epi16(a, b); }
-KESTRA_INLINE Vector lowTotal(Vector a, Vector b) { return addWords(lowWords(a), lowWords(b)); }
-KESTRA_INLINE Vector highTotal(Vector a, Vector b) { return addWords(highWords(a), highWords(b)); }
-KESTRA_INLINE Vector fourTimes(Vector words) { return simde_mm_slli_epi16(words, 2); }
-KESTRA_INLINE Vector lowPairs(Vector a, Vector b) { return simde_mm_unpacklo_epi16(a, b); }
-KESTRA_INLINE Vector highPairs(Vector a, Vector b) { return simde_mm_unpackhi_epi16(a, b); }
-KESTRA_INLINE Vector dot(Vector a, Vector b) { return simde_mm_madd_epi16(a, b); }
-KESTRA_INLINE Vector addSums(Vector a, Vector b) { return simde_mm_add_epi32(a, b); }
-KESTRA_INLINE Vector withoutFine(Vector s) { return simde_mm_srai_epi32(s, kFineBits); }
-KESTRA_INLINE Vector levels(Vector s) { return simde_mm_srai_epi32(s, kCoarseBits); }
-KESTRA_INLINE Vector toWords(Vector low, Vector high) { return simde_mm_packs_epi32(low, high); }
-KESTRA_INLINE Vector toBytes(Vector low, Vector high) { return simde_mm_packus_epi16(low, high); }
-KESTRA_INLINE Vector doubtful(Vector sum) {
-  const Vector place = simde_mm_and_si128(sum, allSums(kFraction & ~(2 * kDoubt - 1)));
-  return simde_mm_cmpeq_epi32(place, none());
-}
-KESTRA_INLINE bool anySet(Vector v) { return simde_mm_movemask_epi8(v) != 0; }
-
+  return addWords(firstWords(a), firstWords(b));
 #endif
+}
+KESTRA_LANES_FUNCTION Lanes secondTotals(Lanes a, Lanes b) {
+#if defined(__AVX2__)
+  return simde_mm256_maddubs_epi16(zipSecond(a, b), all(1));
+#else
+  return addWords(secondWords(a), secondWords(b));
+#endif
+}
 
-static_assert(kGaussianChunk % kStep == 0 && (kDoubt & (kDoubt - 1)) == 0, "whole steps, one bit");
+/// All bits set where a fraction is below 2 * kDoubt.
+KESTRA_LANES_FUNCTION Lanes doubtful(Lanes sum) {
+  const Lanes place = both(sum, allSums(kFraction & ~(2 * kDoubt - 1)));
+  return KESTRA_LANES(cmpeq_epi32)(place, zeros());
+}
+
+static_assert(kGaussianChunk % kLanes == 0 && (kDoubt & (kDoubt - 1)) == 0, "whole steps, one bit");
 
 // Two weights as neighbours, repeated.
-KESTRA_INLINE Vector both(int first, int second) { return allSums(second * 65536 + first); }
+KESTRA_LANES_FUNCTION Lanes neighbours(int first, int second) {
+  return allSums(second * 65536 + first);
+}
 
 struct Pairs {
-  Vector coarse[3];
-  Vector fine[3];
+  Lanes coarse[3];
+  Lanes fine[3];
 };
 
-KESTRA_INLINE Pairs pairsOf(const GaussianWeights& weights) {
+KESTRA_LANES_FUNCTION Pairs pairsOf(const GaussianWeights& weights) {
   Pairs pairs;
   for (std::size_t k = 0; k < 3; ++k) {
-    pairs.coarse[k] = both(weights.coarse[2 * k], weights.coarse[2 * k + 1]);
-    pairs.fine[k] = both(weights.fine[2 * k], weights.fine[2 * k + 1]);
+    pairs.coarse[k] = neighbours(weights.coarse[2 * k], weights.coarse[2 * k + 1]);
+    pairs.fine[k] = neighbours(weights.fine[2 * k], weights.fine[2 * k + 1]);
   }
   return pairs;
 }
 
 // a + half + kDoubt of the file's first comment: outside the doubtful places the same level.
-KESTRA_INLINE Vector sumOf(const Vector* taps, const Pairs& pairs) {
-  Vector coarse = allSums(kHalf + kDoubt);
-  Vector fine = none();
+KESTRA_LANES_FUNCTION Lanes sumOf(const Lanes* taps, const Pairs& pairs) {
+  Lanes coarse = allSums(kHalf + kDoubt);
+  Lanes fine = zeros();
   for (std::size_t k = 0; k < 3; ++k) {
     coarse = addSums(coarse, dot(taps[k], pairs.coarse[k]));
     fine = addSums(fine, dot(taps[k], pairs.fine[k]));
@@ -142,48 +106,48 @@ KESTRA_INLINE Vector sumOf(const Vector* taps, const Pairs& pairs) {
 }
 
 // The levels of a vector of pixels, given as six words each: five tap pairs and the middle.
-KESTRA_INLINE Vector blurWords(const Vector* words, const Pairs& pairs, Vector& doubt) {
-  Vector low[3];
-  Vector high[3];
+KESTRA_LANES_FUNCTION Lanes blurWords(const Lanes* words, const Pairs& pairs, Lanes& doubt) {
+  Lanes first[3];
+  Lanes second[3];
   for (std::size_t k = 0; k < 3; ++k) {
-    low[k] = lowPairs(words[2 * k], words[2 * k + 1]);
-    high[k] = highPairs(words[2 * k], words[2 * k + 1]);
+    first[k] = firstPairs(words[2 * k], words[2 * k + 1]);
+    second[k] = secondPairs(words[2 * k], words[2 * k + 1]);
   }
-  const Vector lowSum = sumOf(low, pairs);
-  const Vector highSum = sumOf(high, pairs);
-  doubt = either(doubt, either(doubtful(lowSum), doubtful(highSum)));
-  return toWords(levels(lowSum), levels(highSum));
+  const Lanes firstSum = sumOf(first, pairs);
+  const Lanes secondSum = sumOf(second, pairs);
+  doubt = either(doubt, either(doubtful(firstSum), doubtful(secondSum)));
+  return toWords(levels(firstSum), levels(secondSum));
 }
 
 // kGaussianChunk pixels from `at` on. True where some are in doubt.
-KESTRA_INLINE bool blurChunk(const unsigned char* const* taps, const Pairs& pairs,
-                             unsigned char* out, std::size_t at) {
-  Vector doubt = none();
-  for (std::size_t i = at; i < at + kGaussianChunk; i += kStep) {
-    Vector low[kGaussianReach + 1];
-    Vector high[kGaussianReach + 1];
+KESTRA_LANES_FUNCTION bool blurChunk(const unsigned char* const* taps, const Pairs& pairs,
+                                     unsigned char* out, std::size_t at) {
+  Lanes doubt = zeros();
+  for (std::size_t i = at; i < at + kGaussianChunk; i += kLanes) {
+    Lanes first[kGaussianReach + 1];
+    Lanes second[kGaussianReach + 1];
     for (int k = 0; k < kGaussianReach; ++k) {
-      const Vector a = load(taps[k] + i);
-      const Vector b = load(taps[kGaussianTaps - 1 - k] + i);
-      low[k] = lowTotal(a, b);
-      high[k] = highTotal(a, b);
+      const Lanes a = load(taps[k] + i);
+      const Lanes b = load(taps[kGaussianTaps - 1 - k] + i);
+      first[k] = firstTotals(a, b);
+      second[k] = secondTotals(a, b);
     }
-    const Vector middle = load(taps[kGaussianReach] + i);
-    low[kGaussianReach] = lowWords(middle);
-    high[kGaussianReach] = highWords(middle);
-    const Vector lowLevels = blurWords(low, pairs, doubt);
-    store(out + i, toBytes(lowLevels, blurWords(high, pairs, doubt)));
+    const Lanes middle = load(taps[kGaussianReach] + i);
+    first[kGaussianReach] = firstWords(middle);
+    second[kGaussianReach] = secondWords(middle);
+    const Lanes firstLevels = blurWords(first, pairs, doubt);
+    store(out + i, unzip(firstLevels, blurWords(second, pairs, doubt)));
   }
-  return anySet(doubt);
+  return highBits(doubt) != 0;
 }
 
 // 4 * own - 3 * blur = blur + 4 * (own - blur): -765 to 1020.
-KESTRA_INLINE Vector sharpened(Vector own, Vector blur) {
+KESTRA_LANES_FUNCTION Lanes sharpened(Lanes own, Lanes blur) {
   return addWords(blur, fourTimes(subWords(own, blur)));
 }
 
-KESTRA_INLINE bool isDoubtful(const unsigned char* const* taps, const GaussianWeights& weights,
-                              std::size_t at) {
+KESTRA_LANES_FUNCTION bool isDoubtful(const unsigned char* const* taps,
+                                      const GaussianWeights& weights, std::size_t at) {
   int coarse = kHalf + kDoubt;
   int fine = 0;
   for (int k = 0; k <= kGaussianReach; ++k) {
@@ -222,11 +186,11 @@ std::size_t blurPixels(const unsigned char* const taps[kGaussianTaps],
 void sharpenPixels(const unsigned char* source, const unsigned char* blurred, unsigned char* out,
                    std::size_t count) {
   std::size_t i = 0;
-  for (; i + kStep <= count; i += kStep) {
-    const Vector own = load(source + i);
-    const Vector blur = load(blurred + i);
-    store(out + i, toBytes(sharpened(lowWords(own), lowWords(blur)),
-                           sharpened(highWords(own), highWords(blur))));
+  for (; i + kLanes <= count; i += kLanes) {
+    const Lanes own = load(source + i);
+    const Lanes blur = load(blurred + i);
+    store(out + i, unzip(sharpened(firstWords(own), firstWords(blur)),
+                         sharpened(secondWords(own), secondWords(blur))));
   }
   for (; i < count; ++i) {
     const int level = 4 * source[i] - 3 * blurred[i];
