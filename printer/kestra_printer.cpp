@@ -1,7 +1,6 @@
 // Page output of the printer model: one setting command to the printer, one frame to the spool.
 #include "printer/kestra_printer.h"
 
-#include <algorithm>
 #include <string_view>
 
 #include "filter/base/log.h"
@@ -95,13 +94,12 @@ long KestraPrinter::CalcBlackPoints(const unsigned char* dots, long imageBytes, 
 }
 
 void KestraPrinter::OutputImage(long totalBytes, int rows, const unsigned char* records) {
-  // A page for whose whole frame there is no memory is dropped, although the records are stored
-  // from where they lie and the rest of the block is never touched.
+  // A page for whose whole frame there is no memory is dropped, although header and records are
+  // stored from where they lie and the block is never touched.
   const PageBlock frame = makePageBlock(kFrameHeaderSize + static_cast<std::size_t>(totalBytes));
   if (frame == nullptr) return;
   const PageFrameHeader header = pageFrameHeader(bLabelInfo, totalBytes, rows);
-  std::copy(header.begin(), header.end(), frame.get());
-  DumpPageToFile(PageNum, jobNumber(*settings_), frame.get(), static_cast<long>(header.size()),
+  DumpPageToFile(PageNum, jobNumber(*settings_), header.data(), static_cast<long>(header.size()),
                  records, totalBytes);
   ++PageNum;
 }
