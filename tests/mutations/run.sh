@@ -10,7 +10,7 @@ usage() {
   cat <<'EOF'
 Usage: tests/mutations/run.sh WORK_DIRECTORY [PATTERN]
 
-Tries every fault of tests/mutations/list.txt, or those whose line matches PATTERN, in copies of the
+Tries every fault of tests/mutations/list.txt, or those whose line matches PATTERN (as for grep -E), in copies of the
 project below WORK_DIRECTORY. Names the faults that survive; fails where too many do. What became of
 each fault stands in WORK_DIRECTORY/results.txt. JOBS=N works in N copies at a time.
 EOF
@@ -157,7 +157,8 @@ worker() {
   done
 }
 
-mapfile -t faults < <(grep -v '^#' "$root/tests/mutations/list.txt" | grep . | grep -e "${2-.}")
+mapfile -t faults < <(grep -v '^#' "$root/tests/mutations/list.txt" | grep . | grep -E -e "${2-.}")
+[ "${#faults[@]}" -gt 0 ] || { echo "mutations: no fault matches ${2-.}" >&2; exit 2; }
 echo "${#faults[@]} faults, $jobs at a time"
 wrong=0
 for fault in "${faults[@]}"; do
