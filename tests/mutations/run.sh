@@ -10,9 +10,10 @@ usage() {
   cat <<'EOF'
 Usage: tests/mutations/run.sh WORK_DIRECTORY [PATTERN]
 
-Tries every fault of tests/mutations/list.txt, or those whose line matches PATTERN (as for grep -E), in copies of the
-project below WORK_DIRECTORY. Names the faults that survive; fails where too many do. What became of
-each fault stands in WORK_DIRECTORY/results.txt. JOBS=N works in N copies at a time.
+Tries every fault of tests/mutations/list.txt, or those whose line matches PATTERN (as for
+grep -E), in copies of the project below WORK_DIRECTORY. Names the faults that survive; fails where
+too many do. What became of each fault stands in WORK_DIRECTORY/results.txt. JOBS=N works in N copies
+at a time.
 EOF
 }
 
