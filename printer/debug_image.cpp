@@ -50,8 +50,9 @@ void WrenPrinter::saveImage(const unsigned char* data, unsigned long bytesPerLin
   static_cast<void>(std::fwrite(header.data(), 1, header.size(), file.get()));
   if (bitsPerPixel == 8) {
     // The page's first width * height bytes as they lie, whatever the length of its lines.
-    std::fflush(file.get());
-    static_cast<void>(writeSparse(fileno(file.get()), header.size(), data, width * height));
+    if (std::fflush(file.get()) == 0) {
+      static_cast<void>(writeSparse(fileno(file.get()), header.size(), data, width * height));
+    }
     return;
   }
   const std::uint32_t rowBytes = debugBitmapRowBytes(columns, bitsPerPixel);
