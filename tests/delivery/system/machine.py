@@ -1,0 +1,99 @@
+"""Puts a test program into namespaces of its own: mounts, network and processes.
+
+The print system's places are fixed and a fault test kills and cuts at random: here nothing can reach
+the machine's own printers, and when the program ends the kernel ends whatever it started.
+"""
+
+import os
+import signal
+import subprocess
+import sys
+
+INSIDE = "KESTRA_RIG_INSIDE"
+OUTER_TMP = "/var/spool/outer-tmp"
+
+
+def _refusal(command):
+    """Why this machine does not grant the namespaces; empty where it does."""
+    try:
+        done = subprocess.run(command + ["true"], capture_output=True, text=True, check=False)
+    except FileNotFoundError:
+        return "unshare is missing: install the package util-linux"
+    return done.stderr.strip() if done.returncode else ""
+
+
+def enter(keep):
+    """Runs this program again inside. `keep`: folders that must stay visible, also below /tmp.
+
+    Comes back only inside, or with the reason (a text) where the machine refuses; the caller then
+    skips its tests. Inside, the network has a working `lo` and nothing else.
+    """
+    if os.environ.get(INSIDE):
+        _furnish(keep)
+        _leave_first_process()
+        return ""
+    command = ["unshare", "--mount", "--net", "--pid", "--fork", "--mount-proc", "--kill-child"]
+    if os.geteuid() != 0:
+        # The print system wants two users, root and lp, so one mapped user is not enough.
+        command[1:1] = ["--user", "--map-root-user", "--map-auto"]
+    refused = _refusal(command)
+    if refused:
+        return f"no namespaces here: {refused}"
+    os.environ[INSIDE] = "1"
+    sys.stdout.flush()
+    os.execvp(command[0], command + [sys.executable] + sys.argv)
+    return ""  # never comes here
+
+
+def _furnish(keep):
+    def run(*words):
+        subprocess.run(words, check=True)
+
+    # A filter runs as lp with umask 077; what these tests make must be passable for it.
+    os.umask(0o022)
+    run("ip", "link", "set", "lo", "up")
+    run("mount", "-t", "tmpfs", "-o", "mode=0755", "tmpfs", "/var/spool")
+    os.mkdir(OUTER_TMP)
+    run("mount", "--rbind", "/tmp", OUTER_TMP)
+    run("mount", "-t", "tmpfs", "-o", "mode=1777", "tmpfs", "/tmp")
+    for folder in keep:
+        folder = os.path.realpath(folder)
+        if folder.startswith("/tmp/"):
+            os.makedirs(folder, exist_ok=True)
+            run("mount", "--bind", OUTER_TMP + folder[len("/tmp"):], folder)
+    run("umount", "-l", OUTER_TMP)
+    os.rmdir(OUTER_TMP)
+    os.chdir("/")
+
+
+def _leave_first_process():
+    """The first process of the namespace buries orphans; the tests go on in a child of it.
+
+    A sender that outlived its print system would otherwise stay a zombie and look alive.
+    """
+    child = os.fork()
+    if child == 0:
+        return
+    signal.signal(signal.SIGINT, signal.SIG_IGN)
+    while True:
+        pid, status = os.wait()
+        if pid == child:
+            code = os.waitstatus_to_exitcode(status)
+            os._exit(code if code >= 0 else 128 - code)
+
+
+def processes(name):
+    """Ids of the living processes of this namespace whose program's file is called `name`."""
+    found = []
+    for entry in os.listdir("/proc"):
+        if not entry.isdigit():
+            continue
+        try:
+            with open(f"/proc/{entry}/stat", encoding="utf-8", errors="replace") as stat:
+                text = stat.read()
+        except OSError:
+            continue
+        comm, state = text[text.index("(") + 1:].rsplit(") ", 1)
+        if comm == name[:15] and state[0] not in "ZX":
+            found.append(int(entry))
+    return sorted(found)
