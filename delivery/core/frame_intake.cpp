@@ -1,0 +1,186 @@
+// Listens to the folder first and looks at it afterwards, so that nothing slips between the two; a
+// file that is seen twice is taken once.
+#include "delivery/core/frame_intake.h"
+
+#include <fcntl.h>
+#include <sys/inotify.h>
+#include <sys/sendfile.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <tuple>
+
+#include "filter/base/file.h"
+
+namespace kestra::delivery {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kNameStart[] = "page_";
+constexpr char kNameEnd[] = ".dat";
+
+bool isEarlier(const timespec& a, const timespec& b) {
+  return std::tie(a.tv_sec, a.tv_nsec) < std::tie(b.tv_sec, b.tv_nsec);
+}
+
+// "page_0001_jobid_000012_0000.dat" with the mark "_jobid_000012_".
+bool isFrameName(const std::string& name, const std::string& mark) {
+  constexpr std::size_t kStart = sizeof kNameStart - 1;
+  constexpr std::size_t kEnd = sizeof kNameEnd - 1;
+  if (name.size() <= kStart + mark.size() + kEnd) return false;
+  if (name.compare(0, kStart, kNameStart) != 0) return false;
+  if (name.compare(name.size() - kEnd, kEnd, kNameEnd) != 0) return false;
+  const std::size_t digits = name.find_first_not_of("0123456789", kStart);
+  return digits != kStart && name.compare(digits, mark.size(), mark) == 0;
+}
+
+bool copyFile(const std::string& from, const std::string& to) {
+  const int source = open(from.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+  const int target =
+      source < 0 ? -1
+                 : open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  bool copied = target >= 0;
+  while (copied) {
+    constexpr std::size_t kPart = 1 << 20;
+    const ssize_t now = sendfile(target, source, nullptr, kPart);
+    if (now == 0) break;
+    copied = now > 0;
+  }
+  if (target >= 0) close(target);
+  if (source >= 0) close(source);
+  if (target >= 0 && !copied) unlink(to.c_str());
+  return copied;
+}
+
+struct Found {
+  timespec time;
+  std::string name;
+};
+
+// Of frames made within one tick of the clock the names decide: within such a time one filter wrote
+// them, with rising page and sequence numbers.
+bool isBefore(const Found& a, const Found& b) {
+  if (isEarlier(a.time, b.time)) return true;
+  return !isEarlier(b.time, a.time) && a.name < b.name;
+}
+
+}  // namespace
+
+FrameIntake::FrameIntake(std::string folder, int job, timespec birth)
+    : folder_(std::move(folder)), birth_(birth) {
+  std::array<char, 32> mark = {};
+  std::snprintf(mark.data(), mark.size(), "_jobid_%06d_", job);
+  mark_ = mark.data();
+  notify_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+  look();
+}
+
+FrameIntake::~FrameIntake() {
+  if (notify_ >= 0) close(notify_);
+}
+
+void FrameIntake::watchFolder() {
+  if (notify_ < 0 || watch_ >= 0 || !hasFolder()) return;
+  watch_ = inotify_add_watch(notify_, folder_.c_str(),
+                             IN_CREATE | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR);
+}
+
+bool FrameIntake::hasFolder() const { return isTrustedFolder(folder_.c_str()); }
+
+void FrameIntake::look() {
+  if (notify_ >= 0) drain();
+  watchFolder();
+  scan();
+}
+
+// The folder may be removed and made anew while a job runs: then the watch is gone with it.
+void FrameIntake::drain() {
+  alignas(inotify_event) std::array<char, 16384> buffer = {};
+  while (true) {
+    const ssize_t got = read(notify_, buffer.data(), buffer.size());
+    if (got <= 0) return;
+    for (ssize_t at = 0; at < got;) {
+      const auto* event =
+          reinterpret_cast<const inotify_event*>(&buffer[static_cast<std::size_t>(at)]);
+      at += static_cast<ssize_t>(sizeof *event + event->len);
+      if (event->wd != watch_) continue;
+      if ((event->mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) != 0) {
+        if ((event->mask & IN_MOVE_SELF) != 0) inotify_rm_watch(notify_, watch_);
+        watch_ = -1;
+      } else if (event->len > 0) {
+        take(event->name);
+      }
+    }
+  }
+}
+
+void FrameIntake::scan() {
+  std::vector<Found> found;
+  std::error_code none;
+  for (const auto& entry : fs::directory_iterator(folder_, none)) {
+    const std::string name = entry.path().filename();
+    struct stat status = {};
+    if (!isFrameName(name, mark_) || lstat(entry.path().c_str(), &status) != 0) continue;
+    if (seen_.count({status.st_dev, status.st_ino}) > 0) continue;
+    found.push_back({status.st_mtim, name});
+  }
+  std::sort(found.begin(), found.end(), isBefore);
+  for (const Found& one : found) take(one.name);
+}
+
+void FrameIntake::take(const std::string& name) {
+  if (!isFrameName(name, mark_)) return;
+  TakenFrame frame;
+  frame.original = folder_ + "/" + name;
+  frame.kept = frame.original;
+  struct stat status = {};
+  if (lstat(frame.original.c_str(), &status) != 0) return;
+  if (!seen_.insert({status.st_dev, status.st_ino}).second) return;
+  if (!S_ISREG(status.st_mode) || (status.st_uid != geteuid() && status.st_uid != 0)) return;
+  frame.device = status.st_dev;
+  frame.inode = status.st_ino;
+  if (isEarlier(status.st_mtim, birth_)) {
+    older_.push_back(frame);
+    return;
+  }
+  if (!keepFolder_.empty()) keep(frame, frames_.size() + 1);
+  frames_.push_back(frame);
+}
+
+void FrameIntake::keepIn(const std::string& folder) {
+  keepFolder_ = folder;
+  for (std::size_t i = 0; i < frames_.size(); ++i) keep(frames_[i], i + 1);
+}
+
+void FrameIntake::keep(TakenFrame& frame, std::size_t number) const {
+  std::array<char, 48> name = {};
+  std::snprintf(name.data(), name.size(), "/frame-%ld-%06zu.dat", static_cast<long>(getpid()),
+                number);
+  const std::string path = keepFolder_ + name.data();
+  unlink(path.c_str());  // of a process that had our number
+  if (link(frame.original.c_str(), path.c_str()) == 0 || copyFile(frame.original, path)) {
+    frame.kept = path;
+  }
+}
+
+void FrameIntake::removeAll(long long since) {
+  // A name may have been given to another file meanwhile.
+  const auto removeIfSame = [](const TakenFrame& frame, long long youngest) {
+    struct stat status = {};
+    if (lstat(frame.original.c_str(), &status) != 0) return;
+    const bool isSame = status.st_dev == frame.device && status.st_ino == frame.inode;
+    if (isSame && status.st_mtime >= youngest) unlink(frame.original.c_str());
+  };
+  for (const TakenFrame& frame : frames_) {
+    removeIfSame(frame, 0);
+    if (frame.kept != frame.original) unlink(frame.kept.c_str());
+  }
+  for (const TakenFrame& frame : older_) removeIfSame(frame, since);
+}
+
+}  // namespace kestra::delivery

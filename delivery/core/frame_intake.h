@@ -1,0 +1,78 @@
+// Takes the frames of one job out of the filter's folder in the moment in which they appear.
+//
+// The filter announces each page before it makes it and stores it before it announces the next, so
+// the order of appearance is the printing order; names are not, as a page counter may start again.
+#pragma once
+
+#include <sys/types.h>
+
+#include <ctime>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kestra::delivery {
+
+/// A frame of the job.
+struct TakenFrame {
+  std::string original;  ///< its path in the filter's folder
+  std::string kept;      ///< its path in our own, or the original where it could not be kept
+  dev_t device = 0;
+  ino_t inode = 0;
+};
+
+class FrameIntake {
+ public:
+  /// @param folder  the filter's; need not be there yet
+  /// @param job     the job's number as it stands in the names
+  /// @param birth   frames older than this are not of this start of the job
+  FrameIntake(std::string folder, int job, timespec birth);
+  ~FrameIntake();
+  FrameIntake(const FrameIntake&) = delete;
+  FrameIntake& operator=(const FrameIntake&) = delete;
+
+  /// From now on each frame is linked, or copied where the folder is on another file system, to a
+  /// file of ours: nothing that the print system empties can take it away. Those that are there are
+  /// kept now. Without this call the originals are read.
+  /// @param folder  0700, on a disk
+  void keepIn(const std::string& folder);
+
+  /// Readable when something may have appeared; -1 where the system has no such thing.
+  [[nodiscard]] int descriptor() const { return notify_; }
+  /// Whether the folder must be looked at again in a moment, as nothing would tell.
+  [[nodiscard]] bool mustBePolled() const { return notify_ < 0 || watch_ < 0; }
+
+  /// Takes what has appeared.
+  void look();
+
+  /// Whether the filter's folder is there.
+  [[nodiscard]] bool hasFolder() const;
+  [[nodiscard]] timespec birth() const { return birth_; }
+
+  /// The frames so far, in printing order.
+  [[nodiscard]] const std::vector<TakenFrame>& frames() const { return frames_; }
+
+  /// Removes the taken frames, ours and the filter's, and those that an earlier start of this job
+  /// left after `since` (seconds since 1970).
+  void removeAll(long long since);
+
+ private:
+  void watchFolder();
+  void drain();
+  void scan();
+  void take(const std::string& name);
+  void keep(TakenFrame& frame, std::size_t number) const;
+
+  std::string folder_;
+  std::string mark_;  // what stands in the names of the job's frames
+  timespec birth_;
+  std::string keepFolder_;
+  int notify_ = -1;  // owned
+  int watch_ = -1;   // of notify_; -1: the folder is not watched
+  std::vector<TakenFrame> frames_;
+  std::set<std::pair<dev_t, ino_t>> seen_;
+  std::vector<TakenFrame> older_;
+};
+
+}  // namespace kestra::delivery

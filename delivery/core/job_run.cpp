@@ -1,0 +1,151 @@
+// The order that makes starts of a job follow each other: listen for frames first, wait for the
+// job, for the device, then send.
+#include "delivery/core/job_run.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "delivery/core/debug_images.h"
+#include "delivery/core/file_source.h"
+#include "delivery/core/frame_intake.h"
+#include "delivery/core/job_source.h"
+#include "delivery/core/job_store.h"
+#include "delivery/core/lock.h"
+
+namespace kestra::delivery {
+namespace {
+
+constexpr long kLookAgainMilliseconds = 10;
+constexpr long kSayWaitingMilliseconds = 500;
+constexpr long kLastFramesMilliseconds = 300;
+constexpr long long kRememberSeconds = 8 * 24 * 3600;
+
+// Waits for a lock. A cancel is passed on to the holder if it prints the same job.
+bool waitFor(Lock& lock, Watch& watch, const Tell& tell, const std::string& words,
+             bool passesCancel) {
+  const auto sayAt = Clock::now() + std::chrono::milliseconds(kSayWaitingMilliseconds);
+  bool isSaid = false;
+  while (!lock.take()) {
+    if (!isSaid && Clock::now() >= sayAt) {
+      tell("INFO: " + words);
+      isSaid = true;
+    }
+    if (watch.pause(Patience::forMilliseconds(kLookAgainMilliseconds)) != Woken::kStopped) continue;
+    const pid_t holder = lock.holder();
+    if (passesCancel && watch.stopped() == Stop::kCancel && holder > 1) kill(holder, SIGINT);
+    return false;
+  }
+  return true;
+}
+
+Verdict cannotRemember(const Tell& tell, const std::string& problem) {
+  tell("ERROR: Nothing is printed, as what was printed could not be remembered: " + problem +
+       ". Make room there, or mend its rights, then enable the printer again.");
+  return Verdict::kStop;
+}
+
+// Labels that were made and not sent when everything of their job was ended by force, the print
+// system taking it for printed. Each is sent as long as the journal knows it as missing.
+void sendLeftOvers(const JobStore& store, const JobFacts& facts, Sink& sink, Watch& watch,
+                   const Tell& tell) {
+  for (const Printing& one : store.printings()) {
+    const bool isLeft = one.journal.rest == Rest::kNone && one.journal.device == facts.device &&
+                        one.key != facts.key;
+    if (!isLeft) continue;
+    std::string problem;
+    Lock lock;
+    if (!lock.open(store.jobLock(one.key, problem), problem) || !lock.take()) continue;
+    std::vector<std::string> frames = keptFrames(one.folder);
+    Journal journal;
+    if (frames.empty() || !journal.open(one.folder + "/journal", problem)) continue;
+    tell("INFO: Printing what was left of job " + std::to_string(one.journal.number));
+    FileSource source(std::move(frames), one.journal.command);
+    const Tell aside = [&tell](const std::string& line) {
+      if (line.rfind("PAGE:", 0) != 0 && line.rfind("ATTR:", 0) != 0) tell(line);
+    };
+    Sender sender(source, sink, journal, watch, aside, {facts.doubt, false, false, true});
+    if (sender.run() != Verdict::kPrinted) return;
+    dropKeptFrames(one.folder);
+  }
+}
+
+// Frames that a filter stores while it is being stopped would stay for ever.
+void awaitLastFrames(JobSource& source, Watch& watch) {
+  const Patience moment = Patience::forMilliseconds(kLastFramesMilliseconds, Stop::kNone);
+  while (!source.total()) {
+    if (watch.await(moment) == Woken::kTime) return;
+  }
+}
+
+}  // namespace
+
+timespec birthOfPipe(int pipe) {
+  struct stat status = {};
+  return fstat(pipe, &status) == 0 ? status.st_atim : timespec{};
+}
+
+Verdict printJob(const Places& places, const Settings& settings, const JobFacts& facts, Sink& sink,
+                 Watch& watch, const Tell& tell) {
+  FrameIntake intake(places.frames, facts.number, facts.birth);
+  JobSource source(facts.input, intake, pageCounterPath(places.frames, facts.queue), watch);
+
+  const JobStore store(places.state);
+  std::string problem;
+  if (!store.prepare(problem)) return cannotRemember(tell, problem);
+  Lock job;
+  if (!job.open(store.jobLock(facts.key, problem), problem)) return cannotRemember(tell, problem);
+  if (!waitFor(job, watch, tell, "An earlier start of this job still prints; waiting for it",
+               true)) {
+    return Verdict::kRetry;
+  }
+  const std::string folder = store.printingFolder(facts.key, facts.completed, problem);
+  Journal journal;
+  if (folder.empty() || !journal.open(folder + "/journal", problem)) {
+    return cannotRemember(tell, problem);
+  }
+  const bool isResumed = journal.state().rest == Rest::kHeld;
+  if (!journal.reserve() ||
+      !journal.start({facts.completed, facts.number, facts.queue, facts.device, facts.title})) {
+    return cannotRemember(tell, folder + "/journal cannot be written");
+  }
+  dropKeptFrames(folder, getpid());
+  intake.keepIn(folder);
+
+  Lock device;
+  if (!device.open(store.deviceLock(facts.device), problem)) return cannotRemember(tell, problem);
+  if (!waitFor(device, watch, tell, "Another job prints on this printer; waiting for it", false)) {
+    static_cast<void>(
+        journal.rest(watch.stopped() == Stop::kCancel ? Rest::kStopped : Rest::kLeft));
+    intake.removeAll(journal.state().begun);
+    return Verdict::kRetry;
+  }
+  const bool wasCutOff = device.isMarked();
+  device.mark(true);
+  sendLeftOvers(store, facts, sink, watch, tell);
+
+  Sender sender(source, sink, journal, watch, tell,
+                {facts.doubt, facts.inClass, isResumed, wasCutOff});
+  const Verdict verdict = sender.run();
+  device.mark(sender.leftTornPage());
+  if (watch.stopped() != Stop::kNone) awaitLastFrames(source, watch);
+  intake.removeAll(journal.state().begun);
+  trimDebugImages(places.images, settings.imageBytes);
+  store.forgetOld(kRememberSeconds);
+  return verdict;
+}
+
+Verdict printJobOnce(const Places& places, const JobFacts& facts, Sink& sink, Watch& watch,
+                     const Tell& tell) {
+  FrameIntake intake(places.frames, facts.number, facts.birth);
+  JobSource source(facts.input, intake, "", watch);
+  Journal journal;
+  Sender sender(source, sink, journal, watch, tell, {facts.doubt, facts.inClass, false, false});
+  const Verdict verdict = sender.run();
+  if (watch.stopped() != Stop::kNone) awaitLastFrames(source, watch);
+  intake.removeAll(0);
+  return verdict;
+}
+
+}  // namespace kestra::delivery

@@ -1,0 +1,194 @@
+// Plain folders and text files: whoever has to help by hand sees everything with ls and cat.
+#include "delivery/core/job_store.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+#include "delivery/core/digest.h"
+#include "delivery/core/lock.h"
+#include "filter/base/file.h"
+
+namespace kestra::delivery {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr mode_t kOwnerOnlyFolder = 0700;
+constexpr std::size_t kLongestKey = 64;
+constexpr char kFrameStart[] = "frame-";
+constexpr long long kTidyEvery = 3600;
+
+bool makeFolder(const std::string& path, std::string& problem) {
+  if (mkdir(path.c_str(), kOwnerOnlyFolder) != 0 && errno != EEXIST) {
+    problem = path + ": " + std::strerror(errno);
+    return false;
+  }
+  if (!isTrustedFolder(path.c_str())) {
+    problem = path + ": it is no folder of ours";
+    return false;
+  }
+  return true;
+}
+
+// The names in a folder that are numbers, rising.
+std::vector<int> generationsIn(const std::string& folder) {
+  std::vector<int> numbers;
+  std::error_code none;
+  for (const auto& entry : fs::directory_iterator(folder, none)) {
+    const std::string name = entry.path().filename();
+    const bool isNumber = !name.empty() && name.size() <= 6 &&
+                          name.find_first_not_of("0123456789") == std::string::npos;
+    if (isNumber) numbers.push_back(std::atoi(name.c_str()));
+  }
+  std::sort(numbers.begin(), numbers.end());
+  return numbers;
+}
+
+JournalState journalIn(const std::string& folder) {
+  std::ifstream file(folder + "/journal", std::ios::binary);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return readJournal(text.str());
+}
+
+// "frame-1234-000001.dat": 1234; 0 for any other name.
+long processOf(const std::string& name) {
+  if (name.rfind(kFrameStart, 0) != 0) return 0;
+  return std::atol(name.c_str() + sizeof kFrameStart - 1);
+}
+
+}  // namespace
+
+bool isJobKey(const std::string& key) {
+  const auto isAllowed = [](char c) {
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '-';
+  };
+  return !key.empty() && key.size() <= kLongestKey &&
+         std::all_of(key.begin(), key.end(), isAllowed);
+}
+
+std::string jobKey(const std::string& uuid, int number, long long created) {
+  constexpr char kStart[] = "urn:uuid:";
+  const std::string rest = uuid.rfind(kStart, 0) == 0 ? uuid.substr(sizeof kStart - 1) : uuid;
+  if (isJobKey(rest)) return rest;
+  return "job-" + std::to_string(number) + "-" + std::to_string(created);
+}
+
+bool JobStore::prepare(std::string& problem) const {
+  return makeFolder(state_, problem) && makeFolder(state_ + "/jobs", problem) &&
+         makeFolder(state_ + "/devices", problem);
+}
+
+std::string JobStore::jobLock(const std::string& key, std::string& problem) const {
+  const std::string folder = state_ + "/jobs/" + key;
+  return makeFolder(folder, problem) ? folder + "/lock" : "";
+}
+
+std::string JobStore::deviceLock(const std::string& device) const {
+  return state_ + "/devices/" + textDigest(device) + ".lock";
+}
+
+std::string JobStore::printingFolder(const std::string& key, long long completed,
+                                     std::string& problem) const {
+  const std::string job = state_ + "/jobs/" + key;
+  const std::vector<int> generations = generationsIn(job);
+  int generation = generations.empty() ? 0 : generations.back();
+  if (!generations.empty()) {
+    const JournalState last = journalIn(job + "/" + std::to_string(generation));
+    const bool hadEnded = completed != 0 && completed != last.completed;
+    if (hadEnded || last.rest == Rest::kChanged) ++generation;
+  }
+  const std::string folder = job + "/" + std::to_string(generation);
+  return makeFolder(folder, problem) ? folder : "";
+}
+
+std::vector<Printing> JobStore::printings() const {
+  std::vector<Printing> found;
+  std::error_code none;
+  for (const auto& entry : fs::directory_iterator(state_ + "/jobs", none)) {
+    const std::string key = entry.path().filename();
+    if (!isJobKey(key)) continue;
+    for (const int generation : generationsIn(entry.path())) {
+      const std::string folder = entry.path().string() + "/" + std::to_string(generation);
+      found.push_back({key, generation, folder, journalIn(folder)});
+    }
+  }
+  std::sort(found.begin(), found.end(), [](const Printing& a, const Printing& b) {
+    return a.key != b.key ? a.key < b.key : a.generation < b.generation;
+  });
+  return found;
+}
+
+void JobStore::forget(const std::string& key) const {
+  std::error_code none;
+  if (isJobKey(key)) fs::remove_all(state_ + "/jobs/" + key, none);
+}
+
+void JobStore::forgetOld(long long seconds) const {
+  const std::string stamp = state_ + "/tidied";
+  struct stat status = {};
+  const long long now = std::time(nullptr);
+  if (lstat(stamp.c_str(), &status) == 0 && now - status.st_mtime < kTidyEvery &&
+      status.st_mtime <= now) {
+    return;
+  }
+  if (const FilePtr made = openPrivateFile(stamp.c_str())) std::fputs("1\n", made.get());
+
+  std::map<std::string, long long> newest;
+  for (const Printing& one : printings()) {
+    const std::string journal = one.folder + "/journal";
+    const bool isThere =
+        lstat(journal.c_str(), &status) == 0 || lstat(one.folder.c_str(), &status) == 0;
+    long long& time = newest[one.key];
+    if (isThere) time = std::max<long long>(time, status.st_mtime);
+  }
+  for (const auto& [key, time] : newest) {
+    if (now - time < seconds) continue;
+    Lock lock;
+    std::string problem;
+    const std::string path = jobLock(key, problem);
+    if (!path.empty() && lock.open(path, problem) && lock.take()) forget(key);
+  }
+}
+
+std::vector<std::string> keptFrames(const std::string& folder) {
+  std::map<long, std::vector<std::string>> byProcess;
+  std::map<long, long long> newest;
+  std::error_code none;
+  for (const auto& entry : fs::directory_iterator(folder, none)) {
+    const std::string name = entry.path().filename();
+    const long process = processOf(name);
+    struct stat status = {};
+    if (process == 0 || lstat(entry.path().c_str(), &status) != 0) continue;
+    byProcess[process].push_back(entry.path());
+    newest[process] = std::max<long long>(newest[process], status.st_ctime);
+  }
+  if (newest.empty()) return {};
+  const auto last =
+      std::max_element(newest.begin(), newest.end(),
+                       [](const auto& a, const auto& b) { return a.second < b.second; });
+  std::vector<std::string> frames = byProcess[last->first];
+  std::sort(frames.begin(), frames.end());
+  return frames;
+}
+
+void dropKeptFrames(const std::string& folder, long exceptProcess) {
+  std::error_code none;
+  for (const auto& entry : fs::directory_iterator(folder, none)) {
+    const long process = processOf(entry.path().filename());
+    if (process != 0 && process != exceptProcess) unlink(entry.path().c_str());
+  }
+}
+
+}  // namespace kestra::delivery

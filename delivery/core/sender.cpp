@@ -1,0 +1,300 @@
+// The order of sending, proving and noting down. Whatever is not proven and noted is sent again.
+#include "delivery/core/sender.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace kestra::delivery {
+namespace {
+
+// A page that has begun is finished unless the job is cancelled: what the printer lacks of it, it
+// would take from the next one.
+constexpr Patience kWithinPage = {Clock::time_point::max(), Stop::kCancel};
+constexpr Patience kBetweenPages = {Clock::time_point::max(), Stop::kLeave};
+constexpr long kWhiteMilliseconds = 4000;
+constexpr long kFarewellMilliseconds = 500;
+constexpr std::size_t kTriesInVain = 4;
+constexpr std::size_t kTriesOfOtherPages = 2;
+constexpr char kRawDigest[] = "raw";
+
+Command commandOf(const Page& page) {
+  Command command = {};
+  std::copy_n(page.bytes.begin(), command.size(), command.begin());
+  return command;
+}
+
+std::string labels(std::size_t first, std::size_t last) {
+  if (first == last) return "Label " + std::to_string(first);
+  return "Labels " + std::to_string(first) + " to " + std::to_string(last);
+}
+
+}  // namespace
+
+Sender::Sender(PageSource& source, Sink& sink, Journal& journal, Watch& watch, Tell tell,
+               SendRules rules)
+    : source_(source),
+      sink_(sink),
+      journal_(journal),
+      watch_(watch),
+      tell_(std::move(tell)),
+      rules_(rules),
+      isTorn_(rules.isAfterTornPage) {}
+
+Verdict Sender::run() {
+  const std::size_t came = journal_.state().came();
+  if (came > 0) tell_("PAGE: total " + std::to_string(came));
+  Step step;
+  while (step.goesOn) step = oneItem();
+  // However it ended, the printer gets the time to read what it has taken.
+  static_cast<void>(sink_.finish(Patience::forMilliseconds(kFarewellMilliseconds, Stop::kNone)));
+  return step.verdict;
+}
+
+Sender::Step Sender::oneItem() {
+  const Next next = source_.announced(number_, kBetweenPages);
+  if (next == Next::kEnd) return endOfJob();
+  if (next != Next::kPage && next != Next::kRaw) return noPage(next);
+  const bool isRaw = next == Next::kRaw;
+  if (number_ <= journal_.state().done()) return isRaw ? deliverRaw() : skipDelivered();
+  if (!journal_.state().doubted.empty()) return settleDoubt();
+  return isRaw ? deliverRaw() : deliver();
+}
+
+// The pages of a job that is started again must be those that came: a job that was changed while it
+// was held has others, and nobody can guess which of them are wanted.
+Sender::Step Sender::skipDelivered() {
+  Page page;
+  const Next next = source_.page(number_, page, kBetweenPages);
+  if (next != Next::kPage) return noPage(next);
+  if (page.digest == journal_.state().digests[number_ - 1]) {
+    ++number_;
+    return on();
+  }
+  if (journal_.state().triesInVain <= kTriesOfOtherPages) {
+    warn("Label " + std::to_string(number_) + " is not the one that came; the job is made anew");
+    return rest(Rest::kAgain, Verdict::kRetry);
+  }
+  tell_("ERROR: The job was changed after " + std::to_string(journal_.state().done()) +
+        " of its labels came. Resume it to print all labels anew, or cancel it.");
+  return rest(Rest::kChanged, Verdict::kHold);
+}
+
+Sender::Step Sender::settleDoubt() {
+  const std::size_t count = journal_.state().doubted.size();
+  const std::string which = labels(number_, number_ + count - 1);
+  if (rules_.doubt == Doubt::kSkip) {
+    warn(which + " may be missing: the printer was cut off when it was nearly out");
+    for (std::size_t i = 0; i < count; ++i, ++number_) {
+      if (!journal_.skip()) return noRoom();
+    }
+    return on();
+  }
+  const bool isResumed = std::exchange(rules_.isResumed, false);
+  if (rules_.doubt == Doubt::kHold && !isResumed) {
+    tell_("ERROR: " + which +
+          " may have come or not: the printer was cut off. Look at the printer; resume the job to "
+          "print it again, or resume it with the option doubt=skip to leave it out.");
+    return rest(Rest::kHeld, Verdict::kHold);
+  }
+  warn(which + " may come twice: the printer was cut off when it was nearly out");
+  return journal_.again() ? on() : noRoom();
+}
+
+Sender::Step Sender::deliver() {
+  // The way is made ready while the page is still being drawn.
+  Step step = openWay();
+  if (!step.goesOn || !isOpen_) return step;
+  Page page;
+  const Next next = source_.page(number_, page, kBetweenPages);
+  if (next != Next::kPage) return noPage(next);
+  step = openWay();
+  if (!step.goesOn || !isOpen_) return step;
+  if (!journal_.reserve()) return noRoom();
+
+  tellProgress();
+  return sendPage(page);
+}
+
+Sender::Step Sender::openWay() {
+  const Progress progress =
+      sink_.open(isTorn_ ? Before::kTornPage : Before::kNothing, kBetweenPages);
+  isOpen_ = progress == Progress::kDone;
+  if (isOpen_) return on();
+  return progress == Progress::kBroken && !passed_.empty() ? afterBreak() : afterSink(progress);
+}
+
+Sender::Step Sender::sendPage(const Page& page) {
+  const std::uint64_t start = sink_.sent();
+  const std::size_t most = page.bytes.size() - 1;
+  Progress progress = sink_.send(page.bytes.data(), most, kWithinPage);
+  if (progress == Progress::kDone) progress = sink_.settle(kWithinPage);
+  if (progress == Progress::kStopped) {
+    endInWhite(page, start);
+    return stopped();
+  }
+  const bool isClosing = progress == Progress::kDone;
+  if (isClosing) {
+    // From here on the page may be whole.
+    if (!journal_.closing(page.digest, commandOf(page))) {
+      sink_.drop();
+      return noRoom();
+    }
+    progress = sink_.send(&page.bytes[most], 1, kWithinPage);
+    if (progress == Progress::kDone) progress = sink_.prove(kWithinPage);
+    if (progress == Progress::kStopped) {
+      // Only the proof is missing: it comes soon or never.
+      progress = sink_.prove(Patience::forMilliseconds(kWhiteMilliseconds, Stop::kNone));
+      if (progress != Progress::kDone) sink_.drop();
+    }
+  }
+  if (isClosing && progress == Progress::kDone) {
+    if (!journal_.done(page.digest)) return noRoom();
+    isTorn_ = false;
+    passed_.push_back({number_++, sink_.sent()});
+    tell_("PAGE: total " + std::to_string(journal_.state().came()));
+    return on();
+  }
+  isTorn_ = isClosing || sink_.sent() != start;
+  if (watch_.isStopped(kWithinPage)) return stopped();
+  return progress == Progress::kBroken ? afterBreak() : afterSink(progress);
+}
+
+// Rows that are left are sent without dots, and the printer is ready for the next job.
+void Sender::endInWhite(const Page& page, std::uint64_t start) {
+  const Patience moment = Patience::forMilliseconds(kWhiteMilliseconds, Stop::kNone);
+  const auto sent = static_cast<std::size_t>(sink_.sent() - start);
+  if (sent == 0) return;
+  const std::size_t row = page.endOfRow(sent);
+  Progress progress = sink_.send(&page.bytes[sent], row - sent, moment);
+  constexpr std::size_t kPart = 65536;
+  const std::vector<std::uint8_t> white(kPart, 0);
+  for (std::size_t at = row; progress == Progress::kDone && at < page.bytes.size(); at += kPart) {
+    progress = sink_.send(white.data(), std::min(kPart, page.bytes.size() - at), moment);
+  }
+  if (progress == Progress::kDone) progress = sink_.prove(moment);
+  if (progress == Progress::kDone) progress = sink_.finish(moment);
+  if (progress != Progress::kDone) sink_.drop();
+}
+
+// Pages that the printer had taken and perhaps not read are in doubt again, besides one that was
+// closing.
+Sender::Step Sender::afterBreak() {
+  warn("The connection to the printer broke: " + sink_.problem());
+  const std::uint64_t read = sink_.surelyRead();
+  sink_.drop();
+  const auto unsure = std::find_if(passed_.begin(), passed_.end(),
+                                   [read](const Passed& one) { return one.end > read; });
+  if (unsure != passed_.end()) {
+    number_ = unsure->number;
+    if (!journal_.lost(number_)) return noRoom();
+  }
+  passed_.clear();
+  return on();
+}
+
+Sender::Step Sender::deliverRaw() {
+  const bool isDone = number_ <= journal_.state().done();
+  if (!isDone) {
+    const Step step = openWay();
+    if (!step.goesOn || !isOpen_) return step;
+    if (!journal_.reserve() || !journal_.closing(kRawDigest, kUsualCommand)) return noRoom();
+  }
+  std::vector<std::uint8_t> bytes;
+  while (true) {
+    const Next next = source_.raw(bytes, kBetweenPages);
+    if (next == Next::kStopped) return stopped();
+    if (next != Next::kRaw && next != Next::kEnd) return noPage(next);
+    if (next == Next::kEnd) break;
+    if (isDone) continue;
+    const Progress progress = sink_.send(bytes.data(), bytes.size(), kBetweenPages);
+    if (progress == Progress::kDone) continue;
+    if (progress != Progress::kBroken) return afterSink(progress);
+    return rawBroke();
+  }
+  if (!isDone) {
+    Progress progress = sink_.prove(kBetweenPages);
+    if (progress == Progress::kDone) progress = sink_.finish(kBetweenPages);
+    if (progress == Progress::kBroken) return rawBroke();
+    if (progress != Progress::kDone) return afterSink(progress);
+    if (!journal_.done(kRawDigest)) return noRoom();
+  }
+  return rest(Rest::kEnded, Verdict::kPrinted);
+}
+
+// What a person sends as it is cannot be told apart into labels: it comes again as a whole.
+Sender::Step Sender::rawBroke() {
+  warn("The connection to the printer broke: " + sink_.problem());
+  sink_.drop();
+  return rest(Rest::kAgain, Verdict::kRetry);
+}
+
+Sender::Step Sender::endOfJob() {
+  if (!passed_.empty()) {
+    const Progress progress = sink_.finish(kBetweenPages);
+    if (progress == Progress::kBroken) return afterBreak();
+    if (progress == Progress::kStopped) return stopped();
+    if (progress != Progress::kDone) return afterSink(progress);
+  }
+  return rest(Rest::kEnded, Verdict::kPrinted);
+}
+
+Sender::Step Sender::afterSink(Progress progress) {
+  switch (progress) {
+    case Progress::kDone:
+      return on();
+    case Progress::kStopped:
+      return stopped();
+    case Progress::kBroken:
+    case Progress::kTimedOut:
+      if (!rules_.inClass) return on();
+      warn("This printer is away, another one of the class goes on: " + sink_.problem());
+      return rest(Rest::kLeft, Verdict::kFailed);
+    case Progress::kHopeless:
+      break;
+  }
+  tell_("ERROR: " + sink_.problem());
+  return rest(Rest::kLeft, Verdict::kStop);
+}
+
+// A label that is missing must not pass as printed. Made anew it may be there; if not, a person
+// must look.
+Sender::Step Sender::noPage(Next why) {
+  if (why == Next::kStopped) return stopped();
+  if (journal_.state().triesInVain < kTriesInVain) {
+    warn("The job is made anew: " + source_.problem());
+    return rest(Rest::kAgain, Verdict::kRetry);
+  }
+  tell_("ERROR: Not all labels of this job could be made: " + source_.problem() +
+        ". The log of the print system says why; resume the job to try again, or cancel it.");
+  return rest(Rest::kHeld, Verdict::kHold);
+}
+
+Sender::Step Sender::noRoom() {
+  tell_(
+      "ERROR: Nothing is printed as the journal of the job cannot be written: make room below "
+      "/var/lib/rastertokestra, then enable the printer again.");
+  return end(Verdict::kStop);
+}
+
+Sender::Step Sender::stopped() {
+  return rest(watch_.stopped() == Stop::kCancel ? Rest::kStopped : Rest::kLeft, Verdict::kRetry);
+}
+
+// A note that finds no room is not needed: the next start finds a job that was cut off.
+Sender::Step Sender::rest(Rest how, Verdict verdict) {
+  static_cast<void>(journal_.rest(how));
+  return end(verdict);
+}
+
+void Sender::tellProgress() {
+  std::string words = "INFO: Printing label " + std::to_string(number_);
+  if (const auto total = source_.total()) {
+    words += " of " + std::to_string(*total);
+    if (*total > 0) {
+      tell_("ATTR: job-media-progress=" + std::to_string(100 * (number_ - 1) / *total));
+    }
+  }
+  tell_(words);
+}
+
+}  // namespace kestra::delivery
