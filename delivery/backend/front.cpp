@@ -1,0 +1,100 @@
+// Waits for two things, the sender's next word and a request to stop, whichever comes first.
+#include "delivery/backend/front.h"
+
+#include <cups/backend.h>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <optional>
+#include <string>
+
+#include "delivery/backend/channel.h"
+#include "delivery/backend/time_left.h"
+#include "delivery/core/watch.h"
+
+namespace kestra::delivery {
+namespace {
+
+constexpr int kAgain = CUPS_BACKEND_RETRY_CURRENT;
+
+sigset_t stopSignal() {
+  sigset_t set;
+  sigemptyset(&set);
+  sigaddset(&set, SIGTERM);
+  return set;
+}
+
+// One write, as the print system's other programs write to the same pipe. Nobody can be told where
+// it fails: the print system is gone.
+void say(const std::string& line) {
+  const std::string whole = oneLine(line) + '\n';
+  ssize_t written = -1;
+  do {
+    written = write(STDERR_FILENO, whole.data(), whole.size());
+  } while (written < 0 && errno == EINTR);
+}
+
+// The sender has ended without a verdict.
+int endWithoutVerdict(pid_t sender, int stops, const FrontTimes& times) {
+  int status = 0;
+  pid_t ended = -1;
+  do {
+    ended = waitpid(sender, &status, 0);
+  } while (ended < 0 && errno == EINTR);
+  const bool isFault =
+      ended == sender &&
+      !(WIFSIGNALED(status) && (WTERMSIG(status) == SIGKILL || WTERMSIG(status) == SIGTERM));
+  if (!isFault) return kAgain;
+  say("ERROR: The program that sends the pages ended by a fault of its own (" +
+      (WIFSIGNALED(status) ? "signal " + std::to_string(WTERMSIG(status))
+                           : "status " + std::to_string(WEXITSTATUS(status))) +
+      "). It is started again; pages that were printed are not printed twice.");
+  pollfd stop = {stops, POLLIN, 0};
+  static_cast<void>(poll(&stop, 1, static_cast<int>(times.fault.count())));
+  return kAgain;
+}
+
+}  // namespace
+
+void holdStopSignal() {
+  const sigset_t set = stopSignal();
+  static_cast<void>(sigprocmask(SIG_BLOCK, &set, nullptr));
+}
+
+int runFront(int wire, pid_t sender, const FrontTimes& times) {
+  holdStopSignal();
+  const sigset_t set = stopSignal();
+  const int stops = signalfd(-1, &set, SFD_CLOEXEC);
+  const FrontEnd front(wire);
+  std::optional<Clock::time_point> until;
+  int code = kAgain;
+  while (true) {
+    // A descriptor below 0 is passed over by poll: one stop is enough.
+    std::array<pollfd, 2> events = {pollfd{wire, POLLIN, 0}, pollfd{until ? -1 : stops, POLLIN, 0}};
+    const int ready = poll(events.data(), events.size(), until ? millisecondsTo(*until) : -1);
+    if (ready < 0 && errno == EINTR) continue;
+    if (ready <= 0) break;
+    if (events[1].revents != 0) {
+      front.cancel();
+      until = Clock::now() + times.stop;
+    }
+    if (events[0].revents == 0) continue;
+    const Report report = front.next();
+    if (report.kind == Report::Kind::kLine) {
+      say(report.line);
+      continue;
+    }
+    code = report.kind == Report::Kind::kVerdict ? report.code
+                                                 : endWithoutVerdict(sender, stops, times);
+    break;
+  }
+  if (stops >= 0) close(stops);
+  return code;
+}
+
+}  // namespace kestra::delivery

@@ -1,0 +1,282 @@
+// Tests of the two processes of a job: what the print system sees of every way in which one of them
+// ends, and that the other goes on.
+#include "delivery/backend/apart.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <string>
+
+#include "tests/delivery/backend/child.h"
+
+namespace kestra::delivery {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr int kAgain = 7;  // the print system starts the job again at once
+
+const Patience kUntilLeave = {};
+const Patience kUntilCancel = {Clock::time_point::max(), Stop::kCancel};
+
+FrontTimes quick() { return {milliseconds(300), milliseconds(100)}; }
+
+TEST(RunApart, EndsWithTheVerdictAfterAllLines) {
+  Child job([] {
+    return runApart([](int, Watch&, const Tell& tell) {
+      for (int i = 0; i < 100; ++i) tell("INFO: line " + std::to_string(i));
+      return 3;
+    });
+  });
+  std::string wanted;
+  for (int i = 0; i < 100; ++i) wanted += "INFO: line " + std::to_string(i) + "\n";
+  EXPECT_EQ(job.messages(), wanted);
+  EXPECT_EQ(job.output(), "");
+  EXPECT_EQ(job.wait(), 3);
+}
+
+TEST(RunApart, HasTheJobStartedAgainWhoseSenderWasKilled) {
+  for (const int signal : {SIGKILL, SIGTERM}) {
+    Child job([signal] {
+      return runApart([signal](int, Watch&, const Tell& tell) {
+        tell("INFO: on its way");
+        sigset_t none;
+        sigemptyset(&none);
+        sigprocmask(SIG_SETMASK, &none, nullptr);
+        raise(signal);
+        return 0;
+      });
+    });
+    EXPECT_EQ(job.messages(), "INFO: on its way\n");
+    EXPECT_EQ(job.wait(), kAgain);
+  }
+}
+
+TEST(RunApart, TellsOfASenderThatEndedByAFaultAndWaitsALittle) {
+  const auto before = Clock::now();
+  Child job([] {
+    const rlimit none = {0, 0};
+    setrlimit(RLIMIT_CORE, &none);
+    return runApart(
+        [](int, Watch&, const Tell&) {
+          std::signal(SIGABRT, SIG_DFL);
+          std::abort();
+          return 0;
+        },
+        quick());
+  });
+  EXPECT_EQ(job.messages().rfind("ERROR: The program that sends the pages ended by a fault", 0),
+            0U);
+  EXPECT_EQ(job.wait(), kAgain);
+  EXPECT_GE(Clock::now() - before, quick().fault);
+}
+
+TEST(RunApart, TellsOfASenderThatEndsWithoutAVerdict) {
+  Child job([] { return runApart([](int, Watch&, const Tell&) -> int { _exit(0); }, quick()); });
+  EXPECT_NE(job.messages().find("(status 0)"), std::string::npos);
+  EXPECT_EQ(job.wait(), kAgain);
+}
+
+TEST(RunApart, CancelsTheSenderWhenTheJobIsStoppedAndWaitsForItsVerdict) {
+  Child job([] {
+    return runApart([](int, Watch& watch, const Tell& tell) {
+      tell("INFO: waiting");
+      const Woken woken = watch.await(kUntilCancel);
+      tell(woken == Woken::kStopped ? "INFO: ended in white" : "INFO: not stopped");
+      return 5;
+    });
+  });
+  EXPECT_EQ(job.nextMessage(), "INFO: waiting");
+  job.signal(SIGTERM);
+  EXPECT_EQ(job.nextMessage(), "INFO: ended in white");
+  EXPECT_EQ(job.wait(), 5);
+}
+
+TEST(RunApart, LeavesASenderBehindThatDoesNotStopInTime) {
+  Trace trace;
+  Child job([&trace] {
+    return runApart(
+        [&trace](int, Watch& watch, const Tell& tell) {
+          tell("INFO: busy");
+          // A page to a printer that takes nothing: only the end of the front is noticed at last.
+          static_cast<void>(watch.await(kUntilCancel));
+          tell("INFO: cancelled");
+          while (watch.await({Clock::now() + std::chrono::seconds(30), Stop::kNone}) !=
+                 Woken::kReady) {
+          }
+          trace.leave('e');
+          return 0;
+        },
+        quick());
+  });
+  EXPECT_EQ(job.nextMessage(), "INFO: busy");
+  const auto before = Clock::now();
+  job.signal(SIGTERM);
+  job.signal(SIGTERM);
+  EXPECT_EQ(job.nextMessage(), "INFO: cancelled");
+  EXPECT_EQ(job.wait(), kAgain);
+  EXPECT_GE(Clock::now() - before, quick().stop - milliseconds(1));
+  EXPECT_LT(Clock::now() - before, std::chrono::seconds(10));
+  EXPECT_EQ(trace.next(), 'e');
+  EXPECT_EQ(trace.next(), '\0');
+}
+
+TEST(RunApart, LosesNoStopThatComesWhileTheJobStarts) {
+  Child job([] {
+    holdStopSignal();
+    raise(SIGTERM);
+    return runApart([](int, Watch& watch, const Tell&) {
+      return watch.await(kUntilCancel) == Woken::kStopped ? 5 : 6;
+    });
+  });
+  EXPECT_EQ(job.wait(), 5);
+}
+
+TEST(RunApart, LetsTheSenderFinishWhenTheFrontIsKilled) {
+  Trace trace;
+  Child job([&trace] {
+    return runApart([&trace](int, Watch& watch, const Tell& tell) {
+      tell("INFO: sending");
+      static_cast<void>(watch.await(kUntilLeave));
+      // What the print system killed is told nothing, but it is no reason to die.
+      for (int i = 0; i < 3; ++i) tell("INFO: nobody hears this");
+      trace.leave(watch.stopped() == Stop::kLeave ? 'l' : 'x');
+      return 0;
+    });
+  });
+  EXPECT_EQ(job.nextMessage(), "INFO: sending");
+  job.signal(SIGKILL);
+  EXPECT_EQ(job.wait(), 128 + SIGKILL);
+  EXPECT_EQ(trace.next(), 'l');
+  EXPECT_EQ(trace.next(), '\0');  // and it ends
+}
+
+TEST(RunApart, DoesNotMakeThePrintSystemWaitForTheSender) {
+  Trace trace;
+  std::array<int, 2> hold = {-1, -1};
+  ASSERT_EQ(pipe(hold.data()), 0);
+  Child job([&] {
+    close(hold[1]);
+    return runApart([&](int, Watch&, const Tell& tell) {
+      tell("INFO: sending");
+      char byte = 0;
+      static_cast<void>(!read(hold[0], &byte, 1));  // until the test lets go
+      trace.leave('e');
+      return 0;
+    });
+  });
+  EXPECT_EQ(job.nextMessage(), "INFO: sending");
+  job.signal(SIGKILL);
+  EXPECT_EQ(job.wait(), 128 + SIGKILL);
+  // Both pipes are at their end while the sender lives.
+  EXPECT_EQ(job.messages(), "");
+  EXPECT_EQ(job.output(), "");
+  close(hold[1]);
+  EXPECT_EQ(trace.next(), 'e');
+  close(hold[0]);
+}
+
+TEST(RunApart, GivesTheSenderASessionAndTheFilterToItselfAlone) {
+  std::array<int, 2> filter = {-1, -1};
+  ASSERT_EQ(pipe(filter.data()), 0);
+  Child job([&] {
+    dup2(filter[0], STDIN_FILENO);
+    close(filter[0]);
+    close(filter[1]);
+    return runApart([](int, Watch& watch, const Tell& tell) {
+      tell(getsid(0) == getpid() ? "own session" : "no session");
+      char byte = 0;
+      tell(read(STDIN_FILENO, &byte, 1) == 1 ? std::string(1, byte) : "no input");
+      close(STDIN_FILENO);
+      tell("closed");
+      static_cast<void>(watch.await(kUntilCancel));
+      return 0;
+    });
+  });
+  close(filter[0]);
+  ASSERT_EQ(write(filter[1], "f", 1), 1);
+  EXPECT_EQ(job.nextMessage(), "own session");
+  EXPECT_EQ(job.nextMessage(), "f");
+  EXPECT_EQ(job.nextMessage(), "closed");
+  // The front reads nothing of the filter's: with the sender's end closed, the pipe has no reader.
+  pollfd end = {filter[1], POLLOUT, 0};
+  ASSERT_EQ(poll(&end, 1, 30000), 1);
+  EXPECT_NE(end.revents & POLLERR, 0);
+  close(filter[1]);
+  job.signal(SIGTERM);
+  EXPECT_EQ(job.wait(), 0);
+}
+
+TEST(RunApart, HoldsNoDescriptorOfThePrintSystemsInTheFront) {
+  std::array<int, 2> leaked = {-1, -1};
+  ASSERT_EQ(pipe(leaked.data()), 0);
+  Child job([&] {
+    close(leaked[0]);
+    return runApart([&](int, Watch& watch, const Tell& tell) {
+      close(leaked[1]);
+      tell("INFO: closed");
+      static_cast<void>(watch.await(kUntilCancel));
+      return 0;
+    });
+  });
+  close(leaked[1]);
+  EXPECT_EQ(job.nextMessage(), "INFO: closed");
+  pollfd end = {leaked[0], POLLIN, 0};
+  ASSERT_EQ(poll(&end, 1, 30000), 1);
+  EXPECT_NE(end.revents & POLLHUP, 0);
+  close(leaked[0]);
+  job.signal(SIGTERM);
+  EXPECT_EQ(job.wait(), 0);
+}
+
+struct SenderSignal {
+  int signal;
+  Stop stop;
+};
+
+TEST(RunApart, StopsTheSenderBySignalsOfItsOwn) {
+  for (const SenderSignal& one :
+       {SenderSignal{SIGTERM, Stop::kLeave}, SenderSignal{SIGINT, Stop::kCancel}}) {
+    Child job([&one] {
+      return runApart([&one](int, Watch& watch, const Tell&) {
+        kill(getpid(), SIGHUP);  // means nothing
+        kill(getpid(), one.signal);
+        const Woken woken = watch.await(Patience{Clock::time_point::max(), one.stop});
+        return woken == Woken::kStopped && watch.stopped() == one.stop ? 3 : 4;
+      });
+    });
+    EXPECT_EQ(job.wait(), 3) << "signal " << one.signal;
+  }
+}
+
+TEST(RunApart, TellsTheSenderThatThePrintSystemHasEnded) {
+  Trace trace;
+  Child printSystem([&trace] {
+    const pid_t front = fork();
+    if (front == 0) {
+      const int code = runApart([&trace](int system, Watch& watch, const Tell&) {
+        trace.leave('s');
+        const Patience patience = Patience::forMilliseconds(30000, Stop::kNone);
+        trace.leave(watch.await(system, POLLIN, patience) == Woken::kReady ? 'g' : 'x');
+        return 0;
+      });
+      _exit(code);
+    }
+    pause();  // until it is killed
+    return 0;
+  });
+  EXPECT_EQ(trace.next(), 's');
+  printSystem.signal(SIGKILL);
+  EXPECT_EQ(trace.next(), 'g');
+  EXPECT_EQ(trace.next(), '\0');
+}
+
+}  // namespace
+}  // namespace kestra::delivery
