@@ -81,13 +81,6 @@ bool takeHost(DeviceUri& uri) {
 
 }  // namespace
 
-std::optional<Doubt> doubtOfWord(std::string_view word) {
-  if (word == "again") return Doubt::kAgain;
-  if (word == "skip") return Doubt::kSkip;
-  if (word == "hold") return Doubt::kHold;
-  return std::nullopt;
-}
-
 DeviceUri parseDeviceUri(const std::string& uri) {
   if (uri.size() > kLongestUri) {
     return refused("The device URI has " + std::to_string(uri.size()) + " characters, at most " +

@@ -1,5 +1,5 @@
-// What becomes of a label of which nobody can know whether it came: the administrator's choice for a
-// queue, or that of the person who prints.
+// What becomes of a label of which nobody can know whether it came: the administrator's choice for
+// a queue, or that of the person who prints.
 #pragma once
 
 #include <optional>

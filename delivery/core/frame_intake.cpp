@@ -57,6 +57,11 @@ bool copyFile(const std::string& from, const std::string& to) {
   return copied;
 }
 
+// The number of a file that was removed is soon another's, so its time belongs to it.
+FrameIntake::Identity identityOf(const struct stat& status) {
+  return {status.st_dev, status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+}
+
 struct Found {
   timespec time;
   std::string name;
@@ -120,13 +125,14 @@ void FrameIntake::drain() {
 }
 
 void FrameIntake::scan() {
+  if (!hasFolder()) return;
   std::vector<Found> found;
   std::error_code none;
   for (const auto& entry : fs::directory_iterator(folder_, none)) {
     const std::string name = entry.path().filename();
     struct stat status = {};
     if (!isFrameName(name, mark_) || lstat(entry.path().c_str(), &status) != 0) continue;
-    if (seen_.count({status.st_dev, status.st_ino}) > 0) continue;
+    if (seen_.count(identityOf(status)) > 0) continue;
     found.push_back({status.st_mtim, name});
   }
   std::sort(found.begin(), found.end(), isBefore);
@@ -140,7 +146,7 @@ void FrameIntake::take(const std::string& name) {
   frame.kept = frame.original;
   struct stat status = {};
   if (lstat(frame.original.c_str(), &status) != 0) return;
-  if (!seen_.insert({status.st_dev, status.st_ino}).second) return;
+  if (!seen_.insert(identityOf(status)).second) return;
   if (!S_ISREG(status.st_mode) || (status.st_uid != geteuid() && status.st_uid != 0)) return;
   frame.device = status.st_dev;
   frame.inode = status.st_ino;

@@ -9,7 +9,7 @@
 #include <ctime>
 #include <set>
 #include <string>
-#include <utility>
+#include <tuple>
 #include <vector>
 
 namespace kestra::delivery {
@@ -24,6 +24,8 @@ struct TakenFrame {
 
 class FrameIntake {
  public:
+  using Identity = std::tuple<dev_t, ino_t, time_t, long>;
+
   /// @param folder  the filter's; need not be there yet
   /// @param job     the job's number as it stands in the names
   /// @param birth   frames older than this are not of this start of the job
@@ -71,7 +73,7 @@ class FrameIntake {
   int notify_ = -1;  // owned
   int watch_ = -1;   // of notify_; -1: the folder is not watched
   std::vector<TakenFrame> frames_;
-  std::set<std::pair<dev_t, ino_t>> seen_;
+  std::set<Identity> seen_;
   std::vector<TakenFrame> older_;
 };
 

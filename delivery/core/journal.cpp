@@ -249,9 +249,11 @@ bool Journal::reserve() {
 bool Journal::append(const std::string& words) {
   const std::string line = lineOf(words);
   if (descriptor_ >= 0) {
+    if (isSpoilt_) return false;
     if (!writeAll(descriptor_, line) || fdatasync(descriptor_) != 0) {
+      // Nothing may be written behind half a line: it would not be read again.
       const int why = errno;
-      static_cast<void>(ftruncate(descriptor_, static_cast<off_t>(state_.validBytes)));
+      isSpoilt_ = ftruncate(descriptor_, static_cast<off_t>(state_.validBytes)) != 0;
       errno = why;
       return false;
     }

@@ -88,6 +88,7 @@ class Journal {
   JournalState state_;
   int descriptor_ = -1;       // owned; -1: in memory
   std::size_t reserved_ = 0;  // bytes of the file that have room on the disk
+  bool isSpoilt_ = false;     // half a line stands at the end and cannot be taken back
 };
 
 }  // namespace kestra::delivery

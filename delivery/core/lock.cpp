@@ -36,7 +36,10 @@ bool Lock::take() {
   return fcntl(descriptor_, F_SETLK, &lock) == 0;
 }
 
-void Lock::mark(bool isMarked) { static_cast<void>(ftruncate(descriptor_, isMarked ? 1 : 0)); }
+// On a full disk a mark may not come about: then a soft reset is left out that is rarely needed.
+void Lock::mark(bool isMarked) {
+  [[maybe_unused]] const int done = ftruncate(descriptor_, isMarked ? 1 : 0);
+}
 
 bool Lock::isMarked() const {
   struct stat status = {};

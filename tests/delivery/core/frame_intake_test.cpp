@@ -1,0 +1,158 @@
+// Which files are the job's labels, in which order, and that none is lost or taken twice.
+#include "delivery/core/frame_intake.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "tests/delivery/core/frames.h"
+
+namespace kestra::delivery {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace testing_support;
+
+constexpr int kJob = 12;
+
+std::vector<std::string> namesOf(const FrameIntake& intake) {
+  std::vector<std::string> names;
+  for (const TakenFrame& frame : intake.frames()) {
+    names.push_back(fs::path(frame.original).filename());
+  }
+  return names;
+}
+
+void setTime(const std::string& path, time_t seconds) {
+  const timespec times[2] = {{seconds, 0}, {seconds, 0}};
+  ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+}
+
+TEST(FrameIntake, TakesFramesInTheOrderOfTheirAppearance) {
+  const Folder folder;
+  FrameIntake intake(folder.path(), kJob, {});
+  // A page counter that starts again in the middle of a job: names do not tell the order.
+  const std::vector<std::string> names = {frameName(8999, kJob), frameName(9000, kJob),
+                                          frameName(1, kJob), frameName(1, kJob, 1)};
+  for (const auto& name : names) publish(folder / name, frameOf(1));
+  pollfd news = {intake.descriptor(), POLLIN, 0};
+  EXPECT_EQ(poll(&news, 1, 1000), 1);
+  intake.look();
+  EXPECT_EQ(namesOf(intake), names);
+  intake.look();
+  EXPECT_EQ(namesOf(intake), names);
+}
+
+TEST(FrameIntake, OrdersWhatWasThereBeforeByAgeThenByName) {
+  const Folder folder;
+  publish(folder / frameName(1, kJob), frameOf(1));
+  publish(folder / frameName(9000, kJob), frameOf(1));
+  publish(folder / frameName(9000, kJob, 1), frameOf(1));
+  setTime(folder / frameName(1, kJob), 2000);
+  setTime(folder / frameName(9000, kJob), 1000);
+  setTime(folder / frameName(9000, kJob, 1), 1000);
+  const FrameIntake intake(folder.path(), kJob, {500, 0});
+  EXPECT_EQ(namesOf(intake),
+            (std::vector<std::string>{frameName(9000, kJob), frameName(9000, kJob, 1),
+                                      frameName(1, kJob)}));
+}
+
+TEST(FrameIntake, SetsFramesOfAnEarlierStartAside) {
+  const Folder folder;
+  publish(folder / frameName(1, kJob), frameOf(1));
+  setTime(folder / frameName(1, kJob), 1000);
+  publish(folder / frameName(2, kJob), frameOf(2));
+  setTime(folder / frameName(2, kJob), 3000);
+  FrameIntake intake(folder.path(), kJob, {2000, 0});
+  EXPECT_EQ(namesOf(intake), (std::vector<std::string>{frameName(2, kJob)}));
+  // The one left by this job goes with it, one that is older than the job stays.
+  intake.removeAll(1001);
+  EXPECT_TRUE(fs::exists(folder / frameName(1, kJob)));
+  EXPECT_FALSE(fs::exists(folder / frameName(2, kJob)));
+  intake.removeAll(1000);
+  EXPECT_FALSE(fs::exists(folder / frameName(1, kJob)));
+}
+
+TEST(FrameIntake, LeavesEverythingElseAlone) {
+  const Folder folder;
+  const std::vector<std::string> others = {frameName(1, 13),
+                                           frameName(1, 120012),
+                                           "page_0001_jobid_000012_0000.dat.part",
+                                           ".part_page_0001_jobid_000012_0000.dat",
+                                           "page_x_jobid_000012_0000.dat",
+                                           "page__jobid_000012_0000.dat",
+                                           "label.pgc",
+                                           "page_0001_jobid_000012_"};
+  for (const auto& name : others) publish(folder / name, frameOf(1));
+  publish(folder / "real", frameOf(1));
+  fs::create_symlink(folder / "real", folder / frameName(2, kJob));
+  ASSERT_EQ(mkfifo((folder / frameName(3, kJob)).c_str(), 0600), 0);
+  fs::create_directory(folder / frameName(4, kJob));
+  FrameIntake intake(folder.path(), kJob, {});
+  EXPECT_TRUE(intake.frames().empty());
+  intake.removeAll(0);
+  for (const auto& name : others) EXPECT_TRUE(fs::exists(folder / name)) << name;
+  EXPECT_TRUE(fs::is_symlink(folder / frameName(2, kJob)));
+}
+
+TEST(FrameIntake, KeepsWhatItHasTakenWhenTheFolderIsEmptied) {
+  const Folder folder, ours;
+  FrameIntake intake(folder.path(), kJob, {});
+  publish(folder / frameName(1, kJob), frameOf(1));
+  intake.look();
+  intake.keepIn(ours.path());  // what was taken before is kept as well
+  publish(folder / frameName(2, kJob), frameOf(2));
+  intake.look();
+  fs::remove_all(folder.path());
+  ASSERT_EQ(intake.frames().size(), 2U);
+  EXPECT_EQ(bytesOf(intake.frames()[0].kept), frameOf(1));
+  EXPECT_EQ(bytesOf(intake.frames()[1].kept), frameOf(2));
+  intake.removeAll(0);
+  EXPECT_TRUE(fs::is_empty(ours.path()));
+}
+
+TEST(FrameIntake, FindsTheFolderAgainWhenItIsMadeAnew) {
+  const Folder place;
+  const std::string folder = place / "kcv6data";
+  FrameIntake intake(folder, kJob, {});
+  EXPECT_TRUE(intake.mustBePolled());
+  EXPECT_FALSE(intake.hasFolder());
+  fs::create_directory(folder);
+  publish(folder + "/" + frameName(1, kJob), frameOf(1));
+  intake.look();
+  EXPECT_FALSE(intake.mustBePolled());
+  fs::remove_all(folder);
+  intake.look();
+  EXPECT_TRUE(intake.mustBePolled());
+  fs::create_directory(folder);
+  publish(folder + "/" + frameName(1, kJob), frameOf(2));
+  intake.look();
+  ASSERT_EQ(intake.frames().size(), 2U);
+}
+
+TEST(FrameIntake, RemovesNoFileThatHasTakenAFramesName) {
+  const Folder folder;
+  publish(folder / frameName(1, kJob), frameOf(1));
+  FrameIntake intake(folder.path(), kJob, {});
+  ASSERT_EQ(intake.frames().size(), 1U);
+  fs::rename(folder / frameName(1, kJob), folder / "moved");
+  publish(folder / frameName(1, kJob), frameOf(2));
+  intake.removeAll(0);
+  EXPECT_EQ(bytesOf(folder / frameName(1, kJob)), frameOf(2));
+}
+
+TEST(FrameIntake, TakesNothingFromAFolderThatIsALink) {
+  const Folder real, place;
+  publish(real / frameName(1, kJob), frameOf(1));
+  fs::create_directory_symlink(real.path(), place / "kcv6data");
+  const FrameIntake intake(place / "kcv6data", kJob, {});
+  EXPECT_FALSE(intake.hasFolder());
+  EXPECT_TRUE(intake.frames().empty());
+}
+
+}  // namespace
+}  // namespace kestra::delivery

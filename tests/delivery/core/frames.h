@@ -1,0 +1,42 @@
+// Small labels as the filter stores them, and a folder that is gone after the test.
+// Why: tests of delivery look at bytes and files, not at pictures.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "delivery/core/page.h"
+
+namespace kestra::delivery::testing_support {
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// A frame of `rows` rows of 3 bytes (count, dots), all dots of row y being `dots` + y.
+Bytes frameOf(std::uint8_t dots, std::size_t rows = 4, std::uint16_t pageNumber = 1);
+
+/// "page_0001_jobid_000012_0000.dat"
+std::string frameName(int page, int job, int sequence = 0);
+
+/// Writes a file in one piece; it appears whole under its name, as the filter's frames do.
+void publish(const std::string& path, const Bytes& bytes);
+
+Bytes bytesOf(const std::string& path);
+
+/// The command, then the frame.
+Bytes labelOf(const Bytes& frame, const Command& command = kUsualCommand);
+
+class Folder {
+ public:
+  Folder();
+  ~Folder();
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+  const std::string& path() const { return path_; }
+  std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+
+ private:
+  std::string path_;
+};
+
+}  // namespace kestra::delivery::testing_support

@@ -1,0 +1,222 @@
+// Commands and frames become labels; what is missing is noticed.
+#include "delivery/core/job_source.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <thread>
+
+#include "tests/delivery/core/frames.h"
+
+namespace kestra::delivery {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace testing_support;
+
+constexpr int kJob = 12;
+constexpr Command kFirst = {0x1B, 0x73, 1, 0, 0, 0, 0};
+constexpr Command kSecond = {0x1B, 0x73, 1, 0, 0, 4, 2};
+
+// A filter that the test plays: a pipe, and files in a folder.
+class JobSourceTest : public testing::Test {
+ protected:
+  JobSourceTest() {
+    EXPECT_EQ(pipe(pipe_), 0);
+    intake_ = std::make_unique<FrameIntake>(folder_.path(), kJob, timespec{1, 0});
+    source_ = std::make_unique<JobSource>(pipe_[0], *intake_, folder_ / "label.pgc", watch_);
+  }
+  ~JobSourceTest() override {
+    source_.reset();
+    close(pipe_[0]);
+    end();
+  }
+  void say(const Bytes& bytes) {
+    EXPECT_EQ(write(pipe_[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+  }
+  void say(const Command& command) { say(Bytes(command.begin(), command.end())); }
+  void store(int page, const Bytes& frame) { publish(folder_ / frameName(page, kJob), frame); }
+  void endWell() {
+    publish(folder_ / "label.pgc", {1, 0});
+    end();
+  }
+  void end() {
+    if (pipe_[1] >= 0) close(pipe_[1]);
+    pipe_[1] = -1;
+  }
+  Next page(std::size_t number) { return source_->page(number, page_, soon()); }
+  static Patience soon() { return Patience::forMilliseconds(2000); }
+
+  Folder folder_;
+  int pipe_[2] = {-1, -1};
+  Watch watch_;
+  std::unique_ptr<FrameIntake> intake_;
+  std::unique_ptr<JobSource> source_;
+  Page page_;
+};
+
+TEST_F(JobSourceTest, JoinsTheNthCommandAndTheNthFrame) {
+  say(kFirst);
+  store(1, frameOf(1));
+  say(kSecond);
+  store(2, frameOf(2));
+  ASSERT_EQ(page(1), Next::kPage);
+  EXPECT_EQ(page_.bytes, labelOf(frameOf(1), kFirst));
+  ASSERT_EQ(page(2), Next::kPage);
+  EXPECT_EQ(page_.bytes, labelOf(frameOf(2), kSecond));
+  EXPECT_FALSE(source_->total().has_value());
+  endWell();
+  EXPECT_EQ(source_->announced(3, soon()), Next::kEnd);
+  EXPECT_EQ(source_->total(), 2U);
+  // The print of an earlier one may have been lost.
+  ASSERT_EQ(page(1), Next::kPage);
+  EXPECT_EQ(page_.bytes, labelOf(frameOf(1), kFirst));
+}
+
+TEST_F(JobSourceTest, GivesAFrameInTheMomentInWhichItAppears) {
+  say(kFirst);
+  ASSERT_EQ(source_->announced(1, soon()), Next::kPage);
+  std::thread filter([this] { store(1, frameOf(1)); });
+  EXPECT_EQ(page(1), Next::kPage);
+  filter.join();
+}
+
+TEST_F(JobSourceTest, TakesACommandThatComesInPieces) {
+  for (const std::uint8_t byte : kFirst) {
+    say(Bytes{byte});
+    EXPECT_EQ(watch_.await(soon()), Woken::kReady);
+  }
+  store(1, frameOf(1));
+  EXPECT_EQ(page(1), Next::kPage);
+  EXPECT_EQ(page_.bytes, labelOf(frameOf(1), kFirst));
+}
+
+TEST_F(JobSourceTest, MissesAPageAtTheNextCommand) {
+  say(kFirst);
+  say(kSecond);
+  EXPECT_EQ(page(1), Next::kMissing);
+  EXPECT_EQ(source_->problem(), "page 1 was not stored by the filter");
+}
+
+TEST_F(JobSourceTest, MissesTheLastPageAtTheEndOfTheInput) {
+  say(kFirst);
+  store(1, frameOf(1));
+  say(kSecond);
+  endWell();
+  EXPECT_EQ(page(1), Next::kPage);
+  EXPECT_EQ(page(2), Next::kMissing);
+}
+
+TEST_F(JobSourceTest, NoticesAFilterThatWasKilledBehindAWholePage) {
+  publish(folder_ / "label.pgc", {1, 0});
+  const timespec old[2] = {{5, 0}, {5, 0}};
+  ASSERT_EQ(utimensat(AT_FDCWD, (folder_ / "label.pgc").c_str(), old, 0), 0);
+  say(kFirst);
+  store(1, frameOf(1));
+  end();
+  EXPECT_EQ(page(1), Next::kPage);
+  EXPECT_EQ(source_->announced(2, soon()), Next::kCut);
+}
+
+TEST_F(JobSourceTest, NoticesAFilterThatWasKilledBeforeItsFirstPage) {
+  end();
+  EXPECT_EQ(source_->announced(1, soon()), Next::kCut);
+}
+
+TEST_F(JobSourceTest, AJobWithoutPagesEndsWell) {
+  endWell();
+  EXPECT_EQ(source_->announced(1, soon()), Next::kEnd);
+}
+
+TEST_F(JobSourceTest, NoticesFramesThatNobodyAnnounced) {
+  say(kFirst);
+  store(1, frameOf(1));
+  store(2, frameOf(2));
+  endWell();
+  EXPECT_EQ(page(1), Next::kPage);
+  EXPECT_EQ(source_->announced(2, soon()), Next::kMissing);
+}
+
+TEST_F(JobSourceTest, SendsNoBrokenFrame) {
+  say(kFirst);
+  store(1, Bytes(100, 7));
+  EXPECT_EQ(page(1), Next::kBad);
+  EXPECT_NE(source_->problem().find("no page frame"), std::string::npos);
+}
+
+Bytes allRaw(JobSource& source) {
+  Bytes all, part;
+  while (source.raw(part, Patience::forMilliseconds(2000)) == Next::kRaw) {
+    all.insert(all.end(), part.begin(), part.end());
+  }
+  return all;
+}
+
+// What a person sends as it is may begin like a command, hold whole labels, or end in half a
+// command.
+TEST_F(JobSourceTest, PassesOnWhatIsNoCommand) {
+  const Bytes label = labelOf(frameOf(1), kFirst);
+  const Bytes half(kFirst.begin(), kFirst.begin() + 3);
+  for (const Bytes& raw : {Bytes{'x'}, Bytes{0x1B, 0x40}, label, half}) {
+    Folder folder;
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    ASSERT_EQ(write(ends[1], raw.data(), raw.size()), static_cast<ssize_t>(raw.size()));
+    close(ends[1]);
+    FrameIntake intake(folder.path(), kJob, {});
+    {
+      JobSource source(ends[0], intake, "", watch_);
+      EXPECT_EQ(source.announced(1, soon()), Next::kRaw);
+      EXPECT_EQ(allRaw(source), raw);
+    }
+    close(ends[0]);
+  }
+}
+
+TEST_F(JobSourceTest, PassesOnALargeRawJobWithoutHoldingAllOfIt) {
+  Bytes raw(3 << 20);
+  for (std::size_t i = 0; i < raw.size(); ++i) raw[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
+  std::thread sender([&] {
+    std::size_t sent = 0;
+    while (sent < raw.size()) {
+      const ssize_t now = write(pipe_[1], raw.data() + sent, raw.size() - sent);
+      ASSERT_GT(now, 0);
+      sent += static_cast<std::size_t>(now);
+    }
+    end();
+  });
+  EXPECT_EQ(source_->announced(1, soon()), Next::kRaw);
+  EXPECT_EQ(watch_.pause(Patience::forMilliseconds(50)), Woken::kTime);
+  Bytes all, part;
+  std::size_t largest = 0;
+  while (source_->raw(part, soon()) == Next::kRaw) {
+    largest = std::max(largest, part.size());
+    all.insert(all.end(), part.begin(), part.end());
+  }
+  sender.join();
+  EXPECT_EQ(all, raw);
+  EXPECT_LT(largest, 512U * 1024);
+}
+
+TEST_F(JobSourceTest, EndsAWaitWhenTheJobIsToStop) {
+  watch_.stop(Stop::kCancel);
+  EXPECT_EQ(source_->announced(1, {}), Next::kStopped);
+  say(kFirst);
+  EXPECT_EQ(source_->page(1, page_, {}), Next::kStopped);
+}
+
+TEST(PageCounterPath, IsTheFiltersOwn) {
+  EXPECT_EQ(pageCounterPath("/s", "label"), "/s/label.pgc");
+  EXPECT_EQ(pageCounterPath("/s",
+                            "Dr\xC3\xBC"
+                            "ck"),
+            "/s/Dr__ck.pgc");
+  EXPECT_EQ(pageCounterPath("/s", "../x"), "");
+  EXPECT_EQ(pageCounterPath("/s", ""), "");
+}
+
+}  // namespace
+}  // namespace kestra::delivery

@@ -1,0 +1,137 @@
+// Which printing a start of a job belongs to, and what is forgotten when.
+#include "delivery/core/job_store.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <ctime>
+#include <filesystem>
+
+#include "delivery/core/lock.h"
+#include "tests/delivery/core/frames.h"
+
+namespace kestra::delivery {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace testing_support;
+
+constexpr char kKey[] = "0b1c-2d";
+
+class JobStoreTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string problem;
+    ASSERT_TRUE(store_.prepare(problem)) << problem;
+    ASSERT_NE(store_.jobLock(kKey, problem), "") << problem;
+  }
+  // One start of the job; the generation it belongs to.
+  std::string start(long long completed, Rest rest) {
+    std::string problem;
+    const std::string folder = store_.printingFolder(kKey, completed, problem);
+    Journal journal;
+    EXPECT_TRUE(journal.open(folder + "/journal", problem)) << problem;
+    EXPECT_TRUE(journal.start({completed, 5, "label", "socket://h", "t"}));
+    if (rest != Rest::kNone) {
+      EXPECT_TRUE(journal.rest(rest));
+    }
+    return fs::path(folder).filename();
+  }
+
+  Folder folder_;
+  JobStore store_{folder_ / "state"};
+};
+
+TEST_F(JobStoreTest, GoesOnWithTheSamePrintingAfterEveryEndButThoseAPersonMeans) {
+  EXPECT_EQ(start(0, Rest::kNone), "0");     // cut off
+  EXPECT_EQ(start(0, Rest::kLeft), "0");     // sent away
+  EXPECT_EQ(start(0, Rest::kStopped), "0");  // held by a person
+  EXPECT_EQ(start(0, Rest::kHeld), "0");
+  EXPECT_EQ(start(0, Rest::kEnded), "0");
+  EXPECT_EQ(start(0, Rest::kEnded), "0");    // the print system forgot that it had ended
+  EXPECT_EQ(start(1000, Rest::kNone), "1");  // started again by a person
+  EXPECT_EQ(start(1000, Rest::kLeft), "1");  // and cut off
+  EXPECT_EQ(start(0, Rest::kEnded), "1");    // the print system forgot when it had ended
+  EXPECT_EQ(start(2000, Rest::kChanged), "2");
+  EXPECT_EQ(start(2000, Rest::kEnded), "3");  // resumed though its pages had changed: all anew
+}
+
+TEST_F(JobStoreTest, FoldersAreForTheFiltersUserAlone) {
+  start(0, Rest::kEnded);
+  for (const auto& entry : fs::recursive_directory_iterator(folder_ / "state")) {
+    struct stat status = {};
+    ASSERT_EQ(lstat(entry.path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, entry.is_directory() ? 0700U : 0600U) << entry.path();
+  }
+}
+
+TEST_F(JobStoreTest, RefusesAFolderThatIsALink) {
+  const Folder elsewhere;
+  fs::create_directory_symlink(elsewhere.path(), folder_ / "link");
+  std::string problem;
+  EXPECT_FALSE(JobStore(folder_ / "link").prepare(problem));
+  EXPECT_NE(problem.find("link"), std::string::npos);
+  EXPECT_TRUE(fs::is_empty(elsewhere.path()));
+}
+
+TEST_F(JobStoreTest, ListsAllPrintings) {
+  start(0, Rest::kEnded);
+  start(1000, Rest::kNone);
+  const auto found = store_.printings();
+  ASSERT_EQ(found.size(), 2U);
+  EXPECT_EQ(found[0].generation, 0);
+  EXPECT_EQ(found[0].journal.rest, Rest::kEnded);
+  EXPECT_EQ(found[1].generation, 1);
+  EXPECT_EQ(found[1].journal.completed, 1000);
+  EXPECT_EQ(found[1].key, kKey);
+}
+
+TEST_F(JobStoreTest, ForgetsOldJobsButNoneThatPrints) {
+  start(0, Rest::kEnded);
+  const std::string journal = folder_ / "state/jobs/0b1c-2d/0/journal";
+  const timespec old[2] = {{1000, 0}, {1000, 0}};
+  ASSERT_EQ(utimensat(AT_FDCWD, journal.c_str(), old, 0), 0);
+  store_.forgetOld(std::time(nullptr));  // older than 1970 is nothing
+  EXPECT_EQ(store_.printings().size(), 1U);
+  store_.forgetOld(60);  // looked a moment ago
+  EXPECT_EQ(store_.printings().size(), 1U);
+  fs::remove(folder_ / "state/tidied");
+  store_.forgetOld(60);
+  EXPECT_TRUE(store_.printings().empty());
+}
+
+TEST_F(JobStoreTest, KeysAreNamesOfNothingElse) {
+  EXPECT_EQ(jobKey("urn:uuid:0b1c-2d", 5, 9), "0b1c-2d");
+  EXPECT_EQ(jobKey("", 5, 9), "job-5-9");
+  EXPECT_EQ(jobKey("urn:uuid:../../etc", 5, 9), "job-5-9");
+  EXPECT_EQ(jobKey("urn:uuid:" + std::string(65, 'a'), 5, 9), "job-5-9");
+  EXPECT_FALSE(isJobKey(""));
+  EXPECT_FALSE(isJobKey("."));
+  EXPECT_FALSE(isJobKey("a/b"));
+}
+
+TEST_F(JobStoreTest, TheLockOfADeviceHidesNothingButItsName) {
+  EXPECT_EQ(store_.deviceLock("socket://a"), store_.deviceLock("socket://a"));
+  EXPECT_NE(store_.deviceLock("socket://a"), store_.deviceLock("socket://b"));
+  EXPECT_EQ(store_.deviceLock("../../x").rfind(folder_ / "state/devices/", 0), 0U);
+}
+
+TEST_F(JobStoreTest, KnowsTheFramesThatTheLastStartKept) {
+  const Folder folder;
+  for (const char* name :
+       {"frame-10-000002.dat", "frame-10-000001.dat", "journal", "frame-x.dat"}) {
+    publish(folder / name, frameOf(1));
+  }
+  EXPECT_EQ(keptFrames(folder.path()), (std::vector<std::string>{folder / "frame-10-000001.dat",
+                                                                 folder / "frame-10-000002.dat"}));
+  dropKeptFrames(folder.path(), 10);
+  EXPECT_EQ(keptFrames(folder.path()).size(), 2U);
+  dropKeptFrames(folder.path());
+  EXPECT_TRUE(keptFrames(folder.path()).empty());
+  EXPECT_TRUE(fs::exists(folder / "journal"));
+}
+
+}  // namespace
+}  // namespace kestra::delivery

@@ -1,0 +1,168 @@
+// What a journal remembers, whatever became of the machine while it was written.
+#include "delivery/core/journal.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "tests/delivery/core/frames.h"
+#include "tests/unit/full_disk.h"
+
+namespace kestra::delivery {
+namespace {
+
+using namespace testing_support;
+
+constexpr Command kFast = {0x1B, 0x73, 1, 0, 0, 4, 2};
+
+std::string textOf(const std::string& path) {
+  const Bytes bytes = bytesOf(path);
+  return {bytes.begin(), bytes.end()};
+}
+
+void writeText(const std::string& path, const std::string& text) {
+  std::ofstream(path, std::ios::binary) << text;
+}
+
+// A start, two labels, a break that puts the second in doubt, and its second print.
+void writeALife(const std::string& path) {
+  Journal journal;
+  std::string problem;
+  ASSERT_TRUE(journal.open(path, problem)) << problem;
+  ASSERT_TRUE(journal.start({0, 17, "label one", "socket://h:9100", "100% paper\n"}));
+  ASSERT_TRUE(journal.closing("aa", kFast));
+  ASSERT_TRUE(journal.done("aa"));
+  ASSERT_TRUE(journal.closing("bb", kFast));
+  ASSERT_TRUE(journal.done("bb"));
+  ASSERT_TRUE(journal.lost(2));
+  ASSERT_TRUE(journal.again());
+  ASSERT_TRUE(journal.closing("bb", kFast));
+  ASSERT_TRUE(journal.done("bb"));
+  ASSERT_TRUE(journal.rest(Rest::kEnded));
+}
+
+TEST(Journal, SaysTheSameWhenItIsOpenedAgain) {
+  const Folder folder;
+  writeALife(folder / "journal");
+  Journal journal;
+  std::string problem;
+  ASSERT_TRUE(journal.open(folder / "journal", problem)) << problem;
+  const JournalState& state = journal.state();
+  EXPECT_EQ(state.digests, (std::vector<std::string>{"aa", "bb"}));
+  EXPECT_TRUE(state.doubted.empty());
+  EXPECT_EQ(state.came(), 2U);
+  EXPECT_EQ(state.rest, Rest::kEnded);
+  EXPECT_EQ(state.number, 17);
+  EXPECT_EQ(state.queue, "label one");
+  EXPECT_EQ(state.device, "socket://h:9100");
+  EXPECT_EQ(state.title, "100% paper\n");
+  EXPECT_EQ(state.command, kFast);
+}
+
+// The labels done and in doubt behind each line of that life.
+TEST(Journal, CutAtAnyByteIsTheJournalOfItsWholeLines) {
+  const Folder folder;
+  writeALife(folder / "journal");
+  const std::string text = textOf(folder / "journal");
+  struct Known {
+    std::size_t done, doubted;
+  };
+  const Known wanted[] = {{0, 0}, {0, 0}, {0, 1}, {1, 0}, {1, 1}, {2, 0},
+                          {1, 1}, {1, 0}, {1, 1}, {2, 0}, {2, 0}};
+  std::size_t lines = 0;
+  for (std::size_t size = 0; size <= text.size(); ++size) {
+    if (size > 0 && text[size - 1] == '\n') ++lines;
+    const JournalState state = readJournal(text.substr(0, size));
+    EXPECT_EQ(state.done(), wanted[lines].done) << size;
+    EXPECT_EQ(state.doubted.size(), wanted[lines].doubted) << size;
+  }
+  EXPECT_EQ(lines, 10U);
+}
+
+TEST(Journal, GoesOnBehindTheLastWholeLine) {
+  const Folder folder;
+  writeALife(folder / "journal");
+  const std::string text = textOf(folder / "journal");
+  for (std::size_t size = 0; size < text.size(); ++size) {
+    writeText(folder / "cut", text.substr(0, size));
+    std::string problem;
+    Journal journal;
+    ASSERT_TRUE(journal.open(folder / "cut", problem)) << problem;
+    const std::size_t done = journal.state().done();
+    ASSERT_TRUE(journal.again());
+    ASSERT_TRUE(journal.done("zz"));
+    const JournalState state = readJournal(textOf(folder / "cut"));
+    EXPECT_EQ(state.done(), done + 1) << size;
+    EXPECT_EQ(state.digests.back(), "zz") << size;
+  }
+}
+
+TEST(Journal, TakesNoLineThatWasChanged) {
+  const Folder folder;
+  writeALife(folder / "journal");
+  const std::string text = textOf(folder / "journal");
+  const std::size_t second = text.find('\n') + 1;
+  for (std::size_t at = second; text[at] != '\n'; ++at) {
+    std::string other = text;
+    other[at] ^= 1;
+    EXPECT_EQ(readJournal(other).validBytes, second) << at;
+  }
+  EXPECT_EQ(readJournal(std::string(100000, '\0')).validBytes, 0U);
+  EXPECT_EQ(readJournal("\n\n\n").validBytes, 0U);
+}
+
+TEST(Journal, CountsTheStartsThatCameToNothing) {
+  Journal journal;
+  for (std::size_t tries = 1; tries <= 3; ++tries) {
+    ASSERT_TRUE(journal.start({}));
+    EXPECT_EQ(journal.state().triesInVain, tries);
+    ASSERT_TRUE(journal.rest(Rest::kAgain));
+  }
+  ASSERT_TRUE(journal.start({}));
+  ASSERT_TRUE(journal.done("aa"));
+  EXPECT_EQ(journal.state().triesInVain, 1U);  // this start may still come to nothing more
+  ASSERT_TRUE(journal.rest(Rest::kLeft));
+  EXPECT_EQ(journal.state().triesInVain, 0U);
+}
+
+TEST(Journal, ASkippedLabelIsNotSentAndDidNotCome) {
+  Journal journal;
+  ASSERT_TRUE(journal.closing("aa", kFast));
+  ASSERT_TRUE(journal.skip());
+  EXPECT_EQ(journal.state().done(), 1U);
+  EXPECT_EQ(journal.state().came(), 0U);
+  EXPECT_TRUE(journal.state().doubted.empty());
+}
+
+TEST(Journal, TakesBackALineThatFoundNoRoom) {
+  const Folder folder;
+  Journal journal;
+  std::string problem;
+  ASSERT_TRUE(journal.open(folder / "journal", problem)) << problem;
+  ASSERT_TRUE(journal.reserve());
+  ASSERT_TRUE(journal.start({}));
+  const std::string before = textOf(folder / "journal");
+  {
+    const FullDisk disk(before.size() + 5);  // has room for the beginning of the line only
+    EXPECT_FALSE(journal.closing("aa", kFast));
+  }
+  EXPECT_TRUE(journal.state().doubted.empty());
+  EXPECT_EQ(textOf(folder / "journal"), before);
+  EXPECT_TRUE(journal.closing("aa", kFast));
+  EXPECT_EQ(readJournal(textOf(folder / "journal")).doubted.size(), 1U);
+}
+
+TEST(Journal, OpensNothingThatSomebodyPlanted) {
+  const Folder folder;
+  writeText(folder / "theirs", "precious");
+  ASSERT_EQ(symlink((folder / "theirs").c_str(), (folder / "journal").c_str()), 0);
+  Journal journal;
+  std::string problem;
+  EXPECT_FALSE(journal.open(folder / "journal", problem));
+  EXPECT_NE(problem.find("journal"), std::string::npos);
+  EXPECT_EQ(textOf(folder / "theirs"), "precious");
+}
+
+}  // namespace
+}  // namespace kestra::delivery
