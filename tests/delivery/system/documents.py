@@ -1,6 +1,6 @@
 """Documents of numbered labels, every page different, as PDF and as the filter's own raster.
 
-Digits are seven bars each, so that a page needs no font and a person can read the printer's picture.
+Digits are seven bars each: a page needs no font, and a person can read the printer's picture.
 """
 
 import struct
@@ -14,7 +14,8 @@ def _digit(digit, x, y, w, h, t):
     """Bars (x, y, width, height) of a digit whose lower left corner is x, y; t is their breadth."""
     half = h // 2
     places = [(x, y + h - t, w, t), (x + w - t, y + half, t, h - half), (x + w - t, y, t, half),
-              (x, y, w, t), (x, y, t, half), (x, y + half, t, h - half), (x, y + half - t // 2, w, t)]
+              (x, y, w, t), (x, y, t, half), (x, y + half, t, h - half),
+              (x, y + half - t // 2, w, t)]
     return [bar for bar, on in zip(places, _BARS[digit]) if on == "1"]
 
 

@@ -46,13 +46,13 @@ def _encode(operation, attributes):
     for name, value in attributes.items():
         values = value if isinstance(value, list) else [value]
         for number, one in enumerate(values):
-            tag = _BOOLEAN if isinstance(one, bool) else _INTEGER if isinstance(one, int) else _TAGS[name]
+            tag = {bool: _BOOLEAN, int: _INTEGER}.get(type(one)) or _TAGS[name]
             body += _attribute(tag, name if number == 0 else "", one)
     return body + b"\x03"
 
 
 def _decode(body):
-    """(status, list of groups); a group maps names to a value, or to a list where there are more."""
+    """(status, list of groups); a group maps names to a value or, of several, to a list."""
     status = struct.unpack(">H", body[2:4])[0]
     groups, at, name = [], 8, ""
     while at < len(body):

@@ -1,7 +1,7 @@
 """Puts a test program into namespaces of its own: mounts, network and processes.
 
-The print system's places are fixed and a fault test kills and cuts at random: here nothing can reach
-the machine's own printers, and when the program ends the kernel ends whatever it started.
+The print system's places are fixed and a fault test kills and cuts at random: here nothing can
+reach the machine's own printers, and when the program ends the kernel ends whatever it started.
 """
 
 import os

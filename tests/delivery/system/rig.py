@@ -64,8 +64,8 @@ class PrintSystem:
     """One private server below `place`; its spool is the namespace's /var/spool/cups.
 
     build: the build directory with `rastertokestra`, `ppd/`, and `kestra`, `kestra-monitor` where
-    they are built. stock: a folder like /usr/lib/cups whose backends are added where the machine has
-    none. rules: more lines for cupsd.conf. environment: what the server gives to its programs.
+    they are built. stock: a folder like /usr/lib/cups whose programs are added where the machine
+    has none. rules: more lines for cupsd.conf. environment: what the server gives to its programs.
     """
 
     def __init__(self, build, place="/tmp/rig", stock=None, rules="", environment=None):
@@ -212,11 +212,15 @@ class PrintSystem:
     def ppd(self, model="kestra4"):
         return f"{self.place}/ppd/{model}.ppd"
 
+    @staticmethod
+    def _options(options):
+        return [word for key, value in (options or {}).items() for word in ("-o", f"{key}={value}")]
+
     def queue(self, name, uri, model="kestra4", options=None, words=()):
         """Makes or changes a queue; `model` is a name of the build's PPDs or a path."""
         path = model if "/" in model else self.ppd(model)
-        extra = [word for key, value in (options or {}).items() for word in ("-o", f"{key}={value}")]
-        self.run("lpadmin", "-p", name, "-E", "-v", uri, "-P", path, *extra, *words)
+        self.run("lpadmin", "-p", name, "-E", "-v", uri, "-P", path, *self._options(options),
+                 *words)
 
     def set_class(self, name, members):
         """A class of queues; it takes and prints jobs at once."""
@@ -253,8 +257,7 @@ class PrintSystem:
     def lp(self, queue, *documents, options=None, words=()):
         """Prints files (paths, or bytes) as one job and returns its number."""
         files = [self.document(one) if isinstance(one, bytes) else one for one in documents]
-        extra = [word for key, value in (options or {}).items() for word in ("-o", f"{key}={value}")]
-        said = self.run("lp", "-d", queue, *extra, *words, *files)
+        said = self.run("lp", "-d", queue, *self._options(options), *words, *files)
         found = re.search(rf"request id is {re.escape(queue)}-(\d+)", said)
         if not found:
             raise Failure(f"lp said: {said}")
@@ -279,8 +282,7 @@ class PrintSystem:
                 last[0] = self.job(number)
             except OSError:
                 return False
-            # A job is told to be completed while the server still clears up behind it.
-            return last[0].state in states and "processing-to-stop-point" not in last[0].reasons
+            return last[0].state in states
 
         try:
             eventually(there, seconds)
@@ -308,8 +310,7 @@ class PrintSystem:
 
     def change(self, number, **options):
         """Changes options of a job that waits."""
-        words = [word for key, value in options.items() for word in ("-o", f"{key}={value}")]
-        self.run("lp", "-i", str(number), *words)
+        self.run("lp", "-i", str(number), *self._options(options))
 
     # --- what happened ----------------------------------------------------------------------------
 
