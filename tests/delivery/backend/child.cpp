@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 
 namespace kestra::delivery {
 namespace {
@@ -27,12 +28,16 @@ std::array<int, 2> makePipe() {
   return ends;
 }
 
-// One byte; 0 at the end, '?' when the time is up.
-char nextByte(int descriptor) {
+// One byte; nothing at the end.
+std::optional<char> nextByte(int descriptor) {
   pollfd one = {descriptor, POLLIN, 0};
-  if (poll(&one, 1, kLimit) <= 0) return '?';
+  if (poll(&one, 1, kLimit) <= 0) {
+    ADD_FAILURE() << "nothing comes, and no end";
+    return std::nullopt;
+  }
   char byte = 0;
-  return read(descriptor, &byte, 1) == 1 ? byte : '\0';
+  if (read(descriptor, &byte, 1) != 1) return std::nullopt;
+  return byte;
 }
 
 }  // namespace
@@ -80,11 +85,20 @@ std::string Child::rest(int descriptor) {
   return text;
 }
 
+std::string Child::nextOutput(std::size_t size) {
+  std::string text;
+  while (text.size() < size) {
+    const std::optional<char> byte = nextByte(output_);
+    if (!byte) break;
+    text += *byte;
+  }
+  return text;
+}
+
 std::string Child::nextMessage() {
   std::string line;
-  for (char byte = nextByte(messages_); byte != '\n'; byte = nextByte(messages_)) {
-    if (byte == '\0' || line.size() > 100000) break;
-    line += byte;
+  for (auto byte = nextByte(messages_); byte && *byte != '\n'; byte = nextByte(messages_)) {
+    line += *byte;
   }
   return line;
 }
@@ -113,7 +127,7 @@ void Trace::leave(char mark) const { static_cast<void>(!write(writing_, &mark, 1
 char Trace::next() {
   if (writing_ >= 0) close(writing_);
   writing_ = -1;
-  return nextByte(reading_);
+  return nextByte(reading_).value_or('\0');
 }
 
 Folder::Folder() {

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -24,6 +25,8 @@ class Child {
   // Until every process that holds the pipe has closed it; half a minute at most.
   std::string output() { return rest(output_); }
   std::string messages() { return rest(messages_); }
+  // So many bytes of the output; fewer where it ends.
+  std::string nextOutput(std::size_t size);
   // The next line of the messages, without its end.
   std::string nextMessage();
 
@@ -48,7 +51,7 @@ class Trace {
 
   // In a child: writes one byte.
   void leave(char mark) const;
-  // In the test: the next mark, 0 when all other holders have ended, '?' after half a minute.
+  // In the test: the next mark, 0 when all other holders have ended.
   char next();
 
  private:
