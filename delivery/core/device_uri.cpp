@@ -8,6 +8,8 @@
 #include <array>
 #include <cctype>
 #include <cstddef>
+#include <string_view>
+#include <utility>
 
 namespace kestra::delivery {
 namespace {
@@ -67,16 +69,17 @@ bool takeDoubt(DeviceUri& uri) {
 // Host and port as the print system itself reads them: an address in brackets, a default port.
 bool takeHost(DeviceUri& uri) {
   std::array<char, 32> scheme = {};
-  std::array<char, 256> user = {};
-  std::array<char, 256> host = {};
+  std::array<char, 1024> user = {};
+  std::array<char, 1024> host = {};
   std::array<char, 1024> resource = {};
   const http_uri_status_t status = httpSeparateURI(
       HTTP_URI_CODING_ALL, uri.inner.c_str(), scheme.data(), static_cast<int>(scheme.size()),
       user.data(), static_cast<int>(user.size()), host.data(), static_cast<int>(host.size()),
       &uri.port, resource.data(), static_cast<int>(resource.size()));
   uri.host = host.data();
-  return status >= HTTP_URI_STATUS_OK && !uri.host.empty() && !hasBlankOrControl(uri.host) &&
-         uri.port > 0 && uri.port <= 65535;
+  constexpr std::size_t kLongestHost = 255;  // of the name service
+  return status >= HTTP_URI_STATUS_OK && !uri.host.empty() && uri.host.size() <= kLongestHost &&
+         !hasBlankOrControl(uri.host) && uri.port > 0 && uri.port <= 65535;
 }
 
 }  // namespace

@@ -14,6 +14,11 @@ imaging/paletteimage imaging/kernels filter/base
 imaging/tattoo imaging/kernels filter/base
 printer imaging/kernels imaging/paletteimage imaging/tattoo filter/base
 filter filter/base printer imaging/kernels imaging/paletteimage imaging/tattoo
+delivery/core filter/base
+delivery/sinks delivery/core filter/base
+delivery/backend delivery/core delivery/sinks filter/base
+delivery/monitor delivery/backend delivery/core delivery/sinks filter/base
+delivery/tool delivery/core delivery/sinks filter/base
 tools/frame
 tools/render filter filter/base
 tools/proof tools/frame tools/render filter/base
@@ -34,7 +39,7 @@ allowed() { # FILE INCLUDED: whether the rules let it
 
 cd "$root"
 bad=0
-for file in $(find filter printer imaging tools -name '*.h' -o -name '*.cpp' | sort); do
+for file in $(find filter printer imaging delivery tools -name '*.h' -o -name '*.cpp' | sort); do
   for included in $(sed -n 's/^#include "\(.*\)".*/\1/p' "$file"); do
     if ! allowed "$file" "$included"; then
       echo "$file includes $included, which lies above it" >&2

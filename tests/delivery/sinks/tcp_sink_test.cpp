@@ -1,0 +1,357 @@
+// Network printers that read, stall, reset, refuse, talk and never close.
+#include "delivery/sinks/tcp_sink.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+#include <memory>
+#include <thread>
+
+#include "tests/delivery/sinks/small_printer.h"
+
+namespace kestra::delivery {
+namespace {
+
+using std::chrono::milliseconds;
+using test::Bytes;
+using test::SmallPrinter;
+using test::someBytes;
+using test::StopWatch;
+using test::Told;
+
+Patience within(long time) { return Patience::forMilliseconds(time); }
+
+// Within this much time whatever a test waits for has happened, on the slowest machine.
+constexpr long kLong = 20000;
+
+class TcpSinkTest : public ::testing::Test {
+ protected:
+  std::unique_ptr<TcpSink> sinkTo(const SmallPrinter& printer, const TcpTimes& times = {},
+                                  bool inClass = false) {
+    return std::make_unique<TcpSink>("127.0.0.1", printer.portText(), inClass, watch_, told_.tell(),
+                                     times);
+  }
+  // Connects both sides; the printer's side may be used by the test from then on.
+  static void connect(TcpSink& sink, SmallPrinter& printer) {
+    ASSERT_TRUE(printer.isGood());
+    ASSERT_EQ(sink.open(Before::kNothing, within(kLong)), Progress::kDone) << sink.problem();
+    printer.accept();
+  }
+  Watch watch_;
+  Told told_;
+};
+
+TEST_F(TcpSinkTest, BytesArriveUnchangedAndTheJobEndsInOrder) {
+  SmallPrinter printer(16384);
+  const auto sink = sinkTo(printer);
+  connect(*sink, printer);
+  const Bytes page = someBytes(300001);
+  auto got = std::async(std::launch::async, [&] { return printer.read(page.size() + 1); });
+  EXPECT_EQ(sink->send(page.data(), page.size() - 1, within(kLong)), Progress::kDone);
+  EXPECT_EQ(sink->settle(within(kLong)), Progress::kDone);
+  EXPECT_EQ(sink->sent(), page.size() - 1);
+  EXPECT_EQ(sink->send(&page.back(), 1, within(kLong)), Progress::kDone);
+  EXPECT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  EXPECT_EQ(sink->sent(), page.size());
+  EXPECT_EQ(sink->finish(within(kLong)), Progress::kDone);
+  EXPECT_EQ(got.get(), page);
+  EXPECT_EQ(printer.lastError(), 0);
+  EXPECT_TRUE(told_.lines.empty()) << told_.lines.front();
+}
+
+TEST_F(TcpSinkTest, APrinterThatReadsNothingProvesNothing) {
+  SmallPrinter printer(4096);
+  const auto sink = sinkTo(printer);
+  connect(*sink, printer);
+  const Bytes page = someBytes(60000);
+  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  EXPECT_EQ(sink->settle(within(300)), Progress::kTimedOut);
+  EXPECT_EQ(sink->prove(within(300)), Progress::kTimedOut);
+  EXPECT_EQ(sink->surelyRead(), 0U);
+  EXPECT_EQ(printer.read(page.size()), page);
+  EXPECT_EQ(sink->prove(within(kLong)), Progress::kDone);
+}
+
+TEST_F(TcpSinkTest, AStopEndsAWaitAtOnceAndTheCountIsRight) {
+  SmallPrinter printer(4096);
+  const auto sink = sinkTo(printer);
+  connect(*sink, printer);
+  const Bytes page = someBytes(4000000);
+  std::array<int, 2> cord = {};
+  ASSERT_EQ(pipe(cord.data()), 0);
+  watch_.add(cord[0], [&] {
+    watch_.remove(cord[0]);
+    watch_.stop(Stop::kCancel);
+  });
+  StopWatch time;
+  std::thread cancel([&] {
+    std::this_thread::sleep_for(milliseconds(200));
+    EXPECT_EQ(write(cord[1], "c", 1), 1);
+  });
+  const Patience page1 = {Clock::time_point::max(), Stop::kCancel};
+  EXPECT_EQ(sink->send(page.data(), page.size(), page1), Progress::kStopped);
+  EXPECT_LT(time.seconds(), 0.9);
+  cancel.join();
+  const std::uint64_t sent = sink->sent();
+  EXPECT_GT(sent, 0U);
+  EXPECT_LT(sent, page.size());
+  // What was counted, and not a byte more, is what the printer gets.
+  auto got = std::async(std::launch::async, [&] { return printer.read(page.size()); });
+  EXPECT_EQ(sink->prove(Patience::forMilliseconds(kLong, Stop::kNone)), Progress::kDone);
+  EXPECT_EQ(sink->finish(Patience::forMilliseconds(kLong, Stop::kNone)), Progress::kDone);
+  EXPECT_EQ(got.get(), Bytes(page.begin(), page.begin() + static_cast<std::ptrdiff_t>(sent)));
+  close(cord[0]);
+  close(cord[1]);
+}
+
+TEST_F(TcpSinkTest, AResetOverUnreadBytesLeavesThemUnsure) {
+  SmallPrinter printer(16384);
+  const auto sink = sinkTo(printer);
+  connect(*sink, printer);
+  const Bytes page = someBytes(3000);
+  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  printer.awaitUnread(page.size());
+  printer.hangUp();
+  EXPECT_EQ(sink->prove(within(kLong)), Progress::kBroken);
+  EXPECT_EQ(sink->sent(), page.size());
+  EXPECT_EQ(sink->surelyRead(), 0U);
+  EXPECT_EQ(sink->problem(), "connection reset");
+  sink->drop();
+  EXPECT_EQ(sink->sent(), 0U);
+}
+
+TEST_F(TcpSinkTest, WhatAPrinterReadLongBeforeAResetIsSure) {
+  SmallPrinter printer(16384);
+  const auto sink = sinkTo(printer);
+  connect(*sink, printer);
+  const Bytes page = someBytes(400000);
+  constexpr std::size_t kUnread = 5000;
+  auto got = std::async(std::launch::async, [&] { return printer.read(page.size() - kUnread); });
+  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  got.wait();
+  printer.hangUp();
+  EXPECT_EQ(sink->settle(within(kLong)), Progress::kBroken);
+  // The bound must not claim what is unread, and a small buffer cannot hold much.
+  EXPECT_LE(sink->surelyRead(), page.size() - kUnread);
+  EXPECT_GE(sink->surelyRead(), page.size() - 60000);
+}
+
+TEST_F(TcpSinkTest, APrinterThatClosesInOrderHasReadWhatItAcknowledged) {
+  SmallPrinter printer(16384);
+  const auto sink = sinkTo(printer);
+  connect(*sink, printer);
+  const Bytes page = someBytes(3000);
+  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->settle(within(kLong)), Progress::kDone);
+  ASSERT_EQ(printer.read(page.size()), page);
+  printer.hangUp();
+  // In the middle of a page it is a break all the same.
+  while (sink->settle(within(kLong)) == Progress::kDone) {
+  }
+  EXPECT_EQ(sink->surelyRead(), page.size());
+  EXPECT_EQ(sink->problem(), "it closed the connection");
+  EXPECT_EQ(sink->send(page.data(), 1, within(kLong)), Progress::kBroken);
+}
+
+TEST_F(TcpSinkTest, APrinterThatClosesBetweenPagesIsConnectedAnew) {
+  SmallPrinter printer;
+  const auto sink = sinkTo(printer);
+  connect(*sink, printer);
+  const Bytes page = someBytes(3000);
+  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  ASSERT_EQ(printer.read(page.size()), page);
+  auto again = std::async(std::launch::async, [&] {
+    printer.hangUp();
+    printer.accept();
+    return printer.read(page.size());
+  });
+  // The end of the first connection is under way: open until it is noticed, as page after page
+  // does.
+  StopWatch time;
+  while (sink->surelyRead() != page.size() && time.seconds() < 10) {
+    ASSERT_EQ(sink->open(Before::kNothing, within(kLong)), Progress::kDone);
+  }
+  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  // The count goes on over both connections.
+  EXPECT_EQ(sink->sent(), 2 * page.size());
+  EXPECT_EQ(again.get(), page);
+}
+
+TEST_F(TcpSinkTest, APrinterThatRefusesIsWaitedForAndToldOnce) {
+  SmallPrinter first;
+  const int port = first.port();
+  const auto sink = sinkTo(first);
+  first.stopListening();
+  EXPECT_EQ(sink->open(Before::kNothing, within(1500)), Progress::kTimedOut);
+  EXPECT_EQ(told_.count("STATE: +connecting-to-device"), 1);
+  EXPECT_EQ(told_.count("STATE: +offline-report"), 1);
+  EXPECT_EQ(told_.count("INFO: Waiting for the printer at 127.0.0.1:" + std::to_string(port) +
+                        ": connection refused"),
+            1);
+  SmallPrinter second(0, port);
+  ASSERT_TRUE(second.isGood());
+  StopWatch time;
+  EXPECT_EQ(sink->open(Before::kNothing, within(kLong)), Progress::kDone);
+  EXPECT_LT(time.seconds(), 3.0);
+  EXPECT_EQ(told_.count("STATE: -connecting-to-device,-offline-report"), 1);
+  EXPECT_EQ(told_.count("INFO: Waiting"), 1);
+}
+
+TEST_F(TcpSinkTest, AStopEndsTheWaitForAPrinterThatIsAway) {
+  SmallPrinter printer;
+  const auto sink = sinkTo(printer);
+  printer.stopListening();
+  watch_.stop(Stop::kLeave);
+  EXPECT_EQ(sink->open(Before::kNothing, {}), Progress::kStopped);
+}
+
+TEST_F(TcpSinkTest, InAClassAPrinterThatIsAwayIsGivenUpSoon) {
+  SmallPrinter printer;
+  TcpTimes times;
+  times.awayInClass = milliseconds(400);
+  const auto sink = sinkTo(printer, times, true);
+  printer.stopListening();
+  StopWatch time;
+  EXPECT_EQ(sink->open(Before::kNothing, within(kLong)), Progress::kBroken);
+  EXPECT_GE(time.seconds(), 0.4);
+  EXPECT_LT(time.seconds(), 2.0);
+  EXPECT_EQ(sink->problem(), "connection refused");
+}
+
+TEST_F(TcpSinkTest, AHostNameThatNobodyKnowsIsToldOnce) {
+  TcpTimes times;
+  times.tellAway = milliseconds(0);
+  TcpSink sink("no-such-printer.invalid", "9100", false, watch_, told_.tell(), times);
+  EXPECT_EQ(sink.open(Before::kNothing, within(1500)), Progress::kTimedOut);
+  EXPECT_GE(told_.count("INFO: Waiting for the printer at no-such-printer.invalid:9100: "), 1);
+  for (std::size_t i = 0; i < told_.lines.size(); ++i) {
+    for (std::size_t j = 0; j < i; ++j) EXPECT_NE(told_.lines[i], told_.lines[j]);
+  }
+}
+
+TEST_F(TcpSinkTest, AnEmptyHostIsHopeless) {
+  TcpSink sink("", "9100", false, watch_, told_.tell());
+  EXPECT_EQ(sink.open(Before::kNothing, within(kLong)), Progress::kHopeless);
+  EXPECT_FALSE(sink.problem().empty());
+}
+
+TEST_F(TcpSinkTest, APrinterThatNeverClosesCostsHalfASecond) {
+  SmallPrinter printer;
+  const auto sink = sinkTo(printer);
+  connect(*sink, printer);
+  const Bytes page = someBytes(3000);
+  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  StopWatch time;
+  EXPECT_EQ(sink->finish(within(kLong)), Progress::kDone);
+  EXPECT_GE(time.seconds(), 0.49);
+  EXPECT_LE(time.seconds(), 0.6);
+  // The printer loses nothing by that.
+  EXPECT_EQ(printer.read(page.size() + 1), page);
+  EXPECT_EQ(printer.lastError(), 0);
+  EXPECT_EQ(sink->finish(within(kLong)), Progress::kDone);
+}
+
+TEST_F(TcpSinkTest, AResetDuringTheFarewellIsABreak) {
+  SmallPrinter printer(16384);
+  const auto sink = sinkTo(printer);
+  connect(*sink, printer);
+  const Bytes page = someBytes(3000);
+  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  printer.awaitUnread(page.size());
+  auto reset = std::async(std::launch::async, [&] { printer.hangUp(); });
+  EXPECT_EQ(sink->finish(within(kLong)), Progress::kBroken);
+  EXPECT_EQ(sink->surelyRead(), 0U);
+}
+
+TEST_F(TcpSinkTest, WhatAPrinterSaysDisturbsNothing) {
+  SmallPrinter printer;
+  const auto sink = sinkTo(printer);
+  connect(*sink, printer);
+  const Bytes page = someBytes(500000);
+  auto got = std::async(std::launch::async, [&] {
+    printer.say("\x1B[31mpaper\nERROR: is\x07 low\n");
+    Bytes all;
+    while (true) {
+      printer.say(std::string(50, '?'));
+      const Bytes part = printer.read(5000);
+      all.insert(all.end(), part.begin(), part.end());
+      if (part.size() < 5000) return all;
+    }
+  });
+  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  EXPECT_EQ(sink->finish(within(kLong)), Progress::kDone);
+  // A reset would have cut the printer's reading short.
+  EXPECT_EQ(got.get(), page);
+  EXPECT_EQ(printer.lastError(), 0);
+  EXPECT_GE(told_.count("DEBUG: the printer says "), 1);
+  EXPECT_LE(told_.count("DEBUG: the printer says "), 3);
+  EXPECT_EQ(told_.lines.front().find_first_of("\x1B\n\x07"), std::string::npos);
+  EXPECT_EQ(told_.count("ERROR"), 0);
+}
+
+TEST_F(TcpSinkTest, APrinterThatTakesNothingIsToldOnceAndSoIsItsReturn) {
+  SmallPrinter printer(4096);
+  TcpTimes times;
+  times.noProgress = milliseconds(300);
+  const auto sink = sinkTo(printer, times);
+  connect(*sink, printer);
+  const Bytes page = someBytes(60000);
+  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  EXPECT_EQ(sink->settle(within(1500)), Progress::kTimedOut);
+  EXPECT_EQ(told_.count("INFO: The printer takes no more data; is it out of paper or paused?"), 1);
+  EXPECT_EQ(told_.count("STATE: +offline-report"), 1);
+  auto got = std::async(std::launch::async, [&] { return printer.read(page.size()); });
+  EXPECT_EQ(sink->settle(within(kLong)), Progress::kDone);
+  EXPECT_EQ(told_.count("STATE: -offline-report"), 1);
+  EXPECT_EQ(told_.count("INFO: The printer takes no more data"), 1);
+  EXPECT_EQ(got.get(), page);
+}
+
+TEST_F(TcpSinkTest, SettlingWaitsForThePageBeforeToBeRead) {
+  SmallPrinter printer(8192);
+  TcpTimes times;
+  times.previousPage = milliseconds(400);
+  const auto sink = sinkTo(printer, times);
+  connect(*sink, printer);
+  // Small enough to be acknowledged unread, in pieces that make the room shrink visibly: behind the
+  // third piece 9,000 bytes are unread, of which more than 3,000 show.
+  const Bytes piece = someBytes(3000);
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_EQ(sink->send(piece.data(), piece.size(), within(kLong)), Progress::kDone);
+    ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  }
+  ASSERT_EQ(sink->send(piece.data(), piece.size(), within(kLong)), Progress::kDone);
+  StopWatch time;
+  ASSERT_EQ(sink->settle(within(kLong)), Progress::kDone);
+  EXPECT_GE(time.seconds(), 0.4);
+  EXPECT_LT(time.seconds(), 0.8);
+  // A printer that has read everything shows it, and nothing is waited for.
+  EXPECT_EQ(printer.read(3 * piece.size()).size(), 3 * piece.size());
+  StopWatch quick;
+  ASSERT_EQ(sink->settle(within(kLong)), Progress::kDone);
+  EXPECT_LT(quick.seconds(), 0.3);
+}
+
+TEST_F(TcpSinkTest, ADroppedPageReachesThePrinterAsAReset) {
+  SmallPrinter printer;
+  const auto sink = sinkTo(printer);
+  connect(*sink, printer);
+  const Bytes page = someBytes(3000);
+  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->settle(within(kLong)), Progress::kDone);
+  sink->drop();
+  static_cast<void>(printer.read(page.size() + 1));
+  EXPECT_EQ(printer.lastError(), ECONNRESET);
+  EXPECT_EQ(sink->send(page.data(), 1, within(kLong)), Progress::kBroken);
+}
+
+}  // namespace
+}  // namespace kestra::delivery
