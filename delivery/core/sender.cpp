@@ -13,7 +13,7 @@ constexpr Patience kWithinPage = {Clock::time_point::max(), Stop::kCancel};
 constexpr Patience kBetweenPages = {Clock::time_point::max(), Stop::kLeave};
 constexpr long kWhiteMilliseconds = 4000;
 constexpr long kFarewellMilliseconds = 500;
-constexpr std::size_t kTriesInVain = 4;
+constexpr std::size_t kTriesInVain = 3;
 constexpr std::size_t kTriesOfOtherPages = 2;
 constexpr char kRawDigest[] = "raw";
 
@@ -229,6 +229,14 @@ Sender::Step Sender::rawBroke() {
 }
 
 Sender::Step Sender::endOfJob() {
+  if (number_ == 1) {
+    // A renderer that was killed early leaves a document without pages; twice it is the document.
+    if (journal_.state().triesInVain == 1) {
+      warn("The document gave no label; it is made anew");
+      return rest(Rest::kAgain, Verdict::kRetry);
+    }
+    warn("Nothing was printed: the document has no page, or none of those that were asked for");
+  }
   if (!passed_.empty()) {
     const Progress progress = sink_.finish(kBetweenPages);
     if (progress == Progress::kBroken) return afterBreak();

@@ -351,8 +351,21 @@ TEST_F(SenderTest, AMissingPageIsMadeAnewAFewTimesAndThenHeld) {
     verdict = run(sink, journal);
   }
   EXPECT_EQ(verdict, Verdict::kHold);
-  EXPECT_EQ(tries, 4);
+  EXPECT_EQ(tries, 3);
   EXPECT_EQ(counts(printer), (std::vector<int>{1, 0, 0}));  // nothing behind the missing one
+}
+
+TEST_F(SenderTest, ADocumentWithoutPagesIsMadeAnewOnceAndThenBelieved) {
+  paths_.clear();
+  PrinterOfBytes printer;
+  BytesSink sink(printer);
+  Journal journal;
+  ASSERT_TRUE(journal.start({}));
+  EXPECT_EQ(run(sink, journal), Verdict::kRetry);
+  ASSERT_TRUE(journal.start({}));
+  EXPECT_EQ(run(sink, journal), Verdict::kPrinted);
+  EXPECT_NE(told_.back().find("Nothing was printed"), std::string::npos);
+  EXPECT_TRUE(printer.connections.empty());
 }
 
 TEST_F(SenderTest, InAClassAnotherPrinterGoesOnAndNothingComesTwice) {
