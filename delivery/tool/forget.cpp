@@ -1,0 +1,108 @@
+// kestra-delivery forget: what is remembered of a job goes, unless the job is under way.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+
+#include "delivery/core/job_store.h"
+#include "delivery/core/lock.h"
+#include "delivery/tool/choose_job.h"
+#include "delivery/tool/places_rights.h"
+#include "delivery/tool/verbs.h"
+#include "delivery/tool/words.h"
+
+namespace kestra::delivery {
+namespace {
+
+bool isThere(const std::string& path) {
+  struct stat status = {};
+  return lstat(path.c_str(), &status) == 0;
+}
+
+// What was forgotten, as one sentence; empty and a problem where it was not.
+std::string forget(const Places& places, const std::vector<Remembered>& printings,
+                   std::string& problem) {
+  const std::string& key = printings.back().key;
+  const JobStore store(places.state);
+  Lock lock;
+  if (!lock.open(store.jobLock(key, problem), problem)) return "";
+  if (!lock.take()) {
+    problem = "The job is under way; cancel it first";
+    return "";
+  }
+  std::size_t labels = 0, frames = 0;
+  for (const Remembered& one : printings) {
+    labels += one.journal.done();
+    frames += one.kept.size();
+  }
+  store.forget(key);
+  const std::string folder = places.state + "/jobs/" + key;
+  if (isThere(folder)) {
+    problem = folder + " could not be removed";
+    return "";
+  }
+  return "Forgot the job " + key + ": " + counted(printings.size(), "printing") + ", " +
+         counted(labels, "label") + " noted, " + counted(frames, "kept page frame") + ".\n";
+}
+
+// The same of its frames in the filter's folder.
+std::string removeFrames(const LeftJob& job, std::string& problem) {
+  std::size_t removed = 0;
+  for (const LeftFrame& frame : job.frames) {
+    if (unlink(frame.path.c_str()) == 0) {
+      ++removed;
+    } else if (problem.empty()) {
+      // NOLINTNEXTLINE(concurrency-mt-unsafe): one thread
+      problem = frame.path + " could not be removed: " + std::strerror(errno);
+    }
+  }
+  return "Removed " + counted(removed, "page frame") + " of job " + std::to_string(job.number) +
+         ", " + sizeWords(job.bytes()) + ".\n";
+}
+
+}  // namespace
+
+int forgetJob(const Arguments& arguments, const Places& places) {
+  std::string problem;
+  if (!becomeOwner(places, problem)) return failed(problem);
+  const std::vector<Remembered> all = rememberedJobs(places.state);
+  const std::vector<Remembered> found = matchingJobs(all, arguments.job);
+  if (!isOneJob(found, arguments.job, problem)) return failed(problem);
+  std::optional<int> number = jobNumber(arguments.job);
+  if (!found.empty()) {
+    // Without a journal its number is not known, and 0 would be another job's.
+    if (found.back().journal.begun != 0) number = found.back().journal.number;
+    const std::string words = forget(places, found, problem);
+    if (words.empty()) return failed(problem);
+    std::fputs(words.c_str(), stdout);
+  }
+
+  // What this job kept is no longer cared for, what others keep is.
+  std::vector<Remembered> others;
+  std::copy_if(all.begin(), all.end(), std::back_inserter(others), [&found](const Remembered& one) {
+    return found.empty() || one.key != found.back().key;
+  });
+  LeftJob left;
+  for (const LeftJob& job : leftOverFrames(places.frames, caredFor(others))) {
+    if (number && job.number == *number) left = job;
+  }
+  if (!left.frames.empty() && arguments.withFrames) {
+    std::fputs(removeFrames(left, problem).c_str(), stdout);
+    return problem.empty() ? kAllWell : failed(problem);
+  }
+  if (!left.frames.empty()) {
+    const std::string words = counted(left.frames.size(), "page frame") + " of job " +
+                              std::to_string(left.number) +
+                              " stay in the filter's folder; add --frames to remove them";
+    if (found.empty()) return failed(words);
+    std::printf("%s.\n", words.c_str());
+  }
+  if (!found.empty()) return kAllWell;
+  return failed("Nothing is known of a job " + harmless(arguments.job));
+}
+
+}  // namespace kestra::delivery
