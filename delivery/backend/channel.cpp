@@ -96,9 +96,7 @@ void SenderEnd::hear() {
   const ssize_t size = recv(descriptor_, &kind, 1, MSG_DONTWAIT);
   if (size > 0 && kind == kCancel) watch_->stop(Stop::kCancel);
   const bool isGone = size == 0 || (size < 0 && errno != EAGAIN && errno != EINTR);
-  if (!isGone) return;
-  watch_->stop(Stop::kLeave);
-  watch_->remove(descriptor_);
+  if (isGone) watch_->remove(descriptor_);
 }
 
 }  // namespace kestra::delivery

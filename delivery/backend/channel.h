@@ -47,8 +47,9 @@ class FrontEnd {
 /// The sender's end. The descriptor stays the caller's, who closes it after this object's end.
 class SenderEnd {
  public:
-  /// From here on a cancel of the front's stops the watch with kCancel, the end of the front with
-  /// kLeave: the page under way is finished. Without a watch (null) nothing is heard.
+  /// From here on a cancel of the front's stops the watch with kCancel. The end of the front stops
+  /// nothing: where it was killed, the print system takes the job for printed, and nobody else would
+  /// bring the rest. Without a watch (null) nothing is heard.
   SenderEnd(int descriptor, Watch* watch);
   ~SenderEnd();
   SenderEnd(const SenderEnd&) = delete;

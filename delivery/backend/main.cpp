@@ -83,10 +83,10 @@ int send(const JobWords& job, const DeviceUri& device, int printSystem, Watch& w
   const Settings settings = readSettings(places.settings, problems);
   if (!problems.empty()) tell("WARNING: " + places.settings + ": " + problems);
   // Filters that outlive the print system would render beside those of the same job's next start.
+  // What they have stored until then is sent.
   watch.add(printSystem, [&watch, printSystem] {
     watch.remove(printSystem);
     endWriters(STDIN_FILENO);
-    watch.stop(Stop::kLeave);
   });
   const JobFacts facts = factsOf(job, device, settings);
   TcpSink sink(device.host, std::to_string(device.port), facts.inClass, watch, tell);

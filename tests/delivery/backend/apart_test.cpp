@@ -147,7 +147,7 @@ TEST(RunApart, LetsTheSenderFinishWhenTheFrontIsKilled) {
       static_cast<void>(watch.await(kUntilLeave));
       // What the print system killed is told nothing, but it is no reason to die.
       for (int i = 0; i < 3; ++i) tell("INFO: nobody hears this");
-      trace.leave(watch.stopped() == Stop::kLeave ? 'l' : 'x');
+      trace.leave(watch.stopped() == Stop::kNone ? 'l' : 'x');
       return 0;
     });
   });

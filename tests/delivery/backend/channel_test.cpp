@@ -117,12 +117,12 @@ TEST_F(WireTest, PassesACancelOn) {
   EXPECT_EQ(watch.stopped(), Stop::kCancel);
 }
 
-TEST_F(WireTest, TakesTheEndOfTheFrontAsARequestToLeave) {
+TEST_F(WireTest, StopsNothingAtTheEndOfTheFront) {
   Watch watch;
   const SenderEnd sender(sender_, &watch);
   hangUp(front_);
-  EXPECT_EQ(watch.pause(Patience::forMilliseconds(30000)), Woken::kStopped);
-  EXPECT_EQ(watch.stopped(), Stop::kLeave);
+  EXPECT_EQ(watch.await(Patience::forMilliseconds(30000)), Woken::kReady);
+  EXPECT_EQ(watch.stopped(), Stop::kNone);
   // It is heard once: a wait that no stop ends is not woken again and again.
   EXPECT_EQ(watch.await(Patience::forMilliseconds(20, Stop::kNone)), Woken::kTime);
 }
