@@ -44,6 +44,16 @@ TEST_P(EveryModel, GivesEverySizeAMultipleOfFourDotsThatFitsTheHead) {
   EXPECT_GE(checked, 8);
 }
 
+// A queue with such an address would else get the commands alone, and no dots.
+TEST_P(EveryModel, HasFramesSentToPlainAddresses) {
+  for (const char* scheme : {"usb", "socket"}) {
+    const ppd_attr_t* monitor = ppdFindAttr(ppd_.get(), "cupsPortMonitor", scheme);
+    ASSERT_NE(monitor, nullptr) << scheme;
+    EXPECT_STREQ(monitor->value, "kestra");
+  }
+  EXPECT_EQ(ppdFindAttr(ppd_.get(), "cupsPortMonitor", "kestra"), nullptr);
+}
+
 TEST_P(EveryModel, OffersBothResolutions) {
   EXPECT_EQ(choicesOf(ppd_.get(), "Resolution"), (std::vector<std::string>{"203dpi", "300dpi"}));
 }
