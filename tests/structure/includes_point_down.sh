@@ -22,6 +22,7 @@ delivery/tool delivery/core delivery/sinks filter/base
 tools/frame
 tools/render filter filter/base
 tools/proof tools/frame tools/render filter/base
+tools/paper tools/frame tools/proof filter/base
 tools
 '
 

@@ -1,0 +1,199 @@
+// Turns the words of the command line into settings.
+//
+// All checks that need no file are made here, so a run either is as asked or does not start.
+#include "tools/paper/arguments.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <functional>
+
+namespace kestra::paper {
+namespace {
+
+constexpr double kLargestSeconds = 1e6;
+constexpr double kFastest = 10000;  // mm a second
+constexpr std::uint64_t kLargestDpi = 9999;
+constexpr std::uint64_t kLargestBuffer = std::uint64_t{1} << 28;
+constexpr std::uint64_t kLargestCount = 1'000'000'000;
+
+// An option that takes a value; `take` stores it, or returns what is wanted instead.
+struct ValueOption {
+  const char* name;
+  std::function<std::string(const std::string& value)> take;
+};
+
+struct Switch {
+  const char* name;
+  bool* place;
+  bool value = true;
+};
+
+std::string notText(const std::string& value) {
+  return value.empty() ? std::string() : ", not \"" + value + "\"";
+}
+
+std::function<std::string(const std::string&)> textInto(std::string& place, const char* wanted) {
+  return [&place, wanted](const std::string& value) {
+    place = value;
+    return value.empty() ? std::string(wanted) : std::string();
+  };
+}
+
+// A whole number from `least` to `most`.
+template <typename Number>
+std::function<std::string(const std::string&)> numberInto(Number& place, std::uint64_t least,
+                                                          std::uint64_t most) {
+  return [&place, least, most](const std::string& value) {
+    const bool digits = !value.empty() && value.size() <= 12 &&
+                        value.find_first_not_of("0123456789") == std::string::npos;
+    const std::uint64_t number = digits ? std::strtoull(value.c_str(), nullptr, 10) : 0;
+    if (!digits || number < least || number > most) {
+      return "a whole number from " + std::to_string(least) + " to " + std::to_string(most) +
+             notText(value);
+    }
+    place = static_cast<Number>(number);
+    return std::string();
+  };
+}
+
+// A number with or without a point.
+template <typename Place>
+std::function<std::string(const std::string&)> decimalInto(Place& place, double most,
+                                                           const char* wanted) {
+  return [&place, most, wanted](const std::string& value) {
+    char* end = nullptr;
+    const bool digits = !value.empty() && value.size() <= 15 &&
+                        value.find_first_not_of("0123456789.") == std::string::npos;
+    const double number = digits ? std::strtod(value.c_str(), &end) : 0;
+    if (!digits || *end != '\0' || number > most) return wanted + notText(value);
+    place = number;
+    return std::string();
+  };
+}
+
+std::vector<ValueOption> valueOptions(Arguments& arguments) {
+  PrinterSettings& printer = arguments.printer;
+  return {
+      {"--ready", textInto(printer.readyFile, "the name of a file")},
+      {"--speed", decimalInto(printer.speed, kFastest, "mm a second, 0 for as fast as it comes")},
+      {"--dpi", numberInto(printer.dpi, 1, kLargestDpi)},
+      {"--buffer", numberInto(printer.buffer, 1, kLargestBuffer)},
+      {"--output", textInto(arguments.output, "the name of a folder")},
+      {"--log", textInto(arguments.log, "the name of a file")},
+      {"--fault",
+       [&](const std::string& value) {
+         std::string problem;
+         const auto fault = parseFault(value, problem);
+         if (fault) printer.faults.push_back(*fault);
+         return fault ? std::string() : "WHEN ACTION: " + problem;
+       }},
+      {"--script",
+       [&](const std::string& value) {
+         arguments.scripts.push_back(value);
+         return std::string(value.empty() ? "the name of a file" : "");
+       }},
+      {"--control", textInto(printer.control, "the name of a FIFO, or - for standard input")},
+      {"--expect", textInto(arguments.expect, "the name of a file")},
+      {"--came", textInto(arguments.came, "the name of a file")},
+      {"--allow-twice", numberInto(arguments.allowTwice, 0, kLargestCount)},
+      {"--allow-unknown", numberInto(arguments.allowUnknown, 0, kLargestCount)},
+      {"--labels", numberInto(printer.labels, 1, kLargestCount)},
+      {"--for", decimalInto(printer.runFor, kLargestSeconds, "a number of seconds")},
+      {"--idle", decimalInto(printer.idleFor, kLargestSeconds, "a number of seconds")},
+  };
+}
+
+std::vector<Switch> switches(Arguments& arguments) {
+  PrinterSettings& printer = arguments.printer;
+  return {{"--help", &arguments.help},
+          {"-h", &arguments.help},
+          {"--version", &arguments.version},
+          {"--quiet", &arguments.quiet},
+          {"-q", &arguments.quiet},
+          {"--list", &arguments.list},
+          {"--digest", &arguments.digest},
+          {"--allow-torn", &arguments.allowTorn},
+          {"--any-order", &arguments.anyOrder},
+          {"--any-count", &printer.rules.countsWanted, false},
+          {"--no-command", &printer.rules.commandWanted, false},
+          {"--keep-state", &printer.keepState}};
+}
+
+// Whether the word was an option; what is wrong with it in `problem`.
+bool takeOption(const std::string& word, const std::vector<std::string>& words, std::size_t& next,
+                Arguments& arguments, std::string& problem) {
+  for (const Switch& known : switches(arguments)) {
+    if (word != known.name) continue;
+    *known.place = known.value;
+    return true;
+  }
+  for (const ValueOption& known : valueOptions(arguments)) {
+    const std::string name = known.name;
+    std::string value;
+    if (word == name) {
+      if (next < words.size()) value = words[next++];
+    } else if (word.compare(0, name.size() + 1, name + "=") == 0) {
+      value = word.substr(name.size() + 1);
+    } else {
+      continue;
+    }
+    const std::string wanted = known.take(value);
+    if (!wanted.empty()) problem = name + " wants " + wanted;
+    return true;
+  }
+  return false;
+}
+
+// What does not fit together, as one sentence, or an empty text. Reads the source.
+std::string contradiction(Arguments& arguments) {
+  PrinterSettings& printer = arguments.printer;
+  if (arguments.digest) {
+    return arguments.inputs.empty() ? "--digest wants page frames" : std::string();
+  }
+  if (!arguments.came.empty()) {
+    if (!arguments.inputs.empty()) return "give a source or --came, not both";
+    return arguments.expect.empty() ? "--came needs --expect: nothing to judge by" : std::string();
+  }
+  if (arguments.inputs.size() != 1) {
+    return arguments.inputs.empty()
+               ? "no source given: tcp:PORT, unix:PATH, - or a file"
+               : "one source only, " + std::to_string(arguments.inputs.size()) + " are given";
+  }
+  std::string problem;
+  const auto source = parseSource(arguments.inputs[0], problem);
+  if (!source) return problem;
+  printer.source = *source;
+  if (printer.control == "-" && source->path == "-") {
+    return "--control and the source cannot both be standard input";
+  }
+  if (!printer.readyFile.empty() && !source->isSocket()) {
+    return "--ready is for tcp: and unix:, nobody connects to a file";
+  }
+  if (arguments.list && !arguments.expect.empty()) {
+    return "give --list or --expect, not both";
+  }
+  return {};
+}
+
+}  // namespace
+
+bool parseArguments(const std::vector<std::string>& words, Arguments& arguments,
+                    std::string& problem) {
+  bool options = true;
+  std::size_t next = 0;
+  problem.clear();
+  while (next < words.size() && problem.empty()) {
+    const std::string& word = words[next++];
+    if (!options || word.size() < 2 || word[0] != '-') {
+      arguments.inputs.push_back(word);
+    } else if (word == "--") {
+      options = false;
+    } else if (!takeOption(word, words, next, arguments, problem)) {
+      problem = "unknown option " + word;
+    }
+  }
+  if (problem.empty() && !arguments.help && !arguments.version) problem = contradiction(arguments);
+  return problem.empty();
+}
+
+}  // namespace kestra::paper
