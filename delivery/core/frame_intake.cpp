@@ -156,6 +156,12 @@ void FrameIntake::take(const std::string& name) {
   }
   if (!keepFolder_.empty()) keep(frame, frames_.size() + 1);
   frames_.push_back(frame);
+  if (every_ > 0 && frames_.size() % every_ == 0) action_();
+}
+
+void FrameIntake::onEvery(std::size_t frames, std::function<void()> action) {
+  every_ = frames;
+  action_ = std::move(action);
 }
 
 void FrameIntake::keepIn(const std::string& folder) {

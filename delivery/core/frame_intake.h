@@ -7,6 +7,7 @@
 #include <sys/types.h>
 
 #include <ctime>
+#include <functional>
 #include <set>
 #include <string>
 #include <tuple>
@@ -39,6 +40,9 @@ class FrameIntake {
   /// kept now. Without this call the originals are read.
   /// @param folder  0700, on a disk
   void keepIn(const std::string& folder);
+
+  /// Calls `action` after each so many frames that are taken.
+  void onEvery(std::size_t frames, std::function<void()> action);
 
   /// Readable when something may have appeared; -1 where the system has no such thing.
   [[nodiscard]] int descriptor() const { return notify_; }
@@ -75,6 +79,8 @@ class FrameIntake {
   std::vector<TakenFrame> frames_;
   std::set<Identity> seen_;
   std::vector<TakenFrame> older_;
+  std::size_t every_ = 0;
+  std::function<void()> action_;
 };
 
 }  // namespace kestra::delivery

@@ -20,6 +20,7 @@ namespace {
 constexpr long kLookAgainMilliseconds = 10;
 constexpr long kSayWaitingMilliseconds = 500;
 constexpr long kLastFramesMilliseconds = 300;
+constexpr std::size_t kFramesBetweenTrims = 32;  // two images a page
 constexpr long long kRememberSeconds = 8 * 24 * 3600;
 
 // Waits for a lock. A cancel is passed on to the holder if it prints the same job.
@@ -50,7 +51,7 @@ Verdict cannotRemember(const Tell& tell, const std::string& problem) {
 // system taking it for printed. Each is sent as long as the journal knows it as missing.
 void sendLeftOvers(const JobStore& store, const JobFacts& facts, Sink& sink, Watch& watch,
                    const Tell& tell) {
-  for (const Printing& one : store.printings()) {
+  for (const Printing& one : store.openPrintings()) {
     const bool isLeft = one.journal.rest == Rest::kNone && one.journal.device == facts.device &&
                         one.key != facts.key;
     if (!isLeft) continue;
@@ -68,6 +69,7 @@ void sendLeftOvers(const JobStore& store, const JobFacts& facts, Sink& sink, Wat
     Sender sender(source, sink, journal, watch, aside, {facts.doubt, false, false, true});
     if (sender.run() != Verdict::kPrinted) return;
     dropKeptFrames(one.folder);
+    store.mark(one.folder, false);
   }
 }
 
@@ -110,8 +112,10 @@ Verdict printJob(const Places& places, const Settings& settings, const JobFacts&
       !journal.start({facts.completed, facts.number, facts.queue, facts.device, facts.title})) {
     return cannotRemember(tell, folder + "/journal cannot be written");
   }
+  store.mark(folder, true);
   dropKeptFrames(folder, getpid());
   intake.keepIn(folder);
+  intake.onEvery(kFramesBetweenTrims, [&] { trimDebugImages(places.images, settings.imageBytes); });
 
   Lock device;
   if (!device.open(store.deviceLock(facts.device), problem)) return cannotRemember(tell, problem);
@@ -119,6 +123,7 @@ Verdict printJob(const Places& places, const Settings& settings, const JobFacts&
     static_cast<void>(
         journal.rest(watch.stopped() == Stop::kCancel ? Rest::kStopped : Rest::kLeft));
     intake.removeAll(journal.state().begun);
+    store.mark(folder, false);
     return Verdict::kRetry;
   }
   const bool wasCutOff = device.isMarked();
@@ -131,6 +136,7 @@ Verdict printJob(const Places& places, const Settings& settings, const JobFacts&
   device.mark(sender.leftTornPage());
   if (watch.stopped() != Stop::kNone) awaitLastFrames(source, watch);
   intake.removeAll(journal.state().begun);
+  store.mark(folder, false);
   trimDebugImages(places.images, settings.imageBytes);
   store.forgetOld(kRememberSeconds);
   return verdict;

@@ -86,8 +86,10 @@ std::string jobKey(const std::string& uuid, int number, long long created) {
 }
 
 bool JobStore::prepare(std::string& problem) const {
-  return makeFolder(state_, problem) && makeFolder(state_ + "/jobs", problem) &&
-         makeFolder(state_ + "/devices", problem);
+  for (const char* name : {"", "/jobs", "/open", "/devices"}) {
+    if (!makeFolder(state_ + name, problem)) return false;
+  }
+  return true;
 }
 
 std::string JobStore::jobLock(const std::string& key, std::string& problem) const {
@@ -130,6 +132,35 @@ std::vector<Printing> JobStore::printings() const {
   return found;
 }
 
+std::vector<Printing> JobStore::openPrintings() const {
+  std::vector<Printing> found;
+  std::error_code none;
+  for (const auto& entry : fs::directory_iterator(state_ + "/open", none)) {
+    const std::string name = entry.path().filename();
+    const std::size_t dot = name.find('.');
+    if (dot == std::string::npos || !isJobKey(name.substr(0, dot))) continue;
+    const int generation = std::atoi(name.c_str() + dot + 1);
+    const std::string key = name.substr(0, dot);
+    const std::string folder = state_ + "/jobs/" + key + "/" + std::to_string(generation);
+    found.push_back({key, generation, folder, journalIn(folder)});
+  }
+  std::sort(found.begin(), found.end(), [](const Printing& a, const Printing& b) {
+    return a.journal.begun != b.journal.begun ? a.journal.begun < b.journal.begun : a.key < b.key;
+  });
+  return found;
+}
+
+void JobStore::mark(const std::string& folder, bool isOpen) const {
+  const fs::path path(folder);
+  const std::string name = path.parent_path().filename().string() + "." + path.filename().string();
+  const std::string mark = state_ + "/open/" + name;
+  if (isOpen) {
+    static_cast<void>(openPrivateFile(mark.c_str()));
+  } else {
+    unlink(mark.c_str());
+  }
+}
+
 void JobStore::forget(const std::string& key) const {
   std::error_code none;
   if (isJobKey(key)) fs::remove_all(state_ + "/jobs/" + key, none);
@@ -146,12 +177,18 @@ void JobStore::forgetOld(long long seconds) const {
   if (const FilePtr made = openPrivateFile(stamp.c_str())) std::fputs("1\n", made.get());
 
   std::map<std::string, long long> newest;
-  for (const Printing& one : printings()) {
-    const std::string journal = one.folder + "/journal";
-    const bool isThere =
-        lstat(journal.c_str(), &status) == 0 || lstat(one.folder.c_str(), &status) == 0;
-    long long& time = newest[one.key];
-    if (isThere) time = std::max<long long>(time, status.st_mtime);
+  std::error_code none;
+  for (const auto& job : fs::directory_iterator(state_ + "/jobs", none)) {
+    const std::string key = job.path().filename();
+    if (!isJobKey(key)) continue;
+    long long& time = newest[key];
+    for (const int generation : generationsIn(job.path())) {
+      const std::string journal =
+          job.path().string() + "/" + std::to_string(generation) + "/journal";
+      if (lstat(journal.c_str(), &status) == 0) time = std::max<long long>(time, status.st_mtime);
+    }
+    // A job that came no further than its folder.
+    if (time == 0 && lstat(job.path().c_str(), &status) == 0) time = status.st_mtime;
   }
   for (const auto& [key, time] : newest) {
     if (now - time < seconds) continue;

@@ -1,8 +1,8 @@
 // The folders in which delivery keeps what it knows of jobs and devices.
 //
 // STATE/jobs/UUID/lock, STATE/jobs/UUID/N/journal and N/frame-PID-NUMBER.dat: N counts the
-// printings of a job, as a person may start a finished one again. STATE/devices/DIGEST.lock: one
-// per device.
+// printings of a job, as a person may start a finished one again. STATE/open/UUID.N: a printing
+// that is under way. STATE/devices/DIGEST.lock: one per device.
 #pragma once
 
 #include <cstddef>
@@ -49,6 +49,12 @@ class JobStore {
 
   /// All printings, by key and generation.
   [[nodiscard]] std::vector<Printing> printings() const;
+
+  /// Those that are marked as under way: they are, or their sender was killed. Few, so that a start
+  /// of a job need not read thousands of journals.
+  [[nodiscard]] std::vector<Printing> openPrintings() const;
+  /// Marks the printing in a folder that `printingFolder` gave, and takes the mark away.
+  void mark(const std::string& folder, bool isOpen) const;
 
   /// Removes a job with all its printings.
   void forget(const std::string& key) const;

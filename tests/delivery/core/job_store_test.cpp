@@ -88,6 +88,21 @@ TEST_F(JobStoreTest, ListsAllPrintings) {
   EXPECT_EQ(found[1].key, kKey);
 }
 
+TEST_F(JobStoreTest, KnowsThePrintingsUnderWayWithoutReadingAll) {
+  std::string problem;
+  start(0, Rest::kEnded);
+  const std::string folder = store_.printingFolder(kKey, 0, problem);
+  EXPECT_TRUE(store_.openPrintings().empty());
+  store_.mark(folder, true);
+  const auto found = store_.openPrintings();
+  ASSERT_EQ(found.size(), 1U);
+  EXPECT_EQ(found[0].key, kKey);
+  EXPECT_EQ(found[0].folder, folder);
+  EXPECT_EQ(found[0].journal.number, 5);
+  store_.mark(folder, false);
+  EXPECT_TRUE(store_.openPrintings().empty());
+}
+
 TEST_F(JobStoreTest, ForgetsOldJobsButNoneThatPrints) {
   start(0, Rest::kEnded);
   const std::string journal = folder_ / "state/jobs/0b1c-2d/0/journal";
