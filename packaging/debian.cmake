@@ -23,10 +23,13 @@ set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "CUPS filter for label and tattoo stencil thermal printers
 Turns the pages of a print job into the dots of a thermal print head, for a
 4-inch label head and an A4-wide stencil head: ten halftones, two of them for
-stencils, tone, mirror and negative print, and sharper barcodes. Each page is
-left as a file of dots for a delivery stage, which is not part of this package.
+stencils, tone, mirror and negative print, and sharper barcodes. Its backend
+sends each label to the printer exactly once, over the network or a cable, also
+when the print system is restarted or the printer is away for a while.
 .
-The program kestra-proof shows such a page as a picture of its very dots.")
+The program kestra-proof shows a page as a picture of its very dots,
+kestra-delivery what waits and what is in doubt, and kestra-paper is a printer
+without paper to try everything with.")
 
 # cups brings the daemon, the list of drivers and what turns documents into pages. A text document
 # needs a font as well.
