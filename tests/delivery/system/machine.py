@@ -97,3 +97,11 @@ def processes(name):
         if comm == name[:15] and state[0] not in "ZX":
             found.append(int(entry))
     return sorted(found)
+
+
+def leads_session(pid):
+    """Whether a process has begun a session of its own, as one does that outlives its starter."""
+    try:
+        return os.getsid(pid) == pid
+    except ProcessLookupError:
+        return False
