@@ -113,10 +113,13 @@ Settings parseSettings(const std::string& text, std::string& problems) {
 }
 
 Settings readSettings(const std::string& path, std::string& problems) {
+  errno = 0;
   const FilePtr file = openRegularFile(path.c_str());
   if (file == nullptr) {
     if (errno == ENOENT) return {};
-    const char* why = errno == ELOOP ? "it is a link" : std::strerror(errno);
+    const char* why = errno == ELOOP ? "it is a link"
+                      : errno == 0   ? "it is no file"
+                                     : std::strerror(errno);
     addProblem(problems, path + " is not read, the usual settings hold: " + why + ".");
     return {};
   }

@@ -95,9 +95,9 @@ int forgetJob(const Arguments& arguments, const Places& places) {
     return problem.empty() ? kAllWell : failed(problem);
   }
   if (!left.frames.empty()) {
-    const std::string words = counted(left.frames.size(), "page frame") + " of job " +
-                              std::to_string(left.number) +
-                              " stay in the filter's folder; add --frames to remove them";
+    const std::string words =
+        "Still in the filter's folder: " + counted(left.frames.size(), "page frame") + " of job " +
+        std::to_string(left.number) + "; --frames removes what is there";
     if (found.empty()) return failed(words);
     std::printf("%s.\n", words.c_str());
   }

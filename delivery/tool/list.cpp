@@ -20,7 +20,7 @@ struct StateNames {
 };
 
 constexpr StateNames kStates[] = {
-    {Rest::kNone, "cut-off", "cut off; goes on when the job or another one for its printer starts"},
+    {Rest::kNone, "cut-off", "cut off; goes on when it or another job for its printer starts"},
     {Rest::kAgain, "again", "comes again at once"},
     {Rest::kLeft, "left", "goes on when the print system starts it again"},
     {Rest::kStopped, "stopped", "stopped by a person"},
@@ -90,7 +90,10 @@ const char* stateWord(const Remembered& one) {
 }
 
 std::string stateWords(const Remembered& one) {
-  return one.holder != 0 ? "under way" : namesOf(one.journal.rest).words;
+  if (one.holder != 0) return "under way";
+  // Nothing is left that another job could send.
+  const bool isAlone = one.journal.rest == Rest::kNone && one.kept.empty();
+  return isAlone ? "cut off; goes on when it starts again" : namesOf(one.journal.rest).words;
 }
 
 std::vector<Remembered> waitingJobs(const std::vector<Remembered>& all) {

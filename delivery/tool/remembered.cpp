@@ -46,6 +46,7 @@ void readJournalOf(Remembered& one) {
   struct stat status = {};
   const std::string path = one.journalPath();
   if (lstat(one.folder.c_str(), &status) == 0) one.changed = status.st_mtime;
+  errno = 0;
   const FilePtr file = openRegularFile(path.c_str());
   if (file == nullptr) {
     one.problem = errno == ENOENT  ? "there is no journal"

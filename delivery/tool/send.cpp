@@ -158,8 +158,7 @@ int sendAll(const Arguments& arguments, const ByHand& labels, const Target& targ
   }
   const std::size_t sent = journal.state().came() - before;
   if (clock.isOver()) std::fputs("The printer is away for too long; given up.\n", stderr);
-  return failed(std::to_string(sent) + " of " + counted(wanted, "label") +
-                (sent == 1 ? " was sent" : " were sent"));
+  return failed(counted(sent, "label") + " of " + std::to_string(wanted) + " sent");
 }
 
 }  // namespace
