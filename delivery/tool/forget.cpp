@@ -38,6 +38,7 @@ std::string forget(const Places& places, const std::vector<Remembered>& printing
   for (const Remembered& one : printings) {
     labels += one.journal.done();
     frames += one.kept.size();
+    store.mark(one.folder, false);
   }
   store.forget(key);
   const std::string folder = places.state + "/jobs/" + key;

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "delivery/core/job_store.h"
 #include "delivery/core/lock.h"
 #include "tests/delivery/tool/machine.h"
 
@@ -51,6 +52,18 @@ TEST_F(Forget, TheJobGoesAndItsFramesWhereThatIsAsked) {
   EXPECT_FALSE(fs::exists(left));
   EXPECT_TRUE(fs::exists(foreign));
   EXPECT_EQ(machine_.run({"forget", "45", "--frames"}).status, 1);
+}
+
+TEST_F(Forget, ItsMarkOfBeingUnderWayGoesWithIt) {
+  remember("key", 45);
+  remember("other", 46);
+  const std::string open = machine_.places().state + "/open";
+  fs::create_directory(open);
+  const JobStore store(machine_.places().state);
+  for (const char* key : {"key", "other"}) store.mark(machine_.printing(key), true);
+  EXPECT_EQ(machine_.run({"forget", "45"}).status, 0);
+  EXPECT_FALSE(fs::exists(open + "/key.0"));
+  EXPECT_TRUE(fs::exists(open + "/other.0"));
 }
 
 TEST_F(Forget, OriginalsOfItsKeptFramesGoWithIt) {
