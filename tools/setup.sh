@@ -48,6 +48,9 @@ ninja-build      ninja
 libgtest-dev     /usr/include/gtest/gtest.h
 cups-client      cupstestppd
 cups-daemon      /usr/sbin/cupsd
+python3          python3
+iproute2         ip
+util-linux       unshare
 zint             zint
 zbar-tools       zbarimg
 dmtx-utils       dmtxread
