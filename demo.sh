@@ -10,6 +10,7 @@ usage() {
   cat <<'EOF'
 Usage: ./demo.sh [-m label|stencil] [-o NAME=VALUE]... [DOCUMENT]
        ./demo.sh gallery
+       ./demo.sh printer
 
 Prints DOCUMENT (PDF, PostScript, PNG, JPEG, text or CUPS raster; without one a label made for
 this demo) into out/demo: page frames as the printer gets them, a PNG picture of the dots of each
@@ -25,6 +26,9 @@ it is build/kestra-proof; it can do more: see build/kestra-proof --help.
 
   gallery        prints three pictures through every halftone and writes docs/gallery.md with its
                  pictures anew; a document of this name is ./gallery
+  printer        prints three labels through a print system of its own, with queue and backend, to a
+                 printer without paper, which checks every byte and leaves a PNG of each label, as
+                 it came, in out/printer
 
 Missing packages are installed first (as root, or with sudo). Exit status: 0 all pages came out,
 1 something went wrong, 2 the command line made no sense.
@@ -48,11 +52,13 @@ wrong_usage() {
 }
 
 model=label document='' options=() verb=print
-if [ "${1-}" = gallery ]; then
-  [ $# -eq 1 ] || wrong_usage "gallery takes nothing else; a document of this name is ./gallery"
-  verb=gallery
-  shift
-fi
+case "${1-}" in
+  gallery | printer)
+    verb=$1
+    [ $# -eq 1 ] || wrong_usage "$verb takes nothing else; a document of this name is ./$verb"
+    shift
+    ;;
+esac
 while [ $# -gt 0 ]; do
   case "$1" in
     -h | --help) usage; exit 0 ;;
@@ -101,7 +107,13 @@ fi
 
 seconds() { LC_ALL=C awk -v from="$1" -v to="$(date +%s.%N)" 'BEGIN { printf "%.1f", to - from }'; }
 start=$(date +%s.%N)
-"$root/tools/setup.sh" demo
+targets=(rastertokestra kestra-proof ppds)
+needs=demo
+if [ "$verb" = printer ]; then
+  targets+=(kestra kestra-monitor kestra-paper)
+  needs=printer
+fi
+"$root/tools/setup.sh" "$needs"
 setup_time=$(seconds "$start")
 
 # --- Build --------------------------------------------------------------------------------------
@@ -117,8 +129,8 @@ for directory in "$build" "$root/out"; do
 done
 echo "Building (messages in build/demo-build.log)"
 if ! { cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release &&
-  cmake --build "$build" -j "$(nproc)" --target rastertokestra kestra-proof \
-    ppds; } >"$build/demo-build.log" 2>&1; then
+  cmake --build "$build" -j "$(nproc)" --target "${targets[@]}"; } \
+  >"$build/demo-build.log" 2>&1; then
   tail -n 20 "$build/demo-build.log" >&2
   fail "the build failed; all its messages are in $build/demo-build.log"
 fi
@@ -132,6 +144,16 @@ if [ "$verb" = gallery ]; then
   trap 'rm -rf "$work"' EXIT
   chmod 755 "$work"
   gallery "$root" "$build" "$work"
+  exit 0
+fi
+
+if [ "$verb" = printer ]; then
+  mark=$(date +%s.%N)
+  echo
+  "$root/tools/demo/printer.sh" enter "$build" "$root/out/printer" || exit 1
+  echo "The labels, as the printer got them, are in out/printer"
+  echo "Time      setup $setup_time s, build $build_time s, labels $(seconds "$mark") s;" \
+    "$(seconds "$start") s in all"
   exit 0
 fi
 

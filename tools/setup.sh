@@ -8,12 +8,13 @@ set -euo pipefail
 
 usage() {
   cat <<'EOF'
-Usage: tools/setup.sh [build|demo|tests|arm64|bench|package|cross|packagetest]
+Usage: tools/setup.sh [build|demo|printer|tests|arm64|bench|package|cross|packagetest]
 
 Installs what is missing on a Debian or Ubuntu machine, as root or with sudo.
 
   build   compiler and libraries of the filter and its tools
   demo    what ./demo.sh needs: build, and programs that turn documents into pages (default)
+  printer what ./demo.sh printer needs: demo, and the print system's programs
   tests   what ./test.sh needs: build, and compilers, checkers and the test library
   arm64   what ./test.sh arm64 needs: tests, and a compiler for that processor and an emulator of it
   bench   what ./bench.sh needs: build, and the libraries and filters that it measures against
@@ -42,6 +43,10 @@ cups-filters     /usr/lib/cups/filter/texttopdf
 cups-filters-core-drivers /usr/lib/cups/filter/pdftopdf
 fonts-dejavu-core /usr/share/fonts/truetype/dejavu/DejaVuSansMono.ttf
 fontconfig       fc-match
+'
+printer_list="$demo_list"'
+cups-client      /usr/sbin/lpadmin
+cups-daemon      /usr/sbin/cupsd
 '
 tests_list="$demo_list"'
 ninja-build      ninja
@@ -89,6 +94,7 @@ packagetest_list="$package_list"'
 lintian          lintian
 debootstrap      debootstrap
 util-linux       unshare
+iproute2         ip
 '
 
 # Reads such a list on standard input and names each package of which something is missing, once.
@@ -111,6 +117,7 @@ fail() {
 case "${1:-demo}" in
   build) list="$build_list" ;;
   demo) list="$demo_list" ;;
+  printer) list="$printer_list" ;;
   tests) list="$tests_list" ;;
   arm64) list="$arm64_list" ;;
   bench) list="$bench_list" ;;
@@ -153,7 +160,7 @@ if [[ " ${packages[*]} " == *" cups-daemon "* ]] && [ ! -e "$policy" ]; then
   own_policy=yes
   printf '#!/bin/sh\nexit 101\n' | ${as_root[@]+"${as_root[@]}"} tee "$policy" >/dev/null
   ${as_root[@]+"${as_root[@]}"} chmod 755 "$policy"
-  echo "cups-daemon is installed for the tests and not started now"
+  echo "cups-daemon is installed and not started now"
 fi
 # The lists of a fresh machine are empty or old: fetch them where the first try fails.
 if ! apt install -y --no-install-recommends "${packages[@]}" >"$log" 2>&1; then
