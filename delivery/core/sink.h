@@ -69,6 +69,10 @@ class Sink {
 
   /// One sentence on the last break or obstacle, for the person who prints.
   [[nodiscard]] virtual std::string problem() const = 0;
+
+  /// After kHopeless: the exit code that a wrapped program ended with to have the job held or
+  /// cancelled, or the queue stopped; 0 where there is none.
+  [[nodiscard]] virtual int innerExit() const { return 0; }
 };
 
 }  // namespace kestra::delivery
