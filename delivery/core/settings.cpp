@@ -120,13 +120,14 @@ Settings readSettings(const std::string& path, std::string& problems) {
     const char* why = errno == ELOOP ? "it is a link"
                       : errno == 0   ? "it is no file"
                                      : std::strerror(errno);
-    addProblem(problems, path + " is not read, the usual settings hold: " + why + ".");
+    addProblem(problems,
+               std::string("The file is not read, the usual settings hold: ") + why + ".");
     return {};
   }
   std::string text(kLongestFile + 1, '\0');
   text.resize(std::fread(text.data(), 1, text.size(), file.get()));
   if (text.size() > kLongestFile) {
-    addProblem(problems, path + " is longer than 64 KB; the rest is left out.");
+    addProblem(problems, "The file is longer than 64 KB; the rest is left out.");
     text.resize(text.rfind('\n', kLongestFile) + 1);
   }
   return parseSettings(text, problems);

@@ -117,7 +117,7 @@ void openDevice(Lock& lock, const Target& target, const Places& places, bool& is
   const std::string devices = places.state + "/devices";
   std::string problem;
   if (!owner.problem().empty() || access(devices.c_str(), F_OK) != 0) return;
-  const std::string uri = publicText("kestra:" + target.uri.inner);
+  const std::string uri = publicText(target.uri.inner);
   isOpen = lock.open(JobStore(places.state).deviceLock(uri), problem);
 }
 

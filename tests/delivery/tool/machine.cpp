@@ -14,6 +14,7 @@
 #include <fstream>
 #include <sstream>
 #include <thread>
+#include <utility>
 
 #include "delivery/core/digest.h"
 
@@ -33,18 +34,17 @@ std::string textOf(const std::string& path) {
 
 }  // namespace
 
-Started::Started(const std::string& root, const std::vector<std::string>& words,
+Started::Started(const std::string& program, std::vector<std::string> words,
                  std::optional<uid_t> user) {
-  std::vector<std::string> all = {KESTRA_DELIVERY, "--root", root};
-  all.insert(all.end(), words.begin(), words.end());
+  words.insert(words.begin(), program);
   std::vector<char*> arguments;
-  for (std::string& word : all) arguments.push_back(word.data());
+  for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   const std::string out = folder_ / "out", err = folder_ / "err";
-  const int program = open(KESTRA_DELIVERY, O_RDONLY | O_CLOEXEC);
+  const int executable = open(program.c_str(), O_RDONLY | O_CLOEXEC);
   process_ = fork();
   if (process_ != 0) {
-    close(program);
+    close(executable);
     return;
   }
   dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
@@ -52,7 +52,7 @@ Started::Started(const std::string& root, const std::vector<std::string>& words,
   dup2(open(err.c_str(), O_WRONLY | O_CREAT, 0600), STDERR_FILENO);
   const bool isUser = !user || (setgid(*user) == 0 && setuid(*user) == 0);
   // By descriptor: the program's folder may be closed to that user.
-  if (isUser) fexecve(program, arguments.data(), environ);
+  if (isUser) fexecve(executable, arguments.data(), environ);
   _exit(127);
 }
 
@@ -98,8 +98,13 @@ Machine::Machine()
   fs::create_directories(places_.state + "/devices");
 }
 
+Started Machine::start(std::vector<std::string> words, std::optional<uid_t> user) const {
+  words.insert(words.begin(), {"--root", root()});
+  return Started(KESTRA_DELIVERY, std::move(words), user);
+}
+
 Ran Machine::run(const std::vector<std::string>& words, std::optional<uid_t> user) const {
-  return Started(root(), words, user).wait();
+  return start(words, user).wait();
 }
 
 std::string Machine::printing(const std::string& key, int generation) const {
@@ -129,6 +134,14 @@ std::string Machine::leave(const std::string& name, const Bytes& frame, long age
   const timespec times[2] = {time, time};
   EXPECT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
   return path;
+}
+
+bool awaitFile(const std::string& path) {
+  const auto end = std::chrono::steady_clock::now() + kLongest;
+  while (!fs::exists(path) && std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(kStep);
+  }
+  return fs::exists(path);
 }
 
 std::string digestOf(Bytes frame) { return frameDigest(frame.data(), frame.size()); }

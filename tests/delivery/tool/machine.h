@@ -13,16 +13,16 @@
 
 namespace kestra::delivery::testing_support {
 
-/// What a run of kestra-delivery left.
+/// What a run of a program left.
 struct Ran {
   int status = -1;  ///< exit status; -1: it was killed, or took longer than 20 s
   std::string out, err;
 };
 
-/// A kestra-delivery that may still run.
+/// A program that may still run.
 class Started {
  public:
-  Started(const std::string& root, const std::vector<std::string>& words,
+  Started(const std::string& program, std::vector<std::string> words,
           std::optional<uid_t> user = std::nullopt);
   ~Started();
   Started(const Started&) = delete;
@@ -44,7 +44,10 @@ class Machine {
 
   [[nodiscard]] const std::string& root() const { return folder_.path(); }
   [[nodiscard]] const Places& places() const { return places_; }
-  /// Runs the program with --root.
+  /// Starts kestra-delivery with --root.
+  [[nodiscard]] Started start(std::vector<std::string> words,
+                              std::optional<uid_t> user = std::nullopt) const;
+  /// The same, and waits for its end.
   [[nodiscard]] Ran run(const std::vector<std::string>& words,
                         std::optional<uid_t> user = std::nullopt) const;
 
@@ -63,10 +66,13 @@ class Machine {
   Places places_;
 };
 
+/// Waits for a file that appears whole; false after 20 s.
+[[nodiscard]] bool awaitFile(const std::string& path);
+
 /// The digest of a frame.
 [[nodiscard]] std::string digestOf(Bytes frame);
 
-/// A journal's line as it stands on the disk.
+/// Notes a label that came.
 [[nodiscard]] bool noteDone(Journal& journal, const Bytes& frame);
 
 }  // namespace kestra::delivery::testing_support
