@@ -35,7 +35,8 @@ struct Action {
 enum class WhenKind {
   kStart,       ///< before the first connection
   kConnection,  ///< when connection `number` is accepted
-  kLabel,       ///< when `percent` of the bytes of label `number` have come, 0: its first byte
+  kLabel,       ///< when `percent` of the bytes of label `number` have come, its head at
+                ///< least; 0: its first byte
   kAfter,       ///< when `number` labels are whole
   kByte,        ///< when `number` bytes have come
 };

@@ -46,7 +46,8 @@ Failing, each fault once
   --control FIFO          takes ACTION (done at once) or WHEN ACTION, a line each, while it runs; the
                           FIFO is made when it is missing; - is standard input
   WHEN    start, connection N (accepted), label N (its first byte came), label N P% (so many of its
-          bytes came), after N (N labels are whole), byte N (of all); torn labels have numbers too
+          bytes came, its head at least), after N (N labels are whole), byte N (of all); torn labels
+          have numbers too
   ACTION  pause S           out of paper: reads nothing for S seconds
           slow MM [S]       prints MM mm a second, for S seconds or from now on
           close             reads what is there, then ends the connection in order

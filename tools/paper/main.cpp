@@ -4,13 +4,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -39,12 +38,17 @@ int notDone(const std::string& problem) {
 }
 
 std::optional<std::string> readFile(const std::string& path, std::string& problem) {
-  errno = 0;
-  std::ifstream file(path, std::ios::binary);
-  std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  std::error_code ignored;
-  if (file.is_open() && !file.bad() && !std::filesystem::is_directory(path, ignored)) return text;
-  problem = path + " cannot be read" + (errno != 0 ? std::string(": ") + std::strerror(errno) : "");
+  std::string text;
+  std::array<char, 65536> piece = {};
+  const kestra::FilePtr file(std::fopen(path.c_str(), "rb"));
+  while (file != nullptr) {
+    const std::size_t got = std::fread(piece.data(), 1, piece.size(), file.get());
+    text.append(piece.data(), got);
+    if (got == piece.size()) continue;
+    if (std::ferror(file.get()) != 0) break;
+    return text;
+  }
+  problem = path + " cannot be read: " + std::strerror(errno);
   return std::nullopt;
 }
 

@@ -431,13 +431,14 @@ void Printer::act(const Action& action, const std::string& why) {
       deafUntil_ = until;
       break;
     case ActionKind::kRefuse:
-      if (connection_ >= 0) resetNow("reset by printer");
       stopListening(*action.seconds);
+      if (connection_ >= 0) resetNow("reset by printer");
       break;
     case ActionKind::kPowerCycle:
-      if (connection_ >= 0) resetNow("power lost");
-      forgetLabel("power lost");
       stopListening(*action.seconds);
+      recorder_.expectCut("power lost");
+      parser_.end();
+      if (connection_ >= 0) resetNow("power lost");
       break;
     case ActionKind::kNoClose:
       noClose_ = true;

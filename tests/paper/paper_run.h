@@ -1,0 +1,108 @@
+// Runs kestra-paper as its users do, and plays the sender.
+//
+// The log is read as others read it: line by line, strictly as JSON, while the program runs.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/paper/stream_bytes.h"
+#include "tests/tools/json_value.h"
+
+namespace kestra::paper {
+
+/// A temporary folder that vanishes with this object.
+class Folder {
+ public:
+  Folder();
+  ~Folder();
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+
+  [[nodiscard]] std::string path(const std::string& name) const { return root_ + "/" + name; }
+  void write(const std::string& name, const Bytes& bytes) const;
+  [[nodiscard]] Bytes read(const std::string& name) const;  ///< empty where there is none
+  [[nodiscard]] bool exists(const std::string& name) const;
+
+ private:
+  std::string root_;
+};
+
+/// One run of the program, its current folder being the given one.
+class Paper {
+ public:
+  /// Starts it; `input` becomes its standard input.
+  Paper(const Folder& folder, std::vector<std::string> words, const Bytes& input = {});
+  ~Paper();
+  Paper(const Paper&) = delete;
+  Paper& operator=(const Paper&) = delete;
+
+  /// Waits for its end, at most ten seconds; the exit status, -1 where there is none.
+  int finish();
+  void signal(int number) const;
+  /// SIGTERM, then `finish`.
+  int stop();
+
+  [[nodiscard]] std::string output() const { return folder_.read("stdout"); }
+  [[nodiscard]] std::string errors() const { return folder_.read("stderr"); }
+  /// Lines of standard output (or of the file "log", where there is one) that are events of this
+  /// name. Fails the test where a line is no JSON.
+  [[nodiscard]] std::vector<JsonValue> events(const std::string& name) const;
+  /// Waits until there are so many of them, at most ten seconds; false where they do not come.
+  [[nodiscard]] bool await(const std::string& name, std::size_t count) const;
+  /// Waits until it listens; the port, 0 where it does not.
+  [[nodiscard]] std::uint16_t port() const;
+
+ private:
+  const Folder& folder_;
+  pid_t child_ = -1;
+};
+
+/// Waits until `condition` holds, at most ten seconds.
+bool awaitThat(const std::function<bool()>& condition);
+
+/// A run to its end on these bytes.
+struct Result {
+  int status = -1;
+  std::string output;
+  std::string errors;
+  std::vector<JsonValue> labels;
+  std::vector<JsonValue> faults;
+  JsonValue verdict;
+  JsonValue counters;
+};
+Result runOn(const Folder& folder, const Bytes& stream, std::vector<std::string> words = {});
+
+/// The sender's end of a connection.
+class Sender {
+ public:
+  explicit Sender(std::uint16_t port);
+  explicit Sender(const std::string& path);
+  ~Sender();
+  Sender(const Sender&) = delete;
+  Sender& operator=(const Sender&) = delete;
+
+  [[nodiscard]] bool isConnected() const { return connected_; }
+  /// Sends all bytes; false where the connection broke.
+  bool send(const Bytes& bytes) const;
+  /// Sends what the system takes at once; the number of bytes.
+  std::size_t sendWhatFits(const Bytes& bytes) const;
+  /// Ends its side in order.
+  void endSending() const;
+  /// Waits for the other side: "end" or "reset", behind bytes that came.
+  std::string await(Bytes* reply = nullptr) const;
+  /// Whether the other side has ended or reset the connection by now.
+  [[nodiscard]] bool hasEnded() const;
+  /// Bytes sent and not acknowledged.
+  [[nodiscard]] int unacknowledged() const;
+
+ private:
+  int socket_ = -1;
+  bool connected_ = false;
+};
+
+}  // namespace kestra::paper
