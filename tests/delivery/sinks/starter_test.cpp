@@ -68,7 +68,7 @@ TEST(DirectStarter, TheProgramFindsWhatThePrintSystemWouldGiveIt) {
   place.write("usb",
               "printf '%s\\n' \"$0\" \"$@\" >$D/words\n"
               "env >$D/environment\n"
-              "grep -E '^(SigIgn|SigBlk)' /proc/$$/status >$D/signals\n"
+              "grep -E '^(SigIgn|SigBlk)' /proc/self/status >$D/signals\n"
               "ps -o pid=,pgid= -p $$ >$D/group 2>/dev/null || cut -d' ' -f1,5 /proc/$$/stat "
               ">$D/group\n"
               "cat\nexit 5");
@@ -189,7 +189,7 @@ TEST(RootStarter, StartsSignalsAndTellsTheEndThroughAnotherProcess) {
   place.write("usb",
               "read code\ncase $code in loop) echo >$D/runs; while :; do sleep 1; done;; esac\n"
               "echo \"code $code\" >&2\nexit $code");
-  const std::unique_ptr<Starter> starter = forkRootStarter(place.program("usb://M/K"));
+  std::unique_ptr<Starter> starter = forkRootStarter(place.program("usb://M/K"));
   ASSERT_NE(starter, nullptr);
   const Nowhere nowhere;
   const std::size_t before = openDescriptors();
@@ -224,6 +224,8 @@ TEST(RootStarter, StartsSignalsAndTellsTheEndThroughAnotherProcess) {
   EXPECT_EQ(WTERMSIG(run("loop\n", SIGTERM).first), SIGTERM);
   EXPECT_EQ(WTERMSIG(run("loop\n", SIGKILL).first), SIGKILL);
   EXPECT_EQ(openDescriptors(), before);
+  starter.reset();
+  EXPECT_GT(waitpid(-1, nullptr, 0), 0);  // its process
 }
 
 TEST(RootStarter, HostileRequestsStartNothing) {
