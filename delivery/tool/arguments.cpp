@@ -162,7 +162,8 @@ bool takeOption(const std::vector<std::string>& words, std::size_t& at,
     if (option.hasValue) value = isBehind ? words[++at] : words[at].substr(equals + 1);
     const std::string wanted = option.take(value);
     if (!wanted.empty()) {
-      problem = name + " can be " + wanted + ", not \"" + harmless(value) + "\"";
+      problem = name;
+      problem += " can be " + wanted + ", not \"" + harmless(value) + "\"";
       return false;
     }
     if (option.only) rest.only.emplace_back(name, *option.only);

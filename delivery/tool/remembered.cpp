@@ -5,10 +5,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
+#include <iterator>
 #include <sstream>
 #include <system_error>
+#include <utility>
 
 #include "delivery/core/job_store.h"
 #include "delivery/core/lock.h"
@@ -78,6 +79,32 @@ pid_t holderOf(const std::string& jobFolder) {
   return lock.open(path, problem) ? lock.holder() : 0;
 }
 
+// The printings of one job, by number.
+std::vector<Remembered> printingsOf(const std::string& key, const std::string& jobFolder) {
+  std::vector<Remembered> printings;
+  for (const std::string& name : namesIn(jobFolder)) {
+    Remembered one;
+    one.key = key;
+    one.generation = generationOf(name);
+    one.folder = jobFolder;
+    one.folder += "/" + name;
+    struct stat status = {};
+    if (one.generation < 0 || lstat(one.folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+      continue;
+    }
+    readJournalOf(one);
+    one.kept = keptFrames(one.folder);
+    printings.push_back(std::move(one));
+  }
+  std::sort(printings.begin(), printings.end(),
+            [](const Remembered& a, const Remembered& b) { return a.generation < b.generation; });
+  if (!printings.empty()) {
+    printings.back().isLast = true;
+    printings.back().holder = holderOf(jobFolder);
+  }
+  return printings;
+}
+
 }  // namespace
 
 std::vector<std::size_t> Remembered::inDoubt() const {
@@ -115,29 +142,10 @@ std::vector<std::size_t> skippedLabels(const std::string& text, const JournalSta
 
 std::vector<Remembered> rememberedJobs(const std::string& stateFolder) {
   std::vector<Remembered> all;
-  const std::string jobs = stateFolder + "/jobs";
-  for (const std::string& key : namesIn(jobs)) {
+  const std::string jobs = stateFolder + "/jobs/";
+  for (const std::string& key : namesIn(stateFolder + "/jobs")) {
     if (!isJobKey(key)) continue;
-    std::vector<Remembered> printings;
-    for (const std::string& name : namesIn(jobs + "/" + key)) {
-      Remembered one;
-      one.key = key;
-      one.generation = generationOf(name);
-      one.folder = jobs + "/" + key + "/" + name;
-      struct stat status = {};
-      if (one.generation < 0 || lstat(one.folder.c_str(), &status) != 0 ||
-          !S_ISDIR(status.st_mode)) {
-        continue;
-      }
-      readJournalOf(one);
-      one.kept = keptFrames(one.folder);
-      printings.push_back(std::move(one));
-    }
-    if (printings.empty()) continue;
-    std::sort(printings.begin(), printings.end(),
-              [](const Remembered& a, const Remembered& b) { return a.generation < b.generation; });
-    printings.back().isLast = true;
-    printings.back().holder = holderOf(jobs + "/" + key);
+    std::vector<Remembered> printings = printingsOf(key, jobs + key);
     std::move(printings.begin(), printings.end(), std::back_inserter(all));
   }
   return all;
