@@ -261,7 +261,8 @@ Sender::Step Sender::afterSink(Progress progress) {
       break;
   }
   tell_("ERROR: " + sink_.problem());
-  return rest(Rest::kLeft, Verdict::kStop);
+  const int inner = sink_.innerExit();
+  return rest(Rest::kLeft, inner == 0 ? Verdict::kStop : static_cast<Verdict>(inner));
 }
 
 // A label that is missing must not pass as printed. Made anew it may be there; if not, a person

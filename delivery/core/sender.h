@@ -20,11 +20,13 @@ namespace kestra::delivery {
 
 /// How a sender ends; the values are what the print system's programs end with.
 enum class Verdict {
-  kPrinted = 0,  ///< all labels are out
-  kFailed = 1,   ///< another printer of the class shall go on
-  kHold = 3,     ///< the job is held until a person says otherwise
-  kStop = 4,     ///< the queue is stopped until a person has helped
-  kRetry = 7,    ///< the job comes again at once, and goes on where it stopped
+  kPrinted = 0,       ///< all labels are out
+  kFailed = 1,        ///< another printer of the class shall go on
+  kAuthenticate = 2,  ///< a wrapped program wants a name and a password
+  kHold = 3,          ///< the job is held until a person says otherwise
+  kStop = 4,          ///< the queue is stopped until a person has helped
+  kCancel = 5,        ///< a wrapped program wants the job cancelled
+  kRetry = 7,         ///< the job comes again at once, and goes on where it stopped
 };
 
 struct SendRules {

@@ -401,5 +401,17 @@ TEST_F(SenderTest, AWayThatIsOfNoUseStopsTheQueue) {
   EXPECT_EQ(told_.back(), "ERROR: the test cut it");
 }
 
+TEST_F(SenderTest, WhatAWrappedProgramWantsForItsJobIsPassedOn) {
+  struct Holding : BytesSink {
+    using BytesSink::BytesSink;
+    int innerExit() const override { return 3; }
+  };
+  PrinterOfBytes printer;
+  Holding sink(printer);
+  sink.opensAs = Progress::kHopeless;
+  Journal journal;
+  EXPECT_EQ(run(sink, journal), Verdict::kHold);
+}
+
 }  // namespace
 }  // namespace kestra::delivery
