@@ -5,7 +5,7 @@
 set -eu
 cd "$1"
 bad=0
-for folder in $(find filter printer imaging driver tools tests packaging bench -type f \
+for folder in $(find filter printer imaging delivery driver tools tests packaging bench -type f \
   \( -name '*.h' -o -name '*.cpp' -o -name '*.drv' -o -name '*.sh' \) -exec dirname {} \; | sort -u) \
   docs; do
   if [ ! -f "$folder/README.md" ]; then
