@@ -48,8 +48,8 @@ class FrontEnd {
 class SenderEnd {
  public:
   /// From here on a cancel of the front's stops the watch with kCancel. The end of the front stops
-  /// nothing: where it was killed, the print system takes the job for printed, and nobody else would
-  /// bring the rest. Without a watch (null) nothing is heard.
+  /// nothing: where it was killed, the print system takes the job for printed, and nobody else
+  /// would bring the rest. Without a watch (null) nothing is heard.
   SenderEnd(int descriptor, Watch* watch);
   ~SenderEnd();
   SenderEnd(const SenderEnd&) = delete;

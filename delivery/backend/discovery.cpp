@@ -101,6 +101,7 @@ class Lines {
 // Reads until all have ended or the time is up.
 void readAll(const std::vector<Running>& backends, Clock::time_point until) {
   std::vector<pollfd> outputs;
+  outputs.reserve(backends.size());
   for (const Running& one : backends) outputs.push_back({one.output, POLLIN, 0});
   std::vector<Lines> lines(outputs.size());
   std::size_t open = outputs.size();

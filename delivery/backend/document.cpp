@@ -53,7 +53,7 @@ std::string readDocument(const std::string& path, int copies) {
     writeCopies(file.get(), copies, ends[1]);
   }
   const bool isReady = process > 0 && dup2(ends[0], STDIN_FILENO) == STDIN_FILENO;
-  const std::string problem = isReady ? "" : cannot(path);
+  std::string problem = isReady ? "" : cannot(path);
   close(ends[0]);
   close(ends[1]);
   return problem;

@@ -30,7 +30,7 @@ std::string readBack(const std::string& path, int copies) {
     }
     return 0;
   });
-  const std::string text = child.output();
+  std::string text = child.output();
   EXPECT_EQ(child.messages(), "");
   EXPECT_EQ(child.wait(), 0);
   return text;

@@ -4,7 +4,11 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tests/delivery/backend/program_case.h"
 
@@ -12,6 +16,11 @@ namespace kestra::delivery {
 namespace {
 
 namespace fs = std::filesystem;
+
+std::string contentsOf(const std::string& path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
 
 class Backend : public ProgramCase {
  protected:
@@ -68,6 +77,41 @@ TEST_F(Backend, SendsADocumentWithoutAFilterAsOftenAsAskedFor) {
   EXPECT_EQ(job.wait(), 0);
 }
 
+TEST_F(Backend, StartsTheProgramOfADeviceWithTheRightsThatItsModeAsksFor) {
+  // Appends what it gets to a file and who it is to another.
+  const std::string out = folder_.path() + "/out";
+  ASSERT_EQ(mkdir(out.c_str(), 0777), 0);
+  ASSERT_EQ(chmod(out.c_str(), 0777), 0);
+  const std::string program = "#!/bin/sh\ncat >>" + out + "/$PRINTER\nid -u >" + out + "/id\n";
+  const std::string us = std::to_string(geteuid());
+  const std::string others = geteuid() == 0 ? std::to_string(kUser) : us;
+  for (const auto& [mode, user] :
+       {std::pair<mode_t, std::string>{0744, us}, std::pair<mode_t, std::string>{0755, others}}) {
+    fs::remove_all(state());
+    folder_.write("backend/odd", program, mode);
+    renewPipe();
+    Child job([&] { return start("kestra:odd://device"); });
+    std::string wanted;
+    for (const int page : {1, 2}) {
+      command();
+      wanted.append(kCommand).append(frame(page));
+    }
+    counter();
+    endInput();
+    EXPECT_EQ(job.wait(), 0) << job.messages();
+    EXPECT_EQ(contentsOf(out + "/label"), wanted);
+    EXPECT_EQ(contentsOf(out + "/id"), user + "\n");
+    fs::remove(out + "/label");
+    fs::remove(out + "/id");
+  }
+}
+
+TEST_F(Backend, StopsTheQueueWhereTheDeviceHasNoProgram) {
+  Child job([&] { return start("kestra:odd://device"); });
+  EXPECT_EQ(job.messages().rfind("ERROR: The program \"odd\" ", 0), 0U);
+  EXPECT_EQ(job.wait(), 4);
+}
+
 TEST_F(Backend, HoldsAJobWhoseDocumentIsGone) {
   const Listener printer;
   Child job([&] { return start("kestra:" + printer.uri(), {folder_.path() + "/none"}); });
@@ -113,7 +157,6 @@ TEST_F(Backend, TellsHowItIsStartedWhereWordsAreMissing) {
 }
 
 TEST_F(Backend, ListsPrintersWithoutWords) {
-  fs::create_directory(folder_.path() + "/backend");
   folder_.write("backend/usb", "#!/bin/sh\necho 'direct usb://K/4 \"m\" \"i\"'\n", 0744);
   Child job([this] {
     setenv("CUPS_SERVERBIN", folder_.path().c_str(), 1);

@@ -24,6 +24,8 @@ void ProgramCase::SetUp() {
   }
   folder_.write("cups-files.conf",
                 "User " + std::to_string(kUser) + "\nGroup " + std::to_string(kUser) + "\n");
+  std::filesystem::create_directory(folder_.path() + "/backend");
+  ASSERT_EQ(chmod((folder_.path() + "/backend").c_str(), 0755), 0);
   ASSERT_EQ(pipe(filter_.data()), 0);
 }
 
@@ -32,10 +34,17 @@ void ProgramCase::TearDown() {
   endInput();
 }
 
+void ProgramCase::renewPipe() {
+  endInput();
+  close(filter_[0]);
+  ASSERT_EQ(pipe(filter_.data()), 0);
+}
+
 int ProgramCase::start(const std::string& program, const std::string& uri,
                        const std::vector<std::string>& more) const {
   const std::pair<const char*, std::string> environment[] = {{"KESTRA_DELIVERY_ROOT", tree()},
                                                              {"CUPS_SERVERROOT", folder_.path()},
+                                                             {"CUPS_SERVERBIN", folder_.path()},
                                                              {"DEVICE_URI", uri},
                                                              {"PRINTER", "label"}};
   for (const auto& [name, value] : environment) setenv(name, value.c_str(), 1);
@@ -48,6 +57,7 @@ int ProgramCase::start(const std::string& program, const std::string& uri,
       "2",    "job-uuid=urn:uuid:0c6bdb70-8d3d-3f0c-4a0a-94e1d3b7b3a1 time-at-creation=1795226353"};
   words.insert(words.end(), more.begin(), more.end());
   std::vector<char*> argv;
+  argv.reserve(words.size() + 1);
   for (std::string& word : words) argv.push_back(word.data());
   argv.push_back(nullptr);
   execv(program.c_str(), argv.data());

@@ -33,6 +33,8 @@ class ProgramCase : public testing::Test {
   std::string frame(int page) const;
   void counter() const;
   void endInput();
+  // For another job.
+  void renewPipe();
 
   // Folders of the private tree.
   std::string frames() const { return tree() + "/var/spool/cups/tmp/kcv6data/"; }

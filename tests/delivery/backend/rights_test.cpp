@@ -131,7 +131,7 @@ TEST_F(AsRoot, NothingIsLeftAfterTheDrop) {
     std::ifstream status("/proc/self/status");
     for (std::string line; std::getline(status, line);) {
       const bool isRights = line.rfind("CapEff:", 0) == 0 || line.rfind("CapPrm:", 0) == 0;
-      if (isRights && line.find_first_not_of("0", line.find('\t') + 1) != std::string::npos) {
+      if (isRights && line.find_first_not_of('0', line.find('\t') + 1) != std::string::npos) {
         return 11;
       }
     }
