@@ -209,6 +209,7 @@ TEST(Judge, AgreesWithThePlainVersionOnEqualLabels) {
 TEST(Judge, AgreesOnThousandsOfLabelsWithAFewFaults) {
   std::vector<ListedLabel> wanted;
   std::vector<std::string> came;
+  wanted.reserve(3000);
   for (int i = 0; i < 3000; ++i) wanted.push_back({"d" + std::to_string(i), std::to_string(i)});
   for (int i = 0; i < 3000; ++i) {
     if (i == 17 || i == 2500) continue;  // lost, and late

@@ -16,8 +16,8 @@ const std::string kAs(64, 'a');
 
 TEST(LabelList, ReadsDigestsAndNames) {
   std::string problem;
-  const auto list = parseList(
-      "# wanted\n" + kOnes + "  page 1.dat\n\n" + kAs + "\n" + kOnes + "\tlast \r\n", problem);
+  const std::string text = "# wanted\n" + kOnes + "  page 1.dat\n\n" + kAs + "\n";
+  const auto list = parseList(text + kOnes + "\tlast \r\n", problem);
   ASSERT_TRUE(list) << problem;
   ASSERT_EQ(list->size(), 3U);
   EXPECT_EQ((*list)[0].digest, kOnes);
@@ -31,7 +31,8 @@ TEST(LabelList, RefusesALineThatIsNoDigest) {
   for (const std::string& line : {std::string("x"), std::string(63, '1'), std::string(65, '1'),
                                   std::string(64, 'A'), std::string(64, 'g')}) {
     std::string problem;
-    EXPECT_FALSE(parseList(kOnes + "\n" + line + "\n", problem)) << line;
+    const std::string text = kOnes + "\n" + line;
+    EXPECT_FALSE(parseList(text, problem)) << line;
     EXPECT_EQ(problem, "line 2 does not start with a digest of 64 digits from 0 to 9 and a to f");
   }
 }

@@ -138,7 +138,7 @@ bool takeOption(const std::string& word, const std::vector<std::string>& words, 
       continue;
     }
     const std::string wanted = known.take(value);
-    if (!wanted.empty()) problem = name + " wants " + wanted;
+    if (!wanted.empty()) problem.append(name).append(" wants ").append(wanted);
     return true;
   }
   return false;

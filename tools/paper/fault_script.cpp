@@ -186,7 +186,7 @@ std::optional<std::vector<PlannedFault>> parseScript(const std::string& text,
     if (words.empty() || words[0][0] == '#') continue;
     const std::optional<PlannedFault> fault = parseFault(line, problem);
     if (!fault) {
-      problem = "line " + std::to_string(number) + ": " + problem;
+      problem.insert(0, "line " + std::to_string(number) + ": ");
       return std::nullopt;
     }
     faults.push_back(*fault);

@@ -113,6 +113,7 @@ Verdict judge(const std::vector<ListedLabel>& wanted, const std::vector<std::str
 
   // Of equal labels that are not in order the first are called lost, the others out of order.
   std::vector<std::size_t> toLose;
+  toLose.reserve(counts.size());
   for (const Counts& count : counts) {
     toLose.push_back(count.wanted - std::min(count.wanted, count.came));
   }

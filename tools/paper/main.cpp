@@ -216,7 +216,7 @@ int run(Arguments& arguments) {
     const std::optional<std::string> text = readFile(path, problem);
     if (!text) return notDone(problem);
     const auto faults = parseScript(*text, problem);
-    if (!faults) return notDone(path + ", " + problem);
+    if (!faults) return notDone(problem.insert(0, path + ", "));
     auto& all = arguments.printer.faults;
     all.insert(all.end(), faults->begin(), faults->end());
   }

@@ -96,7 +96,7 @@ void Recorder::row(bool countAgrees, bool isWhite) {
 // The picture's name, or nothing where there is none.
 std::string Recorder::draw(std::uint64_t number) {
   if (folder_.empty() || !picture_.hasRows()) return {};
-  const std::string name = pictureName(number);
+  std::string name = pictureName(number);
   std::string problem;
   if (picture_.write(folder_ + "/" + name, dpi_, problem)) return name;
   journal_.complain("label " + std::to_string(number) + " has no picture: " + problem);
