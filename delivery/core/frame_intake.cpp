@@ -150,6 +150,7 @@ void FrameIntake::take(const std::string& name) {
   if (!S_ISREG(status.st_mode) || (status.st_uid != geteuid() && status.st_uid != 0)) return;
   frame.device = status.st_dev;
   frame.inode = status.st_ino;
+  frame.made = status.st_mtim;
   if (isEarlier(status.st_mtim, birth_)) {
     older_.push_back(frame);
     return;

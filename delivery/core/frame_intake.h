@@ -21,6 +21,7 @@ struct TakenFrame {
   std::string kept;      ///< its path in our own, or the original where it could not be kept
   dev_t device = 0;
   ino_t inode = 0;
+  timespec made = {};  ///< when the filter stored it; a copy of ours is younger
 };
 
 class FrameIntake {

@@ -147,7 +147,7 @@ Next JobSource::page(std::size_t number, Page& page, const Patience& patience) {
 bool JobSource::filterEndedWell() const {
   if (counter_.empty() || !intake_.hasFolder()) return true;
   const auto& frames = intake_.frames();
-  const timespec last = frames.empty() ? intake_.birth() : timeOf(frames.back().kept);
+  const timespec last = frames.empty() ? intake_.birth() : frames.back().made;
   return !isBefore(timeOf(counter_), last);
 }
 

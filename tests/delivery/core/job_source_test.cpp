@@ -121,6 +121,25 @@ TEST_F(JobSourceTest, NoticesAFilterThatWasKilledBehindAWholePage) {
   EXPECT_EQ(source_->announced(2, soon()), Next::kCut);
 }
 
+// A copy across file systems is younger than the frame, and may be than what the filter stores
+// last.
+TEST_F(JobSourceTest, BelievesAnEndThatIsOlderThanOurCopyOfTheLastFrame) {
+  const Folder kept;
+  say(kFirst);
+  store(1, frameOf(1));
+  intake_->keepIn(kept.path());
+  intake_->look();
+  endWell();
+  const std::string copy = intake_->frames().at(0).kept;
+  ASSERT_NE(copy, intake_->frames().at(0).original);
+  fs::remove(copy);
+  publish(copy, frameOf(1));
+  const timespec later[2] = {{4102444800, 0}, {4102444800, 0}};
+  ASSERT_EQ(utimensat(AT_FDCWD, copy.c_str(), later, 0), 0);
+  EXPECT_EQ(page(1), Next::kPage);
+  EXPECT_EQ(source_->announced(2, soon()), Next::kEnd);
+}
+
 TEST_F(JobSourceTest, NoticesAFilterThatWasKilledBeforeItsFirstPage) {
   end();
   EXPECT_EQ(source_->announced(1, soon()), Next::kCut);
