@@ -12,10 +12,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <utility>
 
 #include "delivery/sinks/host_lookup.h"
+#include "delivery/sinks/peer.h"
 #include "delivery/sinks/printable.h"
 
 namespace kestra::delivery {
@@ -31,45 +31,11 @@ constexpr microseconds kFirstLook{50};
 constexpr microseconds kLaterLooks{5000};
 constexpr milliseconds kLook{500};
 
-std::string nameOf(const std::string& host, const std::string& port) {
-  const bool isAddress6 = host.find(':') != std::string::npos;
-  return (isAddress6 ? "[" + host + "]" : host) + ":" + port;
-}
-
-std::string reasonOf(int error) {
-  switch (error) {
-    case ECONNREFUSED:
-      return "connection refused";
-    case ETIMEDOUT:
-      return "no answer";
-    case EHOSTUNREACH:
-      return "no route to this host";
-    case ENETUNREACH:
-      return "the network cannot be reached";
-    case ECONNRESET:
-      return "connection reset";
-    default:
-      return std::strerror(error);  // NOLINT(concurrency-mt-unsafe): one thread
-  }
-}
-
 Clock::time_point soonest(const Patience& patience, Clock::duration time) {
   return std::min(patience.until, Clock::now() + time);
 }
 
 bool isOver(const Patience& patience) { return Clock::now() >= patience.until; }
-
-// On one machine a connection to a free port can find itself.
-bool isOwnEnd(int connection) {
-  sockaddr_storage here = {};
-  sockaddr_storage there = {};
-  socklen_t hereSize = sizeof here;
-  socklen_t thereSize = sizeof there;
-  // Both are read as the generic type that the calls ask for.
-  return getsockname(connection, reinterpret_cast<sockaddr*>(&here), &hereSize) == 0 &&
-         getpeername(connection, reinterpret_cast<sockaddr*>(&there), &thereSize) == 0 &&
-         hereSize == thereSize && std::memcmp(&here, &there, hereSize) == 0;
-}
 
 }  // namespace
 
@@ -77,7 +43,7 @@ TcpSink::TcpSink(std::string host, const std::string& port, bool inClass, Watch&
                  const TcpTimes& times)
     : host_(std::move(host)),
       port_(port.empty() ? "9100" : port),
-      name_(nameOf(host_, port_)),
+      name_(nameOfPeer(host_, port_)),
       inClass_(inClass),
       watch_(watch),
       tell_(std::move(tell)),
@@ -185,6 +151,7 @@ Progress TcpSink::tryOne(const addrinfo& address, const Patience& patience) {
   windows_ = {};
   notes_ = 0;
   told_ = Stall::kNone;
+  problem_.clear();
   progressAt_ = Clock::now();
   sample();
   return Progress::kDone;
