@@ -31,7 +31,8 @@ TEST(LabelList, RefusesALineThatIsNoDigest) {
   for (const std::string& line : {std::string("x"), std::string(63, '1'), std::string(65, '1'),
                                   std::string(64, 'A'), std::string(64, 'g')}) {
     std::string problem;
-    const std::string text = kOnes + "\n" + line;
+    std::string text = kOnes + "\n";
+    text += line;
     EXPECT_FALSE(parseList(text, problem)) << line;
     EXPECT_EQ(problem, "line 2 does not start with a digest of 64 digits from 0 to 9 and a to f");
   }

@@ -161,7 +161,7 @@ void StreamParser::takeHeadByte(std::uint8_t byte) {
   if (!wrong.empty()) {
     // A number is wrong as a whole: its first byte is where the garbage starts.
     const bool number = have_ > kRecordAt;
-    const std::uint8_t first = bytes_[have_ - 1];
+    const std::uint8_t first = number ? bytes_[have_ - 1] : byte;
     startSearch(number ? offset_ - 1 : offset_, wrong);
     if (number) search(first);
     return;
