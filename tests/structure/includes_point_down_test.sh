@@ -7,7 +7,7 @@ check=$1
 tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT
 mkdir -p "$tree/filter/base" "$tree/printer" "$tree/imaging/paletteimage" "$tree/imaging/tattoo" \
-  "$tree/tools/frame" "$tree/tools/render" "$tree/tools/proof"
+  "$tree/tools/frame" "$tree/tools/render" "$tree/tools/proof" "$tree/tools/paper"
 
 expect() { # STATUS FILE INCLUDED
   printf '#include "%s"\n' "$3" >"$tree/$2"
@@ -33,3 +33,6 @@ expect 1 tools/frame/a.cpp filter/base/file.h
 expect 1 tools/render/a.cpp tools/proof/json.h
 expect 1 tools/proof/a.cpp filter/job.h
 expect 1 filter/a.cpp tools/frame/page_frame.h
+expect 0 tools/paper/a.cpp tools/proof/json.h
+expect 1 tools/paper/a.cpp delivery/core/sender.h
+expect 1 tools/paper/a.cpp printer/page_frame.h

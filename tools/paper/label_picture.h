@@ -13,8 +13,8 @@ namespace kestra::paper {
 /// Collects the rows of one label.
 class LabelPicture {
  public:
-  /// Most bytes of rows that are kept: 4,000 labels of 4 x 6 inch; a larger label gets no picture.
-  static constexpr std::size_t kMostBytes = std::size_t{1} << 29;
+  /// Most bytes of rows that are kept, 50 A4 stencils; a larger label gets no picture.
+  static constexpr std::size_t kMostBytes = std::size_t{1} << 26;
 
   /// Starts a label whose rows have `record` bytes, the first two of them no dots.
   void begin(std::size_t record, std::size_t rows);
