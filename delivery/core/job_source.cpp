@@ -91,10 +91,13 @@ void JobSource::sort() {
   }
 }
 
+// Frames that appear from now on belong to another start of the same job, which renders beside us
+// after the print system died: they are its own, to print and to remove.
 void JobSource::endOfInput() {
-  watch_.remove(input_);
-  hasEnded_ = true;
   intake_.look();
+  hasEnded_ = true;
+  watch_.remove(input_);
+  if (intake_.descriptor() >= 0) watch_.remove(intake_.descriptor());
   if (!unsorted_.empty()) isRaw_ = true;
 }
 
@@ -118,7 +121,7 @@ Next JobSource::page(std::size_t number, Page& page, const Patience& patience) {
     if (there != Next::kPage) return there;
     if (intake_.frames().size() >= number) break;
     if (commands_.size() > number || hasEnded_) {
-      intake_.look();
+      if (!hasEnded_) intake_.look();
       if (intake_.frames().size() >= number) break;
       problem_ = "page " + std::to_string(number) + " was not stored by the filter";
       return Next::kMissing;
@@ -152,7 +155,6 @@ bool JobSource::filterEndedWell() const {
 }
 
 Next JobSource::endOfPages() {
-  intake_.look();
   if (intake_.frames().size() > commands_.size()) {
     problem_ = "the filter stored more pages than it announced";
     return Next::kMissing;

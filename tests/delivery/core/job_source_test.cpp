@@ -159,6 +159,22 @@ TEST_F(JobSourceTest, NoticesFramesThatNobodyAnnounced) {
   EXPECT_EQ(source_->announced(2, soon()), Next::kMissing);
 }
 
+// After the print system died, its next life starts the job beside the sender that is still busy.
+TEST_F(JobSourceTest, LeavesFramesToTheStartOfTheJobThatRendersAfterThisOne) {
+  say(kFirst);
+  store(1, frameOf(1));
+  endWell();
+  EXPECT_EQ(page(1), Next::kPage);
+  while (!source_->total()) ASSERT_EQ(watch_.await(soon()), Woken::kReady);
+  store(2, frameOf(1));
+  EXPECT_EQ(watch_.pause(Patience::forMilliseconds(20)), Woken::kTime);
+  EXPECT_EQ(source_->announced(2, soon()), Next::kEnd);
+  EXPECT_EQ(page(2), Next::kEnd);
+  intake_->removeAll(0);
+  EXPECT_FALSE(fs::exists(folder_ / frameName(1, kJob)));
+  EXPECT_TRUE(fs::exists(folder_ / frameName(2, kJob)));
+}
+
 TEST_F(JobSourceTest, SendsNoBrokenFrame) {
   say(kFirst);
   store(1, Bytes(100, 7));
