@@ -73,6 +73,8 @@ class DeliveryCase(unittest.TestCase):
 
     def setUp(self):
         self.printers = []
+        for frame in self.system.frames():
+            os.unlink(frame)  # of a test that failed
 
     def tearDown(self):
         for one in self.printers:
@@ -133,8 +135,8 @@ class DeliveryCase(unittest.TestCase):
         self.printers.append(one)
         return one
 
-    def queue(self, printer, name="label", **words):
-        self.system.queue(name, "kestra:" + printer.uri(), **words)
+    def queue(self, printer, name="label", host="127.0.0.1", **words):
+        self.system.queue(name, "kestra:" + printer.uri(host), **words)
         return name
 
     # --- processes --------------------------------------------------------------------------------
@@ -163,7 +165,10 @@ class DeliveryCase(unittest.TestCase):
 
     def assert_printed(self, number, labels, seconds=60):
         """The job is completed and says that so many labels came."""
-        job = self.system.wait(number, seconds=seconds)
+        try:
+            job = self.system.wait(number, seconds=seconds)
+        except rig.Failure:
+            self.fail(f"{self.system.job(number)} does not end\n" + self.story(number))
         self.assertEqual(job.state, rig.COMPLETED, f"{job}\n" + self.story(number))
         self.assertEqual(job.sheets, labels, f"{job}\n" + self.story(number))
         return job
@@ -192,10 +197,16 @@ class DeliveryCase(unittest.TestCase):
         self.assertEqual(glob.glob(STATE + "/jobs/*/*/frame-*"), [])
 
     def story(self, number):
-        """The job's log without the lines that every job has."""
-        wanted = ("kestra", "abel", "STATE", "PAGE", "INFO", "rinter", "PID", "exit", "stopped")
-        return "\n".join(line for line in self.system.log(number)[-400:]
-                         if any(word in line for word in wanted))
+        """What the job's log and its journals say, without the lines that every page has."""
+        dull = ("header.", "printImage", "PageProcess", "GrayToMono", "KCLSend", "envp[", "current l")
+        lines = [line[2:] for line in self.system.log(number)
+                 if not any(word in line for word in dull)]
+        for journal in sorted(glob.glob(STATE + "/jobs/*/*/journal")):
+            with open(journal, encoding="utf-8", errors="replace") as file:
+                text = file.read()
+            if f"job {number} " in text or f" {number} " in text.split("\n", 1)[0]:
+                lines += [journal] + [re.sub(r"([0-9a-f]{8})[0-9a-f]{50,}", r"\1", text)]
+        return "\n".join(lines)
 
     def trouble(self, printer):
         jobs = [number for number in self.system.jobs("all")][-3:]

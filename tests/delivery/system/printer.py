@@ -12,10 +12,12 @@ class Printer:
     """One kestra-paper. `expect`: text of a list of labels that should come, for the verdict.
 
     source: as kestra-paper takes it; speed: mm a second, 0 for as fast as it comes; faults: texts
-    "WHEN ACTION". Its files lie in `folder`.
+    "WHEN ACTION". Its files lie in `folder`. within: a command before the printer's own, which it
+    runs in its place; meanwhile: what is to be done before that begins.
     """
 
-    def __init__(self, build, folder, expect="", source="tcp:0", speed=0, faults=(), words=()):
+    def __init__(self, build, folder, expect="", source="tcp:0", speed=0, faults=(), words=(),
+                 within=(), meanwhile=None):
         os.makedirs(folder)
         self.folder = folder
         self.events_read = []
@@ -29,8 +31,10 @@ class Printer:
         command += ["--speed", str(speed)] if speed else []
         command += [word for fault in faults for word in ("--fault", fault)]
         with open(f"{folder}/stderr", "w", encoding="utf-8") as out:
-            self.process = subprocess.Popen(command + list(words), stderr=out, stdout=out,
+            self.process = subprocess.Popen([*within, *command, *words], stderr=out, stdout=out,
                                             stdin=subprocess.DEVNULL)
+        if meanwhile:
+            meanwhile()
         eventually(lambda: os.path.exists(f"{folder}/ready") or self.process.poll() is not None,
                    what="the printer listens")
         if self.process.poll() is not None:

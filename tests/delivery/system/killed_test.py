@@ -1,0 +1,169 @@
+"""Programs of a job are killed in the middle of it, one after the other and together."""
+
+import signal
+
+import delivery_case
+import documents
+import machine
+import rig
+from delivery_case import DeliveryCase, LARGE_MM, large
+
+COUNT = 20
+
+
+class KilledPrograms(DeliveryCase):
+    def setUp(self):
+        super().setUp()
+        self.document = large(COUNT)
+        self.labels = self.wanted(self.document)
+        self.assert_all_differ(self.labels, COUNT)
+
+    def in_the_middle(self, label=8, document=None, labels=None, also=()):
+        """A job whose printer has stopped in the middle of a label: (printer, queue, number)."""
+        printer = self.printer((labels or self.labels) + list(also), speed=15 * LARGE_MM,
+                               faults=[f"label {label} 50% pause 0.4"])
+        queue = self.queue(printer)
+        number = self.system.lp(queue, document or self.document)
+        printer.await_action("pause")
+        return printer, queue, number
+
+    def stopped_when_rendering(self, program, document, labels):
+        """A job one of whose programs does not go on and cannot end: (printer, number, its id)."""
+        printer = self.printer(labels)
+        number = self.system.lp(self.queue(printer), document)
+        found = rig.eventually(lambda: machine.processes(program), what=f"{program} runs",
+                               interval=0.0005)
+        self.kill(found, signal.SIGSTOP)
+        return printer, number, found
+
+    def test_the_sender_is_killed_in_a_page(self):
+        printer, _, number = self.in_the_middle()
+        self.assertEqual(len(self.senders()), 1)
+        self.kill(self.senders(), signal.SIGKILL)
+        self.assert_printed(number, COUNT)
+        self.assert_each_came(printer, self.announced(number), torn=1)
+        self.assert_tidy()
+
+    def test_the_sender_is_asked_to_end_in_a_page_and_finishes_it(self):
+        printer, _, number = self.in_the_middle()
+        self.kill(self.senders(), signal.SIGTERM)
+        self.assert_printed(number, COUNT)
+        self.assert_each_once(printer)
+        self.assert_tidy()
+
+    def test_the_front_is_killed_in_a_page_and_all_labels_come_without_it(self):
+        printer, _, number = self.in_the_middle()
+        self.assertEqual(len(self.fronts()), 1)
+        self.kill(self.fronts(), signal.SIGKILL)
+        # The print system takes this for the job's end, whatever a program that was killed lacked.
+        self.assertEqual(self.system.wait(number).state, rig.COMPLETED)
+        printer.await_labels(COUNT)
+        self.assert_tidy()
+        self.assert_each_once(printer)
+
+    def test_the_next_job_follows_one_whose_front_was_killed(self):
+        after = large(2, 101)
+        printer, queue, number = self.in_the_middle(also=self.wanted(after))
+        self.kill(self.fronts(), signal.SIGKILL)
+        self.system.wait(number)
+        self.assert_printed(self.system.lp(queue, after), 2)
+        self.assert_each_once(printer)
+        self.assert_tidy()
+
+    def test_front_and_sender_are_killed_and_the_next_job_brings_the_rest(self):
+        after = large(2, 101)
+        printer, queue, number = self.in_the_middle(also=self.wanted(after))
+        self.kill(self.fronts() + self.senders(), signal.SIGKILL)
+        self.system.wait(number)
+        behind = self.system.lp(queue, after)
+        self.assert_printed(behind, 2)
+        self.assert_each_came(printer, self.announced(behind), torn=1)
+        self.assert_tidy()
+
+    def test_the_filter_is_killed(self):
+        for sign in (signal.SIGKILL, signal.SIGTERM, signal.SIGSEGV):
+            with self.subTest(sign=sign.name):
+                printer, number, found = self.stopped_when_rendering(
+                    "rastertokestra", self.document, self.labels)
+                self.kill(found, sign)
+                self.kill(found, signal.SIGCONT)
+                self.assert_ends_well(printer, number)
+
+    def test_the_renderer_is_killed(self):
+        document = documents.pdf(COUNT)
+        labels = self.wanted(document)
+        for program in ("gs", "gstoraster", "pdftopdf"):
+            with self.subTest(program=program):
+                printer, number, found = self.stopped_when_rendering(program, document, labels)
+                self.kill(found, signal.SIGKILL)
+                self.assert_ends_well(printer, number)
+
+    def assert_ends_well(self, printer, number):
+        """All labels came once; where the print system stopped the job, a person starts it again."""
+        job = self.system.wait(number)
+        if job.state == rig.STOPPED:
+            self.assertIn("job-completed-with-errors" if "crashed" not in str(job.reasons)
+                          else "crashed", str(job.reasons))
+            self.system.restart_job(number)
+            rig.eventually(lambda: self.system.job(number).state != rig.STOPPED)
+        self.assert_printed(number, COUNT)
+        self.assert_each_once(printer)
+        self.assert_tidy()
+
+
+class KilledPrintSystem(DeliveryCase):
+    """The print system itself ends in the middle of a page; no program of the job's is killed by us."""
+
+    # The server writes down what it knows at once, and not after half a minute.
+    rules = "DirtyCleanInterval 0"
+
+    def ends(self, end, times):
+        document = large(COUNT)
+        labels = self.wanted(document)
+        printer = self.printer(labels, speed=15 * LARGE_MM, faults=[
+            f"label {4 + 4 * place} 50% pause 0.4" for place in range(times)])
+        number = self.system.lp(self.queue(printer), document)
+        for place in range(1, times + 1):
+            printer.await_action("pause", place)
+            end()
+            self.system.start()
+        self.assert_printed(number, COUNT)
+        self.assert_each_once(printer)
+        self.assert_tidy()
+
+    def test_it_is_restarted_in_a_page(self):
+        self.ends(self.system.stop, 1)
+
+    def test_it_is_restarted_three_times_in_a_job(self):
+        self.ends(self.system.stop, 3)
+
+    def test_it_is_killed_in_a_page(self):
+        self.ends(self.system.kill9, 1)
+
+    def test_it_is_killed_three_times_in_a_job(self):
+        self.ends(self.system.kill9, 3)
+
+
+class ForgetfulPrintSystem(DeliveryCase):
+    """A server that is killed before it has written down a job knows nothing of it afterwards."""
+
+    def test_a_job_that_it_forgets_comes_all_the_same_and_so_does_the_next_of_its_number(self):
+        document, after = large(COUNT), large(3, 101)
+        printer = self.printer(self.wanted(document) + self.wanted(after), speed=15 * LARGE_MM,
+                               faults=["label 4 50% pause 0.4"])
+        queue = self.queue(printer)
+        # What a queue is survives in any case.
+        rig.eventually(lambda: "label" in self.system.text("etc/printers.conf"), 60)
+        number = self.system.lp(queue, document)
+        printer.await_action("pause")
+        self.system.kill9()
+        self.system.start()
+        again = self.system.lp(queue, after)
+        self.assertEqual(again, number)
+        self.assert_printed(again, 3)
+        self.assert_each_once(printer)
+        self.assert_tidy()
+
+
+if __name__ == "__main__":
+    delivery_case.main()
