@@ -41,6 +41,7 @@ esac
 case "$architecture" in amd64 | arm64) ;; *) fail "$architecture is not supported" ;; esac
 
 build="$root/build-package-$architecture"
+programs=(rastertokestra kestra kestra-monitor kestra-delivery kestra-proof kestra-paper)
 sysroot="$root/out/arm64-sysroot"
 packages="$root/out/packages"
 
@@ -61,7 +62,10 @@ configure_and_build() {
     fail "the build failed; all of it is in $build.log"
   fi
   mv "$build.log" "$build/package.log"
-  [ -x "$build/kestra-proof" ] || fail "kestra-proof was not built; $build/package.log says why"
+  local program
+  for program in "${programs[@]}"; do
+    [ -x "$build/$program" ] || fail "$program was not built; $build/package.log says why"
+  done
   [ -f "$build/ppd/kestra4.ppd" ] || fail "the printer descriptions were not built"
 }
 
@@ -73,7 +77,7 @@ cross_depends() {
   printf 'Source: rastertokestra\n\nPackage: rastertokestra\nArchitecture: any\n' \
     >"$work/debian/control"
   if ! (cd "$work" && DEB_HOST_ARCH=arm64 dpkg-shlibdeps -O "-S$sysroot" \
-    "-e$build/rastertokestra" "-e$build/kestra-proof" >depends 2>log); then
+    "${programs[@]/#/-e$build/}" >depends 2>log); then
     cat "$work/log" >&2
     rm -r "$work"
     return 1

@@ -7,10 +7,13 @@ set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 spool=/var/spool/cups/tmp
 data=$spool/kcv6data
+state=/var/lib/rastertokestra
 # shellcheck source=tests/package/in_root_print.sh
 . "$here/in_root_print.sh"
 # shellcheck source=tests/package/in_root_age.sh
 . "$here/in_root_age.sh"
+# shellcheck source=tests/package/in_root_deliver.sh
+. "$here/in_root_deliver.sh"
 
 fail() {
   echo "in the root: $1" >&2
@@ -39,7 +42,8 @@ install_again() {
 }
 
 the_first_installation_gave_rights_and_told_of_the_counter() {
-  is "$(cat /first_rights)" 'root:lp 1770' "rights of $spool without systemd-tmpfiles"
+  is "$(tr '\n' ' ' </first_rights)" 'root:lp 1770 lp:lp 700 ' \
+    "rights of $spool and $state without systemd-tmpfiles"
   grep -q README.Debian /first_message || fail "the installation does not name README.Debian"
   rm /first_rights /first_message
 }
@@ -50,17 +54,23 @@ an_update_says_nothing() {
 }
 
 removing_keeps_counters_and_frames() {
-  touch "$spool/origin_2026-1-1_0_0_0_1.bmp" "$spool/file_of_somebody_else"
+  touch "$spool/origin_2026-1-1_0_0_0_1.bmp" "$spool/file_of_somebody_else" \
+    "$data/page_0001_jobid_000099_0000.dat"
   dpkg --remove rastertokestra >/dev/null
   [ ! -e /usr/lib/cups/filter/rastertokestra ] || fail "removing leaves the filter"
   [ -f "$data/label.pgc" ] || fail "removing takes the page counter away"
   compgen -G "$data/page_*.dat" >/dev/null || fail "removing takes frames away"
+  compgen -G "$state/jobs/*/*/journal" >/dev/null || fail "removing takes journals away"
 }
 
 purging_leaves_nothing() {
   # A file of this name that is not the filter's is not ours to remove.
   is "$(stat -c %U /tmp/xxxxx.log)" lp "owner of the side file"
+  mkdir /tests/of_others
+  touch /tests/of_others/file
+  ln -s /tests/of_others "$state/jobs/link"
   purge
+  [ -f /tests/of_others/file ] || fail "purging follows links"
   [ -f "$spool/file_of_somebody_else" ] || fail "purging removes files of others"
   rm "$spool/file_of_somebody_else"
   [ ! -e /tmp/xxxxx.log ] || fail "purging leaves the side file"
@@ -90,6 +100,11 @@ the_documented_setting_keeps_counter_and_frames
 systemd_tmpfiles_gives_the_rights_back
 old_debug_images_end_and_nothing_else_does
 cron_does_the_same_without_systemd
+cups_is_as_it_comes
+the_commands_of_the_readme_print
+a_plain_device_prints_as_well
+a_queue_of_version_1_0_prints_after_one_command
+a_job_outlives_removal_and_goes_on_after_the_next_installation
 remove_queues
 stop_cups
 removing_keeps_counters_and_frames

@@ -35,10 +35,12 @@ both_models_are_listed_once() {
 lsb/usr/rastertokestra/kestraa4.ppd' "models that lpinfo -m lists"
 }
 
-# The two commands of README.Debian, with a device that takes every byte.
+# The two commands of README.Debian, with a device that takes every byte and that nothing is
+# delivered to: pages stay for a delivery stage of one's own.
 add_queues() {
   local commands
-  commands=$(sed -n '/^    lpadmin -p /{s/^ *//;s|DEVICE-URI|file:///dev/null|;p}' "$readme")
+  commands=$(sed -n '/^    lpadmin .* -E /{s/^ *//;s|kestra:DEVICE-URI|file:///dev/null|;p}' \
+    "$readme")
   is "$(wc -l <<<"$commands")" 2 "lpadmin commands in README.Debian"
   bash -e <<<"$commands" 2>/dev/null || fail "the lpadmin commands of README.Debian fail"
 }

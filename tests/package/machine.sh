@@ -21,8 +21,9 @@ cp "$package" "$root/package.deb"
 echo "  a Debian root with the package ($SECONDS s)"
 
 mkdir "$root/tests"
-cp "$here"/in_root*.sh "$here/../../tools/demo/label.ps" "$root/tests/"
-# No network in there, and so no other cupsd and no printer.
+cp "$here"/in_root*.sh "$here"/../../tools/demo/{label,parcels}.ps "$root/tests/"
+# Nobody else is in that network, and so no other cupsd and no printer.
 # shellcheck disable=SC2016  # $0 is the inner shell's
-unshare -m -n --pid --fork --kill-child -- sh -c 'mount -t proc proc "$0/proc" && exec env -i \
-  LC_ALL=C PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root chroot "$0" /tests/in_root.sh' "$root"
+unshare -m -n --pid --fork --kill-child -- sh -c 'ip link set lo up &&
+  mount -t proc proc "$0/proc" && exec env -i LC_ALL=C PATH=/usr/sbin:/usr/bin:/sbin:/bin \
+  HOME=/root chroot "$0" /tests/in_root.sh' "$root"

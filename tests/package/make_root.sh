@@ -2,6 +2,7 @@
 # Makes a Debian root and fetches into it what the tests of the package need besides the package.
 #
 # To be run as root in a mount namespace of its own: what is mounted here ends with the namespace.
+# It is of this machine's release, or of the one that SUITE names.
 set -euo pipefail
 
 [ $# -eq 1 ] || { echo "Usage: tests/package/make_root.sh DIR" >&2; exit 2; }
@@ -15,6 +16,14 @@ fail() {
   exit 1
 }
 
+# archives: those of this machine, for the wanted release.
+archives() {
+  local own
+  own=$("$tools/debian_sources.sh" | awk 'NR == 1 { print $2 }')
+  "$tools/debian_sources.sh" | awk -v own="$own" -v wanted="${SUITE:-$own}" \
+    '{ sub("^" own, wanted, $2); print }'
+}
+
 # unpack_or_bootstrap: a minbase root, from KESTRA_DEBIAN_ROOT or from the archive.
 unpack_or_bootstrap() {
   local uri suite component keys keyring=()
@@ -23,7 +32,7 @@ unpack_or_bootstrap() {
     tar -x --numeric-owner --strip-components=1 -C "$root" -f "$KESTRA_DEBIAN_ROOT"
     return
   fi
-  read -r uri suite component keys < <("$tools/debian_sources.sh")
+  read -r uri suite component keys < <(archives)
   [ "$keys" = - ] || keyring=("--keyring=$keys")
   debootstrap --variant=minbase "--components=$component" ${keyring[@]+"${keyring[@]}"} \
     "$suite" "$root" "$uri" >"$log" 2>&1 || fail "debootstrap failed"
@@ -33,7 +42,7 @@ unpack_or_bootstrap() {
 use_same_archives() {
   local uri suite component keys signed
   rm -f "$root"/etc/apt/sources.list.d/*
-  "$tools/debian_sources.sh" | while read -r uri suite component keys; do
+  archives | while read -r uri suite component keys; do
     signed=''
     [ "$keys" = - ] || signed=" [signed-by=$keys]"
     echo "deb$signed $uri $suite $component"
@@ -64,7 +73,7 @@ in_root apt-get "${fast[@]}" update >>"$log" 2>&1 || fail "apt-get update failed
 # without systemd-tmpfiles.
 in_root apt-get "${fast[@]}" install -y --no-install-recommends /package.deb >>"$log" 2>&1 ||
   fail "the package could not be installed"
-in_root sh -c 'stat -c "%U:%G %a" /var/spool/cups/tmp' >"$root/first_rights"
+in_root stat -c '%U:%G %a' /var/spool/cups/tmp /var/lib/rastertokestra >"$root/first_rights"
 grep -A 2 '^rastertokestra:' "$log" >"$root/first_message" || true
 
 # Then what the tests use: systemd-tmpfiles, a clock that can be set for it, fonts for text.

@@ -58,14 +58,23 @@ check_lintian() {
   }
 }
 
-# check_install BUILD: cmake --install obeys DESTDIR and gives what cupsd wants of a filter.
+# The programs and their rights. cupsd starts a backend as root that nobody else may execute.
+programs='rwxr-xr-x ./usr/bin/kestra-paper
+rwxr-xr-x ./usr/bin/kestra-proof
+rwxr--r-- ./usr/lib/cups/backend/kestra
+rwxr-xr-x ./usr/lib/cups/filter/rastertokestra
+rwxr-xr-x ./usr/lib/cups/monitor/kestra
+rwxr-xr-x ./usr/sbin/kestra-delivery'
+
+# check_install BUILD: cmake --install obeys DESTDIR and gives what cupsd wants of its programs.
 check_install() {
-  local destination="$work/destination" filter want
+  local destination="$work/destination" bin want
   DESTDIR="$destination" cmake --install "$1" --prefix /usr/local >"$work/install.log" ||
     fail "cmake --install failed"
-  filter="$destination$(cups-config --serverbin)/filter/rastertokestra"
-  [ "$(stat -c '%U:%G %a' "$filter")" = 'root:root 755' ] || fail "the filter's rights are wrong"
-  for want in bin/kestra-proof lib/tmpfiles.d/rastertokestra.conf share/man/man1/kestra-proof.1.gz \
+  bin=".$(cups-config --serverbin)"
+  for want in bin/kestra-paper bin/kestra-proof sbin/kestra-delivery \
+    lib/tmpfiles.d/rastertokestra.conf share/man/man1/kestra-paper.1.gz \
+    share/man/man1/kestra-proof.1.gz share/man/man8/kestra-delivery.8.gz \
     share/man/man8/rastertokestra.8.gz share/doc/rastertokestra/LICENSE \
     share/doc/rastertokestra/CHANGELOG.md share/doc/rastertokestra/docs/protocol.md \
     share/doc/rastertokestra/examples/driver/kestra.drv share/ppd/rastertokestra/kestra4.ppd \
@@ -73,26 +82,35 @@ check_install() {
     [ -f "$destination/usr/local/$want" ] || fail "cmake --install gives no /usr/local/$want"
   done
   [ ! -e "$destination/etc" ] || fail "cmake --install writes into /etc"
-  # Nothing but these two folders, and the filter alone in the first.
-  [ "$(cd "$destination" && find . -type f ! -path './usr/local/*')" = \
-    ".$(cups-config --serverbin)/filter/rastertokestra" ] ||
-    fail "cmake --install writes elsewhere than below its prefix and the filter folder"
+  # Nothing but these folders, and the three programs alone in the print system's.
+  want=$(cd "$destination" &&
+    find . -type f ! -path './usr/local/*' -printf '%u:%g %m %p\n' | sort -k 3)
+  [ "$want" = "root:root 744 $bin/backend/kestra
+root:root 755 $bin/filter/rastertokestra
+root:root 755 $bin/monitor/kestra" ] ||
+    fail "cmake --install gives the print system other programs or rights: $want"
 }
 
 # check_contents DEB: owners and rights of all files, and the packages that it asks for.
 check_contents() {
   local wrong depends name
-  # Folders and these three programs may be entered and run by all, everything else only read.
-  wrong=$(dpkg-deb -c "$1" | awk '
+  # Folders and the programs may be entered and run, everything else only read; all programs and
+  # settings are there.
+  wrong=$(dpkg-deb -c "$1" | awk -v "programs=$programs" '
+    BEGIN {
+      count = split(programs " rwxr-xr-x ./etc/cron.daily/rastertokestra" \
+        " rw-r--r-- ./etc/rastertokestra.conf", words)
+      for (i = 1; i < count; i += 2) rights[words[i + 1]] = "-" words[i]
+    }
     { want = "-rw-r--r--" }
     $6 ~ "/$" { want = "drwxr-xr-x" }
-    $6 == "./usr/bin/kestra-proof" || $6 == "./usr/lib/cups/filter/rastertokestra" ||
-      $6 == "./etc/cron.daily/rastertokestra" { want = "-rwxr-xr-x" }
-    $1 != want || $2 != "root/root"')
+    $6 in rights { want = rights[$6]; delete rights[$6] }
+    $1 != want || $2 != "root/root"
+    END { for (name in rights) print name " is missing" }')
   [ -z "$wrong" ] || fail "wrong owner or rights: $wrong"
   depends=$(dpkg-deb -f "$1" Depends)
-  for name in cups libcups2 libc6 'libstdc++6' libpng16-16; do
-    grep -qE "(^|, )${name//+/\\+}( |,|$)" <<<"$depends" ||
+  for name in cups libcups2 libc6 'libstdc++6' libpng16-16 libnettle8; do
+    grep -qE "(^|, )${name//+/\\+}(t64)?( |,|$)" <<<"$depends" ||
       fail "the package does not ask for $name"
   done
 }
@@ -104,13 +122,13 @@ check_programs() {
   directory="$work/unpacked-$architecture"
   dpkg-deb -x "$1" "$directory"
   case "$architecture" in amd64) machine=X86-64 ;; *) machine=AArch64 ;; esac
-  for program in "$directory/usr/lib/cups/filter/rastertokestra" \
-    "$directory/usr/bin/kestra-proof"; do
+  while read -r _ program; do
+    program=$directory/$program
     "$here/hardening.sh" "$program" || fail "the program lacks a protection"
     LC_ALL=C readelf -h "$program" | grep -q "Machine: .*$machine" ||
       fail "$program is not built for $architecture"
     ! grep -qF "$project" "$program" || fail "$program names the folder that it was built in"
-  done
+  done <<<"$programs"
 }
 
 # step TEXT: what is done by now.
