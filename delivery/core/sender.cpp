@@ -23,6 +23,12 @@ Command commandOf(const Page& page) {
   return command;
 }
 
+// Whether a page has no dots from byte `from` on.
+bool isWhite(const Page& page, std::size_t from) {
+  return std::all_of(page.bytes.begin() + static_cast<std::ptrdiff_t>(from), page.bytes.end(),
+                     [](std::uint8_t byte) { return byte == 0; });
+}
+
 std::string labels(std::size_t first, std::size_t last) {
   if (first == last) return "Label " + std::to_string(first);
   return "Labels " + std::to_string(first) + " to " + std::to_string(last);
@@ -125,12 +131,23 @@ Sender::Step Sender::openWay() {
 
 Sender::Step Sender::sendPage(const Page& page) {
   const std::uint64_t start = sink_.sent();
+  const auto sent = [&] { return static_cast<std::size_t>(sink_.sent() - start); };
+  const auto sendUpTo = [&](std::size_t end, const Patience& patience) {
+    return sink_.send(&page.bytes[sent()], end - sent(), patience);
+  };
   const std::size_t most = page.bytes.size() - 1;
-  Progress progress = sink_.send(page.bytes.data(), most, kWithinPage);
-  if (progress == Progress::kDone) progress = sink_.settle(kWithinPage);
+  Patience patience = kWithinPage;
+  Progress progress = sendUpTo(most, patience);
+  if (progress == Progress::kDone) progress = sink_.settle(patience);
   if (progress == Progress::kStopped) {
-    endInWhite(page, start);
-    return stopped();
+    if (sent() == 0 || !isWhite(page, page.endOfRow(sent()))) {
+      endInWhite(page, start);
+      return stopped();
+    }
+    // Ended in white it is whole, and counts.
+    patience = Patience::forMilliseconds(kWhiteMilliseconds, Stop::kNone);
+    progress = sendUpTo(most, patience);
+    if (progress == Progress::kDone) progress = sink_.settle(patience);
   }
   const bool isClosing = progress == Progress::kDone;
   if (isClosing) {
@@ -139,12 +156,13 @@ Sender::Step Sender::sendPage(const Page& page) {
       sink_.drop();
       return noRoom();
     }
-    progress = sink_.send(&page.bytes[most], 1, kWithinPage);
-    if (progress == Progress::kDone) progress = sink_.prove(kWithinPage);
+    progress = sendUpTo(page.bytes.size(), patience);
+    if (progress == Progress::kDone) progress = sink_.prove(patience);
     if (progress == Progress::kStopped) {
-      // Only the proof is missing: it comes soon or never.
-      progress = sink_.prove(Patience::forMilliseconds(kWhiteMilliseconds, Stop::kNone));
-      if (progress != Progress::kDone) sink_.drop();
+      // Only the last byte or its proof is missing: it comes soon or never.
+      patience = Patience::forMilliseconds(kWhiteMilliseconds, Stop::kNone);
+      progress = sendUpTo(page.bytes.size(), patience);
+      if (progress == Progress::kDone) progress = sink_.prove(patience);
     }
   }
   if (isClosing && progress == Progress::kDone) {
@@ -152,10 +170,13 @@ Sender::Step Sender::sendPage(const Page& page) {
     isTorn_ = false;
     passed_.push_back({number_++, sink_.sent()});
     tell_("PAGE: total " + std::to_string(journal_.state().came()));
-    return on();
+    return watch_.isStopped(kWithinPage) ? stopped() : on();
   }
   isTorn_ = isClosing || sink_.sent() != start;
-  if (watch_.isStopped(kWithinPage)) return stopped();
+  if (watch_.isStopped(kWithinPage)) {
+    sink_.drop();
+    return stopped();
+  }
   return progress == Progress::kBroken ? afterBreak() : afterSink(progress);
 }
 

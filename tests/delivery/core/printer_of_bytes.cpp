@@ -41,6 +41,14 @@ Progress BytesSink::send(const std::uint8_t* data, std::size_t size, const Patie
   return Progress::kDone;
 }
 
+Progress BytesSink::settle(const Patience& patience) {
+  const Progress progress = arrive(patience);
+  if (progress == Progress::kDone && stopsAfterSettle && (*stopsAfterSettle)-- == 0) {
+    watch->stop(stop);
+  }
+  return progress;
+}
+
 Progress BytesSink::arrive(const Patience& patience) {
   if (diesAt == total_) _exit(0);
   if (breaksAt == total_ && !isBroken_) {

@@ -35,6 +35,8 @@ class BytesSink : public Sink {
   // What stops the job when so many bytes were handed over.
   std::optional<std::uint64_t> stopsAt;
   Stop stop = Stop::kCancel;
+  // The job is stopped when all but the last byte of a page has arrived, so many pages later.
+  std::optional<int> stopsAfterSettle;
   Watch* watch = nullptr;
   // The printer is away from here on, or the way is of no use.
   std::optional<Progress> opensAs;
@@ -44,7 +46,7 @@ class BytesSink : public Sink {
   Progress open(Before before, const Patience& patience) override;
   Progress send(const std::uint8_t* data, std::size_t size, const Patience& patience) override;
   std::uint64_t sent() const override { return sent_; }
-  Progress settle(const Patience& patience) override { return arrive(patience); }
+  Progress settle(const Patience& patience) override;
   Progress prove(const Patience& patience) override { return arrive(patience); }
   std::uint64_t surelyRead() const override { return sent_ > unread ? sent_ - unread : 0; }
   Progress finish(const Patience& patience) override;

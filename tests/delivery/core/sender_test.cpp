@@ -157,7 +157,8 @@ TEST_F(SenderTest, WithSkipNoLabelComesTwice) {
       sink.breaksAt = at;
       sink.unread = unread;
       Journal journal;
-      EXPECT_EQ(run(sink, journal, {Doubt::kSkip, false, false, false}), Verdict::kPrinted) << at;
+      EXPECT_EQ(run(sink, journal, {Doubt::kSkip, false, false, false, {}}), Verdict::kPrinted)
+          << at;
       const std::set<int> missing = named("may be missing");
       EXPECT_LE(missing.size(), 1U) << at;
       const std::vector<int> came = counts(printer);
@@ -175,12 +176,12 @@ TEST_F(SenderTest, WithHoldAPersonDecides) {
   BytesSink sink(printer);
   sink.breaksAt = 2 * kLabelBytes;
   Journal journal;
-  EXPECT_EQ(run(sink, journal, {Doubt::kHold, false, false, false}), Verdict::kHold);
+  EXPECT_EQ(run(sink, journal, {Doubt::kHold, false, false, false, {}}), Verdict::kHold);
   EXPECT_EQ(journal.state().rest, Rest::kHeld);
   EXPECT_EQ(counts(printer), (std::vector<int>{1, 1, 0}));
   EXPECT_NE(told_.back().find("ERROR: Label 2 may have come or not"), std::string::npos);
   // Resumed as it is, the label is printed again; with doubt=skip it would not.
-  EXPECT_EQ(run(sink, journal, {Doubt::kHold, false, true, false}), Verdict::kPrinted);
+  EXPECT_EQ(run(sink, journal, {Doubt::kHold, false, true, false, {}}), Verdict::kPrinted);
   EXPECT_EQ(counts(printer), (std::vector<int>{1, 2, 1}));
 }
 
@@ -216,7 +217,7 @@ TEST_F(SenderTest, KilledAtAnyByteTheNextStartGoesOnWhereItStopped) {
     Journal journal;
     ASSERT_TRUE(journal.open(path, problem)) << problem;
     ASSERT_TRUE(journal.start({}));
-    EXPECT_EQ(run(sink, journal, {Doubt::kAgain, false, false, true}), Verdict::kPrinted);
+    EXPECT_EQ(run(sink, journal, {Doubt::kAgain, false, false, true, {}}), Verdict::kPrinted);
     expectOnce(printer, "killed at " + std::to_string(at));
     EXPECT_LE(named("may come twice").size(), 1U) << at;
     EXPECT_EQ(sink.opened.empty() ? Before::kTornPage : sink.opened[0], Before::kTornPage);
@@ -268,7 +269,8 @@ TEST_F(SenderTest, AfterAPowerLossAtAnyByteOfTheJournalNothingIsLost) {
 
 // Rows end at 29 + 3 n bytes of a label; what was begun is sent true, the rest without dots.
 TEST_F(SenderTest, ACancelEndsThePageInWhiteSoThatTheNextOneIsClean) {
-  for (std::uint64_t at = 1; at < kLabelBytes - 1; ++at) {
+  constexpr std::uint64_t kLastRow = kLabelBytes - 3;
+  for (std::uint64_t at = 1; at <= kLastRow; ++at) {
     watch_ = Watch();
     told_.clear();
     PrinterOfBytes printer;
@@ -299,6 +301,43 @@ TEST_F(SenderTest, ALabelThatWasEndedInWhiteIsPrintedWhenTheJobIsResumed) {
   // Label 2 began with the row of 32, so its white print counts as well here.
   EXPECT_EQ(printer.labels(kLabelBytes), (std::vector<int>{16, 32, 32, 48}));
   EXPECT_TRUE(named("may come twice").empty());
+}
+
+// Label 2 has dots in its first row alone, which ends 32 bytes behind its start.
+TEST_F(SenderTest, ALabelWithoutDotsInWhatACancelCutsOffIsWholeAndCounts) {
+  Bytes frame = frameOf(32);
+  std::fill(frame.begin() + 22 + 3, frame.end(), 0);
+  publish(paths_[1], frame);
+  for (std::uint64_t at = 1; at < kLabelBytes; ++at) {
+    watch_ = Watch();
+    PrinterOfBytes printer;
+    BytesSink sink(printer);
+    sink.stopsAt = kLabelBytes + at;
+    Journal journal;
+    EXPECT_EQ(run(sink, journal), Verdict::kRetry) << at;
+    EXPECT_EQ(journal.state().rest, Rest::kStopped);
+    EXPECT_EQ(journal.state().done(), at > 29 ? 2U : 1U) << at;
+    watch_ = Watch();
+    sink.stopsAt.reset();
+    EXPECT_EQ(run(sink, journal), Verdict::kPrinted);
+    const auto whole = printer.labels(kLabelBytes);
+    EXPECT_EQ(std::count(whole.begin(), whole.end(), 32), 1) << at;
+  }
+}
+
+// The last byte is missing at the printer, and the note says that it may be there.
+TEST_F(SenderTest, ACancelBetweenTheNoteAndTheLastByteLeavesNoByteOut) {
+  PrinterOfBytes printer;
+  BytesSink sink(printer);
+  sink.stopsAfterSettle = 1;
+  Journal journal;
+  EXPECT_EQ(run(sink, journal), Verdict::kRetry);
+  Bytes wanted = labelOf(frameOf(16));
+  const Bytes second = labelOf(frameOf(32));
+  wanted.insert(wanted.end(), second.begin(), second.end());
+  EXPECT_EQ(printer.connections.at(0), wanted);
+  EXPECT_EQ(journal.state().done(), 2U);
+  EXPECT_EQ(journal.state().rest, Rest::kStopped);
 }
 
 TEST_F(SenderTest, AskedToLeaveItFinishesThePage) {
@@ -384,10 +423,10 @@ TEST_F(SenderTest, InAClassAnotherPrinterGoesOnAndNothingComesTwice) {
     }
   } gone(first);
   gone.breaksAt = kLabelBytes + 7;
-  EXPECT_EQ(run(gone, journal, {Doubt::kAgain, true, false, false}), Verdict::kFailed);
+  EXPECT_EQ(run(gone, journal, {Doubt::kAgain, true, false, false, {}}), Verdict::kFailed);
   EXPECT_EQ(journal.state().rest, Rest::kLeft);
   BytesSink other(second);
-  EXPECT_EQ(run(other, journal, {Doubt::kAgain, true, false, false}), Verdict::kPrinted);
+  EXPECT_EQ(run(other, journal, {Doubt::kAgain, true, false, false, {}}), Verdict::kPrinted);
   EXPECT_EQ(counts(first), (std::vector<int>{1, 0, 0}));
   EXPECT_EQ(counts(second), (std::vector<int>{0, 1, 1}));
 }
