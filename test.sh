@@ -139,7 +139,7 @@ check_tidy() {
   local log=build-test/clang-tidy.log files
   echo "Running clang-tidy"
   mapfile -t files < <(sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' build-test/compile_commands.json |
-    grep -E "^$root/(filter|printer|imaging|tools)/" | sort -u)
+    grep -E "^$root/(delivery|filter|printer|imaging|tools)/" | sort -u)
   [ "${#files[@]}" -gt 0 ] || fail "no sources in build-test/compile_commands.json"
   if ! printf '%s\0' "${files[@]}" |
     xargs -0 -n 1 -P "$jobs" clang-tidy -p build-test --quiet >"$log" 2>/dev/null; then

@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <utility>
 
@@ -29,10 +30,11 @@ JobFacts factsOf(const JobWords& job, const DeviceUri& device, const Settings& s
   JobFacts facts;
   facts.number = job.number;
   facts.key = jobKey(job.uuid, job.number, job.createdAt);
+  facts.created = job.createdAt;
   facts.completed = job.completedAt;
   facts.queue = variable("PRINTER");
   facts.title = job.title;
-  facts.device = publicText(device.inner);
+  facts.device = deviceName(device);
   const auto asked = job.option.find("doubt");
   const std::optional<Doubt> ofJob =
       asked == job.option.end() ? std::nullopt : doubtOfWord(asked->second);
@@ -57,7 +59,8 @@ int sendJob(const JobWords& job, const DeviceUri& device, std::unique_ptr<Starte
   const Places places = placesOfThisMachine();
   std::string problems;
   const Settings settings = readSettings(places.settings, problems);
-  if (!problems.empty()) tell("WARNING: " + places.settings + ": " + problems);
+  std::istringstream sentences(problems);
+  for (std::string one; std::getline(sentences, one);) tell("WARNING: " + one);
   // Filters that outlive the print system would render beside those of the same job's next start.
   // What they have stored until then is sent.
   watch.add(printSystem, [&watch, printSystem] {

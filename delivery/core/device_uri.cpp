@@ -143,6 +143,11 @@ Target parseTarget(const std::string& text) {
   return target;
 }
 
+std::string deviceName(const DeviceUri& uri) {
+  if (uri.scheme != "socket") return publicText(uri.inner);
+  return "socket://" + lowerCase(uri.host) + ":" + std::to_string(uri.port);
+}
+
 std::string publicText(const std::string& uri) {
   const std::size_t slashes = uri.find("://");
   if (slashes == std::string::npos) return uri;

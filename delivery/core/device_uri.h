@@ -38,7 +38,11 @@ struct Target {
 /// Reads "socket://host:port", "kestra:...", "unix:PATH", "-" (standard output), or a path.
 [[nodiscard]] Target parseTarget(const std::string& text);
 
-/// A URI without user and password, for messages and for the names of locks.
+/// The same text for all ways to write the address of one printer, without user and password: the
+/// name of its lock.
+[[nodiscard]] std::string deviceName(const DeviceUri& uri);
+
+/// A URI without user and password, for messages.
 [[nodiscard]] std::string publicText(const std::string& uri);
 
 }  // namespace kestra::delivery

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <climits>
 #include <csignal>
 
 #include "delivery/core/debug_images.h"
@@ -13,6 +14,7 @@
 #include "delivery/core/job_source.h"
 #include "delivery/core/job_store.h"
 #include "delivery/core/lock.h"
+#include "delivery/core/upstream.h"
 
 namespace kestra::delivery {
 namespace {
@@ -66,7 +68,7 @@ void sendLeftOvers(const JobStore& store, const JobFacts& facts, Sink& sink, Wat
     const Tell aside = [&tell](const std::string& line) {
       if (line.rfind("PAGE:", 0) != 0 && line.rfind("ATTR:", 0) != 0) tell(line);
     };
-    Sender sender(source, sink, journal, watch, aside, {facts.doubt, false, false, true});
+    Sender sender(source, sink, journal, watch, aside, {facts.doubt, false, false, true, {}});
     if (sender.run() != Verdict::kPrinted) return;
     dropKeptFrames(one.folder);
     store.mark(one.folder, false);
@@ -81,18 +83,31 @@ void awaitLastFrames(JobSource& source, Watch& watch) {
   }
 }
 
-}  // namespace
-
-timespec birthOfPipe(int pipe) {
-  struct stat status = {};
-  return fstat(pipe, &status) == 0 ? status.st_atim : timespec{};
+// All that needs the journal, which is open from here on.
+Verdict printRemembered(const Places& places, const JobFacts& facts, const JobStore& store,
+                        Journal& journal, JobSource& source, Sink& sink, Watch& watch,
+                        const Tell& tell, bool isResumed) {
+  std::string problem;
+  Lock device;
+  if (!device.open(store.deviceLock(facts.device), problem)) return cannotRemember(tell, problem);
+  if (!waitFor(device, watch, tell, "Another job prints on this printer; waiting for it", false)) {
+    static_cast<void>(
+        journal.rest(watch.stopped() == Stop::kCancel ? Rest::kStopped : Rest::kLeft));
+    return Verdict::kRetry;
+  }
+  const bool wasCutOff = device.isMarked();
+  device.mark(true);
+  sendLeftOvers(store, facts, sink, watch, tell);
+  Sender sender(source, sink, journal, watch, tell,
+                {facts.doubt, facts.inClass, isResumed, wasCutOff, places.state});
+  const Verdict verdict = sender.run();
+  device.mark(sender.leftTornPage());
+  return verdict;
 }
 
-Verdict printJob(const Places& places, const Settings& settings, const JobFacts& facts, Sink& sink,
-                 Watch& watch, const Tell& tell) {
-  FrameIntake intake(places.frames, facts.number, facts.birth);
-  JobSource source(facts.input, intake, pageCounterPath(places.frames, facts.queue), watch);
-
+Verdict printTaken(const Places& places, const Settings& settings, const JobFacts& facts,
+                   FrameIntake& intake, JobSource& source, Sink& sink, Watch& watch,
+                   const Tell& tell) {
   const JobStore store(places.state);
   std::string problem;
   if (!store.prepare(problem)) return cannotRemember(tell, problem);
@@ -116,29 +131,40 @@ Verdict printJob(const Places& places, const Settings& settings, const JobFacts&
   dropKeptFrames(folder, getpid());
   intake.keepIn(folder);
   intake.onEvery(kFramesBetweenTrims, [&] { trimDebugImages(places.images, settings.imageBytes); });
-
-  Lock device;
-  if (!device.open(store.deviceLock(facts.device), problem)) return cannotRemember(tell, problem);
-  if (!waitFor(device, watch, tell, "Another job prints on this printer; waiting for it", false)) {
-    static_cast<void>(
-        journal.rest(watch.stopped() == Stop::kCancel ? Rest::kStopped : Rest::kLeft));
-    intake.removeAll(journal.state().begun);
-    store.mark(folder, false);
-    return Verdict::kRetry;
-  }
-  const bool wasCutOff = device.isMarked();
-  device.mark(true);
-  sendLeftOvers(store, facts, sink, watch, tell);
-
-  Sender sender(source, sink, journal, watch, tell,
-                {facts.doubt, facts.inClass, isResumed, wasCutOff});
-  const Verdict verdict = sender.run();
-  device.mark(sender.leftTornPage());
-  if (watch.stopped() != Stop::kNone) awaitLastFrames(source, watch);
-  intake.removeAll(journal.state().begun);
+  const Verdict verdict =
+      printRemembered(places, facts, store, journal, source, sink, watch, tell, isResumed);
+  // Frames that come too late to be sent are not kept, and the printing is over.
+  dropKeptFrames(folder);
   store.mark(folder, false);
-  trimDebugImages(places.images, settings.imageBytes);
   store.forgetOld(kRememberSeconds);
+  return verdict;
+}
+
+// After a start that did not print everything, the filter is of no use any more: what it goes on
+// storing would stay for ever.
+void tidy(const Places& places, const Settings& settings, const JobFacts& facts, Verdict verdict,
+          FrameIntake& intake, JobSource& source, Watch& watch) {
+  if (verdict != Verdict::kPrinted) {
+    endWriters(facts.input);
+    awaitLastFrames(source, watch);
+  }
+  intake.removeAll(facts.created != 0 ? facts.created : LLONG_MAX);
+  trimDebugImages(places.images, settings.imageBytes);
+}
+
+}  // namespace
+
+timespec birthOfPipe(int pipe) {
+  struct stat status = {};
+  return fstat(pipe, &status) == 0 ? status.st_atim : timespec{};
+}
+
+Verdict printJob(const Places& places, const Settings& settings, const JobFacts& facts, Sink& sink,
+                 Watch& watch, const Tell& tell) {
+  FrameIntake intake(places.frames, facts.number, facts.birth);
+  JobSource source(facts.input, intake, pageCounterPath(places.frames, facts.queue), watch);
+  const Verdict verdict = printTaken(places, settings, facts, intake, source, sink, watch, tell);
+  tidy(places, settings, facts, verdict, intake, source, watch);
   return verdict;
 }
 
@@ -147,7 +173,7 @@ Verdict printJobOnce(const Places& places, const JobFacts& facts, Sink& sink, Wa
   FrameIntake intake(places.frames, facts.number, facts.birth);
   JobSource source(facts.input, intake, "", watch);
   Journal journal;
-  Sender sender(source, sink, journal, watch, tell, {facts.doubt, facts.inClass, false, false});
+  Sender sender(source, sink, journal, watch, tell, {facts.doubt, facts.inClass, false, false, {}});
   const Verdict verdict = sender.run();
   if (watch.stopped() != Stop::kNone) awaitLastFrames(source, watch);
   intake.removeAll(0);

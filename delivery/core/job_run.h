@@ -15,6 +15,7 @@ namespace kestra::delivery {
 struct JobFacts {
   int number = 0;           ///< as it stands in the names of frames
   std::string key;          ///< see `jobKey`
+  long long created = 0;    ///< when the job was made; older frames are none of its own; 0: unknown
   long long completed = 0;  ///< when the job had ended before a person started it again; 0: never
   std::string queue, title;
   std::string device;  ///< public text of the device's URI

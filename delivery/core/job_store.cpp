@@ -6,14 +6,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <map>
-#include <sstream>
 
 #include "delivery/core/digest.h"
 #include "delivery/core/lock.h"
@@ -56,10 +55,16 @@ std::vector<int> generationsIn(const std::string& folder) {
 }
 
 JournalState journalIn(const std::string& folder) {
-  std::ifstream file(folder + "/journal", std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return readJournal(text.str());
+  constexpr std::size_t kMost = std::size_t{64} << 20;
+  const FilePtr file = openRegularFile((folder + "/journal").c_str());
+  std::string text;
+  std::array<char, 16384> part = {};
+  while (file != nullptr && text.size() < kMost) {
+    const std::size_t got = std::fread(part.data(), 1, part.size(), file.get());
+    if (got == 0) break;
+    text.append(part.data(), got);
+  }
+  return readJournal(text);
 }
 
 // "frame-1234-000001.dat": 1234; 0 for any other name.
@@ -81,7 +86,8 @@ bool isJobKey(const std::string& key) {
 std::string jobKey(const std::string& uuid, int number, long long created) {
   constexpr char kStart[] = "urn:uuid:";
   const std::string rest = uuid.rfind(kStart, 0) == 0 ? uuid.substr(sizeof kStart - 1) : uuid;
-  if (isJobKey(rest)) return rest;
+  const std::string key = rest + "-" + std::to_string(number);
+  if (isJobKey(rest) && isJobKey(key)) return key;
   return "job-" + std::to_string(number) + "-" + std::to_string(created);
 }
 
@@ -162,8 +168,12 @@ void JobStore::mark(const std::string& folder, bool isOpen) const {
 }
 
 void JobStore::forget(const std::string& key) const {
+  if (!isJobKey(key)) return;
   std::error_code none;
-  if (isJobKey(key)) fs::remove_all(state_ + "/jobs/" + key, none);
+  for (const int generation : generationsIn(state_ + "/jobs/" + key)) {
+    mark(state_ + "/jobs/" + key + "/" + std::to_string(generation), false);
+  }
+  fs::remove_all(state_ + "/jobs/" + key, none);
 }
 
 void JobStore::forgetOld(long long seconds) const {

@@ -125,6 +125,7 @@ void applyLost(JournalState& state, std::size_t page) {
   const auto first = state.digests.begin() + static_cast<std::ptrdiff_t>(page - 1);
   state.doubted.insert(state.doubted.begin(), first, state.digests.end());
   state.digests.erase(first, state.digests.end());
+  while (!state.skipped.empty() && state.skipped.back() >= page) state.skipped.pop_back();
 }
 
 void applyRest(JournalState& state, const std::string& how) {
@@ -160,7 +161,7 @@ void apply(JournalState& state, const std::string& line) {
   } else if (verb == "skip" && !state.doubted.empty()) {
     state.digests.push_back(state.doubted.front());
     takeDoubted(state);
-    ++state.skipped;
+    state.skipped.push_back(state.digests.size());
   } else if (verb == "rest") {
     words >> word;
     applyRest(state, word);

@@ -24,7 +24,7 @@ enum class Rest {
 /// What a journal says. Pages are counted from 1.
 struct JournalState {
   std::vector<std::string> digests;  ///< of the pages that need not be sent, the first one first
-  std::size_t skipped = 0;           ///< how many of them may not have come, as a person chose
+  std::vector<std::size_t> skipped;  ///< numbers of those that may not have come, as a person chose
   std::vector<std::string> doubted;  ///< of the pages behind them that may have come or not
   std::size_t triesInVain = 0;       ///< starts that were cut off since the last page that came
   Rest rest = Rest::kNone;
@@ -36,7 +36,7 @@ struct JournalState {
   std::size_t validBytes = 0;        ///< the journal up to its last whole line
 
   [[nodiscard]] std::size_t done() const { return digests.size(); }
-  [[nodiscard]] std::size_t came() const { return digests.size() - skipped; }
+  [[nodiscard]] std::size_t came() const { return digests.size() - skipped.size(); }
 };
 
 /// Reads a journal's text. A line that was not written to its end counts as not written, and so

@@ -97,9 +97,10 @@ Sender::Step Sender::settleDoubt() {
   }
   const bool isResumed = std::exchange(rules_.isResumed, false);
   if (rules_.doubt == Doubt::kHold && !isResumed) {
-    tell_("ERROR: " + which +
-          " may have come or not: the printer was cut off. Look at the printer; resume the job to "
-          "print it again, or resume it with the option doubt=skip to leave it out.");
+    tell_(
+        "ERROR: " + which +
+        " may have come or not: the printer was cut off. Look at the printer, then resume the job "
+        "to print again what is in doubt, or with the option doubt=skip to leave it out.");
     return rest(Rest::kHeld, Verdict::kHold);
   }
   warn(which + " may come twice: the printer was cut off when it was nearly out");
@@ -300,10 +301,9 @@ Sender::Step Sender::noPage(Next why) {
 }
 
 Sender::Step Sender::noRoom() {
-  tell_(
-      "ERROR: Nothing is printed as the journal of the job cannot be written: make room below "
-      "/var/lib/rastertokestra, then enable the printer again.");
-  return end(Verdict::kStop);
+  tell_("ERROR: Nothing is printed, as what was printed could not be remembered: make room in " +
+        rules_.journalFolder + ", then enable the printer again.");
+  return rest(Rest::kLeft, Verdict::kStop);
 }
 
 Sender::Step Sender::stopped() {

@@ -34,6 +34,7 @@ struct SendRules {
   bool inClass = false;
   bool isResumed = false;        ///< the job was held for a doubt, and a person resumed it
   bool isAfterTornPage = false;  ///< whoever used the printer last was cut off
+  std::string journalFolder;     ///< where room is wanted when a journal cannot be written
 };
 
 class Sender {

@@ -43,8 +43,9 @@ std::string jobName(const Remembered& one) {
 }
 
 std::string lineOf(const Remembered& one, long long now) {
-  std::string line = "  " + jobName(one) + ": " + counted(one.came(), "label") + " came";
-  if (!one.skipped.empty()) line += ", " + labelWords(one.skipped) + " left out in doubt";
+  std::string line = "  " + jobName(one) + ": " + counted(one.journal.came(), "label") + " came";
+  if (!one.journal.skipped.empty())
+    line += ", " + labelWords(one.journal.skipped) + " left out in doubt";
   if (!one.inDoubt().empty()) line += ", " + labelWords(one.inDoubt()) + " in doubt";
   line += "; " + stateWords(one);
   if (!one.problem.empty()) line += "; " + one.problem;
@@ -61,8 +62,9 @@ std::string jsonNumbers(const std::vector<std::size_t>& numbers) {
 std::string jsonOf(const Remembered& one) {
   return "{\"job\":" + std::to_string(one.journal.number) + ",\"key\":" + jsonText(one.key) +
          ",\"queue\":" + jsonText(one.journal.queue) + ",\"title\":" + jsonText(one.journal.title) +
-         ",\"device\":" + jsonText(one.journal.device) + ",\"came\":" + std::to_string(one.came()) +
-         ",\"left_out\":" + jsonNumbers(one.skipped) +
+         ",\"device\":" + jsonText(one.journal.device) +
+         ",\"came\":" + std::to_string(one.journal.came()) +
+         ",\"left_out\":" + jsonNumbers(one.journal.skipped) +
          ",\"in_doubt\":" + jsonNumbers(one.inDoubt()) +
          ",\"kept_frames\":" + std::to_string(one.kept.size()) +
          ",\"state\":" + jsonText(stateWord(one)) + ",\"problem\":" + jsonText(one.problem) +
@@ -100,7 +102,7 @@ std::vector<Remembered> waitingJobs(const std::vector<Remembered>& all) {
   std::vector<Remembered> waiting;
   std::copy_if(all.begin(), all.end(), std::back_inserter(waiting), [](const Remembered& one) {
     const bool isOver = one.journal.rest == Rest::kEnded && one.holder == 0;
-    return one.isLast && (!isOver || !one.skipped.empty());
+    return one.isLast && (!isOver || !one.journal.skipped.empty());
   });
   std::stable_sort(waiting.begin(), waiting.end(), [](const Remembered& a, const Remembered& b) {
     return a.journal.begun < b.journal.begun;

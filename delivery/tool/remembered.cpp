@@ -63,7 +63,6 @@ void readJournalOf(Remembered& one) {
   std::string text(static_cast<std::size_t>(status.st_size), '\0');
   text.resize(std::fread(text.data(), 1, text.size(), file.get()));
   one.journal = readJournal(text);
-  one.skipped = skippedLabels(text, one.journal);
   if (one.journal.validBytes < text.size()) {
     one.problem = "its journal is whole up to byte " + std::to_string(one.journal.validBytes);
   }
@@ -111,33 +110,6 @@ std::vector<std::size_t> Remembered::inDoubt() const {
   std::vector<std::size_t> numbers;
   for (std::size_t i = 1; i <= journal.doubted.size(); ++i) numbers.push_back(journal.done() + i);
   return numbers;
-}
-
-std::size_t Remembered::came() const {
-  return journal.done() - std::min(journal.done(), skipped.size());
-}
-
-std::vector<std::size_t> skippedLabels(const std::string& text, const JournalState& state) {
-  std::vector<std::size_t> skipped;
-  std::size_t done = 0;
-  std::istringstream lines(text.substr(0, state.validBytes));
-  for (std::string line; std::getline(lines, line);) {
-    std::istringstream words(line.substr(std::min(kBeforeWords, line.size())));
-    std::string verb;
-    words >> verb;
-    if (verb == "done") {
-      ++done;
-    } else if (verb == "skip") {
-      skipped.push_back(++done);
-    } else if (verb == "lost") {
-      std::size_t first = 0;
-      words >> first;
-      if (first > 0 && first <= done) done = first - 1;
-      while (!skipped.empty() && skipped.back() > done) skipped.pop_back();
-    }
-  }
-  while (!skipped.empty() && skipped.back() > state.done()) skipped.pop_back();
-  return skipped;
 }
 
 std::vector<Remembered> rememberedJobs(const std::string& stateFolder) {

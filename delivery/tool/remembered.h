@@ -21,8 +21,6 @@ struct Remembered {
   bool isLast = false;  ///< no later one of this job
   std::string folder;   ///< whole path
   JournalState journal;
-  std::vector<std::size_t> skipped;  ///< labels that were left out, as it was not known whether
-                                     ///< they had come
   std::vector<std::string> kept;     ///< whole paths of the kept frames, in printing order
   std::string problem;               ///< why the journal cannot be read, or how far it can
   long long changed = 0;             ///< when it was written last, seconds since 1970
@@ -31,13 +29,7 @@ struct Remembered {
   [[nodiscard]] std::string journalPath() const { return folder + "/journal"; }
   /// Labels of which nobody knows whether they came.
   [[nodiscard]] std::vector<std::size_t> inDoubt() const;
-  /// Labels that came for sure.
-  [[nodiscard]] std::size_t came() const;
 };
-
-/// Labels that a journal's text notes as left out, counted from 1.
-[[nodiscard]] std::vector<std::size_t> skippedLabels(const std::string& text,
-                                                     const JournalState& state);
 
 /// All printings below a state folder, by job and number of the printing.
 [[nodiscard]] std::vector<Remembered> rememberedJobs(const std::string& stateFolder);

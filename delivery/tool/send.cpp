@@ -117,8 +117,7 @@ void openDevice(Lock& lock, const Target& target, const Places& places, bool& is
   const std::string devices = places.state + "/devices";
   std::string problem;
   if (!owner.problem().empty() || access(devices.c_str(), F_OK) != 0) return;
-  const std::string uri = publicText(target.uri.inner);
-  isOpen = lock.open(JobStore(places.state).deviceLock(uri), problem);
+  isOpen = lock.open(JobStore(places.state).deviceLock(deviceName(target.uri)), problem);
 }
 
 int sendAll(const Arguments& arguments, const ByHand& labels, const Target& target,
@@ -145,11 +144,11 @@ int sendAll(const Arguments& arguments, const ByHand& labels, const Target& targ
     const bool isAfterTornPage = isDevice && device.isMarked();
     if (isDevice) device.mark(true);
     Sender sender(source, *sink, journal, watch, tell,
-                  {arguments.doubt, false, false, isAfterTornPage});
+                  {arguments.doubt, false, false, isAfterTornPage, {}});
     const Verdict verdict = sender.run();
     if (isDevice) device.mark(sender.leftTornPage());
     if (verdict == Verdict::kPrinted) {
-      const std::size_t skipped = journal.state().skipped;
+      const std::size_t skipped = journal.state().skipped.size();
       std::fprintf(stderr, "%s sent to %s%s.\n", counted(wanted - skipped, "label").c_str(),
                    harmless(publicText(arguments.target), 1024).c_str(),
                    skipped == 0 ? "" : (", " + std::to_string(skipped) + " left out").c_str());

@@ -19,7 +19,8 @@ std::string labelLine(const Remembered& one, std::size_t number) {
   std::string what = "waits";
   std::string digest;
   if (number <= journal.done()) {
-    const bool isSkipped = std::binary_search(one.skipped.begin(), one.skipped.end(), number);
+    const bool isSkipped =
+        std::binary_search(one.journal.skipped.begin(), one.journal.skipped.end(), number);
     what = isSkipped ? "left out" : "came";
     digest = journal.digests[number - 1];
   } else if (number <= journal.done() + journal.doubted.size()) {
@@ -47,7 +48,7 @@ std::string showWords(const Remembered& one) {
   }
   // An earlier printing is over, whatever it had come to.
   text += "  " + (one.isLast ? stateWords(one) : std::string("printed once more since")) + "; " +
-          counted(one.came(), "label") + " came";
+          counted(one.journal.came(), "label") + " came";
   if (!one.inDoubt().empty()) text += ", " + labelWords(one.inDoubt()) + " in doubt";
   text += "\n  journal: " + one.journalPath() + "\n";
   if (!one.problem.empty()) text += "  " + one.problem + "\n";

@@ -117,6 +117,16 @@ TEST_F(WireTest, PassesACancelOn) {
   EXPECT_EQ(watch.stopped(), Stop::kCancel);
 }
 
+TEST_F(WireTest, LosesNoVerdictOfASenderThatEndsWithACancelUnread) {
+  FrontEnd(front_).cancel();
+  SenderEnd(sender_, nullptr).verdict(3);
+  hangUp(sender_);
+  const Report report = FrontEnd(front_).next();
+  EXPECT_EQ(report.kind, Report::Kind::kVerdict);
+  EXPECT_EQ(report.code, 3);
+  EXPECT_EQ(FrontEnd(front_).next().kind, Report::Kind::kEnd);
+}
+
 TEST_F(WireTest, StopsNothingAtTheEndOfTheFront) {
   Watch watch;
   const SenderEnd sender(sender_, &watch);

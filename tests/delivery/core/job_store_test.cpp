@@ -118,7 +118,7 @@ TEST_F(JobStoreTest, ForgetsOldJobsButNoneThatPrints) {
 }
 
 TEST_F(JobStoreTest, KeysAreNamesOfNothingElse) {
-  EXPECT_EQ(jobKey("urn:uuid:0b1c-2d", 5, 9), "0b1c-2d");
+  EXPECT_EQ(jobKey("urn:uuid:0b1c-2d", 5, 9), "0b1c-2d-5");
   EXPECT_EQ(jobKey("", 5, 9), "job-5-9");
   EXPECT_EQ(jobKey("urn:uuid:../../etc", 5, 9), "job-5-9");
   EXPECT_EQ(jobKey("urn:uuid:" + std::string(65, 'a'), 5, 9), "job-5-9");

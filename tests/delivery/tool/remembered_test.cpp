@@ -34,8 +34,8 @@ TEST(Remembered, LabelsAreCountedByWhatBecameOfThem) {
   EXPECT_EQ(all[0].key, "key");
   EXPECT_TRUE(all[0].isLast);
   EXPECT_EQ(all[0].journal.number, 45);
-  EXPECT_EQ(all[0].came(), 2U);
-  EXPECT_EQ(all[0].skipped, Numbers{2});
+  EXPECT_EQ(all[0].journal.came(), 2U);
+  EXPECT_EQ(all[0].journal.skipped, Numbers{2});
   EXPECT_EQ(all[0].inDoubt(), (Numbers{4, 5}));
   EXPECT_EQ(all[0].problem, "");
   EXPECT_EQ(all[0].holder, 0);
@@ -52,9 +52,9 @@ TEST(Remembered, TheDoubtBehindALabelThatWasLeftOutIsNotCountedTwice) {
   ASSERT_TRUE(journal.closing("b", kUsualCommand) && journal.done("b"));
   ASSERT_TRUE(journal.lost(1));  // the one left out is in doubt once more
   const Remembered one = rememberedJobs(machine.places().state).at(0);
-  EXPECT_EQ(one.skipped, Numbers{});
+  EXPECT_EQ(one.journal.skipped, Numbers{});
   EXPECT_EQ(one.inDoubt(), (Numbers{1, 2}));
-  EXPECT_EQ(one.came(), 0U);
+  EXPECT_EQ(one.journal.came(), 0U);
 }
 
 TEST(Remembered, PrintingsOfAJobComeByNumberAndTheLastIsMarked) {
@@ -81,7 +81,7 @@ TEST(Remembered, AJournalThatIsCutTellsHowFarItIsWhole) {
   const auto whole = std::filesystem::file_size(folder + "/journal");
   std::ofstream(folder + "/journal", std::ios::app) << "0badbad0 done x\nmore";
   const Remembered one = rememberedJobs(machine.places().state).at(0);
-  EXPECT_EQ(one.came(), 1U);
+  EXPECT_EQ(one.journal.came(), 1U);
   EXPECT_EQ(one.problem, "its journal is whole up to byte " + std::to_string(whole));
 }
 
@@ -98,7 +98,7 @@ TEST(Remembered, WaitingAreThoseNotAtTheirEndAndThoseWithLabelsLeftOut) {
     all[i].journal.begun = 100 - static_cast<long long>(i);
   }
   all[1].journal.rest = Rest::kHeld;
-  all[2].skipped = {3};
+  all[2].journal.skipped = {3};
   all[3].holder = 4711;  // started once more
   all[4].journal.rest = Rest::kHeld;
   all[4].isLast = false;
