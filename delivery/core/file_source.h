@@ -2,6 +2,7 @@
 // hand.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 

@@ -1,6 +1,7 @@
 // The labels of a running job: commands on standard input, frames in the filter's folder.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 

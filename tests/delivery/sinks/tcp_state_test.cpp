@@ -1,5 +1,6 @@
 // What a printer's offered room says about bytes that it acknowledged and has not read.
 #include "delivery/sinks/tcp_state.h"
+#include <cstdint>
 
 #include <gtest/gtest.h>
 
