@@ -235,7 +235,7 @@ TEST(PaperFaults, HappenAtTheByteTheyArePlannedFor) {
         Planned{"label 2 51%", 2, 29}, Planned{"label 2 75%", 2, 30}, Planned{"label 2 77%", 2, 31},
         Planned{"label 2 97%", 2, 38}, Planned{"label 2 99%", 2, 0},  // 37.8 and 38.6 bytes
         Planned{"label 2 100%", 2, 0}, Planned{"after 1", 1, 0}, Planned{"byte 1", 1, 1},
-        Planned{"byte 40", 2, 1}, Planned{"byte 78", 2, 0}}) {
+        Planned{"byte 40", 2, 1}, Planned{"byte 60", 2, 21}, Planned{"byte 78", 2, 0}}) {
     const Folder folder;
     Paper paper(folder, {"tcp:0", "--fault", std::string(planned.when) + " pause 0.05"});
     const Sender sender(paper.port());
@@ -314,10 +314,12 @@ TEST(PaperFaults, LosesWhatWasSentWhenItResetsUnread) {
   const Folder folder;
   Paper paper(folder, {"tcp:0", "--fault", "label 2 reset-unread"});
   const Sender sender(paper.port());
+  const auto start = Clock::now();
   ASSERT_TRUE(sender.send(smallLabel() + smallLabel() + smallLabel()));
   // To the sender all bytes are acknowledged before the reset comes.
   ASSERT_TRUE(awaitThat([&] { return sender.unacknowledged() == 0; }));
   EXPECT_EQ(sender.await(), "reset");
+  EXPECT_GE(secondsSince(start), 0.3);  // time for the buffer to fill
   ASSERT_TRUE(awaitThat([&] { return closedHow(paper) == "reset by printer, unread"; }));
   EXPECT_EQ(paper.events("connection").back()["unread"].number, 38 + 39);
   EXPECT_EQ(paper.stop(), 1);

@@ -230,6 +230,30 @@ TEST(StreamParser, NoticesADotThatIsMissing) {
   }
 }
 
+TEST(StreamParser, ReadsCountsAbove255) {
+  // 40 bytes of black dots are 320 = 0x0140.
+  const auto label = [](int low, int high) {
+    return command() + bytes({0x53, 0x49, 0x5A, 1, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0}) +
+           bytes({0x1D, 0x76, 0x30, 0, 42, 0, 1, 0}) + bytes({low, high}) + Bytes(40, '\xFF');
+  };
+  Notes good;
+  parse(good, label(0x40, 1));
+  EXPECT_TRUE(good.faults.empty());
+  Notes bad;
+  parse(bad, label(0x41, 0));
+  ASSERT_EQ(bad.faults.size(), 1U);
+  EXPECT_EQ(bad.faults[0].came, "41 00");
+  EXPECT_EQ(bad.faults[0].expected, "40 01 (the row's black dots: 320)");
+}
+
+TEST(StreamParser, CountsEachStretchOfGarbageOnce) {
+  Notes notes;
+  parse(notes, "ABC" + smallLabel() + "DE" + smallLabel() + "F");
+  EXPECT_EQ(notes.faults.size(), 3U);
+  EXPECT_EQ(notes.garbage, 6U);
+  EXPECT_EQ(notes.whole, 2);
+}
+
 TEST(StreamParser, ComparesCountsModulo65536) {
   // 8,194 bytes of black dots are 65,552 dots, 16 more than the count's 16 bits hold.
   const auto label = [](int count) {

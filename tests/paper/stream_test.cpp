@@ -161,6 +161,14 @@ TEST(PaperStream, TellsFaultsWithTheirPlace) {
   EXPECT_EQ(result.counters["garbage"].number, 2);
 }
 
+TEST(PaperStream, SaysThatAFaultCutALabel) {
+  const Folder folder;
+  const Result result = runOn(folder, command() + smallLabel().substr(0, 20));
+  ASSERT_EQ(result.labels.size(), 2U);
+  EXPECT_EQ(result.labels[0]["cut"].string, "fault");
+  EXPECT_EQ(result.labels[1]["cut"].string, "end of connection");
+}
+
 TEST(PaperStream, TakesWhatItIsToldToTake) {
   const Folder folder;
   EXPECT_EQ(runOn(folder, smallFrame()).status, 1);
