@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
 #include "tests/paper/stream_bytes.h"
 #include "tools/paper/label_digest.h"
 

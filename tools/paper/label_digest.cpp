@@ -22,7 +22,6 @@ void LabelDigest::add(const std::uint8_t* data, std::size_t size) {
     ++data;
     --size;
   }
-  size_ += size;
   sha256_update(&state_, size, data);
 }
 

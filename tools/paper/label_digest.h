@@ -22,7 +22,7 @@ class LabelDigest {
 
  private:
   sha256_ctx state_ = {};
-  std::uint64_t size_ = 0;  // bytes so far
+  std::uint64_t size_ = 0;  // bytes so far, up to the end of the page number
 };
 
 }  // namespace kestra::paper
