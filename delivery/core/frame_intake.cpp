@@ -118,7 +118,7 @@ void FrameIntake::drain() {
         if ((event->mask & IN_MOVE_SELF) != 0) inotify_rm_watch(notify_, watch_);
         watch_ = -1;
       } else if (event->len > 0) {
-        take(event->name);
+        appeared(event->name);
       }
     }
   }
@@ -136,28 +136,42 @@ void FrameIntake::scan() {
     found.push_back({status.st_mtim, name});
   }
   std::sort(found.begin(), found.end(), isBefore);
-  for (const Found& one : found) take(one.name);
+  for (const Found& one : found) {
+    if (take(one.name) && watch_ >= 0) early_.insert(one.name);
+  }
 }
 
-void FrameIntake::take(const std::string& name) {
+// Without its place the frames behind it would be taken for the pages before them.
+void FrameIntake::appeared(const std::string& name) {
   if (!isFrameName(name, mark_)) return;
+  const bool wasTaken = early_.erase(name) > 0;
+  if (take(name) || wasTaken) return;
+  TakenFrame gone;
+  gone.original = gone.kept = folder_ + "/" + name;
+  gone.isGone = true;
+  frames_.push_back(gone);
+}
+
+// False where there is no such file.
+bool FrameIntake::take(const std::string& name) {
   TakenFrame frame;
   frame.original = folder_ + "/" + name;
   frame.kept = frame.original;
   struct stat status = {};
-  if (lstat(frame.original.c_str(), &status) != 0) return;
-  if (!seen_.insert(identityOf(status)).second) return;
-  if (!S_ISREG(status.st_mode) || (status.st_uid != geteuid() && status.st_uid != 0)) return;
+  if (lstat(frame.original.c_str(), &status) != 0) return false;
+  if (!seen_.insert(identityOf(status)).second) return true;
+  if (!S_ISREG(status.st_mode) || (status.st_uid != geteuid() && status.st_uid != 0)) return true;
   frame.device = status.st_dev;
   frame.inode = status.st_ino;
   frame.made = status.st_mtim;
   if (isEarlier(status.st_mtim, birth_)) {
     older_.push_back(frame);
-    return;
+    return true;
   }
   if (!keepFolder_.empty()) keep(frame, frames_.size() + 1);
   frames_.push_back(frame);
   if (every_ > 0 && frames_.size() % every_ == 0) action_();
+  return true;
 }
 
 void FrameIntake::onEvery(std::size_t frames, std::function<void()> action) {
@@ -167,7 +181,9 @@ void FrameIntake::onEvery(std::size_t frames, std::function<void()> action) {
 
 void FrameIntake::keepIn(const std::string& folder) {
   keepFolder_ = folder;
-  for (std::size_t i = 0; i < frames_.size(); ++i) keep(frames_[i], i + 1);
+  for (std::size_t i = 0; i < frames_.size(); ++i) {
+    if (!frames_[i].isGone) keep(frames_[i], i + 1);
+  }
 }
 
 void FrameIntake::keep(TakenFrame& frame, std::size_t number) const {

@@ -21,7 +21,8 @@ struct TakenFrame {
   std::string kept;      ///< its path in our own, or the original where it could not be kept
   dev_t device = 0;
   ino_t inode = 0;
-  timespec made = {};  ///< when the filter stored it; a copy of ours is younger
+  timespec made = {};   ///< when the filter stored it; a copy of ours is younger
+  bool isGone = false;  ///< it was removed before it could be taken
 };
 
 class FrameIntake {
@@ -57,7 +58,8 @@ class FrameIntake {
   [[nodiscard]] bool hasFolder() const;
   [[nodiscard]] timespec birth() const { return birth_; }
 
-  /// The frames so far, in printing order.
+  /// The frames so far, in printing order; those too that were gone before they could be taken, as
+  /// far as the system tells, so that each stays in its place.
   [[nodiscard]] const std::vector<TakenFrame>& frames() const { return frames_; }
 
   /// Removes the taken frames, ours and the filter's, and those that an earlier start of this job
@@ -68,7 +70,8 @@ class FrameIntake {
   void watchFolder();
   void drain();
   void scan();
-  void take(const std::string& name);
+  [[nodiscard]] bool take(const std::string& name);
+  void appeared(const std::string& name);
   void keep(TakenFrame& frame, std::size_t number) const;
 
   std::string folder_;
@@ -79,6 +82,7 @@ class FrameIntake {
   int watch_ = -1;   // of notify_; -1: the folder is not watched
   std::vector<TakenFrame> frames_;
   std::set<Identity> seen_;
+  std::set<std::string> early_;  // taken before the system told of them
   std::vector<TakenFrame> older_;
   std::size_t every_ = 0;
   std::function<void()> action_;

@@ -136,6 +136,10 @@ Next JobSource::page(std::size_t number, Page& page, const Patience& patience) {
     if (woken == Woken::kTime) intake_.look();
   }
   begun_ = std::max(begun_, number);
+  if (intake_.frames()[number - 1].isGone) {
+    problem_ = "page " + std::to_string(number) + " was removed before it could be taken";
+    return Next::kMissing;
+  }
   ReadPage read = readPage(intake_.frames()[number - 1].kept, commands_[number - 1]);
   if (!read.problem.empty()) {
     problem_ = std::move(read.problem);

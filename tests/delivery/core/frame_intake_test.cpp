@@ -115,6 +115,45 @@ TEST(FrameIntake, KeepsWhatItHasTakenWhenTheFolderIsEmptied) {
   EXPECT_TRUE(fs::is_empty(ours.path()));
 }
 
+// The next frame then even has the same name.
+TEST(FrameIntake, AFrameThatWasGoneBeforeItCouldBeTakenKeepsItsPlace) {
+  const Folder folder;
+  const Folder kept;
+  FrameIntake intake(folder.path(), kJob, {});
+  intake.keepIn(kept.path());
+  publish(folder / frameName(1, kJob), frameOf(1));
+  fs::remove(folder / frameName(1, kJob));
+  publish(folder / frameName(2, kJob), frameOf(2));
+  intake.look();
+  intake.look();
+  ASSERT_EQ(namesOf(intake), (std::vector<std::string>{frameName(1, kJob), frameName(2, kJob)}));
+  EXPECT_TRUE(intake.frames()[0].isGone);
+  EXPECT_FALSE(intake.frames()[1].isGone);
+  EXPECT_EQ(bytesOf(intake.frames()[1].kept), frameOf(2));
+  intake.removeAll(0);
+  EXPECT_FALSE(fs::exists(folder / frameName(2, kJob)));
+}
+
+TEST(FrameIntake, AFrameThatIsGoneAfterItWasTakenIsThereOnce) {
+  const Folder folder;
+  const Folder kept;
+  const std::string later = folder / "later";
+  FrameIntake intake(later, kJob, {});
+  intake.keepIn(kept.path());
+  fs::create_directory(later);
+  fs::permissions(later, fs::perms::owner_all);
+  publish(later + "/" + frameName(1, kJob), frameOf(1));
+  intake.look();  // listens from here on, and finds the frame
+  publish(later + "/" + frameName(2, kJob), frameOf(2));
+  intake.look();
+  fs::remove(later + "/" + frameName(1, kJob));
+  fs::remove(later + "/" + frameName(2, kJob));
+  intake.look();
+  EXPECT_EQ(namesOf(intake), (std::vector<std::string>{frameName(1, kJob), frameName(2, kJob)}));
+  EXPECT_FALSE(intake.frames()[0].isGone);
+  EXPECT_FALSE(intake.frames()[1].isGone);
+}
+
 TEST(FrameIntake, FindsTheFolderAgainWhenItIsMadeAnew) {
   const Folder place;
   const std::string folder = place / "kcv6data";

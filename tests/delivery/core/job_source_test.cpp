@@ -101,6 +101,20 @@ TEST_F(JobSourceTest, MissesAPageAtTheNextCommand) {
   EXPECT_EQ(source_->problem(), "page 1 was not stored by the filter");
 }
 
+// Else each page would be sent under the number of the one before it, and the last one be missed.
+TEST_F(JobSourceTest, MissesAPageThatWasRemovedBeforeItCouldBeTaken) {
+  say(kFirst);
+  store(1, frameOf(1));
+  fs::remove(folder_ / frameName(1, kJob));
+  say(kSecond);
+  store(2, frameOf(2));
+  endWell();
+  EXPECT_EQ(page(1), Next::kMissing);
+  EXPECT_EQ(source_->problem(), "page 1 was removed before it could be taken");
+  ASSERT_EQ(page(2), Next::kPage);
+  EXPECT_EQ(page_.bytes, labelOf(frameOf(2), kSecond));
+}
+
 TEST_F(JobSourceTest, MissesTheLastPageAtTheEndOfTheInput) {
   say(kFirst);
   store(1, frameOf(1));
