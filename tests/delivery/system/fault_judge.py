@@ -19,7 +19,8 @@ class Rules:
     white: bool = False  # a person stops the job, and a label may end in white
     cancels: bool = False  # what had not begun stays away
     heals: bool = True  # nobody needs to resume the job
-    skip: bool = False  # printed with doubt=skip: no label twice
+    once: bool = False  # no label may come twice, announced or not
+    skip: bool = False  # printed with doubt=skip: alike, but one may be missing
 
 
 @dataclasses.dataclass
@@ -111,7 +112,7 @@ def judge(paper, folder, record, rules):
     may_repeat = announced(record.log, "may come twice")
     for one in said["twice"]:
         label = int(one["name"])
-        if one["count"] <= may_repeat.get(label, 0) and not rules.skip:
+        if one["count"] <= may_repeat.get(label, 0) and not (rules.skip or rules.once):
             found.twice.append(label)
         else:
             found.repeated.append(label)

@@ -21,11 +21,12 @@ class Kind:
     name: str
     strike: typing.Callable
     rules: Rules = dataclasses.field(default_factory=Rules)
-    document: str = ""  # "pdf": only those; else mostly raster documents
+    document: str = ""  # only this kind; else mostly raster documents
     aim: str = ""  # a program of the job: the moment lies in its life
     queue: str = "label"
     tail: bool = True  # a small job follows, which must come clean
-    strict: bool = True  # the fault must find something to strike
+    shares: tuple = (0, 1)  # where in the job, or in the program's life, the moment may lie
+    did_strike: typing.Callable = lambda events, moment: True  # as the printers' records show
 
 
 def _kill(pids, sign=signal.SIGKILL):
@@ -134,6 +135,14 @@ def _empty(round_):
     shutil.rmtree(rig.FRAMES, ignore_errors=True)
     return there
 
+
+def _in_a_page(events, moment):
+    return any(one["event"] == "label" and one["first"] < moment < one["last"] for one in events)
+
+
+#: Not one of many kinds but a figure of its own.
+RESTART_IN_A_PAGE = Kind("restart in a page", _restart, Rules(once=True), "large", shares=(0.1, 0.9),
+                         did_strike=_in_a_page)
 
 KINDS = [
     Kind("sender killed", _sender, Rules(tears=True)),

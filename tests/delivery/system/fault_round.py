@@ -17,7 +17,7 @@ import fault_stage
 import machine
 import rig
 
-ATTEMPTS = 4  # a fault that finds nothing to strike is tried again, earlier
+ATTEMPTS = 4  # a fault that finds nothing to strike is tried again at another moment
 SKIP_SHARE = 0.25  # of the rounds are printed with doubt=skip
 PDF_SHARE = 0.1
 
@@ -49,16 +49,16 @@ class Round:
         self.stopped_at = 0.0
         self.printers = []
         self.helped = 0
-        self.share = self.random.random() if share is None else share
+        self.share = self.random.uniform(*kind.shares) if share is None else share
         self.doubt = "skip" if self.random.random() < SKIP_SHARE else "again"
         self.document = self._choose_document()
         self.paper_seconds = self.random.uniform(0.5, 1.0)
 
     def _choose_document(self):
-        some = [self.stage.small, self.stage.large][self.random.random() < 0.5]
-        if self.kind.document == "pdf" or self.random.random() < PDF_SHARE:
-            some = self.stage.pdf
-        return self.stage.next_of(some)
+        name = self.random.choice(["small", "large"])
+        if self.random.random() < PDF_SHARE:
+            name = "pdf"
+        return self.stage.next_of(getattr(self.stage, self.kind.document or name))
 
     def run(self):
         """The round; returns its outcome and what it was judged by."""
@@ -71,6 +71,7 @@ class Round:
         self.number = self.system.lp(self.queue, self.document.path,
                                      options={"doubt": self.doubt})
         self._await_moment()
+        moment = time.time()
         struck = self.kind.strike(self)
         job = self._bring_to_end()
         problems = []
@@ -85,6 +86,7 @@ class Round:
             self._keep_machine()
             self.stage.clean_up(self.number)
         events = self._end_printers()
+        struck = struck and self.kind.did_strike(events, moment)
         record = fault_judge.Record(self.document.wanted, tail.wanted if tail else [], events,
                                     self.stage.log_since(log_from), self.number, job.state,
                                     self.helped, self.stopped_at)
@@ -131,7 +133,11 @@ class Round:
             if job is None or job.state not in (rig.HELD, rig.STOPPED) or self.helped == 3:
                 return job
             self.helped += 1
-            self.system.resume(self.number)
+            if job.state == rig.HELD:
+                self.system.resume(self.number)
+            else:
+                # A filter failed: the print system says so and wants the job started again.
+                self.system.restart_job(self.number)
 
     def _end_printers(self):
         events = []
@@ -166,15 +172,13 @@ class Round:
 
 def run(stage, kind, seed, folder):
     """A round whose fault strikes; violations of the attempts before count as well."""
-    share = None
     complaints = []
     for attempt in range(ATTEMPTS):
-        one = Round(stage, kind, seed, f"{folder}/{attempt}", share)
+        one = Round(stage, kind, f"{seed} {attempt}", f"{folder}/{attempt}")
         outcome, _, _ = one.run()
         complaints += outcome.findings.complaints
         if outcome.struck:
             break
-        share = one.share / 2
     outcome.findings.complaints = complaints
     if not outcome.struck:
         complaints.append("the fault found nothing to strike")

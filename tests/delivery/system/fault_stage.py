@@ -33,6 +33,7 @@ RULES = "DirtyCleanInterval 0\nMaxJobs 60\nPreserveJobFiles No\n"
 #: A backend that forgets what it printed when it is started again, and one that calls every job
 #: printed: what a judge must not let pass.
 FORGETFUL = """#!/bin/sh
+umask 022
 root=$(mktemp -d) && chmod 755 "$root" && mkdir -p "$root/var/lib" && ln -s /var/spool "$root/var/spool"
 KESTRA_DELIVERY_ROOT=$root DEVICE_URI=${DEVICE_URI#forgetful:} exec "${0%/*}/kestra" "$@"
 """
@@ -63,9 +64,12 @@ def _documents():
 
 
 class Stage:
-    """Everything that rounds share. `build`: the build directory."""
+    """Everything that rounds share. `build`: the build directory.
 
-    def __init__(self, build):
+    links: the journals lie on the file system of the frames, so that frames are linked, not copied.
+    """
+
+    def __init__(self, build, links=False):
         self.build = build
         self.system = rig.PrintSystem(build, rules=RULES)
         # A thousand jobs must not fill the machine's memory.
@@ -77,6 +81,10 @@ class Stage:
             self.system.install("backend", name, text.encode(), 0o744)
         with open(f"{HERE}/usb_stand_in.py", "rb") as stand_in:
             self.system.install("backend", "usb", stand_in.read(), 0o744)
+        if links:
+            os.rmdir(f"{self.system.root}/var/lib")
+            os.mkdir("/var/spool/lib")
+            os.symlink("/var/spool/lib", f"{self.system.root}/var/lib")
         self._lay_cable()
         self.system.start()
         self._make_queues()
@@ -194,6 +202,18 @@ class Stage:
         return [pid for pid in machine.processes("kestra")
                 if machine.leads_session(pid) and self._of_filters(pid)]
 
+    @staticmethod
+    def stand_ins():
+        """The stand-in for the USB backend, a script."""
+        found = []
+        for pid in os.listdir("/proc"):
+            with contextlib.suppress(OSError):
+                if pid.isdigit():
+                    with open(f"/proc/{pid}/cmdline", "rb") as words:
+                        if b"/backend/usb" in words.read():
+                            found.append(int(pid))
+        return found
+
     def log_size(self):
         return os.path.getsize(f"{self.system.place}/error_log")
 
@@ -237,6 +257,11 @@ class Stage:
         for queue in ("label", "cable", "left", "right", "usb"):
             self.system.enable(queue)
         rig.eventually(lambda: not machine.processes("kestra"), what="all have gone")
+        self.forget_jobs()
+
+    @staticmethod
+    def forget_jobs():
+        """Nothing that an earlier job left is printed before the next one."""
         subprocess.run(["rm", "-rf", f"{STATE}/jobs"], check=True)
 
     def keep_journal(self, uuid, folder):
