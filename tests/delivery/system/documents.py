@@ -71,19 +71,20 @@ def _raster_header(width, height, dpi, size_name):
     return bytes(header)
 
 
-def raster(labels, first=1, width=400, height=240, dpi=203, size_name="w142h85"):
+def raster(labels, first=1, width=400, height=240, dpi=203, size_name="w142h85", times=1):
     """A raster document (8 bits, 255 is ink) that the filter reads without any program before it.
 
     The default is the label of 50 x 30 mm; `width` must be a multiple of 4, as every page size of
-    the printer descriptions gives.
+    the printer descriptions gives. Each label shows its number `times` times, one below the other,
+    each `height` rows high.
     """
     out = [b"3SaR"]
-    header = _raster_header(width, height, dpi, size_name)
+    header = _raster_header(width, height * times, dpi, size_name)
     for number in range(first, first + labels):
         rows = [bytearray(width) for _ in range(height)]
         for x, y, w, h in _label(f"{number:04d}", width, height):
             for row in range(height - y - h, height - y):
                 rows[row][x:x + w] = b"\xff" * w
         out.append(header)
-        out.extend(rows)
+        out.extend(rows * times)
     return b"".join(out)

@@ -102,9 +102,13 @@ class PulledCable(DeliveryCase):
     def setUp(self):
         super().setUp()
         self.cable("add", "here", "type", "veth", "peer", "name", "there")
-        self.addCleanup(self.cable, "del", "here")
         subprocess.run(["ip", "addr", "add", "10.9.0.1/24", "dev", "here"], check=True)
         self.cable("set", "here", "up")
+
+    def tearDown(self):
+        super().tearDown()
+        # Its other end may be gone already with the printer's network, and so is it then.
+        subprocess.run(["ip", "link", "del", "here"], check=False, capture_output=True)
 
     @staticmethod
     def cable(*words):
@@ -115,14 +119,14 @@ class PulledCable(DeliveryCase):
         folder = f"/tmp/rig/printer-{self._printers}"
         place = f"/tmp/rig/network-{self._printers}"
         # The printer's program begins when the cable has been put into its network.
-        script = ("echo $$ > " + place + "; until ip link show there >/dev/null 2>&1; do "
+        script = (f"echo $$ > {place}.part; mv {place}.part {place}; until ip link show there >/dev/null 2>&1; do "
                   "sleep 0.01; done; ip addr add 10.9.0.2/24 dev there && ip link set there up && "
                   "exec \"$@\"")
 
         def connect():
-            network = rig.eventually(lambda: os.path.exists(place) and open(
-                place, encoding="utf-8").read().strip(), what="the printer's network")
-            self.cable("set", "there", "netns", network)
+            rig.eventually(lambda: os.path.exists(place), what="the printer's network")
+            with open(place, encoding="utf-8") as file:
+                self.cable("set", "there", "netns", file.read().strip())
 
         one = Printer(BUILD, folder, self.listed(labels), source="tcp:10.9.0.2:9100",
                       within=["unshare", "--net", "sh", "-c", script, "sh"], meanwhile=connect,
@@ -163,19 +167,6 @@ class PulledCable(DeliveryCase):
         self.assert_printed(number, 3)
         self.assert_each_once(printer)
         self.assert_tidy()
-
-
-class AwayForLong(DeliveryCase):
-    """The print system cancels jobs that take longer than it was told to allow."""
-
-    rules = "MaxJobTime 4"
-
-    def test_a_printer_that_is_away_for_longer_does_not_cost_the_job(self):
-        document = large(3)
-        printer = self.printer(self.wanted(document), faults=["start refuse 12"])
-        number = self.system.lp(self.queue(printer), document)
-        self.assert_printed(number, 3)
-        self.assert_each_once(printer)
 
 
 if __name__ == "__main__":

@@ -1,0 +1,240 @@
+"""What people do to a job that prints: cancel, hold, resume, restart, change, stop the queue."""
+
+import time
+
+import delivery_case
+import documents
+import machine
+import rig
+from delivery_case import DeliveryCase, LARGE, LARGE_MM, large
+
+COUNT = 8
+TIMES = 8
+
+
+class PeopleAtWork(DeliveryCase):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        # Four times what all buffers between sender and printer hold, and dots from top to bottom.
+        cls.document = documents.raster(COUNT, times=TIMES, **LARGE)
+
+    def begun(self, label=3, fault="pause 0.3", options=None, percent=15):
+        """A job whose printer has stopped within a label: (printer, queue, number)."""
+        labels = self.wanted(self.document)
+        self.assert_all_differ(labels, COUNT)
+        printer = self.printer(labels, speed=15 * TIMES * LARGE_MM,
+                               faults=[f"label {label} {percent}% {fault}"])
+        queue = self.queue(printer)
+        number = self.system.lp(queue, self.document, options=options)
+        printer.await_action(fault.split()[0])
+        return printer, queue, number
+
+    def nobody_works(self, seconds):
+        start = time.monotonic()
+        rig.eventually(lambda: not machine.processes("kestra"), seconds, "the sender has left")
+        return time.monotonic() - start
+
+    def assert_ended_in_white(self, printer, place):
+        """The label of this place (from 1) came whole, and its last part has no dots."""
+        label = [one for one in printer.events("label") if one["whole"]][place - 1]
+        self.assertNotIn(label["digest"], self.wanted(self.document))
+        self.assertGreater(label["white_tail"], label["rows"] // 4)
+        self.assertLess(label["white_tail"], label["rows"])
+
+    # --- cancel -----------------------------------------------------------------------------------
+
+    def test_a_job_is_cancelled_in_a_label_which_is_ended_in_white_and_the_next_one_is_clean(self):
+        after = large(2, 101)
+        printer, queue, number = self.begun(label=3)
+        self.system.cancel(number)
+        # The printer reads on after 0.3 seconds and prints half a label: a second is left for that.
+        self.nobody_works(1.4)
+        job = self.system.wait(number)
+        self.assertEqual((job.state, job.sheets), (rig.CANCELED, 2))
+        self.assert_printed(self.system.lp(queue, after), 2)
+        wanted = self.wanted(self.document)
+        came = printer.labels()
+        self.assertEqual(came[:2] + came[3:], wanted[:2] + self.wanted(after))
+        self.assert_ended_in_white(printer, 3)
+        verdict = printer.judge()
+        self.assertEqual((verdict["torn"], verdict["faults"], verdict["garbage"]), (0, 0, 0))
+        self.assert_tidy()
+
+    def test_a_job_is_cancelled_at_a_dead_printer_and_the_next_one_is_clean(self):
+        after = large(2, 101)
+        printer, queue, number = self.begun(label=3, fault="deaf")
+        self.system.cancel(number)
+        self.nobody_works(6)
+        self.assertEqual(self.system.wait(number).state, rig.CANCELED)
+        self.assert_printed(self.system.lp(queue, after), 2)
+        wanted = self.wanted(self.document)
+        self.assertEqual(printer.labels(), wanted[:2] + self.wanted(after))
+        self.assertEqual(len(printer.torn()), 1)
+        self.assert_tidy()
+
+    def test_a_job_is_cancelled_that_waits_for_its_printer(self):
+        printer = self.printer(faults=["start refuse 30"])
+        number = self.system.lp(self.queue(printer), self.document)
+        self.system.await_log(number, "Waiting for the printer at")
+        self.system.cancel(number)
+        self.nobody_works(1)
+        self.assertEqual(self.system.wait(number).state, rig.CANCELED)
+        self.assert_tidy()
+
+    # --- hold, stop, restart ----------------------------------------------------------------------
+
+    def test_a_job_is_held_in_a_label_and_resumed(self):
+        printer, _, number = self.begun(label=3)
+        self.system.hold(number)
+        self.system.wait(number, [rig.HELD])
+        self.nobody_works(3)
+        self.assertEqual(len(printer.labels()), 3)
+        self.system.resume(number)
+        self.assert_printed(number, COUNT)
+        wanted = self.wanted(self.document)
+        came = printer.labels()
+        # The label that was under way is ended in white, and comes again as a whole.
+        self.assert_ended_in_white(printer, 3)
+        self.assertEqual(came[:2] + came[3:], wanted)
+        self.assertEqual(printer.torn(), [])
+        self.assert_tidy()
+
+    def test_the_queue_is_stopped_in_a_label_and_started_again(self):
+        printer, queue, number = self.begun(label=3)
+        self.system.disable(queue)
+        self.nobody_works(3)
+        self.assertEqual(self.system.printer(queue)["printer-state"], rig.PAUSED)
+        self.system.enable(queue)
+        self.assert_printed(number, COUNT)
+        wanted = self.wanted(self.document)
+        came = printer.labels()
+        self.assert_ended_in_white(printer, 3)
+        self.assertEqual(came[:2] + came[3:], wanted)
+        self.assertEqual(printer.torn(), [])
+        self.assert_tidy()
+
+    def test_an_ended_job_is_printed_again_where_a_person_asks_for_it(self):
+        wanted = self.wanted(self.document)
+        printer = self.printer(wanted + wanted + wanted)
+        number = self.system.lp(self.queue(printer), self.document)
+        self.assert_printed(number, COUNT)
+        for _ in range(2):
+            # The print system tells two prints apart by the second in which the one before ended.
+            ended = self.system.job(number).attributes["time-at-completed"]
+            rig.eventually(lambda: int(time.time()) > ended)
+            self.system.restart_job(number)
+            rig.eventually(lambda: self.system.job(number).state != rig.COMPLETED, 2)
+            self.assert_printed(number, COUNT)
+        self.assert_each_once(printer)
+        self.assert_tidy()
+
+    def test_a_job_that_is_printed_again_is_cut_off_and_goes_on_where_it_was(self):
+        wanted = self.wanted(self.document)
+        printer = self.printer(wanted + wanted, speed=15 * TIMES * LARGE_MM,
+                               faults=[f"label {COUNT + 4} 50% reset"])
+        number = self.system.lp(self.queue(printer), self.document)
+        self.assert_printed(number, COUNT)
+        self.system.restart_job(number)
+        rig.eventually(lambda: self.system.job(number).state != rig.COMPLETED, 2)
+        self.system.wait(number, [rig.COMPLETED])
+        # Every label is wanted twice, so a third one counts as "twice".
+        twice = {COUNT + place for place in self.announced(number)}
+        self.assert_each_came(printer, twice | self.announced(number), torn=1)
+        self.assert_tidy()
+
+    # --- changes ----------------------------------------------------------------------------------
+
+    def test_a_job_that_is_changed_while_it_is_held_is_held_again_and_then_printed_anew(self):
+        printer, _, number = self.begun(label=3)
+        self.system.hold(number)
+        self.system.wait(number, [rig.HELD])
+        self.nobody_works(3)
+        self.system.change(number, MirrorImage="True")
+        mirrored = self.wanted(self.document, "MirrorImage=True")
+        self.assertNotEqual(mirrored[0], self.wanted(self.document)[0])
+        self.system.resume(number)
+        job = self.system.wait(number, [rig.HELD] + list(rig.ENDED))
+        self.assertEqual(job.state, rig.HELD, self.story(number))
+        self.assertEqual(job.message, "The job was changed after 2 of its labels came. Resume it "
+                         "to print all labels anew, or cancel it.")
+        self.assertEqual(len(printer.labels()), 3)
+        self.system.resume(number)
+        job = self.system.wait(number)
+        self.assertEqual(job.state, rig.COMPLETED)
+        self.assertEqual(printer.labels()[3:], mirrored)
+        self.assert_tidy()
+
+    def test_the_queue_gets_another_printer_in_a_label(self):
+        other = self.printer()
+        printer, queue, number = self.begun(label=3)
+        self.system.run("lpadmin", "-p", queue, "-v", "kestra:" + other.uri())
+        self.assert_printed(number, COUNT)
+        wanted = self.wanted(self.document)
+        self.assertEqual(printer.labels() + other.labels(), wanted)
+        self.assertGreaterEqual(len(printer.labels()), 3)
+        self.assertEqual(printer.torn() + other.torn(), [])
+        self.assert_tidy()
+
+    # --- doubt ------------------------------------------------------------------------------------
+
+    def in_doubt(self, percent, **options):
+        """A job of which label 5 is in doubt: the printer took its last byte, and reset when it had
+        read so much of it."""
+        printer, _, number = self.begun(5, fault="reset-unread", options=options, percent=percent)
+        return printer, number
+
+    def test_a_person_decides_that_a_label_in_doubt_is_printed_again(self):
+        printer, number = self.in_doubt(100, doubt="hold")
+        job = self.system.wait(number, [rig.HELD] + list(rig.ENDED))
+        self.assertEqual(job.state, rig.HELD, self.story(number))
+        held = self.announced(number, "may have come or not")
+        self.assertEqual(held, {5})
+        self.assertIn("doubt=skip", job.message)
+        self.system.resume(number)
+        self.assert_printed(number, COUNT)
+        self.assertEqual(self.announced(number), held)
+        self.assert_each_came(printer, held, torn=1)
+        self.assert_tidy()
+
+    def test_a_person_decides_that_a_label_in_doubt_is_left_out(self):
+        printer, number = self.in_doubt(99, doubt="hold")
+        self.system.wait(number, [rig.HELD])
+        held = self.announced(number, "may have come or not")
+        self.system.run("lp", "-i", str(number), "-o", "doubt=skip", "-H", "resume")
+        job = self.system.wait(number)
+        self.assertEqual(job.state, rig.COMPLETED, self.story(number))
+        self.assertEqual((held, job.sheets), ({5}, COUNT - 1))
+        self.assert_left_out(printer, number, lost=["5"])
+
+    def test_no_label_comes_twice_where_those_in_doubt_are_left_out(self):
+        for percent in (99, 100):
+            with self.subTest(percent=percent):
+                printer, number = self.in_doubt(percent, doubt="skip")
+                job = self.system.wait(number)
+                self.assertEqual(job.state, rig.COMPLETED, self.story(number))
+                self.assert_left_out(printer, number, lost=["5"] if percent < 100 else [])
+
+    def test_every_label_comes_where_those_in_doubt_are_printed_again(self):
+        for percent in (99, 100):
+            with self.subTest(percent=percent):
+                printer, number = self.in_doubt(percent, doubt="again")
+                self.assert_printed(number, COUNT)
+                self.assertEqual(self.announced(number), {5})
+                verdict = printer.judge()
+                self.assertEqual(verdict["lost"], [])
+                self.assertEqual([one["name"] for one in verdict["twice"]],
+                                 ["5"] if percent == 100 else [])
+                self.assert_each_came(printer, {5}, torn=1)
+                self.assert_tidy()
+
+    def assert_left_out(self, printer, number, lost):
+        self.assertEqual(self.announced(number, "may be missing"), {5})
+        verdict = printer.judge()
+        self.assertEqual((verdict["twice"], verdict["out_of_order"]), ([], []))
+        self.assertEqual(verdict["lost"], lost)
+        self.assert_tidy()
+
+
+if __name__ == "__main__":
+    delivery_case.main()
