@@ -5,6 +5,7 @@ document should give, and what must hold at the end of every test whatever happe
 import glob
 import os
 import re
+import shutil
 import subprocess
 import sys
 import unittest
@@ -73,8 +74,8 @@ class DeliveryCase(unittest.TestCase):
 
     def setUp(self):
         self.printers = []
-        for frame in self.system.frames():
-            os.unlink(frame)  # of a test that failed
+        for frame in self.system.frames():  # of a test that failed, or planted
+            shutil.rmtree(frame) if os.path.isdir(frame) else os.unlink(frame)
 
     def tearDown(self):
         for one in self.printers:
