@@ -55,7 +55,8 @@ Report FrontEnd::next() const {
   std::array<char, kLongestMessage> buffer = {};
   while (true) {
     const ssize_t size = recv(descriptor_, buffer.data(), buffer.size(), 0);
-    // A reset says that the sender ended with a cancel unread; what it had said before is still there.
+    // A reset says that the sender ended with a cancel unread; what it had said before is still
+    // there.
     if (size < 0 && (errno == EINTR || errno == ECONNRESET)) continue;
     if (size <= 0) return {};
     const std::string text(buffer.data() + 1, static_cast<std::size_t>(size) - 1);

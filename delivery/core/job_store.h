@@ -16,8 +16,8 @@ namespace kestra::delivery {
 /// Whether a text can be the name of a job's folder: letters, digits, '-', at most 64.
 [[nodiscard]] bool isJobKey(const std::string& key);
 
-/// The name of a job's folder: the UUID in "urn:uuid:..." and the number, as a person may give a job
-/// another one's UUID; without a UUID number and time, as numbers come again.
+/// The name of a job's folder: the UUID in "urn:uuid:..." and the number, as a person may give a
+/// job another one's UUID; without a UUID number and time, as numbers come again.
 [[nodiscard]] std::string jobKey(const std::string& uuid, int number, long long created);
 
 /// One printing of a job.

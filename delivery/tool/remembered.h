@@ -21,10 +21,10 @@ struct Remembered {
   bool isLast = false;  ///< no later one of this job
   std::string folder;   ///< whole path
   JournalState journal;
-  std::vector<std::string> kept;     ///< whole paths of the kept frames, in printing order
-  std::string problem;               ///< why the journal cannot be read, or how far it can
-  long long changed = 0;             ///< when it was written last, seconds since 1970
-  pid_t holder = 0;                  ///< the process that prints the job now; 0: none
+  std::vector<std::string> kept;  ///< whole paths of the kept frames, in printing order
+  std::string problem;            ///< why the journal cannot be read, or how far it can
+  long long changed = 0;          ///< when it was written last, seconds since 1970
+  pid_t holder = 0;               ///< the process that prints the job now; 0: none
 
   [[nodiscard]] std::string journalPath() const { return folder + "/journal"; }
   /// Labels of which nobody knows whether they came.

@@ -18,8 +18,7 @@ struct Field {
   size_t offset;
 };
 
-#define KESTRA_FIELD(name) \
-  { #name, offsetof(cups_page_header2_t, name) }
+#define KESTRA_FIELD(name) Field({#name, offsetof(cups_page_header2_t, name)})
 
 // Four-byte fields; the enumerations are changed as bytes, too.
 const Field kFields[] = {KESTRA_FIELD(cupsWidth),        KESTRA_FIELD(cupsHeight),

@@ -20,7 +20,7 @@ namespace {
 class PrivateFile : public SpoolTest {
  protected:
   static mode_t modeOf(const char* path) {
-    struct stat status {};
+    struct stat status = {};
     EXPECT_EQ(0, stat(path, &status));
     return status.st_mode & 0777;
   }

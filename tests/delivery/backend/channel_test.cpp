@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -148,7 +149,7 @@ TEST_F(WireTest, HearsACancelThatCameJustBeforeTheEnd) {
 
 TEST_F(WireTest, NoLongerCallsAnEndThatIsGone) {
   Watch watch;
-  { const SenderEnd sender(sender_, &watch); }
+  std::make_unique<SenderEnd>(sender_, &watch).reset();
   hangUp(front_);
   EXPECT_EQ(watch.pause(Patience::forMilliseconds(10)), Woken::kTime);
 }
