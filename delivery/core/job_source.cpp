@@ -60,6 +60,7 @@ void JobSource::readInput() {
   sort();
   // Frames that were stored before these commands are there now.
   intake_.look();
+  countFrames();
   if (isRaw_ && unsorted_.size() >= kMostRaw) watch_.remove(input_);
 }
 
@@ -99,6 +100,19 @@ void JobSource::endOfInput() {
   watch_.remove(input_);
   if (intake_.descriptor() >= 0) watch_.remove(intake_.descriptor());
   if (!unsorted_.empty()) isRaw_ = true;
+  countFrames();
+}
+
+// The filter has stored a page when it announces the next one. Where one of them is not there,
+// nobody can say which frame behind the last count that was right belongs to which command.
+void JobSource::countFrames() {
+  if (isRaw_ || commands_.empty()) return;
+  const std::size_t stored = commands_.size() - (hasEnded_ ? 0 : 1);
+  if (intake_.frames().size() < stored) {
+    isShort_ = true;
+  } else if (!isShort_) {
+    sure_ = stored;
+  }
 }
 
 std::optional<std::size_t> JobSource::total() const {
@@ -119,6 +133,10 @@ Next JobSource::page(std::size_t number, Page& page, const Patience& patience) {
   while (true) {
     const Next there = announced(number, patience);
     if (there != Next::kPage) return there;
+    if (isShort_ && number > sure_) {
+      problem_ = "page " + std::to_string(sure_ + 1) + " was not stored by the filter";
+      return Next::kMissing;
+    }
     if (intake_.frames().size() >= number) break;
     if (commands_.size() > number || hasEnded_) {
       if (!hasEnded_) intake_.look();

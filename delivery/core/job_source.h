@@ -34,6 +34,7 @@ class JobSource : public PageSource {
   void readInput();
   void sort();
   void endOfInput();
+  void countFrames();
   [[nodiscard]] bool filterEndedWell() const;
   [[nodiscard]] Next endOfPages();
 
@@ -44,6 +45,8 @@ class JobSource : public PageSource {
   std::vector<std::uint8_t> unsorted_;  // of the input: less than a command, or raw bytes
   std::vector<Command> commands_;
   std::size_t begun_ = 0;  // pages that were handed out
+  std::size_t sure_ = 0;   // so many frames belong to the commands of the same numbers
+  bool isShort_ = false;   // frames behind those are fewer than their commands
   bool isRaw_ = false;     // what follows is no command
   bool hasEnded_ = false;
   std::string problem_;

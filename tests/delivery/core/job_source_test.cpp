@@ -115,6 +115,32 @@ TEST_F(JobSourceTest, MissesAPageThatWasRemovedBeforeItCouldBeTaken) {
   EXPECT_EQ(page_.bytes, labelOf(frameOf(2), kSecond));
 }
 
+// Frames 1 and 2 are gone before anybody listens: what is there is not page 1.
+TEST_F(JobSourceTest, TakesNoPageForAnotherWhereFramesAreFewerThanTheirCommands) {
+  say(kFirst);
+  say(kSecond);
+  say(kFirst);
+  store(3, frameOf(3));
+  EXPECT_EQ(page(1), Next::kMissing);
+  EXPECT_EQ(source_->problem(), "page 1 was not stored by the filter");
+}
+
+TEST_F(JobSourceTest, PagesBeforeAMissingOneAreThoseOfTheirCommands) {
+  say(kFirst);
+  store(1, frameOf(1));
+  ASSERT_EQ(page(1), Next::kPage);
+  say(kSecond);
+  ASSERT_EQ(source_->announced(2, soon()), Next::kPage);
+  say(kFirst);
+  ASSERT_EQ(source_->announced(3, soon()), Next::kPage);
+  store(3, frameOf(3));
+  endWell();
+  EXPECT_EQ(page(2), Next::kMissing);
+  EXPECT_EQ(source_->problem(), "page 2 was not stored by the filter");
+  ASSERT_EQ(page(1), Next::kPage);
+  EXPECT_EQ(page_.bytes, labelOf(frameOf(1), kFirst));
+}
+
 TEST_F(JobSourceTest, MissesTheLastPageAtTheEndOfTheInput) {
   say(kFirst);
   store(1, frameOf(1));
