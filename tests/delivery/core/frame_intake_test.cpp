@@ -193,5 +193,68 @@ TEST(FrameIntake, TakesNothingFromAFolderThatIsALink) {
   EXPECT_TRUE(intake.frames().empty());
 }
 
+TEST(FrameIntake, TakesNoFrameOfAnotherUser) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give files away";
+  const Folder folder;
+  publish(folder / frameName(1, kJob), frameOf(1));
+  ASSERT_EQ(chown((folder / frameName(1, kJob)).c_str(), 12345, 12345), 0);
+  FrameIntake intake(folder.path(), kJob, {});
+  EXPECT_TRUE(intake.frames().empty());
+  intake.removeAll(0);
+  EXPECT_TRUE(fs::exists(folder / frameName(1, kJob)));
+}
+
+// A frame that is gone leaves its number to the next file.
+TEST(FrameIntake, TakesAFrameInAFileOfAUsedNumber) {
+  const Folder folder;
+  const std::string path = folder / frameName(1, kJob);
+  publish(path, frameOf(1));
+  FrameIntake intake(folder.path(), kJob, {});
+  // The same file, written anew, is what a new file of its number looks like.
+  const timespec later[2] = {{4000000000, 1}, {4000000000, 1}};
+  ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), later, 0), 0);
+  fs::rename(path, folder / frameName(2, kJob));
+  intake.look();
+  EXPECT_EQ(namesOf(intake), (std::vector<std::string>{frameName(1, kJob), frameName(2, kJob)}));
+}
+
+TEST(FrameIntake, KeepsACopyWhereTheFoldersAreOnTwoFileSystems) {
+  std::string ours = "/dev/shm/kestra-delivery-XXXXXX";
+  if (mkdtemp(ours.data()) == nullptr) GTEST_SKIP() << "no second file system";
+  const Folder folder;
+  struct stat here = {}, there = {};
+  if (stat(ours.c_str(), &there) == 0 && stat(folder.path().c_str(), &here) == 0 &&
+      here.st_dev != there.st_dev) {
+    FrameIntake intake(folder.path(), kJob, {});
+    intake.keepIn(ours);
+    const Bytes large(3000000, 7);  // more than one piece
+    publish(folder / frameName(1, kJob), large);
+    intake.look();
+    fs::remove(folder / frameName(1, kJob));
+    ASSERT_EQ(intake.frames().size(), 1U);
+    EXPECT_EQ(bytesOf(intake.frames()[0].kept), large);
+    intake.removeAll(0);
+    EXPECT_TRUE(fs::is_empty(ours));
+  }
+  fs::remove_all(ours);
+}
+
+TEST(FrameIntake, ListensToAFolderThatWasMadeAnew) {
+  const Folder place;
+  const std::string folder = place / "kcv6data";
+  fs::create_directory(folder);
+  FrameIntake intake(folder, kJob, {});
+  fs::remove_all(folder);
+  intake.look();
+  fs::create_directory(folder);
+  intake.look();
+  EXPECT_FALSE(intake.mustBePolled());
+  publish(folder + "/" + frameName(1, kJob), frameOf(1));
+  pollfd news = {intake.descriptor(), POLLIN, 0};
+  EXPECT_EQ(poll(&news, 1, 1000), 1);
+  intake.look();
+  EXPECT_EQ(intake.frames().size(), 1U);
+}
+
 }  // namespace
 }  // namespace kestra::delivery

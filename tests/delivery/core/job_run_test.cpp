@@ -9,6 +9,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <set>
 
 #include "delivery/core/job_store.h"
 #include "delivery/core/lock.h"
@@ -204,6 +205,147 @@ TEST_F(JobRunTest, AStartWaitsForTheEarlierOneAndACancelReachesThat) {
   EXPECT_TRUE(printer_.connections.empty());
   close(ready[0]);
   close(ready[1]);
+}
+
+// A printer that was left with part of a page takes the next one for the rest of it.
+TEST_F(JobRunTest, TheNextJobKnowsWhetherThePrinterHasPartOfAPage) {
+  struct Spoilt : BytesSink {
+    using BytesSink::BytesSink;
+    Progress send(const std::uint8_t* data, std::size_t size, const Patience& patience) override {
+      const Progress progress = BytesSink::send(data, size / 2, patience);
+      return progress == Progress::kDone ? Progress::kHopeless : progress;
+    }
+  };
+  filter(7, {16});
+  Spoilt spoilt(printer_);
+  EXPECT_EQ(print(spoilt), Verdict::kStop);
+  for (const int job : {8, 9}) {
+    filter(job, {32});
+    BytesSink sink(printer_);
+    EXPECT_EQ(print(sink), Verdict::kPrinted) << told_;
+    EXPECT_EQ(sink.opened, std::vector<Before>{job == 8 ? Before::kTornPage : Before::kNothing});
+  }
+}
+
+// A journal that says of job 7 what a sender that was killed left, and one kept frame.
+TEST_F(JobRunTest, NothingIsTakenUpOfOtherPrintersOrOfJobsThatAPersonStopped) {
+  const JobStore store(places_.state);
+  std::string problem;
+  ASSERT_TRUE(store.prepare(problem)) << problem;
+  struct Case {
+    const char *key, *device;
+    Rest rest;
+  };
+  for (const Case& one :
+       {Case{"a", "socket://other:9100", Rest::kNone}, Case{"b", "socket://h:9100", Rest::kStopped},
+        Case{"c", "socket://h:9100", Rest::kNone}}) {
+    ASSERT_NE(store.jobLock(one.key, problem), "");
+    const std::string folder = store.printingFolder(one.key, 0, problem);
+    Journal journal;
+    ASSERT_TRUE(journal.open(folder + "/journal", problem)) << problem;
+    ASSERT_TRUE(journal.start({0, 7, "label", one.device, "t"}));
+    if (one.rest != Rest::kNone) {
+      ASSERT_TRUE(journal.rest(one.rest));
+    }
+    publish(folder + "/frame-10-000001.dat", frameOf(one.key[0] == 'c' ? 48 : 99));
+    store.mark(folder, true);
+  }
+  filter(8, {16});
+  EXPECT_EQ(print(sink_), Verdict::kPrinted) << told_;
+  EXPECT_EQ(printer_.labels(kLabelBytes), (std::vector<int>{48, 16}));
+}
+
+// The second start was killed as well; what the first one kept is the same labels.
+TEST_F(JobRunTest, AStartKeepsNoFramesOfAnEarlierOne) {
+  for (int start = 0; start < 2; ++start) {
+    filter(7, {16, 32});
+    const pid_t child = fork();
+    if (child == 0) {
+      sink_.diesAt = 10;
+      static_cast<void>(print(sink_));
+      _exit(1);
+    }
+    ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    close(facts_.input);
+    std::set<std::string> owners;
+    std::size_t kept = 0;
+    for (const std::string& name : left()) {
+      if (name.rfind("frame-", 0) != 0) continue;
+      ++kept;
+      owners.insert(name.substr(0, name.rfind('-')));
+    }
+    EXPECT_EQ(owners, std::set<std::string>{"frame-" + std::to_string(child)});
+    EXPECT_GE(kept, 2U);
+  }
+}
+
+TEST_F(JobRunTest, AJobThatWaitsForAPersonIsPrintedWhenItIsResumed) {
+  facts_.doubt = Doubt::kHold;
+  filter(7, {16, 32});
+  sink_.breaksAt = kLabelBytes;
+  EXPECT_EQ(print(sink_), Verdict::kHold);
+  filter(7, {16, 32});
+  BytesSink again(printer_);
+  EXPECT_EQ(print(again), Verdict::kPrinted) << told_;
+  EXPECT_EQ(printer_.labels(kLabelBytes), (std::vector<int>{16, 16, 32}));
+  EXPECT_NE(told_.find("Label 1 may come twice"), std::string::npos);
+}
+
+// A process that prints another job holds the printer; the one that waits is cancelled.
+TEST_F(JobRunTest, ACancelWhileWaitingForThePrinterEndsOnlyTheJobThatWaits) {
+  int ready[2], over[2];
+  ASSERT_EQ(pipe(ready), 0);
+  ASSERT_EQ(pipe(over), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    close(over[1]);
+    Lock lock;
+    std::string problem;
+    const JobStore store(places_.state);
+    char word = store.prepare(problem) && lock.open(store.deviceLock("socket://h:9100"), problem) &&
+                        lock.take()
+                    ? 'y'
+                    : 'n';
+    if (write(ready[1], &word, 1) != 1) _exit(1);
+    _exit(read(over[0], &word, 1) == 0 ? 0 : 1);
+  }
+  close(over[0]);
+  char word = 'n';
+  ASSERT_EQ(read(ready[0], &word, 1), 1);
+  ASSERT_EQ(word, 'y');
+  filter(7, {16});
+  Watch watch;
+  sink_.watch = &watch;
+  const Tell impatient = [&](const std::string& line) {
+    if (line == "INFO: Another job prints on this printer; waiting for it") {
+      watch.stop(Stop::kCancel);
+    }
+  };
+  EXPECT_EQ(printJob(places_, {}, facts_, sink_, watch, impatient), Verdict::kRetry);
+  close(facts_.input);
+  close(over[1]);
+  int status = 0;
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status));
+  EXPECT_TRUE(printer_.connections.empty());
+  EXPECT_TRUE(left().empty());
+  close(ready[0]);
+  close(ready[1]);
+}
+
+// Where the system notes when a pipe was written to, that is another time.
+TEST_F(JobRunTest, APipeIsBornBeforeWhatIsWrittenIntoIt) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const timespec birth = birthOfPipe(ends[0]);
+  for (int milliseconds = 0; milliseconds < 20; ++milliseconds) {
+    ASSERT_EQ(write(ends[1], "x", 1), 1);
+    usleep(1000);
+  }
+  EXPECT_EQ(birthOfPipe(ends[0]).tv_sec, birth.tv_sec);
+  EXPECT_EQ(birthOfPipe(ends[0]).tv_nsec, birth.tv_nsec);
+  close(ends[0]);
+  close(ends[1]);
 }
 
 TEST_F(JobRunTest, WithoutAMemoryAJobIsPrintedAnewFromItsFirstLabel) {

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <ctime>
@@ -117,6 +118,65 @@ TEST_F(JobStoreTest, ForgetsOldJobsButNoneThatPrints) {
   EXPECT_TRUE(store_.printings().empty());
 }
 
+TEST_F(JobStoreTest, KeepsAnOldJobThatPrints) {
+  start(0, Rest::kLeft);
+  const std::string journal = folder_ / "state/jobs/0b1c-2d/0/journal";
+  const timespec old[2] = {{1000, 0}, {1000, 0}};
+  ASSERT_EQ(utimensat(AT_FDCWD, journal.c_str(), old, 0), 0);
+  int ready[2], over[2];
+  ASSERT_EQ(pipe(ready), 0);
+  ASSERT_EQ(pipe(over), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    close(over[1]);
+    Lock lock;
+    std::string problem;
+    char word = lock.open(store_.jobLock(kKey, problem), problem) && lock.take() ? 'y' : 'n';
+    if (write(ready[1], &word, 1) != 1) _exit(1);
+    _exit(read(over[0], &word, 1) == 0 ? 0 : 1);
+  }
+  close(over[0]);
+  char word = 'n';
+  ASSERT_EQ(read(ready[0], &word, 1), 1);
+  ASSERT_EQ(word, 'y');
+  store_.forgetOld(60);
+  EXPECT_EQ(store_.printings().size(), 1U);
+  close(over[1]);
+  ASSERT_EQ(waitpid(child, nullptr, 0), child);
+  fs::remove(folder_ / "state/tidied");
+  store_.forgetOld(60);
+  EXPECT_TRUE(store_.printings().empty());
+  close(ready[0]);
+  close(ready[1]);
+}
+
+TEST_F(JobStoreTest, RefusesAFolderOfAnotherUser) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give folders away";
+  ASSERT_EQ(chown((folder_ / "state/jobs").c_str(), 12345, 12345), 0);
+  std::string problem;
+  EXPECT_FALSE(store_.prepare(problem));
+  EXPECT_NE(problem.find("jobs"), std::string::npos);
+}
+
+// Two jobs that were cut off; the one that began first has the key that is sorted last.
+TEST_F(JobStoreTest, PrintingsUnderWayComeInTheOrderInWhichTheyBegan) {
+  std::string problem;
+  const time_t before = std::time(nullptr);
+  for (const char* key : {"zz", "aa"}) {
+    ASSERT_NE(store_.jobLock(key, problem), "");
+    const std::string folder = store_.printingFolder(key, 0, problem);
+    Journal journal;
+    ASSERT_TRUE(journal.open(folder + "/journal", problem)) << problem;
+    ASSERT_TRUE(journal.start({}));
+    store_.mark(folder, true);
+    while (std::time(nullptr) == before) usleep(1000);  // the next second
+  }
+  const auto found = store_.openPrintings();
+  ASSERT_EQ(found.size(), 2U);
+  EXPECT_EQ(found[0].key, "zz");
+  EXPECT_EQ(found[1].key, "aa");
+}
+
 TEST_F(JobStoreTest, KeysAreNamesOfNothingElse) {
   EXPECT_EQ(jobKey("urn:uuid:0b1c-2d", 5, 9), "0b1c-2d-5");
   EXPECT_EQ(jobKey("", 5, 9), "job-5-9");
@@ -125,6 +185,7 @@ TEST_F(JobStoreTest, KeysAreNamesOfNothingElse) {
   EXPECT_FALSE(isJobKey(""));
   EXPECT_FALSE(isJobKey("."));
   EXPECT_FALSE(isJobKey("a/b"));
+  EXPECT_FALSE(isJobKey("a.b"));
 }
 
 TEST_F(JobStoreTest, TheLockOfADeviceHidesNothingButItsName) {
@@ -146,6 +207,20 @@ TEST_F(JobStoreTest, KnowsTheFramesThatTheLastStartKept) {
   dropKeptFrames(folder.path());
   EXPECT_TRUE(keptFrames(folder.path()).empty());
   EXPECT_TRUE(fs::exists(folder / "journal"));
+}
+
+// Two starts that were both killed: the frames of the later one are the job as it was last.
+TEST_F(JobStoreTest, OfTwoStartsTheLaterOnesFramesCount) {
+  const Folder folder;
+  publish(folder / "frame-10-000001.dat", frameOf(1));
+  const time_t before = std::time(nullptr);
+  while (std::time(nullptr) <= before) usleep(1000);  // the file system counts in ticks of its own
+  struct stat status = {};
+  do {
+    publish(folder / "frame-9-000001.dat", frameOf(2));
+    ASSERT_EQ(lstat((folder / "frame-9-000001.dat").c_str(), &status), 0);
+  } while (status.st_ctime <= before);
+  EXPECT_EQ(keptFrames(folder.path()), std::vector<std::string>{folder / "frame-9-000001.dat"});
 }
 
 }  // namespace

@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdint>
+#include <cstdio>
 #include <fstream>
 
+#include "tests/delivery/core/disk_faults.h"
 #include "tests/delivery/core/frames.h"
 #include "tests/unit/full_disk.h"
 
@@ -162,6 +165,126 @@ TEST(Journal, OpensNothingThatSomebodyPlanted) {
   EXPECT_FALSE(journal.open(folder / "journal", problem));
   EXPECT_NE(problem.find("journal"), std::string::npos);
   EXPECT_EQ(textOf(folder / "theirs"), "precious");
+}
+
+// A power cut takes whatever was not flushed: a note that is only written is none.
+TEST(Journal, EveryNoteIsOnTheDiskWhenTheCallReturns) {
+  const Folder folder;
+  const DiskFaults disk;
+  writeALife(folder / "journal");
+  EXPECT_EQ(disk.flushes, 10);
+}
+
+TEST(Journal, WhatTheDiskDidNotTakeIsNotNoted) {
+  const Folder folder;
+  Journal journal;
+  std::string problem;
+  ASSERT_TRUE(journal.open(folder / "journal", problem)) << problem;
+  ASSERT_TRUE(journal.closing("aa", kFast));
+  const std::string before = textOf(folder / "journal");
+  {
+    DiskFaults disk;
+    disk.goodFlushes = 0;
+    EXPECT_FALSE(journal.done("aa"));
+  }
+  EXPECT_EQ(journal.state().done(), 0U);
+  EXPECT_EQ(textOf(folder / "journal"), before);
+  EXPECT_TRUE(journal.done("aa"));
+  EXPECT_EQ(readJournal(textOf(folder / "journal")).done(), 1U);
+}
+
+// A note behind one that nobody knows the end of would not be read again.
+TEST(Journal, TakesNoNoteBehindOneThatCannotBeTakenBack) {
+  const Folder folder;
+  Journal journal;
+  std::string problem;
+  ASSERT_TRUE(journal.open(folder / "journal", problem)) << problem;
+  {
+    DiskFaults disk;
+    disk.goodFlushes = 0;
+    disk.canCut = false;
+    EXPECT_FALSE(journal.closing("aa", kFast));
+  }
+  EXPECT_FALSE(journal.closing("aa", kFast));
+  EXPECT_TRUE(journal.state().doubted.empty());
+}
+
+TEST(Journal, SaysBeforeAPageWhetherItsNotesHaveRoom) {
+  const Folder folder;
+  Journal journal, inMemory;
+  std::string problem;
+  ASSERT_TRUE(journal.open(folder / "journal", problem)) << problem;
+  DiskFaults disk;
+  disk.hasRoom = false;
+  EXPECT_FALSE(journal.reserve());
+  EXPECT_TRUE(inMemory.reserve());
+  disk.hasRoom = true;
+  EXPECT_TRUE(journal.reserve());
+  disk.hasRoom = false;  // 4,096 bytes are reserved at once, a page needs 512 at most
+  for (int pages = 0; pages < 8; ++pages) {  // of 495 bytes
+    EXPECT_TRUE(journal.reserve()) << pages;
+    ASSERT_TRUE(journal.start({0, 1, "", "", std::string(460, 'x')}));
+  }
+  EXPECT_FALSE(journal.reserve());
+}
+
+TEST(Journal, LostLabelsAreInDoubtInTheirOrderBeforeTheOneThatWasClosing) {
+  Journal journal;
+  for (const char* one : {"aa", "bb", "cc"}) {
+    ASSERT_TRUE(journal.closing(one, kFast));
+    if (one != std::string("cc")) {
+      ASSERT_TRUE(journal.done(one));
+    }
+  }
+  ASSERT_TRUE(journal.lost(3));  // was never done
+  ASSERT_TRUE(journal.lost(0));
+  EXPECT_EQ(journal.state().done(), 2U);
+  ASSERT_TRUE(journal.lost(2));
+  EXPECT_EQ(journal.state().digests, std::vector<std::string>{"aa"});
+  EXPECT_EQ(journal.state().doubted, (std::vector<std::string>{"bb", "cc"}));
+  ASSERT_TRUE(journal.skip());
+  EXPECT_EQ(journal.state().digests, (std::vector<std::string>{"aa", "bb"}));
+  EXPECT_EQ(journal.state().doubted, std::vector<std::string>{"cc"});
+}
+
+TEST(Journal, ALabelThatWasLeftOutAndIsInDoubtAgainIsNotLeftOut) {
+  Journal journal;
+  for (const char* one : {"aa", "bb"}) {
+    ASSERT_TRUE(journal.closing(one, kFast));
+    ASSERT_TRUE(journal.skip());
+  }
+  EXPECT_EQ(journal.state().skipped, (std::vector<std::size_t>{1, 2}));
+  ASSERT_TRUE(journal.lost(2));
+  EXPECT_EQ(journal.state().skipped, std::vector<std::size_t>{1});
+  ASSERT_TRUE(journal.done("bb"));
+  EXPECT_EQ(journal.state().came(), 1U);
+}
+
+TEST(Journal, ALabelThatClosesAgainIsInDoubtOnce) {
+  Journal journal;
+  ASSERT_TRUE(journal.closing("aa", kFast));
+  ASSERT_TRUE(journal.closing("aa", kFast));
+  EXPECT_EQ(journal.state().doubted, std::vector<std::string>{"aa"});
+}
+
+// FNV-1a, 32 bits, as published: offset basis 2166136261, prime 16777619.
+std::string lineWith(const std::string& words) {
+  std::uint32_t sum = 2166136261U;
+  for (const char c : words) sum = (sum ^ static_cast<unsigned char>(c)) * 16777619U;
+  char digits[9];
+  std::snprintf(digits, sizeof digits, "%08x", sum);
+  return std::string(digits) + " " + words + "\n";
+}
+
+TEST(Journal, APrintingHasBegunWithItsFirstStart) {
+  const JournalState state = readJournal(lineWith("start 1000 0 7 q d t") + lineWith("rest left") +
+                                         lineWith("start 2000 50 8 r e u"));
+  EXPECT_EQ(state.begun, 1000);
+  EXPECT_EQ(state.completed, 50);
+  EXPECT_EQ(state.number, 8);
+  EXPECT_EQ(state.queue, "r");
+  EXPECT_EQ(state.rest, Rest::kNone);
+  EXPECT_EQ(readJournal(lineWith("start 1000 0 7 q d t") + "00000000 done aa\n").done(), 0U);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "delivery/core/digest.h"
@@ -94,6 +95,32 @@ TEST(ReadPage, IsNotLedAstrayByLinksFoldersAndPipes) {
   EXPECT_NE(readPage(folder / "pipe", kUsualCommand).problem, "");
   EXPECT_NE(readPage(folder.path(), kUsualCommand).problem, "");
   EXPECT_NE(readPage(folder / "nothing", kUsualCommand).problem, "");
+}
+
+// As the print system's user, which is not root.
+TEST(ReadPage, TakesFramesOfItsUserAndOfRootAlone) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give files away";
+  constexpr uid_t kFilters = 12345, kStranger = 12346;
+  const Folder folder;
+  ASSERT_EQ(chmod(folder.path().c_str(), 0755), 0);
+  for (const uid_t owner : {kFilters, kStranger, uid_t{0}}) {
+    const std::string path = folder / std::to_string(owner);
+    publish(path, frameOf(7));
+    ASSERT_EQ(chmod(path.c_str(), 0644), 0);
+    ASSERT_EQ(chown(path.c_str(), owner, owner), 0);
+  }
+  const pid_t child = fork();
+  if (child == 0) {
+    if (setuid(kFilters) != 0) _exit(9);
+    int taken = 0;
+    if (readPage(folder / "0", kUsualCommand).problem.empty()) taken += 1;
+    if (readPage(folder / "12345", kUsualCommand).problem.empty()) taken += 2;
+    if (readPage(folder / "12346", kUsualCommand).problem.empty()) taken += 4;
+    _exit(taken);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(WEXITSTATUS(status), 1 + 2);
 }
 
 // 7 bytes of command, 22 of headers, then rows of 3: rows end at 32, 35, 38, 41.

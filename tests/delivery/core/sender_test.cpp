@@ -8,10 +8,13 @@
 #include <algorithm>
 #include <cstdint>
 #include <fstream>
+#include <optional>
 #include <set>
+#include <utility>
 
 #include "delivery/core/digest.h"
 #include "delivery/core/file_source.h"
+#include "tests/delivery/core/disk_faults.h"
 #include "tests/delivery/core/frames.h"
 #include "tests/delivery/core/printer_of_bytes.h"
 
@@ -223,6 +226,55 @@ TEST_F(SenderTest, KilledAtAnyByteTheNextStartGoesOnWhereItStopped) {
     EXPECT_LE(named("may come twice").size(), 1U) << at;
     EXPECT_EQ(sink.opened.empty() ? Before::kTornPage : sink.opened[0], Before::kTornPage);
   }
+}
+
+// Whichever note finds no disk, nothing goes on without it, and the next start goes on from there.
+TEST_F(SenderTest, ADiskThatFailsAtAnyNoteStopsTheQueueBeforeTheNextByte) {
+  for (int good = 0; good < 8; ++good) {
+    const std::string path = folder_ / ("journal" + std::to_string(good));
+    std::string problem;
+    told_.clear();
+    PrinterOfBytes printer;
+    {
+      DiskFaults disk;
+      BytesSink sink(printer);
+      Journal journal;
+      ASSERT_TRUE(journal.open(path, problem)) << problem;
+      ASSERT_TRUE(journal.start({}));
+      disk.goodFlushes = good;
+      // Two notes a label, one at the end.
+      EXPECT_EQ(run(sink, journal), good < 6 ? Verdict::kStop : Verdict::kPrinted) << good;
+      // Without the note that a label closes its last byte does not go; a label that is not noted
+      // as printed is not followed by another.
+      const std::size_t bytes = static_cast<std::size_t>(good / 2 + 1) * kLabelBytes;
+      if (good < 6) {
+        EXPECT_EQ(printer.connections.at(0).size(), good % 2 == 0 ? bytes - 1 : bytes);
+      }
+    }
+    BytesSink sink(printer);
+    Journal journal;
+    ASSERT_TRUE(journal.open(path, problem)) << problem;
+    ASSERT_TRUE(journal.start({}));
+    EXPECT_EQ(run(sink, journal), Verdict::kPrinted);
+    expectOnce(printer, "notes " + std::to_string(good));
+    EXPECT_EQ(named("may come twice").size(), good < 6 && good % 2 == 1 ? 1U : 0U) << good;
+  }
+}
+
+TEST_F(SenderTest, NoLabelIsBegunWhoseNotesHaveNoRoom) {
+  PrinterOfBytes printer;
+  BytesSink sink(printer);
+  Journal journal;
+  std::string problem;
+  ASSERT_TRUE(journal.open(folder_ / "journal", problem)) << problem;
+  DiskFaults disk;
+  disk.hasRoom = false;
+  SendRules rules;
+  rules.journalFolder = "/the/folder";
+  EXPECT_EQ(run(sink, journal, rules), Verdict::kStop);
+  EXPECT_TRUE(printer.connections.empty() || printer.connections[0].empty());
+  EXPECT_NE(told_.back().find("ERROR: Nothing is printed"), std::string::npos);
+  EXPECT_NE(told_.back().find("/the/folder"), std::string::npos);
 }
 
 // A power loss cuts the journal anywhere in the line that was being written; what the printer had
@@ -439,6 +491,95 @@ TEST_F(SenderTest, AWayThatIsOfNoUseStopsTheQueue) {
   Journal journal;
   EXPECT_EQ(run(sink, journal), Verdict::kStop);
   EXPECT_EQ(told_.back(), "ERROR: the test cut it");
+}
+
+// Two breaks in one job: the labels of the first connection were settled with it.
+TEST_F(SenderTest, ASecondBreakDoubtsNothingOfTheFirstConnection) {
+  for (std::uint64_t at = kLabelBytes + 1; at < kJobBytes; ++at) {
+    told_.clear();
+    struct Twice : BytesSink {
+      using BytesSink::BytesSink;
+      void drop() override {
+        BytesSink::drop();
+        if (second) breaksAt = std::exchange(second, {});
+      }
+      std::optional<std::uint64_t> second;
+    };
+    PrinterOfBytes printer;
+    Twice sink(printer);
+    sink.breaksAt = kLabelBytes + 5;
+    sink.second = kLabelBytes + 5 + at;
+    Journal journal;
+    EXPECT_EQ(run(sink, journal), Verdict::kPrinted) << at;
+    expectOnce(printer, "second break at " + std::to_string(at));
+    EXPECT_EQ(named("may come twice").count(1), 0U) << at;
+  }
+}
+
+TEST_F(SenderTest, TellsTheShareOfLabelsThatAreOut) {
+  PrinterOfBytes printer;
+  BytesSink sink(printer);
+  Journal journal;
+  EXPECT_EQ(run(sink, journal), Verdict::kPrinted);
+  std::vector<std::string> shares;
+  for (const std::string& line : told_) {
+    if (line.rfind("ATTR:", 0) == 0) shares.push_back(line);
+  }
+  EXPECT_EQ(shares,
+            (std::vector<std::string>{"ATTR: job-media-progress=0", "ATTR: job-media-progress=33",
+                                      "ATTR: job-media-progress=66"}));
+}
+
+// Bytes that are no commands, as a person sends them to the printer as they are.
+class RawBytes : public PageSource {
+ public:
+  Next announced(std::size_t /*number*/, const Patience& /*patience*/) override {
+    return Next::kRaw;
+  }
+  Next page(std::size_t /*number*/, Page& /*page*/, const Patience& /*patience*/) override {
+    return Next::kRaw;
+  }
+  Next raw(std::vector<std::uint8_t>& bytes, const Patience& /*patience*/) override {
+    if (left_ == 0) return Next::kEnd;
+    --left_;
+    bytes = {1, 2, 3};
+    return Next::kRaw;
+  }
+  std::optional<std::size_t> total() const override { return std::nullopt; }
+  std::string problem() const override { return ""; }
+
+ private:
+  int left_ = 2;
+};
+
+TEST_F(SenderTest, ARawJobGoesAsItIsAndOnce) {
+  PrinterOfBytes printer;
+  Journal journal;
+  for (int start = 0; start < 2; ++start) {
+    RawBytes source;
+    BytesSink sink(printer);
+    sink.watch = &watch_;
+    Sender sender(source, sink, journal, watch_, [](const std::string&) {}, {});
+    ASSERT_TRUE(journal.start({}));
+    EXPECT_EQ(sender.run(), Verdict::kPrinted);
+    EXPECT_EQ(sink.finished, start == 0 ? 1 : 0);
+  }
+  EXPECT_EQ(printer.connections, (std::vector<Bytes>{{1, 2, 3, 1, 2, 3}}));
+}
+
+TEST_F(SenderTest, ARawJobThatBrokeComesAgainAsAWhole) {
+  PrinterOfBytes printer;
+  Journal journal;
+  for (const bool breaks : {true, false}) {
+    RawBytes source;
+    BytesSink sink(printer);
+    sink.watch = &watch_;
+    if (breaks) sink.breaksAt = 4;
+    Sender sender(source, sink, journal, watch_, [](const std::string&) {}, {});
+    ASSERT_TRUE(journal.start({}));
+    EXPECT_EQ(sender.run(), breaks ? Verdict::kRetry : Verdict::kPrinted);
+  }
+  EXPECT_EQ(printer.connections, (std::vector<Bytes>{{1, 2, 3, 1}, {1, 2, 3, 1, 2, 3}}));
 }
 
 TEST_F(SenderTest, WhatAWrappedProgramWantsForItsJobIsPassedOn) {
