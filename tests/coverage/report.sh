@@ -1,5 +1,5 @@
 #!/bin/bash
-# Says how many lines and branches of the filter and its tools the tests have gone through.
+# Says how many lines and branches of all programs the tests have gone through.
 #
 # What no test reaches can be wrong for years; the limits make a new gap an error.
 set -euo pipefail
@@ -22,15 +22,14 @@ mapfile -t programs < <(find "$build" -type f -perm -u+x ! -name '*.so*' ! -path
     if [ "$(head -c 4 "$file" | tail -c 3)" = ELF ]; then echo "$file"; fi
   done)
 ignored="^/usr/|(^|/)(tests|bench)/" # only code that ships counts
+shipped=("$root"/filter "$root"/printer "$root"/imaging "$root"/delivery "$root"/tools)
 objects=("${programs[0]}")
 for program in "${programs[@]:1}"; do objects+=(-object "$program"); done
 llvm-cov report "${objects[@]}" -instr-profile "$build/all.profdata" -show-region-summary=false \
-  -ignore-filename-regex="$ignored" \
-  "$root"/filter "$root"/printer "$root"/imaging "$root"/tools 2>/dev/null |
+  -ignore-filename-regex="$ignored" "${shipped[@]}" 2>/dev/null |
   sed "s|^$root/||" >"$build/coverage.txt"
 llvm-cov show "${objects[@]}" -instr-profile "$build/all.profdata" -show-branches=count \
-  -ignore-filename-regex="$ignored" \
-  -show-line-counts "$root"/filter "$root"/printer "$root"/imaging "$root"/tools \
+  -ignore-filename-regex="$ignored" -show-line-counts "${shipped[@]}" \
   2>/dev/null >"$build/coverage-lines.txt"
 cat "$build/coverage.txt"
 echo "Each line with its count: $build/coverage-lines.txt"
