@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "delivery/backend/channel.h"
+#include "delivery/backend/document.h"
 #include "delivery/backend/job_words.h"
 #include "delivery/backend/stop_signals.h"
 #include "delivery/core/device_uri.h"
@@ -65,10 +66,18 @@ int run(const std::vector<std::string>& words) {
   const std::optional<JobWords> job = readJobWords(words);
   if (!job) {
     std::fputs(
-        "Usage: kestra JOB-ID USER TITLE COPIES OPTIONS\n"
+        "Usage: kestra JOB-ID USER TITLE COPIES OPTIONS [FILE]\n"
         "The print system starts this program between a filter and a backend.\n",
         stderr);
     return EXIT_FAILURE;
+  }
+  if (job->file) {
+    // A job that is sent as it is has no filter: this program is the first to read it.
+    const std::string problem = readDocument(*job->file, job->copies);
+    if (!problem.empty()) {
+      say("ERROR: " + problem);
+      return EXIT_FAILURE;
+    }
   }
   const std::string uri = variable("DEVICE_URI");
   if (uri.rfind("kestra:", 0) != 0) return sendLabels(*job, uri);

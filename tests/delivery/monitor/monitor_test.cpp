@@ -5,6 +5,7 @@
 #include <chrono>
 #include <csignal>
 #include <string>
+#include <vector>
 
 #include "delivery/core/watch.h"
 #include "tests/delivery/backend/program_case.h"
@@ -14,7 +15,9 @@ namespace {
 
 class Monitor : public ProgramCase {
  protected:
-  int start(const std::string& uri) const { return ProgramCase::start(KESTRA_MONITOR, uri); }
+  int start(const std::string& uri, const std::vector<std::string>& more = {}) const {
+    return ProgramCase::start(KESTRA_MONITOR, uri, more);
+  }
 
   // The print system starts it as the user of filters, so it has nothing to drop: here that is us.
   Monitor() { owner_ = geteuid(); }
@@ -41,6 +44,25 @@ TEST_F(Monitor, HandsOnWhatItReadsWhereOurBackendSends) {
   EXPECT_EQ(job.output(), kCommand + kCommand);
   EXPECT_EQ(job.wait(), 0);
   EXPECT_EQ(access((frames() + "page_0001_jobid_000012_0000.dat").c_str(), F_OK), 0);
+}
+
+// The print system gives the file to the first program of a job; without a filter that is this one.
+TEST_F(Monitor, HandsOnEveryCopyOfAJobThatHasNoFilter) {
+  const std::string bytes = "^XA\x1Bs no label \xFF";
+  const std::string path = folder_.write("document", bytes);
+  for (const char* uri : {"socket://127.0.0.1:9100", "kestra:socket://127.0.0.1:9100"}) {
+    Child job([this, &path, uri] { return start(uri, {path}); });
+    EXPECT_EQ(job.output(), bytes + bytes) << uri;
+    EXPECT_EQ(job.wait(), 0) << uri;
+  }
+}
+
+TEST_F(Monitor, SaysWhichDocumentCannotBeRead) {
+  const std::string path = folder_.path() + "/none";
+  Child job([this, &path] { return start("socket://127.0.0.1:9100", {path}); });
+  EXPECT_EQ(job.messages(),
+            "ERROR: The document " + path + " cannot be read: No such file or directory.\n");
+  EXPECT_EQ(job.wait(), 1);
 }
 
 TEST_F(Monitor, DoesNotEndAsPrintedWhereALabelIsMissing) {
