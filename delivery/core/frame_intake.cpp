@@ -2,6 +2,7 @@
 // file that is seen twice is taken once.
 #include "delivery/core/frame_intake.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/inotify.h>
 #include <sys/sendfile.h>
@@ -11,15 +12,13 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <filesystem>
+#include <memory>
 #include <tuple>
 
 #include "filter/base/file.h"
 
 namespace kestra::delivery {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr char kNameStart[] = "page_";
 constexpr char kNameEnd[] = ".dat";
@@ -62,6 +61,11 @@ FrameIntake::Identity identityOf(const struct stat& status) {
   return {status.st_dev, status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
 }
 
+struct FolderCloser {
+  void operator()(DIR* folder) const { closedir(folder); }
+};
+using FolderPtr = std::unique_ptr<DIR, FolderCloser>;
+
 struct Found {
   timespec time;
   std::string name;
@@ -90,48 +94,59 @@ FrameIntake::~FrameIntake() {
 }
 
 void FrameIntake::watchFolder() {
-  if (notify_ < 0 || watch_ >= 0 || !hasFolder()) return;
+  if (!hasFolder()) return;
   watch_ = inotify_add_watch(notify_, folder_.c_str(),
                              IN_CREATE | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR);
 }
 
 bool FrameIntake::hasFolder() const { return isTrustedFolder(folder_.c_str()); }
 
+// Where nothing was told the folder is read all the same: not every file system tells. Where
+// something may have gone untold, a known name can be another file's by now.
 void FrameIntake::look() {
-  if (notify_ >= 0) drain();
-  watchFolder();
-  scan();
+  const Told told = drain();
+  const bool isNew = mustBePolled();
+  if (isNew && notify_ >= 0) watchFolder();
+  if (isNew || told == Told::kNotAll) names_.clear();
+  if (isNew || told != Told::kAll) scan();
 }
 
 // The folder may be removed and made anew while a job runs: then the watch is gone with it.
-void FrameIntake::drain() {
+FrameIntake::Told FrameIntake::drain() {
+  if (notify_ < 0) return Told::kNotAll;
   alignas(inotify_event) std::array<char, 16384> buffer = {};
+  Told told = Told::kNothing;
   while (true) {
     const ssize_t got = read(notify_, buffer.data(), buffer.size());
-    if (got <= 0) return;
+    if (got <= 0) return told;
     for (ssize_t at = 0; at < got;) {
       const auto* event =
           reinterpret_cast<const inotify_event*>(&buffer[static_cast<std::size_t>(at)]);
       at += static_cast<ssize_t>(sizeof *event + event->len);
+      if ((event->mask & IN_Q_OVERFLOW) != 0) told = Told::kNotAll;
       if (event->wd != watch_) continue;
       if ((event->mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) != 0) {
         if ((event->mask & IN_MOVE_SELF) != 0) inotify_rm_watch(notify_, watch_);
         watch_ = -1;
       } else if (event->len > 0) {
+        if (told == Told::kNothing) told = Told::kAll;
         appeared(event->name);
       }
     }
   }
 }
 
+// A long job has thousands of frames: those that are known cost no more than their line.
 void FrameIntake::scan() {
   if (!hasFolder()) return;
+  const FolderPtr folder(opendir(folder_.c_str()));
   std::vector<Found> found;
-  std::error_code none;
-  for (const auto& entry : fs::directory_iterator(folder_, none)) {
-    const std::string name = entry.path().filename();
+  while (const dirent* entry = folder == nullptr ? nullptr : readdir(folder.get())) {
+    const auto known = names_.find(entry->d_ino);
+    if (known != names_.end() && known->second == entry->d_name) continue;
+    const std::string name = entry->d_name;
     struct stat status = {};
-    if (!isFrameName(name, mark_) || lstat(entry.path().c_str(), &status) != 0) continue;
+    if (!isFrameName(name, mark_) || lstat((folder_ + "/" + name).c_str(), &status) != 0) continue;
     if (seen_.count(identityOf(status)) > 0) continue;
     found.push_back({status.st_mtim, name});
   }
@@ -160,6 +175,7 @@ bool FrameIntake::take(const std::string& name) {
   struct stat status = {};
   if (lstat(frame.original.c_str(), &status) != 0) return false;
   if (!seen_.insert(identityOf(status)).second) return true;
+  names_[status.st_ino] = name;
   if (!S_ISREG(status.st_mode) || (status.st_uid != geteuid() && status.st_uid != 0)) return true;
   frame.device = status.st_dev;
   frame.inode = status.st_ino;
@@ -168,8 +184,13 @@ bool FrameIntake::take(const std::string& name) {
     older_.push_back(frame);
     return true;
   }
-  if (!keepFolder_.empty()) keep(frame, frames_.size() + 1);
+  if (!isEarlier(birth_, status.st_mtim) && frames_.empty()) {
+    doubtful_.push_back(frame);
+    return true;
+  }
   frames_.push_back(frame);
+  // Kept frames are in the order of their names, and those in doubt may come before this one.
+  if (!keepFolder_.empty()) keep(frames_.back(), doubtful_.size() + frames_.size());
   if (every_ > 0 && frames_.size() % every_ == 0) action_();
   return true;
 }
@@ -182,8 +203,21 @@ void FrameIntake::onEvery(std::size_t frames, std::function<void()> action) {
 void FrameIntake::keepIn(const std::string& folder) {
   keepFolder_ = folder;
   for (std::size_t i = 0; i < frames_.size(); ++i) {
-    if (!frames_[i].isGone) keep(frames_[i], i + 1);
+    if (!frames_[i].isGone) keep(frames_[i], doubtful_.size() + i + 1);
   }
+}
+
+void FrameIntake::decide(std::size_t frames) {
+  const std::size_t lacking = frames - std::min(frames, frames_.size());
+  const std::size_t old = doubtful_.size() - std::min(doubtful_.size(), lacking);
+  const auto first = doubtful_.begin() + static_cast<std::ptrdiff_t>(old);
+  older_.insert(older_.end(), doubtful_.begin(), first);
+  doubtful_.erase(doubtful_.begin(), first);
+  for (std::size_t i = 0; i < doubtful_.size() && !keepFolder_.empty(); ++i) {
+    keep(doubtful_[i], i + 1);
+  }
+  frames_.insert(frames_.begin(), doubtful_.begin(), doubtful_.end());
+  doubtful_.clear();
 }
 
 void FrameIntake::keep(TakenFrame& frame, std::size_t number) const {
@@ -210,6 +244,7 @@ void FrameIntake::removeAll(long long since) {
     if (frame.kept != frame.original) unlink(frame.kept.c_str());
   }
   for (const TakenFrame& frame : older_) removeIfSame(frame, since);
+  for (const TakenFrame& frame : doubtful_) removeIfSame(frame, since);
 }
 
 }  // namespace kestra::delivery

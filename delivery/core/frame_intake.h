@@ -11,6 +11,7 @@
 #include <set>
 #include <string>
 #include <tuple>
+#include <unordered_map>
 #include <vector>
 
 namespace kestra::delivery {
@@ -62,13 +63,22 @@ class FrameIntake {
   /// far as the system tells, so that each stays in its place.
   [[nodiscard]] const std::vector<TakenFrame>& frames() const { return frames_; }
 
+  /// Whether there are frames as old as the job's start: the clock of files is too coarse to tell
+  /// whether they are the first of this start or the last of the one before.
+  [[nodiscard]] bool hasDoubtful() const { return !doubtful_.empty(); }
+  /// Decides on them when it is known how many frames this start has: they are older than all
+  /// others.
+  void decide(std::size_t frames);
+
   /// Removes the taken frames, ours and the filter's, and those that an earlier start of this job
   /// left after `since` (seconds since 1970).
   void removeAll(long long since);
 
  private:
+  enum class Told { kNothing, kAll, kNotAll };  // by the system, of what has appeared
+
   void watchFolder();
-  void drain();
+  [[nodiscard]] Told drain();
   void scan();
   [[nodiscard]] bool take(const std::string& name);
   void appeared(const std::string& name);
@@ -82,8 +92,10 @@ class FrameIntake {
   int watch_ = -1;   // of notify_; -1: the folder is not watched
   std::vector<TakenFrame> frames_;
   std::set<Identity> seen_;
-  std::set<std::string> early_;  // taken before the system told of them
+  std::unordered_map<ino_t, std::string> names_;  // of those, by the file's number
+  std::set<std::string> early_;                   // taken before the system told of them
   std::vector<TakenFrame> older_;
+  std::vector<TakenFrame> doubtful_;  // as old as the start
   std::size_t every_ = 0;
   std::function<void()> action_;
 };
