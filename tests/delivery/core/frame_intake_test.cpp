@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "tests/delivery/core/frames.h"
 
@@ -254,6 +255,24 @@ TEST(FrameIntake, ListensToAFolderThatWasMadeAnew) {
   EXPECT_EQ(poll(&news, 1, 1000), 1);
   intake.look();
   EXPECT_EQ(intake.frames().size(), 1U);
+}
+
+// The system tells of so many files and no more until they are heard of.
+TEST(FrameIntake, FindsAFrameThatTheSystemHadNoRoomToTellOf) {
+  std::ifstream limit("/proc/sys/fs/inotify/max_queued_events");
+  int most = 0;
+  if (!(limit >> most) || most > 50000) GTEST_SKIP() << "the system tells of too many";
+  const Folder folder;
+  FrameIntake intake(folder.path(), kJob, {});
+  for (int i = 0; i <= most; ++i) {
+    // Two names in turn: of the same twice in a row it tells once.
+    const std::string path = folder / (i % 2 == 0 ? "one" : "other");
+    std::ofstream(path).put('x');
+    fs::remove(path);
+  }
+  publish(folder / frameName(1, kJob), frameOf(1));
+  intake.look();
+  EXPECT_EQ(namesOf(intake), (std::vector<std::string>{frameName(1, kJob)}));
 }
 
 }  // namespace
