@@ -151,9 +151,18 @@ check_scripts() {
     xargs -0 shellcheck -S warning -x .ci/run || fail "shellcheck has complaints"
 }
 
-# The list of checks and why each group is in it stand in .clang-tidy.
+# The list of checks and why each group is in it stand in .clang-tidy. Each version of the checker has
+# more checks in a group: those of this one are agreed on, others only tell.
+tidy_version=14
 check_tidy() {
-  local log=build-test/clang-tidy.log files
+  local log=build-test/clang-tidy.log files version
+  version=$(clang-tidy --version | sed -n 's/.*LLVM version \([0-9]*\).*/\1/p')
+  if [ "$version" != "$tidy_version" ]; then
+    echo "test: the static checks are left out: they are those of clang-tidy $tidy_version," \
+      "here is $version" >&2
+    left_out="$left_out, without the static checks"
+    return
+  fi
   echo "Running clang-tidy"
   mapfile -t files < <(sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' build-test/compile_commands.json |
     grep -E "^$root/(delivery|filter|printer|imaging|tools)/" | sort -u)
