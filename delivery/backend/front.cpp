@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -59,6 +60,21 @@ int endWithoutVerdict(pid_t sender, int stops, const FrontTimes& times) {
   return kAgain;
 }
 
+// Of all that a job can say only a changed state of the printer starts the job's clock anew, and
+// only while nobody waits for a connection. Where nobody does, a state of our own comes and goes at
+// once, so that it is not taken for the printer's.
+void giveSignOfLife(bool isConnecting) {
+  say(isConnecting ? "STATE: -connecting-to-device" : "STATE: +kestra-at-work");
+  say(isConnecting ? "STATE: +connecting-to-device" : "STATE: -kestra-at-work");
+}
+
+// What the printer's state is after a line of the sender's.
+bool isConnectingAfter(const std::string& line, bool isConnecting) {
+  if (line.rfind("STATE:", 0) != 0) return isConnecting;
+  if (line.find("+connecting-to-device") != std::string::npos) return true;
+  return isConnecting && line.find("-connecting-to-device") == std::string::npos;
+}
+
 }  // namespace
 
 void holdStopSignal() {
@@ -72,13 +88,20 @@ int runFront(int wire, pid_t sender, const FrontTimes& times) {
   const int stops = signalfd(-1, &set, SFD_CLOEXEC);
   const FrontEnd front(wire);
   std::optional<Clock::time_point> until;
+  Clock::time_point signAt = Clock::now() + times.sign;
+  bool isConnecting = false;
   int code = kAgain;
   while (true) {
     // A descriptor below 0 is passed over by poll: one stop is enough.
     std::array<pollfd, 2> events = {pollfd{wire, POLLIN, 0}, pollfd{until ? -1 : stops, POLLIN, 0}};
-    const int ready = poll(events.data(), events.size(), until ? millisecondsTo(*until) : -1);
+    const int ready = poll(events.data(), events.size(),
+                           millisecondsTo(until ? std::min(*until, signAt) : signAt));
     if (ready < 0 && errno == EINTR) continue;
-    if (ready <= 0) break;
+    if (ready < 0 || (ready == 0 && until && Clock::now() >= *until)) break;
+    if (Clock::now() >= signAt) {
+      giveSignOfLife(isConnecting);
+      signAt = Clock::now() + times.sign;
+    }
     if (events[1].revents != 0) {
       front.cancel();
       until = Clock::now() + times.stop;
@@ -87,6 +110,7 @@ int runFront(int wire, pid_t sender, const FrontTimes& times) {
     const Report report = front.next();
     if (report.kind == Report::Kind::kLine) {
       say(report.line);
+      isConnecting = isConnectingAfter(report.line, isConnecting);
       continue;
     }
     code = report.kind == Report::Kind::kVerdict ? report.code

@@ -14,6 +14,10 @@ struct FrontTimes {
   /// Before a job is started again whose sender ended by a fault of its own, which may well be
   /// there the next time.
   std::chrono::milliseconds fault = std::chrono::seconds(1);
+  /// How often the print system is told that the job goes on. It cancels jobs that take longer than
+  /// it was told to allow (three hours, by default), be it that they have many labels or that the
+  /// printer is away.
+  std::chrono::milliseconds sign = std::chrono::seconds(20);
 };
 
 /// Blocks the signal that asks a job to stop. To be called before the front and its sender part, so

@@ -26,7 +26,7 @@ constexpr int kAgain = 7;  // the print system starts the job again at once
 const Patience kUntilLeave = {};
 const Patience kUntilCancel = {Clock::time_point::max(), Stop::kCancel};
 
-FrontTimes quick() { return {milliseconds(300), milliseconds(100)}; }
+FrontTimes quick() { return {milliseconds(300), milliseconds(100), std::chrono::hours(1)}; }
 
 TEST(RunApart, EndsWithTheVerdictAfterAllLines) {
   Child job([] {
@@ -40,6 +40,42 @@ TEST(RunApart, EndsWithTheVerdictAfterAllLines) {
   EXPECT_EQ(job.messages(), wanted);
   EXPECT_EQ(job.output(), "");
   EXPECT_EQ(job.wait(), 3);
+}
+
+// The print system cancels a job that stands still for too long, and a printer that is away is no
+// reason to lose one.
+TEST(RunApart, TellsThePrintSystemAgainAndAgainThatTheJobGoesOn) {
+  FrontTimes times = quick();
+  times.sign = milliseconds(20);
+  Child job([&times] {
+    return runApart(
+        [](int, Watch& watch, const Tell& tell) {
+          tell("STATE: +connecting-to-device");
+          static_cast<void>(watch.pause(Patience::forMilliseconds(200)));
+          tell("STATE: -connecting-to-device,-offline-report");
+          static_cast<void>(watch.pause(Patience::forMilliseconds(200)));
+          tell("INFO: done");
+          return 0;
+        },
+        times);
+  });
+  std::string said = job.messages();
+  const auto take = [&said](const std::string& words) {
+    int count = 0;
+    for (; said.rfind(words, 0) == 0; ++count) said.erase(0, words.size());
+    return count;
+  };
+  EXPECT_EQ(take("STATE: +connecting-to-device\n"), 1);
+  // The print system counts only what changes while no connection is waited for.
+  const int away = take("STATE: -connecting-to-device\nSTATE: +connecting-to-device\n");
+  EXPECT_GE(away, 2);
+  EXPECT_LE(away, 10);
+  EXPECT_EQ(take("STATE: -connecting-to-device,-offline-report\n"), 1);
+  const int there = take("STATE: +kestra-at-work\nSTATE: -kestra-at-work\n");
+  EXPECT_GE(there, 2);
+  EXPECT_LE(there, 10);
+  EXPECT_EQ(said, "INFO: done\n");
+  EXPECT_EQ(job.wait(), 0);
 }
 
 TEST(RunApart, HasTheJobStartedAgainWhoseSenderWasKilled) {
