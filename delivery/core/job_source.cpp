@@ -100,13 +100,17 @@ void JobSource::endOfInput() {
   watch_.remove(input_);
   if (intake_.descriptor() >= 0) watch_.remove(intake_.descriptor());
   if (!unsorted_.empty()) isRaw_ = true;
+  if (intake_.hasDoubtful()) {
+    // A filter that was cut off may have announced a page that it did not store.
+    intake_.decide(filterEndedWell() && !isRaw_ ? commands_.size() : 0);
+  }
   countFrames();
 }
 
 // The filter has stored a page when it announces the next one. Where one of them is not there,
 // nobody can say which frame behind the last count that was right belongs to which command.
 void JobSource::countFrames() {
-  if (isRaw_ || commands_.empty()) return;
+  if (isRaw_ || commands_.empty() || intake_.hasDoubtful()) return;
   const std::size_t stored = commands_.size() - (hasEnded_ ? 0 : 1);
   if (intake_.frames().size() < stored) {
     isShort_ = true;
@@ -136,6 +140,10 @@ Next JobSource::page(std::size_t number, Page& page, const Patience& patience) {
     if (isShort_ && number > sure_) {
       problem_ = "page " + std::to_string(sure_ + 1) + " was not stored by the filter";
       return Next::kMissing;
+    }
+    if (intake_.hasDoubtful()) {
+      if (watch_.await(patience) == Woken::kStopped) return Next::kStopped;
+      continue;
     }
     if (intake_.frames().size() >= number) break;
     if (commands_.size() > number || hasEnded_) {

@@ -78,6 +78,27 @@ TEST(FrameIntake, SetsFramesOfAnEarlierStartAside) {
   EXPECT_FALSE(fs::exists(folder / frameName(1, kJob)));
 }
 
+// Two frames of the start before and one of this start lie in the same tick of the clock.
+TEST(FrameIntake, FramesAsOldAsTheStartAreDecidedOnByTheirNumber) {
+  const Folder folder;
+  const Folder kept;
+  for (const int page : {1, 2, 3, 4}) publish(folder / frameName(page, kJob), frameOf(1));
+  for (const int page : {1, 2, 3}) setTime(folder / frameName(page, kJob), 1000);
+  setTime(folder / frameName(4, kJob), 1001);
+  FrameIntake intake(folder.path(), kJob, {1000, 0});
+  intake.keepIn(kept.path());
+  EXPECT_TRUE(intake.hasDoubtful());
+  EXPECT_EQ(namesOf(intake), std::vector<std::string>{frameName(4, kJob)});
+  intake.decide(2);
+  EXPECT_FALSE(intake.hasDoubtful());
+  ASSERT_EQ(namesOf(intake), (std::vector<std::string>{frameName(3, kJob), frameName(4, kJob)}));
+  // What is left over when all is ended by force is sent in the order of these names.
+  EXPECT_LT(intake.frames()[0].kept, intake.frames()[1].kept);
+  intake.removeAll(0);
+  EXPECT_TRUE(fs::is_empty(folder.path()));
+  EXPECT_TRUE(fs::is_empty(kept.path()));
+}
+
 TEST(FrameIntake, LeavesEverythingElseAlone) {
   const Folder folder;
   const std::vector<std::string> others = {frameName(1, 13),
@@ -203,6 +224,15 @@ TEST(FrameIntake, TakesNoFrameOfAnotherUser) {
   EXPECT_TRUE(intake.frames().empty());
   intake.removeAll(0);
   EXPECT_TRUE(fs::exists(folder / frameName(1, kJob)));
+}
+
+TEST(FrameIntake, TakesAFrameThatIsRenamedOnce) {
+  const Folder folder;
+  publish(folder / frameName(1, kJob), frameOf(1));
+  FrameIntake intake(folder.path(), kJob, {});
+  fs::rename(folder / frameName(1, kJob), folder / frameName(2, kJob));
+  intake.look();
+  EXPECT_EQ(namesOf(intake), std::vector<std::string>{frameName(1, kJob)});
 }
 
 // A frame that is gone leaves its number to the next file.

@@ -88,6 +88,7 @@ TEST_F(JobRunTest, PrintsAJobAndLeavesNoFrame) {
 }
 
 TEST_F(JobRunTest, AStartThatComesAgainPrintsOnlyWhatIsMissing) {
+  facts_.created = 1;
   filter(7, {16}, false);  // the filter was killed behind the first page
   EXPECT_EQ(print(sink_), Verdict::kRetry);
   filter(7, {16, 32, 48});

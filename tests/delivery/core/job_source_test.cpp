@@ -141,6 +141,25 @@ TEST_F(JobSourceTest, PagesBeforeAMissingOneAreThoseOfTheirCommands) {
   EXPECT_EQ(page_.bytes, labelOf(frameOf(1), kFirst));
 }
 
+// The frame of the start before this one is as old as this start's pipe: it is not page 1.
+TEST_F(JobSourceTest, AFrameAsOldAsTheStartIsNoPageOfIt) {
+  const auto setTime = [this](int page, time_t seconds) {
+    const timespec times[2] = {{seconds, 0}, {seconds, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, (folder_ / frameName(page, kJob)).c_str(), times, 0), 0);
+  };
+  store(7, frameOf(7));
+  setTime(7, 1);
+  intake_->look();
+  say(kFirst);
+  store(8, frameOf(8));
+  EXPECT_EQ(source_->announced(1, soon()), Next::kPage);
+  EXPECT_TRUE(intake_->hasDoubtful());
+  endWell();
+  ASSERT_EQ(page(1), Next::kPage);
+  EXPECT_EQ(page_.bytes, labelOf(frameOf(8), kFirst));
+  EXPECT_EQ(source_->announced(2, soon()), Next::kEnd);
+}
+
 TEST_F(JobSourceTest, MissesTheLastPageAtTheEndOfTheInput) {
   say(kFirst);
   store(1, frameOf(1));
@@ -291,6 +310,29 @@ TEST(PageCounterPath, IsTheFiltersOwn) {
             "/s/Dr__ck.pgc");
   EXPECT_EQ(pageCounterPath("/s", "../x"), "");
   EXPECT_EQ(pageCounterPath("/s", ""), "");
+}
+
+// The counter of an earlier job of the queue, or of one that this filter did not come to the end
+// of, is older than the last page.
+TEST_F(JobSourceTest, ACounterBehindTheFirstPageAloneIsNotTheEndOfTheDocument) {
+  const auto setTime = [](const std::string& path, time_t seconds) {
+    const timespec times[2] = {{seconds, 0}, {seconds, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+  };
+  for (int number : {1, 2}) {
+    const std::string hidden = folder_ / ("hidden" + std::to_string(number));
+    publish(hidden, frameOf(static_cast<std::uint8_t>(number)));
+    setTime(hidden, 1000 * number);
+    fs::rename(hidden, folder_ / frameName(number, kJob));
+    say(kFirst);
+    ASSERT_EQ(page(static_cast<std::size_t>(number)), Next::kPage);
+  }
+  publish(folder_ / "label.pgc", {1, 0});
+  setTime(folder_ / "label.pgc", 1500);
+  end();
+  EXPECT_EQ(source_->announced(3, soon()), Next::kCut);
+  setTime(folder_ / "label.pgc", 2000);
+  EXPECT_EQ(source_->announced(3, soon()), Next::kEnd);
 }
 
 }  // namespace
