@@ -317,8 +317,8 @@ TEST(PaperList, OfFramesHasTheirFileNames) {
 TEST(PaperList, RefusesWhatIsNoFrame) {
   const Folder folder;
   const Bytes frame = smallFrame();
-  for (const Bytes& bytes :
-       {Bytes(), frame.substr(0, 31), frame + "x", frame + frame, smallLabel(), "x" + frame}) {
+  for (const Bytes& bytes : {Bytes(), frame.substr(0, 31), frame + "x", frame + frame,
+                             frame + frame.substr(0, 9), smallLabel(), "x" + frame}) {
     folder.write("frame", bytes);
     Paper paper(folder, {"--digest", "frame"});
     EXPECT_EQ(paper.finish(), 2) << bytes.size();

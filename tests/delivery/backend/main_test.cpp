@@ -1,8 +1,15 @@
 // Tests of the backend as the print system starts it.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
+#include <csignal>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -10,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "delivery/core/job_store.h"
 #include "tests/delivery/backend/program_case.h"
 
 namespace kestra::delivery {
@@ -166,6 +174,119 @@ TEST_F(Backend, ListsPrintersWithoutWords) {
   });
   EXPECT_NE(job.output().find("\ndirect kestra:usb://K/4 \"m\" "), std::string::npos);
   EXPECT_EQ(job.wait(), 0);
+}
+
+// Label 1 of the job may have come; the settings hold such jobs, the address says otherwise, and
+// the person who prints has the last word.
+TEST_F(Backend, InDoubtThePersonWhoPrintsCountsBeforeTheQueueAndThatBeforeTheMachine) {
+  std::ofstream(tree() + "/etc/rastertokestra.conf") << "doubt hold\n";
+  const struct {
+    const char *ofQueue, *ofJob;
+    int verdict;
+    const char* words;
+  } table[] = {{"", "", 3, "ERROR: Label 1 may have come or not"},
+               {"/?doubt=skip", "", 0, "WARNING: Label 1 may be missing"},
+               {"/?doubt=hold", " doubt=again", 0, "WARNING: Label 1 may come twice"},
+               {"/?doubt=again", " doubt=hold", 3, "ERROR: Label 1 may have come or not"}};
+  for (const auto& row : table) {
+    fs::remove_all(state());
+    const JobStore store(state());
+    std::string problem;
+    ASSERT_TRUE(store.prepare(problem)) << problem;
+    // The key of the job that is started here: its uuid and number.
+    const std::string key = jobKey("urn:uuid:0c6bdb70-8d3d-3f0c-4a0a-94e1d3b7b3a1", 12, 1795226353);
+    ASSERT_NE(store.jobLock(key, problem), "");
+    {
+      Journal journal;
+      ASSERT_TRUE(journal.open(store.printingFolder(key, 0, problem) + "/journal", problem));
+      ASSERT_TRUE(journal.start({0, 12, "label", "socket://h", "t"}));
+      ASSERT_TRUE(journal.closing("any", kUsualCommand));
+    }
+    if (geteuid() == 0) {
+      ASSERT_EQ(chown(state().c_str(), kUser, kUser), 0);
+      for (const auto& entry : fs::recursive_directory_iterator(state())) {
+        ASSERT_EQ(chown(entry.path().c_str(), kUser, kUser), 0);
+      }
+    }
+    renewPipe();
+    options_ = row.ofJob;
+    const Listener printer;
+    Child job([&] { return start("kestra:" + printer.uri() + row.ofQueue); });
+    command();
+    const std::string only = frame(1);
+    counter();
+    endInput();
+    if (std::string(row.ofJob) == " doubt=again") {
+      EXPECT_EQ(printer.received(), kCommand + only);
+    }
+    EXPECT_NE(job.messages().find(row.words), std::string::npos) << row.ofQueue << row.ofJob;
+    EXPECT_EQ(job.wait(), row.verdict);
+  }
+}
+
+// Filters that outlive the print system would go on beside those of the job's next start.
+TEST_F(Backend, EndsTheFilterWhenThePrintSystemHasDied) {
+  ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
+  const Listener printer;
+  std::array<int, 2> told = {};
+  ASSERT_EQ(pipe2(told.data(), O_CLOEXEC), 0);
+  const pid_t printSystem = fork();
+  if (printSystem == 0) {
+    std::array<pid_t, 2> started = {fork(), -1};
+    if (started[0] == 0) {  // a filter that never ends
+      dup2(filter_[1], STDOUT_FILENO);
+      close(filter_[0]);
+      close(filter_[1]);
+      if (geteuid() == 0 && (setgid(kUser) != 0 || setuid(kUser) != 0)) _exit(1);
+      execlp("sleep", "sleep", "1000", nullptr);
+      _exit(1);
+    }
+    started[1] = fork();
+    if (started[1] == 0) _exit(start("kestra:" + printer.uri()));
+    endInput();
+    if (write(told[1], started.data(), sizeof started) != sizeof started) _exit(1);
+    for (;;) pause();
+  }
+  std::array<pid_t, 2> started = {-1, -1};
+  ASSERT_EQ(read(told[0], started.data(), sizeof started), ssize_t{sizeof started});
+  // A frame as old as the pipe could be another start's: the clock of files goes on in ticks.
+  struct stat pipe = {};
+  ASSERT_EQ(fstat(filter_[0], &pipe), 0);
+  timespec now = {};
+  do {
+    clock_gettime(CLOCK_REALTIME_COARSE, &now);
+  } while (now.tv_sec == pipe.st_atim.tv_sec && now.tv_nsec <= pipe.st_atim.tv_nsec);
+  command();
+  const std::string first = frame(1);
+  endInput();
+  // The job is noted as under way: its sender is there.
+  std::error_code none;
+  for (int milliseconds = 0; milliseconds < 20000; milliseconds += 5) {
+    if (fs::exists(state() + "/open") && !fs::is_empty(state() + "/open", none)) break;
+    poll(nullptr, 0, 5);
+  }
+  ASSERT_EQ(kill(printSystem, SIGKILL), 0);
+  int status = 0;
+  ASSERT_EQ(waitpid(printSystem, &status, 0), printSystem);
+  EXPECT_EQ(printer.received(), kCommand + first);
+  bool hasEnded = false;
+  for (int milliseconds = 0; milliseconds < 20000 && !hasEnded; milliseconds += 5) {
+    hasEnded = waitpid(started[0], &status, WNOHANG) == started[0];
+    if (!hasEnded) poll(nullptr, 0, 5);
+  }
+  EXPECT_TRUE(hasEnded);
+  if (hasEnded) {
+    EXPECT_EQ(WTERMSIG(status), SIGKILL);
+  } else {
+    kill(started[0], SIGKILL);
+    waitpid(started[0], nullptr, 0);
+  }
+  // The front and the sender end as well, and become this process's to take.
+  while (waitpid(-1, nullptr, 0) > 0) {
+  }
+  close(told[0]);
+  close(told[1]);
+  prctl(PR_SET_CHILD_SUBREAPER, 0);
 }
 
 }  // namespace

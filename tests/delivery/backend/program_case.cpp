@@ -55,6 +55,7 @@ int ProgramCase::start(const std::string& program, const std::string& uri,
       uri,    "12",
       "anna", "title",
       "2",    "job-uuid=urn:uuid:0c6bdb70-8d3d-3f0c-4a0a-94e1d3b7b3a1 time-at-creation=1795226353"};
+  words.back() += options_;
   words.insert(words.end(), more.begin(), more.end());
   std::vector<char*> argv;
   argv.reserve(words.size() + 1);

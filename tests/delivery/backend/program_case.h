@@ -42,6 +42,7 @@ class ProgramCase : public testing::Test {
   std::string tree() const { return folder_.path() + "/root"; }
 
   Folder folder_;
+  std::string options_;     // behind the job's own
   unsigned owner_ = kUser;  // of frames, where we are the administrator
   std::array<int, 2> filter_ = {-1, -1};
 

@@ -493,6 +493,51 @@ TEST_F(SenderTest, AWayThatIsOfNoUseStopsTheQueue) {
   EXPECT_EQ(told_.back(), "ERROR: the test cut it");
 }
 
+// The printer has read 41 bytes, one label, of 46 when the connection breaks.
+TEST_F(SenderTest, ALabelThatWasReadToItsLastByteIsNotInDoubt) {
+  PrinterOfBytes printer;
+  BytesSink sink(printer);
+  sink.breaksAt = kLabelBytes + 5;
+  sink.unread = 5;
+  Journal journal;
+  EXPECT_EQ(run(sink, journal), Verdict::kPrinted);
+  EXPECT_EQ(counts(printer), (std::vector<int>{1, 1, 1}));
+  EXPECT_TRUE(named("may come twice").empty());
+}
+
+// The last label is acknowledged; the printer resets while the sender says goodbye.
+TEST_F(SenderTest, WhatThePrinterLosesAtTheEndOfTheJobComesAgain) {
+  struct LosesTheEnd : BytesSink {
+    using BytesSink::BytesSink;
+    Progress finish(const Patience& patience) override {
+      if (!std::exchange(hasLost, true)) {
+        breaksAt = kJobBytes;
+        unread = 20;
+      }
+      return BytesSink::finish(patience);
+    }
+    bool hasLost = false;
+  };
+  PrinterOfBytes printer;
+  LosesTheEnd sink(printer);
+  Journal journal;
+  EXPECT_EQ(run(sink, journal), Verdict::kPrinted);
+  EXPECT_EQ(counts(printer), (std::vector<int>{1, 1, 1}));
+  EXPECT_EQ(named("may come twice"), std::set<int>{3});
+  EXPECT_EQ(journal.state().rest, Rest::kEnded);
+}
+
+TEST_F(SenderTest, ACancelInTheLastLabelIsNotTakenForTheEndOfTheJob) {
+  PrinterOfBytes printer;
+  BytesSink sink(printer);
+  sink.stopsAt = kJobBytes;
+  Journal journal;
+  EXPECT_EQ(run(sink, journal), Verdict::kRetry);
+  EXPECT_EQ(counts(printer), (std::vector<int>{1, 1, 1}));
+  EXPECT_EQ(journal.state().done(), 3U);
+  EXPECT_EQ(journal.state().rest, Rest::kStopped);
+}
+
 // Two breaks in one job: the labels of the first connection were settled with it.
 TEST_F(SenderTest, ASecondBreakDoubtsNothingOfTheFirstConnection) {
   for (std::uint64_t at = kLabelBytes + 1; at < kJobBytes; ++at) {

@@ -112,6 +112,21 @@ TEST_F(BackendSinkTest, UsbThatHasTakenButNotWrittenProvesNothing) {
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
 }
 
+// A device that is slow to take the second page is no program that does not count.
+TEST_F(BackendSinkTest, UsbThatHasCountedOnceIsWaitedForHoweverLongItIsSilent) {
+  place_.write("usb", kUsb);
+  BackendTimes times = quick();
+  times.silence = milliseconds(100);
+  const auto sink = sinkTo("usb", times);
+  ASSERT_EQ(page(*sink, someBytes(5000)), Progress::kDone);
+  std::ofstream(place_.file("stall")) << "out of paper";
+  const Bytes second = someBytes(3000, 2);
+  ASSERT_EQ(sink->open(Before::kNothing, within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->send(second.data(), second.size(), within(kLong)), Progress::kDone);
+  EXPECT_EQ(sink->settle(within(1000)), Progress::kTimedOut);
+  EXPECT_EQ(sink->surelyRead(), 5000U);
+}
+
 TEST_F(BackendSinkTest, UsbThatNeverCountsIsProvenByItsEnd) {
   place_.write("usb", kOnce);
   BackendTimes times = quick();

@@ -3,6 +3,7 @@
 #include "delivery/sinks/starter.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <pwd.h>
@@ -229,6 +230,53 @@ TEST(RootStarter, StartsSignalsAndTellsTheEndThroughAnotherProcess) {
   EXPECT_GT(waitpid(-1, nullptr, 0), 0);  // its process
 }
 
+TEST(DirectStarter, TheProgramEndsWithASenderThatIsKilled) {
+  const ServerBin place;
+  place.write("usb", "echo $$ >$D/pid.new\nmv $D/pid.new $D/pid\nexec sleep 1000");
+  const pid_t sender = fork();
+  if (sender == 0) {
+    const Nowhere nowhere;
+    DirectStarter starter(place.program("usb://M/K"));
+    if (starter.start(nowhere.ends()) != 0) _exit(1);
+    for (;;) pause();
+  }
+  awaitFile(place.file("pid"));
+  const pid_t program = std::stoi(place.text("pid"));
+  ASSERT_EQ(kill(sender, SIGKILL), 0);
+  ASSERT_EQ(waitpid(sender, nullptr, 0), sender);
+  StopWatch time;
+  std::string state;
+  while (kill(program, 0) == 0 && state != "Z" && time.seconds() < 10) {
+    std::ifstream stat("/proc/" + std::to_string(program) + "/stat");
+    std::string word;
+    stat >> word >> word >> state;
+  }
+  EXPECT_LT(time.seconds(), 10.0);
+  if (time.seconds() >= 10) kill(program, SIGKILL);
+}
+
+// The print system's signal at a cancel goes to all of the job; the page is still to be ended.
+TEST(RootStarter, GoesOnWhenTheJobIsCancelled) {
+  const ServerBin place;
+  place.write("usb", "exit 5");
+  std::unique_ptr<Starter> starter = forkRootStarter(place.program("usb://M/K"));
+  ASSERT_NE(starter, nullptr);
+  std::ifstream children("/proc/self/task/" + std::to_string(getpid()) + "/children");
+  pid_t server = -1;
+  ASSERT_TRUE(children >> server);
+  const Nowhere nowhere;
+  // The first start is answered when the server has come as far as to serve.
+  ASSERT_EQ(starter->start(nowhere.ends()), 0);
+  EXPECT_EQ(WEXITSTATUS(awaitEnd(*starter)), 5);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    ASSERT_EQ(kill(server, signal), 0);
+    EXPECT_EQ(starter->start(nowhere.ends()), 0) << signal;
+    EXPECT_EQ(WEXITSTATUS(awaitEnd(*starter)), 5);
+  }
+  starter.reset();
+  EXPECT_EQ(waitpid(server, nullptr, 0), server);
+}
+
 TEST(RootStarter, HostileRequestsStartNothing) {
   const ServerBin place;
   place.write("usb", "echo run >>$D/runs\nexit 0");
@@ -298,6 +346,11 @@ TEST(RootStarter, RightsFollowTheModeOfTheFile) {
   const passwd* account = getpwnam("nobody");
   ASSERT_NE(account, nullptr);
   const UserAndGroup nobody = {account->pw_uid, account->pw_gid};
+  // Groups that the program must not keep.
+  std::array<gid_t, 64> before = {};
+  const int count = getgroups(before.size(), before.data());
+  const std::array<gid_t, 2> ours = {4, 5};
+  ASSERT_EQ(setgroups(ours.size(), ours.data()), 0);
   const ServerBin place;
   ASSERT_EQ(chmod(place.path().c_str(), 0777), 0);  // the program writes here
   const struct {
@@ -313,6 +366,7 @@ TEST(RootStarter, RightsFollowTheModeOfTheFile) {
     EXPECT_EQ(place.text("user"), std::to_string(row.user) + "\n") << std::oct << row.mode;
     EXPECT_EQ(place.text("groups"), std::to_string(nobody.group) + "\n");
   }
+  ASSERT_EQ(setgroups(static_cast<std::size_t>(count), before.data()), 0);
 }
 
 }  // namespace

@@ -3,6 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <net/if.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+
 #include <chrono>
 #include <future>
 #include <memory>
@@ -351,6 +356,80 @@ TEST_F(TcpSinkTest, ADroppedPageReachesThePrinterAsAReset) {
   static_cast<void>(printer.read(page.size() + 1));
   EXPECT_EQ(printer.lastError(), ECONNRESET);
   EXPECT_EQ(sink->send(page.data(), 1, within(kLong)), Progress::kBroken);
+}
+
+TEST_F(TcpSinkTest, APrinterThatResetsBetweenPagesHasLostWhatItHadNotRead) {
+  SmallPrinter printer(16384);
+  const auto sink = sinkTo(printer);
+  connect(*sink, printer);
+  const Bytes page = someBytes(3000);
+  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  printer.awaitUnread(page.size());
+  printer.hangUp();
+  Progress progress = Progress::kDone;
+  StopWatch time;
+  while (progress == Progress::kDone && time.seconds() < 10) {
+    progress = sink->open(Before::kNothing, within(kLong));
+  }
+  EXPECT_EQ(progress, Progress::kBroken);
+  EXPECT_EQ(sink->surelyRead(), 0U);
+}
+
+TEST_F(TcpSinkTest, OutsideOfAClassAPrinterThatIsAwayIsWaitedFor) {
+  SmallPrinter printer;
+  TcpTimes times;
+  times.awayInClass = milliseconds(100);
+  const auto sink = sinkTo(printer, times);
+  printer.stopListening();
+  EXPECT_EQ(sink->open(Before::kNothing, within(600)), Progress::kTimedOut);
+}
+
+// In a network of the process's own, whose only way is cut under a connection as a cable is.
+void setLoopback(bool isUp) {
+  const int any = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  ifreq request = {};
+  request.ifr_name[0] = 'l';
+  request.ifr_name[1] = 'o';
+  request.ifr_flags = static_cast<short>(isUp ? IFF_UP | IFF_RUNNING : 0);
+  if (ioctl(any, SIOCSIFFLAGS, &request) != 0) _exit(9);
+  close(any);
+}
+
+// Exit status 0: the printer was given up; 1: it was said not to answer, and waited for; 2:
+// neither.
+int loseThePrinter(bool inClass) {
+  if (unshare(CLONE_NEWNET) != 0) return 9;
+  setLoopback(true);
+  SmallPrinter printer;
+  Watch watch;
+  Told told;
+  TcpTimes times;
+  times.noProgress = milliseconds(1500);
+  TcpSink sink("127.0.0.1", printer.portText(), inClass, watch, told.tell(), times);
+  if (sink.open(Before::kNothing, within(kLong)) != Progress::kDone) return 8;
+  printer.accept();
+  const Bytes page = someBytes(3000);
+  if (sink.send(page.data(), page.size(), within(kLong)) != Progress::kDone) return 7;
+  if (sink.prove(within(kLong)) != Progress::kDone) return 6;
+  setLoopback(false);
+  if (sink.send(page.data(), page.size(), within(kLong)) != Progress::kDone) return 5;
+  const Progress progress = sink.settle(within(5000));
+  if (progress == Progress::kBroken) return sink.problem() == "it does not answer" ? 0 : 4;
+  const std::string words = "INFO: The printer at 127.0.0.1:" + printer.portText();
+  return told.count(words + " does not answer") == 1 ? 1 : 2;
+}
+
+TEST(TcpSinkWithoutACable, APrinterThatIsGoneIsGivenUpInAClassAndToldElsewhere) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root has networks of its own";
+  for (const bool inClass : {true, false}) {
+    const pid_t child = fork();
+    if (child == 0) _exit(loseThePrinter(inClass));
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    if (WEXITSTATUS(status) == 9) GTEST_SKIP() << "no network of its own can be had";
+    EXPECT_EQ(WEXITSTATUS(status), inClass ? 0 : 1) << inClass;
+  }
 }
 
 }  // namespace

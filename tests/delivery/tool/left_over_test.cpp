@@ -66,5 +66,13 @@ TEST(LeftOver, FramesOfARunningJobAndKeptOnesAreLeftOut) {
   EXPECT_EQ(jobs[0].frames[0].path, machine.places().frames + "/" + frameName(2, 13));
 }
 
+TEST(LeftOver, FramesOfAnotherUserAreLeftOut) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give files away";
+  const Machine machine;
+  const std::string theirs = machine.leave(frameName(1, 12), frameOf(1));
+  ASSERT_EQ(chown(theirs.c_str(), 12345, 12345), 0);
+  EXPECT_TRUE(leftOverFrames(machine.places().frames).empty());
+}
+
 }  // namespace
 }  // namespace kestra::delivery

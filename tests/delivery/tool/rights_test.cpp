@@ -1,7 +1,9 @@
 // Whose rights the program works with. Another user needs root to be made, so this is for root.
 #include <fcntl.h>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -61,6 +63,21 @@ TEST_F(Rights, RootSeesWhatTheOwnerOfTheStateSeesAndLeavesNothingOfRoot) {
   EXPECT_TRUE(fs::exists(machine_.places().state + "/jobs/key/lock"));
   EXPECT_EQ(machine_.run({"forget", "45"}).status, 0);
   expectNothingOfRoot();
+}
+
+TEST_F(Rights, NothingOfRootsGroupsStays) {
+  const pid_t child = fork();
+  if (child == 0) {
+    const gid_t ours[2] = {4, 5};
+    gid_t after[64];
+    std::string problem;
+    if (setgroups(2, ours) != 0 || !becomeOwner(machine_.places(), problem)) _exit(9);
+    const bool isOwner = getuid() == kOwner && getegid() == kOwner && getgid() == kOwner;
+    _exit(isOwner && getgroups(64, after) == 0 ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 TEST_F(Rights, WhatTheOwnerMayNotRemoveRootDoesNotRemoveEither) {

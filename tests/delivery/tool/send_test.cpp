@@ -253,6 +253,46 @@ TEST_F(Send, AnInterruptEndsTheLabelInWhite) {
   EXPECT_EQ(bytes.back(), 0);
 }
 
+TEST_F(Send, AJobOfWhichAllLabelsCameIsNotSentOnceMore) {
+  const std::string folder = machine_.printing("key");
+  Journal journal;
+  machine_.begin(journal, folder, 45);
+  ASSERT_TRUE(noteDone(journal, frameOf(1)));
+  machine_.keep(folder, 1, frameOf(1));
+  const Ran ran = machine_.run({"send", "45", out()});
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_EQ(ran.err, "kestra-delivery: All labels of job 45 came; --all sends them once more\n");
+  EXPECT_FALSE(fs::exists(out()));
+}
+
+// A queue that prints next must not take the printer for one that has part of a page.
+TEST_F(Send, WholeLabelsLeaveNoMarkOfATornOneForTheQueue) {
+  Listener printer;
+  std::string problem;
+  const JobStore store(machine_.places().state);
+  Lock lock;
+  ASSERT_TRUE(lock.open(store.deviceLock(printer.uri()), problem)) << problem;
+  lock.mark(true);
+  Started run = machine_.start({"send", frame("a.dat", frameOf(10)), printer.uri()});
+  EXPECT_EQ(printer.read(), labelOf(frameOf(10)));
+  EXPECT_EQ(run.wait().status, 0);
+  EXPECT_FALSE(lock.isMarked());
+}
+
+// A printer that reads nothing: the first interrupt waits for it, the second does not.
+TEST_F(Send, ASecondInterruptEndsAtOnce) {
+  Listener printer(machine_.root() + "/printer");
+  Started run = machine_.start(
+      {"send", frame("a.dat", frameOf(1, 65535)), "unix:" + machine_.root() + "/printer"});
+  EXPECT_EQ(printer.read(1).size(), 1U);
+  run.signal(SIGINT);
+  EXPECT_TRUE(run.says("Ctrl-C again stops at once"));
+  run.signal(SIGINT);
+  const Ran ran = run.wait();
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_EQ(ran.err.find(" sent"), std::string::npos) << ran.err;
+}
+
 #ifdef KESTRA_PAPER
 // The judge of all bytes is the printer without paper, not this project's sender.
 TEST_F(Send, ALabelThatWasCutOffByAResetComesAgainAndTheOthersOnce) {
