@@ -18,6 +18,7 @@ class PeopleAtWork(DeliveryCase):
         super().setUpClass()
         # Four times what all buffers between sender and printer hold, and dots from top to bottom.
         cls.document = documents.raster(COUNT, times=TIMES, **LARGE)
+        cls.small = documents.raster(COUNT)
 
     def begun(self, label=3, fault="pause 0.3", options=None, percent=15):
         """A job whose printer has stopped within a label: (printer, queue, number)."""
@@ -178,62 +179,74 @@ class PeopleAtWork(DeliveryCase):
 
     # --- doubt ------------------------------------------------------------------------------------
 
-    def in_doubt(self, percent, **options):
-        """A job of which label 5 is in doubt: the printer took its last byte, and reset when it had
-        read so much of it."""
-        printer, _, number = self.begun(5, fault="reset-unread", options=options, percent=percent)
-        return printer, number
+    # How much of the labels behind the one that it reads a printer has room for is its system's
+    # affair, so which labels are in doubt is asked of the job, and what of them had come of the printer.
 
-    def test_a_person_decides_that_a_label_in_doubt_is_printed_again(self):
-        printer, number = self.in_doubt(100, doubt="hold")
+    def in_doubt(self, percent, doubt):
+        """A job with labels in doubt: a printer with room for most of a label reset when it had read
+        so much of label 5, and forgot what it had taken beyond.
+        """
+        labels = self.wanted(self.small)
+        self.assert_all_differ(labels, COUNT)
+        printer = self.printer(labels, speed=300, faults=[f"label 5 {percent}% reset-unread"])
+        return printer, self.system.lp(self.queue(printer), self.small, options={"doubt": doubt})
+
+    def told(self, number, words):
+        found = self.announced(number, words)
+        self.assertTrue(found and found <= {4, 5, 6}, f"{found}\n{self.story(number)}")
+        return found
+
+    def had_come(self, printer):
+        """Places of the labels that were out when the printer reset."""
+        first = {one["digest"] for one in printer.events("label")
+                 if one["whole"] and one["connection"] == 1}
+        return {place for place, one in enumerate(self.wanted(self.small), 1) if one in first}
+
+    def assert_judged(self, printer, twice=(), lost=()):
+        verdict = printer.judge()
+        self.assertEqual(verdict["out_of_order"], [])
+        self.assertEqual({int(one["name"]): one["count"] for one in verdict["twice"]},
+                         {one: 1 for one in twice}, self.trouble(printer))
+        self.assertEqual({int(one) for one in verdict["lost"]}, set(lost), self.trouble(printer))
+        self.assert_tidy()
+
+    def test_a_person_decides_that_labels_in_doubt_are_printed_again(self):
+        printer, number = self.in_doubt(100, "hold")
         job = self.system.wait(number, [rig.HELD] + list(rig.ENDED))
         self.assertEqual(job.state, rig.HELD, self.story(number))
-        held = self.announced(number, "may have come or not")
-        self.assertEqual(held, {5})
+        held = self.told(number, "may have come or not")
         self.assertIn("doubt=skip", job.message)
+        self.assertEqual(self.had_come(printer), {1, 2, 3, 4, 5})
         self.system.resume(number)
         self.assert_printed(number, COUNT)
         self.assertEqual(self.announced(number), held)
-        self.assert_each_came(printer, held, torn=1)
-        self.assert_tidy()
+        self.assert_judged(printer, twice=held & self.had_come(printer))
 
-    def test_a_person_decides_that_a_label_in_doubt_is_left_out(self):
-        printer, number = self.in_doubt(99, doubt="hold")
+    def test_a_person_decides_that_labels_in_doubt_are_left_out(self):
+        printer, number = self.in_doubt(100, "hold")
         self.system.wait(number, [rig.HELD])
-        held = self.announced(number, "may have come or not")
+        held = self.told(number, "may have come or not")
         self.system.run("lp", "-i", str(number), "-o", "doubt=skip", "-H", "resume")
         job = self.system.wait(number)
-        self.assertEqual(job.state, rig.COMPLETED, self.story(number))
-        self.assertEqual((held, job.sheets), ({5}, COUNT - 1))
-        self.assert_left_out(printer, number, lost=["5"])
+        self.assertEqual((job.state, job.sheets), (rig.COMPLETED, COUNT - len(held)))
+        self.assertEqual(self.announced(number, "may be missing"), held)
+        self.assert_judged(printer, lost=held - self.had_come(printer))
 
     def test_no_label_comes_twice_where_those_in_doubt_are_left_out(self):
-        for percent in (99, 100):
+        for percent in (80, 100):
             with self.subTest(percent=percent):
-                printer, number = self.in_doubt(percent, doubt="skip")
-                job = self.system.wait(number)
-                self.assertEqual(job.state, rig.COMPLETED, self.story(number))
-                self.assert_left_out(printer, number, lost=["5"] if percent < 100 else [])
+                printer, number = self.in_doubt(percent, "skip")
+                self.assertEqual(self.system.wait(number).state, rig.COMPLETED)
+                left_out = self.told(number, "may be missing")
+                self.assert_judged(printer, lost=left_out - self.had_come(printer))
 
-    def test_every_label_comes_where_those_in_doubt_are_printed_again(self):
-        for percent in (99, 100):
+    def test_no_label_is_missing_where_those_in_doubt_are_printed_again(self):
+        for percent in (80, 100):
             with self.subTest(percent=percent):
-                printer, number = self.in_doubt(percent, doubt="again")
+                printer, number = self.in_doubt(percent, "again")
                 self.assert_printed(number, COUNT)
-                self.assertEqual(self.announced(number), {5})
-                verdict = printer.judge()
-                self.assertEqual(verdict["lost"], [])
-                self.assertEqual([one["name"] for one in verdict["twice"]],
-                                 ["5"] if percent == 100 else [])
-                self.assert_each_came(printer, {5}, torn=1)
-                self.assert_tidy()
-
-    def assert_left_out(self, printer, number, lost):
-        self.assertEqual(self.announced(number, "may be missing"), {5})
-        verdict = printer.judge()
-        self.assertEqual((verdict["twice"], verdict["out_of_order"]), ([], []))
-        self.assertEqual(verdict["lost"], lost)
-        self.assert_tidy()
+                again = self.told(number, "may come twice")
+                self.assert_judged(printer, twice=again & self.had_come(printer))
 
 
 if __name__ == "__main__":
