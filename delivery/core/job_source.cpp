@@ -128,7 +128,7 @@ Next JobSource::announced(std::size_t number, const Patience& patience) {
   while (commands_.size() < number) {
     if (isRaw_) return Next::kRaw;
     if (hasEnded_) return endOfPages();
-    if (watch_.await(patience) == Woken::kStopped) return Next::kStopped;
+    if (watch_.await(patience) != Woken::kReady) return Next::kStopped;
   }
   return Next::kPage;
 }
@@ -142,7 +142,7 @@ Next JobSource::page(std::size_t number, Page& page, const Patience& patience) {
       return Next::kMissing;
     }
     if (intake_.hasDoubtful()) {
-      if (watch_.await(patience) == Woken::kStopped) return Next::kStopped;
+      if (watch_.await(patience) != Woken::kReady) return Next::kStopped;
       continue;
     }
     if (intake_.frames().size() >= number) break;
@@ -158,7 +158,7 @@ Next JobSource::page(std::size_t number, Page& page, const Patience& patience) {
       moment.until = std::min(moment.until, soon);
     }
     const Woken woken = watch_.await(moment);
-    if (woken == Woken::kStopped) return Next::kStopped;
+    if (woken == Woken::kStopped || Clock::now() >= patience.until) return Next::kStopped;
     if (woken == Woken::kTime) intake_.look();
   }
   begun_ = std::max(begun_, number);
@@ -198,7 +198,7 @@ Next JobSource::endOfPages() {
 
 Next JobSource::raw(std::vector<std::uint8_t>& bytes, const Patience& patience) {
   while (unsorted_.empty() && !hasEnded_) {
-    if (watch_.await(patience) == Woken::kStopped) return Next::kStopped;
+    if (watch_.await(patience) != Woken::kReady) return Next::kStopped;
   }
   const bool wasFull = unsorted_.size() >= kMostRaw;
   bytes = std::move(unsorted_);

@@ -19,7 +19,7 @@ enum class Next {
   kCut,      ///< the input ended, but not as a filter ends that printed its document
   kMissing,  ///< a page was announced and never stored
   kBad,      ///< a frame that must not be sent
-  kStopped,
+  kStopped,  ///< a stop was asked for, or the patience is at its end
 };
 
 /// Labels in printing order, counted from 1. An earlier one can be asked for again: its print may

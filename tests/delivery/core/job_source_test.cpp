@@ -295,6 +295,13 @@ TEST_F(JobSourceTest, PassesOnALargeRawJobWithoutHoldingAllOfIt) {
   EXPECT_LT(largest, 512U * 1024);
 }
 
+TEST_F(JobSourceTest, EndsAWaitWithItsPatience) {
+  const auto moment = [] { return Patience::forMilliseconds(10); };
+  EXPECT_EQ(source_->announced(1, moment()), Next::kStopped);
+  say(kFirst);
+  EXPECT_EQ(source_->page(1, page_, moment()), Next::kStopped);
+}
+
 TEST_F(JobSourceTest, EndsAWaitWhenTheJobIsToStop) {
   watch_.stop(Stop::kCancel);
   EXPECT_EQ(source_->announced(1, {}), Next::kStopped);
