@@ -13,6 +13,7 @@ constexpr Patience kWithinPage = {Clock::time_point::max(), Stop::kCancel};
 constexpr Patience kBetweenPages = {Clock::time_point::max(), Stop::kLeave};
 constexpr long kWhiteMilliseconds = 4000;
 constexpr long kFarewellMilliseconds = 500;
+constexpr long kRawPauseMilliseconds = 1000;
 constexpr std::size_t kTriesInVain = 3;
 constexpr std::size_t kTriesOfOtherPages = 2;
 constexpr char kRawDigest[] = "raw";
@@ -52,7 +53,8 @@ Verdict Sender::run() {
   Step step;
   while (step.goesOn) step = oneItem();
   // However it ended, the printer gets the time to read what it has taken.
-  static_cast<void>(sink_.finish(Patience::forMilliseconds(kFarewellMilliseconds, Stop::kNone)));
+  const Patience farewell = Patience::forMilliseconds(kFarewellMilliseconds, Stop::kNone);
+  if (sink_.finish(farewell) == Progress::kBroken) static_cast<void>(giveUpWay());
   return step.verdict;
 }
 
@@ -71,6 +73,7 @@ Sender::Step Sender::oneItem() {
 Sender::Step Sender::skipDelivered() {
   Page page;
   const Next next = source_.page(number_, page, kBetweenPages);
+  if (next == Next::kRaw) return on();
   if (next != Next::kPage) return noPage(next);
   if (page.digest == journal_.state().digests[number_ - 1]) {
     ++number_;
@@ -113,6 +116,7 @@ Sender::Step Sender::deliver() {
   if (!step.goesOn || !isOpen_) return step;
   Page page;
   const Next next = source_.page(number_, page, kBetweenPages);
+  if (next == Next::kRaw) return on();
   if (next != Next::kPage) return noPage(next);
   step = openWay();
   if (!step.goesOn || !isOpen_) return step;
@@ -154,7 +158,8 @@ Sender::Step Sender::sendPage(const Page& page) {
   if (isClosing) {
     // From here on the page may be whole.
     if (!journal_.closing(page.digest, commandOf(page))) {
-      sink_.drop();
+      isTorn_ = true;
+      static_cast<void>(giveUpWay());
       return noRoom();
     }
     progress = sendUpTo(page.bytes.size(), patience);
@@ -167,15 +172,15 @@ Sender::Step Sender::sendPage(const Page& page) {
     }
   }
   if (isClosing && progress == Progress::kDone) {
-    if (!journal_.done(page.digest)) return noRoom();
     isTorn_ = false;
+    if (!journal_.done(page.digest)) return noRoom();
     passed_.push_back({number_++, sink_.sent()});
     tell_("PAGE: total " + std::to_string(journal_.state().came()));
     return watch_.isStopped(kWithinPage) ? stopped() : on();
   }
   isTorn_ = isClosing || sink_.sent() != start;
   if (watch_.isStopped(kWithinPage)) {
-    sink_.drop();
+    static_cast<void>(giveUpWay());
     return stopped();
   }
   return progress == Progress::kBroken ? afterBreak() : afterSink(progress);
@@ -194,32 +199,45 @@ void Sender::endInWhite(const Page& page, std::uint64_t start) {
     progress = sink_.send(white.data(), std::min(kPart, page.bytes.size() - at), moment);
   }
   if (progress == Progress::kDone) progress = sink_.prove(moment);
+  isTorn_ = progress != Progress::kDone;
   if (progress == Progress::kDone) progress = sink_.finish(moment);
-  if (progress != Progress::kDone) sink_.drop();
+  if (progress != Progress::kDone) static_cast<void>(giveUpWay());
+}
+
+Sender::Step Sender::afterBreak() {
+  warn("The connection to the printer broke: " + sink_.problem());
+  return giveUpWay() ? on() : noRoom();
 }
 
 // Pages that the printer had taken and perhaps not read are in doubt again, besides one that was
-// closing.
-Sender::Step Sender::afterBreak() {
-  warn("The connection to the printer broke: " + sink_.problem());
+// closing: whatever it has not read is gone with the way.
+bool Sender::giveUpWay() {
   const std::uint64_t read = sink_.surelyRead();
   sink_.drop();
   const auto unsure = std::find_if(passed_.begin(), passed_.end(),
                                    [read](const Passed& one) { return one.end > read; });
-  if (unsure != passed_.end()) {
-    number_ = unsure->number;
-    if (!journal_.lost(number_)) return noRoom();
+  if (unsure == passed_.end()) {
+    passed_.clear();
+    return true;
   }
+  number_ = unsure->number;
+  const std::size_t last = passed_.back().number;
   passed_.clear();
-  return on();
+  if (journal_.lost(number_)) return true;
+  warn(labels(number_, last) +
+       " may be missing: the printer was cut off, and there is no room to "
+       "remember it");
+  return false;
 }
 
 Sender::Step Sender::deliverRaw() {
-  const bool isDone = number_ <= journal_.state().done();
+  const std::vector<std::string>& digests = journal_.state().digests;
+  const bool isDone = !digests.empty() && digests.back() == kRawDigest;
   if (!isDone) {
     const Step step = openWay();
     if (!step.goesOn || !isOpen_) return step;
     if (!journal_.reserve() || !journal_.closing(kRawDigest, kUsualCommand)) return noRoom();
+    isTorn_ = true;  // nobody knows where its labels end
   }
   std::vector<std::uint8_t> bytes;
   while (true) {
@@ -238,6 +256,7 @@ Sender::Step Sender::deliverRaw() {
     if (progress == Progress::kDone) progress = sink_.finish(kBetweenPages);
     if (progress == Progress::kBroken) return rawBroke();
     if (progress != Progress::kDone) return afterSink(progress);
+    isTorn_ = false;
     if (!journal_.done(kRawDigest)) return noRoom();
   }
   return rest(Rest::kEnded, Verdict::kPrinted);
@@ -247,6 +266,9 @@ Sender::Step Sender::deliverRaw() {
 Sender::Step Sender::rawBroke() {
   warn("The connection to the printer broke: " + sink_.problem());
   sink_.drop();
+  // The print system starts the job anew at once, for ever: a printer that breaks each connection
+  // must not keep the machine busy.
+  static_cast<void>(watch_.pause(Patience::forMilliseconds(kRawPauseMilliseconds)));
   return rest(Rest::kAgain, Verdict::kRetry);
 }
 

@@ -67,6 +67,7 @@ class Sender {
   Step openWay();
   Step sendPage(const Page& page);
   Step afterBreak();
+  [[nodiscard]] bool giveUpWay();
   Step afterSink(Progress progress);
   Step endOfJob();
   Step noPage(Next why);
