@@ -28,13 +28,13 @@ FAR, NEAR = "10.9.0.2", "10.9.0.1"  # the ends of the cable
 _CLONE_NEWNET = 0x40000000
 
 #: The print system's own file of a job is written at once: a job that it forgot nobody can bring.
-RULES = "DirtyCleanInterval 0\nMaxJobs 60\nPreserveJobFiles No\n"
+RULES = "DirtyCleanInterval 0\nMaxJobs 60\n"
 
 #: A backend that forgets what it printed when it is started again, and one that calls every job
 #: printed: what a judge must not let pass.
 FORGETFUL = """#!/bin/sh
 umask 022
-root=$(mktemp -d) && chmod 755 "$root" && mkdir -p "$root/var/lib" && ln -s /var/spool "$root/var/spool"
+root=$(mktemp -d /tmp/rig/forgetful.XXXXXX) && chmod 755 "$root" && mkdir -p "$root/var/lib" && ln -s /var/spool "$root/var/spool"
 KESTRA_DELIVERY_ROOT=$root DEVICE_URI=${DEVICE_URI#forgetful:} exec "${0%/*}/kestra" "$@"
 """
 CARELESS = """#!/bin/sh
@@ -262,7 +262,7 @@ class Stage:
     @staticmethod
     def forget_jobs():
         """Nothing that an earlier job left is printed before the next one."""
-        subprocess.run(["rm", "-rf", f"{STATE}/jobs"], check=True)
+        subprocess.run(["rm", "-rf", f"{STATE}/jobs", f"{STATE}/open"], check=True)
 
     def keep_journal(self, uuid, folder):
         """Copies what delivery remembers of a job."""

@@ -103,7 +103,10 @@ def rounds(options, stage, folder, out):
             with open(f"{place}/failure", "w", encoding="utf-8") as why:
                 why.write(repr(failure))
             found = {"kind": kind.name, "failure": repr(failure)[:500]}
-            stage.clean_up(0)
+            try:
+                stage.clean_up(0)
+            except Exception as worse:
+                found["failure"] += f"; no way on: {worse!r}"[:500]
         found["round"] = number
         out.write(json.dumps(found) + "\n")
         out.flush()
