@@ -22,8 +22,6 @@ namespace fs = std::filesystem;
 
 // The notes on about 350,000 labels.
 constexpr std::size_t kLongestJournal = std::size_t{64} << 20;
-// Before each line of a journal stand a check sum of so many digits and a blank.
-constexpr std::size_t kBeforeWords = 9;
 
 // The names in a folder itself, not behind a link; none where it cannot be read.
 std::vector<std::string> namesIn(const std::string& folder) {
