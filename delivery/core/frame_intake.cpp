@@ -50,10 +50,23 @@ bool copyFile(const std::string& from, const std::string& to) {
     if (now == 0) break;
     copied = now > 0;
   }
+  // The copy is as old as the frame, so that it can be told whose copy it is.
+  struct stat status = {};
+  if (copied && fstat(source, &status) == 0) {
+    const timespec times[] = {status.st_atim, status.st_mtim};
+    static_cast<void>(futimens(target, times));
+  }
   if (target >= 0) close(target);
   if (source >= 0) close(source);
   if (target >= 0 && !copied) unlink(to.c_str());
   return copied;
+}
+
+// What stands in the names of a job's frames.
+std::string markOf(int job) {
+  std::array<char, 32> mark = {};
+  std::snprintf(mark.data(), mark.size(), "_jobid_%06d_", job);
+  return mark.data();
 }
 
 // The number of a file that was removed is soon another's, so its time belongs to it.
@@ -81,10 +94,7 @@ bool isBefore(const Found& a, const Found& b) {
 }  // namespace
 
 FrameIntake::FrameIntake(std::string folder, int job, timespec birth)
-    : folder_(std::move(folder)), birth_(birth) {
-  std::array<char, 32> mark = {};
-  std::snprintf(mark.data(), mark.size(), "_jobid_%06d_", job);
-  mark_ = mark.data();
+    : folder_(std::move(folder)), mark_(markOf(job)), birth_(birth) {
   notify_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
   look();
 }
@@ -245,6 +255,26 @@ void FrameIntake::removeAll(long long since) {
   }
   for (const TakenFrame& frame : older_) removeIfSame(frame, since);
   for (const TakenFrame& frame : doubtful_) removeIfSame(frame, since);
+}
+
+void removeOriginals(const std::string& folder, int job, const std::vector<std::string>& kept) {
+  if (!isTrustedFolder(folder.c_str())) return;
+  using Likeness = std::tuple<off_t, time_t, long>;
+  const auto likenessOf = [](const struct stat& status) {
+    return Likeness{status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+  };
+  std::set<Likeness> ours;
+  struct stat status = {};
+  for (const std::string& path : kept) {
+    if (lstat(path.c_str(), &status) == 0) ours.insert(likenessOf(status));
+  }
+  const std::string mark = markOf(job);
+  const FolderPtr opened(opendir(folder.c_str()));
+  while (const dirent* entry = opened == nullptr ? nullptr : readdir(opened.get())) {
+    const std::string path = folder + "/" + entry->d_name;
+    if (!isFrameName(entry->d_name, mark) || lstat(path.c_str(), &status) != 0) continue;
+    if (S_ISREG(status.st_mode) && ours.count(likenessOf(status)) > 0) unlink(path.c_str());
+  }
 }
 
 }  // namespace kestra::delivery

@@ -100,4 +100,8 @@ class FrameIntake {
   std::function<void()> action_;
 };
 
+/// Removes the filter's frames of a job whose sender was killed, and whose frames were printed from
+/// what it had kept: those as large and as old as one of the `kept` files, to the nanosecond.
+void removeOriginals(const std::string& folder, int job, const std::vector<std::string>& kept);
+
 }  // namespace kestra::delivery

@@ -51,8 +51,8 @@ Verdict cannotRemember(const Tell& tell, const std::string& problem) {
 
 // Labels that were made and not sent when everything of their job was ended by force, the print
 // system taking it for printed. Each is sent as long as the journal knows it as missing.
-void sendLeftOvers(const JobStore& store, const JobFacts& facts, Sink& sink, Watch& watch,
-                   const Tell& tell) {
+void sendLeftOvers(const Places& places, const JobStore& store, const JobFacts& facts, Sink& sink,
+                   Watch& watch, const Tell& tell) {
   for (const Printing& one : store.openPrintings()) {
     const bool isLeft = one.journal.rest == Rest::kNone && one.journal.device == facts.device &&
                         one.key != facts.key;
@@ -60,16 +60,17 @@ void sendLeftOvers(const JobStore& store, const JobFacts& facts, Sink& sink, Wat
     std::string problem;
     Lock lock;
     if (!lock.open(store.jobLock(one.key, problem), problem) || !lock.take()) continue;
-    std::vector<std::string> frames = keptFrames(one.folder);
+    const std::vector<std::string> frames = keptFrames(one.folder);
     Journal journal;
     if (frames.empty() || !journal.open(one.folder + "/journal", problem)) continue;
     tell("INFO: Printing what was left of job " + std::to_string(one.journal.number));
-    FileSource source(std::move(frames), one.journal.command);
+    FileSource source(frames, one.journal.command);
     const Tell aside = [&tell](const std::string& line) {
       if (line.rfind("PAGE:", 0) != 0 && line.rfind("ATTR:", 0) != 0) tell(line);
     };
     Sender sender(source, sink, journal, watch, aside, {facts.doubt, false, false, true, {}});
     if (sender.run() != Verdict::kPrinted) return;
+    removeOriginals(places.frames, one.journal.number, frames);
     dropKeptFrames(one.folder);
     store.mark(one.folder, false);
   }
@@ -97,7 +98,7 @@ Verdict printRemembered(const Places& places, const JobFacts& facts, const JobSt
   }
   const bool wasCutOff = device.isMarked();
   device.mark(true);
-  sendLeftOvers(store, facts, sink, watch, tell);
+  sendLeftOvers(places, store, facts, sink, watch, tell);
   Sender sender(source, sink, journal, watch, tell,
                 {facts.doubt, facts.inClass, isResumed, wasCutOff, places.state});
   const Verdict verdict = sender.run();

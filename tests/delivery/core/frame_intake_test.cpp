@@ -305,5 +305,29 @@ TEST(FrameIntake, FindsAFrameThatTheSystemHadNoRoomToTellOf) {
   EXPECT_EQ(namesOf(intake), (std::vector<std::string>{frameName(1, kJob)}));
 }
 
+// A link on the same file system, a copy on another: both are known as the original's.
+TEST(FrameIntake, RemovesTheOriginalsOfKeptFramesAndNoOthers) {
+  const Folder folder, kept;
+  const std::string linked = folder / frameName(1, kJob), copied = folder / frameName(2, kJob);
+  const std::string others[] = {folder / frameName(3, kJob), folder / frameName(4, kJob),
+                                folder / frameName(1, kJob + 1)};
+  for (const std::string& path : {linked, copied, others[0], others[1], others[2]}) {
+    publish(path, frameOf(1));
+    setTime(path, 1000);
+  }
+  setTime(others[0], 1001);           // another start's, of equal labels
+  publish(others[1], frameOf(1, 5));  // a label of another size
+  setTime(others[1], 1000);
+  ASSERT_EQ(link(linked.c_str(), (kept / "frame-1-000001.dat").c_str()), 0);
+  publish(kept / "frame-1-000002.dat", frameOf(9));
+  setTime(kept / "frame-1-000002.dat", 1000);
+  removeOriginals(folder.path(), kJob,
+                  {kept / "frame-1-000001.dat", kept / "frame-1-000002.dat", kept / "none"});
+  EXPECT_FALSE(fs::exists(linked));
+  EXPECT_FALSE(fs::exists(copied));
+  for (const std::string& path : others) EXPECT_TRUE(fs::exists(path)) << path;
+  EXPECT_TRUE(fs::exists(kept / "frame-1-000001.dat"));
+}
+
 }  // namespace
 }  // namespace kestra::delivery

@@ -146,6 +146,7 @@ TEST_F(JobRunTest, WhatAKilledSenderLeftIsPrintedBeforeTheNextJobOfThePrinter) {
   EXPECT_EQ(printer_.labels(kLabelBytes), (std::vector<int>{32, 48, 64}));
   EXPECT_EQ(sink_.opened.at(0), Before::kTornPage);
   EXPECT_NE(told_.find("INFO: Printing what was left of job 7"), std::string::npos);
+  EXPECT_TRUE(left().empty());
   EXPECT_NE(told_.find("PAGE: total 1\n"), std::string::npos);
   EXPECT_EQ(told_.find("PAGE: total 3"), std::string::npos);  // those are not this job's labels
   // And should the print system bring the job after all, nothing of it comes twice.
