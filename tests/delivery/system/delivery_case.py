@@ -22,7 +22,7 @@ STATE = "/tmp/rig/root/var/lib/rastertokestra"
 NEWS = ("kestra", "rastertokestra", "gs", "pdftopdf", "gstoraster")
 SKIPPED = 77
 
-#: A label that no buffer between sender and printer holds: whoever is stopped in it is inside of it.
+#: A label that the printer's buffer cannot hold: a printer that stops in it stops its sender too.
 LARGE = {"width": 812, "height": 600, "size_name": "w288h216"}
 LARGE_MM = 75
 
@@ -203,7 +203,8 @@ class DeliveryCase(unittest.TestCase):
 
     def story(self, number):
         """What the job's log and its journals say, without the lines that every page has."""
-        dull = ("header.", "printImage", "PageProcess", "GrayToMono", "KCLSend", "envp[", "current l")
+        dull = ("header.", "printImage", "PageProcess", "GrayToMono", "KCLSend", "envp[",
+                "current l")
         lines = [line[2:] for line in self.system.log(number)
                  if not any(word in line for word in dull)]
         for journal in sorted(glob.glob(STATE + "/jobs/*/*/journal")):

@@ -119,7 +119,8 @@ class PulledCable(DeliveryCase):
         folder = f"/tmp/rig/printer-{self._printers}"
         place = f"/tmp/rig/network-{self._printers}"
         # The printer's program begins when the cable has been put into its network.
-        script = (f"echo $$ > {place}.part; mv {place}.part {place}; until ip link show there >/dev/null 2>&1; do "
+        script = (f"echo $$ > {place}.part; mv {place}.part {place}; until "
+                  "ip link show there >/dev/null 2>&1; do "
                   "sleep 0.01; done; ip addr add 10.9.0.2/24 dev there && ip link set there up && "
                   "exec \"$@\"")
 

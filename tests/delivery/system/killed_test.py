@@ -99,7 +99,7 @@ class KilledPrograms(DeliveryCase):
                 self.assert_ends_well(printer, number)
 
     def assert_ends_well(self, printer, number):
-        """All labels came once; where the print system stopped the job, a person starts it again."""
+        """All labels came once; a job that the print system stopped is started by a person."""
         job = self.system.wait(number)
         if job.state == rig.STOPPED:
             self.assertIn("job-completed-with-errors" if "crashed" not in str(job.reasons)
@@ -112,7 +112,7 @@ class KilledPrograms(DeliveryCase):
 
 
 class KilledPrintSystem(DeliveryCase):
-    """The print system itself ends in the middle of a page; no program of the job's is killed by us."""
+    """The print system itself ends in a page; no program of the job's is killed by us."""
 
     # The server writes down what it knows at once, and not after half a minute.
     rules = "DirtyCleanInterval 0"

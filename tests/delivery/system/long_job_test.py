@@ -1,4 +1,4 @@
-"""Jobs that take longer than the print system was told to allow: it cancels those that stand still."""
+"""Jobs that take longer than the print system was told to allow: it cancels what stands still."""
 
 import delivery_case
 from delivery_case import DeliveryCase, large

@@ -180,11 +180,11 @@ class PeopleAtWork(DeliveryCase):
     # --- doubt ------------------------------------------------------------------------------------
 
     # How much of the labels behind the one that it reads a printer has room for is its system's
-    # affair, so which labels are in doubt is asked of the job, and what of them had come of the printer.
+    # affair, so the job is asked which labels are in doubt, and the printer which of them had come.
 
     def in_doubt(self, percent, doubt):
-        """A job with labels in doubt: a printer with room for most of a label reset when it had read
-        so much of label 5, and forgot what it had taken beyond.
+        """A job with labels in doubt: a printer with room for most of a label reset when it had
+        read so much of label 5, and forgot what it had taken beyond.
         """
         labels = self.wanted(self.small)
         self.assert_all_differ(labels, COUNT)

@@ -99,7 +99,7 @@ class Spool(DeliveryCase):
         self.assert_tidy()
 
     def planting(self, plant):
-        """Prints a job in whose first pages' company `plant(number)` puts files; (printer, number)."""
+        """Prints a job; `plant(number)` puts files beside its frames. Returns (printer, number)."""
         document = large(COUNT)
         wanted = self.wanted(document)
         printer = self.printer(wanted)
