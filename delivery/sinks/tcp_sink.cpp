@@ -67,7 +67,15 @@ Progress TcpSink::open(Before /*before*/, const Patience& patience) {
 }
 
 Progress TcpSink::connectInRounds(const Patience& patience) {
+  if (inClass_ && pause_ >= times_.awayInClass) {
+    pause_ = {};
+    return Progress::kBroken;
+  }
   if (!awaySince_) awaySince_ = Clock::now();
+  if (pause_ > Clock::duration::zero()) {
+    const Progress paused = awaitAway(-1, 0, Clock::now() + pause_, patience);
+    if (paused != Progress::kTimedOut || isOver(patience)) return paused;
+  }
   Clock::duration pause = times_.firstPause;
   while (true) {
     const Progress progress = tryAll(patience);
@@ -270,6 +278,7 @@ Progress TcpSink::finish(const Patience& patience) {
     if (heard == Heard::kReset) return broken(problem_);
     if (heard == Heard::kEnd) {
       read_ = sent_;
+      pause_ = {};
       hangUp();
       return Progress::kDone;
     }
@@ -321,13 +330,19 @@ void TcpSink::note(const char* text, std::size_t size) {
 bool TcpSink::isCut() {
   const Heard heard = hear();
   if (heard == Heard::kNothing) return false;
-  static_cast<void>(broken(heard == Heard::kEnd ? "it closed the connection" : problem_));
-  if (heard == Heard::kEnd) read_ = acknowledged_;
+  const bool isEnd = heard == Heard::kEnd;
+  static_cast<void>(broken(isEnd ? "it closed the connection" : problem_, isEnd));
   return true;
 }
 
-Progress TcpSink::broken(const std::string& problem) {
+// A printer that breaks every connection, as one may that serves somebody else, is asked ever more
+// seldom. One that has closed in order has read what it acknowledged.
+Progress TcpSink::broken(const std::string& problem, bool isEnd) {
   sample();
+  if (isEnd) read_ = acknowledged_;
+  const auto longer = std::max<Clock::duration>(2 * pause_, times_.firstPause);
+  pause_ = read_ > base_ ? Clock::duration::zero()
+                         : std::min<Clock::duration>(longer, times_.longestPause);
   problem_ = problem;
   if (told_ != Stall::kNone) tell_("STATE: -offline-report");
   hangUp();

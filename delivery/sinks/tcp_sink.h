@@ -64,7 +64,7 @@ class TcpSink : public Sink {
   Heard hear();
   void note(const char* text, std::size_t size);
   bool isCut();
-  Progress broken(const std::string& problem);
+  Progress broken(const std::string& problem, bool isEnd = false);
   void sample();
   bool isStalled();
   Progress awaitAcknowledged(const Patience& patience);
@@ -84,6 +84,7 @@ class TcpSink : public Sink {
   Clock::time_point progressAt_;
   Stall told_ = Stall::kNone;
   std::optional<Clock::time_point> awaySince_;
+  Clock::duration pause_{};  // before a connection behind others over which nothing was read
   bool isAwayTold_ = false;
   std::string reason_;  // told last for being away
   std::string problem_;
