@@ -1,17 +1,19 @@
 #!/bin/bash
-# Measures how fast the filter is, beside programs that everybody can install, and writes
-# docs/performance.md.
+# Measures how fast filter and delivery are, beside programs that everybody can install, and writes
+# docs/performance.md and the figures of docs/delivery.md.
 #
 # One command, so that every figure of that page can be repeated by anyone on any machine.
 set -euo pipefail
 
 usage() {
   cat <<'EOT'
-Usage: ./bench.sh [quick]
+Usage: ./bench.sh [quick | delivery]
 
   (none)  measures everything, prints the table of goals and writes docs/performance.md with its
           pictures; under 15 minutes
   quick   fewer runs and only the main rows, prints the table only; under two minutes
+  delivery  measures from lp to the printer, beside the print system's own programs, prints the table
+          and writes it into docs/delivery.md; as root or where namespaces are allowed; 15 minutes
 
 Missing packages are installed first (as root, or with sudo). Nothing is left outside build-bench/
 and docs/. Close other programs: they slow down what is measured.
@@ -98,16 +100,35 @@ measure_jobs() {
     --out "$work/jobs.json" "$@"
 }
 
+# Whole print jobs through a print system of the measurement's own. Its spool lies on the disk, in the
+# build directory, as in memory nothing would cost what it costs a user.
+measure_delivery() {
+  tools/setup.sh printer
+  tools/stock_backends.sh "$build/stock"
+  local stock=$build/stock/usr/lib/cups
+  [ -d "$stock" ] || stock=/usr/lib/cups
+  cmake --build "$build" -j "$jobs" --target rastertokestra kestra kestra-monitor kestra-paper ppds \
+    >"$build/build.log" 2>&1 || { tail -n 40 "$build/build.log" >&2; fail "building failed"; }
+  /usr/bin/python3 bench/delivery.py --build "$build" --stock "$stock" --work "$work" \
+    --docs docs/delivery.md
+}
+
 [ $# -le 1 ] || { usage >&2; exit 2; }
 case "${1-}" in
   -h | --help) usage; exit 0 ;;
-  '' | quick) ;;
+  '' | quick | delivery) ;;
   *) echo "bench: unknown verb $1" >&2; usage >&2; exit 2 ;;
 esac
 
 export PYTHONDONTWRITEBYTECODE=1
 tools/setup.sh bench
 build_release
+if [ "${1-}" = delivery ]; then
+  make_places
+  measure_delivery || fail "a goal was missed, or something could not be measured"
+  echo "bench.sh delivery: done in $((SECONDS - start)) s"
+  exit 0
+fi
 find_epson
 make_places
 cp /proc/loadavg "$work/load"
