@@ -1,6 +1,9 @@
 """Programs of a job are killed in the middle of it, one after the other and together."""
 
+import os
+import pwd
 import signal
+import time
 
 import delivery_case
 import documents
@@ -28,12 +31,23 @@ class KilledPrograms(DeliveryCase):
         return printer, queue, number
 
     def stopped_when_rendering(self, program, document, labels):
-        """A job one of whose programs does not go on and cannot end: (printer, number, its id)."""
+        """A job one of whose programs stands still behind the first pages: (printer, number, ids)."""
         printer = self.printer(labels)
         number = self.system.lp(self.queue(printer), document)
         found = rig.eventually(lambda: machine.processes(program), what=f"{program} runs",
                                interval=0.0005)
         self.kill(found, signal.SIGSTOP)
+
+        def has_gone_a_step_on():
+            if len(self.system.frames(number)) >= 2:
+                return True
+            self.kill(found, signal.SIGCONT)
+            time.sleep(0.002)
+            self.kill(found, signal.SIGSTOP)
+            return False
+
+        rig.eventually(has_gone_a_step_on, what=f"{program} has made two pages", interval=0)
+        self.assertLess(len(self.system.frames(number)), COUNT)
         return printer, number, found
 
     def test_the_sender_is_killed_in_a_page(self):
@@ -92,11 +106,30 @@ class KilledPrograms(DeliveryCase):
     def test_the_renderer_is_killed(self):
         document = documents.pdf(COUNT)
         labels = self.wanted(document)
-        for program in ("gs", "gstoraster", "pdftopdf"):
+        for program in ("gs", "gstoraster"):
             with self.subTest(program=program):
                 printer, number, found = self.stopped_when_rendering(program, document, labels)
                 self.kill(found, signal.SIGKILL)
                 self.assert_ends_well(printer, number)
+
+    def test_the_program_before_the_renderer_is_killed(self):
+        document = documents.pdf(COUNT)
+        labels = self.wanted(document)
+        # It lives too shortly to be met by chance: the first one waits for its end at its start.
+        mark = "/tmp/first-of-all"
+        with open(mark, "w", encoding="utf-8"):
+            os.chown(mark, pwd.getpwnam("lp").pw_uid, -1)
+        self.system.install("filter", "pdftopdf", f"""#!/bin/sh
+rm {mark} 2>/dev/null && kill -STOP $$
+exec {rig.STOCK}/filter/pdftopdf "$@"
+""".encode())
+        printer = self.printer(labels)
+        number = self.system.lp(self.queue(printer), document)
+        rig.eventually(lambda: not os.path.exists(mark), what="pdftopdf runs")
+        self.kill(machine.processes("pdftopdf"), signal.SIGKILL)
+        self.assert_ends_well(printer, number)
+        self.assertEqual(len([line for line in self.system.log(number)
+                              if "Started filter" in line and "pdftopdf" in line]), 2)
 
     def assert_ends_well(self, printer, number):
         """All labels came once; a job that the print system stopped is started by a person."""
