@@ -126,9 +126,10 @@ FrameIntake::Told FrameIntake::drain() {
   if (notify_ < 0) return Told::kNotAll;
   alignas(inotify_event) std::array<char, 16384> buffer = {};
   Told told = Told::kNothing;
+  std::vector<std::string> names;
   while (true) {
     const ssize_t got = read(notify_, buffer.data(), buffer.size());
-    if (got <= 0) return told;
+    if (got <= 0) break;
     for (ssize_t at = 0; at < got;) {
       const auto* event =
           reinterpret_cast<const inotify_event*>(&buffer[static_cast<std::size_t>(at)]);
@@ -140,10 +141,14 @@ FrameIntake::Told FrameIntake::drain() {
         watch_ = -1;
       } else if (event->len > 0) {
         if (told == Told::kNothing) told = Told::kAll;
-        appeared(event->name);
+        names.emplace_back(event->name);
       }
     }
   }
+  std::unordered_map<std::string, std::size_t> newest;
+  for (std::size_t i = 0; i < names.size(); ++i) newest[names[i]] = i;
+  for (std::size_t i = 0; i < names.size(); ++i) appeared(names[i], newest[names[i]] == i);
+  return told;
 }
 
 // A long job has thousands of frames: those that are known cost no more than their line.
@@ -166,11 +171,12 @@ void FrameIntake::scan() {
   }
 }
 
-// Without its place the frames behind it would be taken for the pages before them.
-void FrameIntake::appeared(const std::string& name) {
+// What is gone keeps its place: else the frames behind it would be taken for the pages before them.
+// A name that was free again is another frame's by now, unless this is its newest use.
+void FrameIntake::appeared(const std::string& name, bool isNewest) {
   if (!isFrameName(name, mark_)) return;
   const bool wasTaken = early_.erase(name) > 0;
-  if (take(name) || wasTaken) return;
+  if ((isNewest && take(name)) || wasTaken) return;
   TakenFrame gone;
   gone.original = gone.kept = folder_ + "/" + name;
   gone.isGone = true;

@@ -81,7 +81,7 @@ class FrameIntake {
   [[nodiscard]] Told drain();
   void scan();
   [[nodiscard]] bool take(const std::string& name);
-  void appeared(const std::string& name);
+  void appeared(const std::string& name, bool isNewest);
   void keep(TakenFrame& frame, std::size_t number) const;
 
   std::string folder_;

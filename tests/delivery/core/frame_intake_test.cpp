@@ -156,6 +156,24 @@ TEST(FrameIntake, AFrameThatWasGoneBeforeItCouldBeTakenKeepsItsPlace) {
   EXPECT_FALSE(fs::exists(folder / frameName(2, kJob)));
 }
 
+TEST(FrameIntake, AFrameUnderTheNameOfOneThatIsGoneIsNotTakenForIt) {
+  const Folder folder;
+  const Folder kept;
+  FrameIntake intake(folder.path(), kJob, {});
+  intake.keepIn(kept.path());
+  publish(folder / frameName(1, kJob), frameOf(1));
+  publish(folder / frameName(1, kJob, 1), frameOf(2));
+  fs::remove(folder / frameName(1, kJob));
+  fs::remove(folder / frameName(1, kJob, 1));
+  publish(folder / frameName(1, kJob), frameOf(3));
+  intake.look();
+  ASSERT_EQ(intake.frames().size(), 3U);
+  EXPECT_TRUE(intake.frames()[0].isGone);
+  EXPECT_TRUE(intake.frames()[1].isGone);
+  ASSERT_FALSE(intake.frames()[2].isGone);
+  EXPECT_EQ(bytesOf(intake.frames()[2].kept), frameOf(3));
+}
+
 TEST(FrameIntake, AFrameThatIsGoneAfterItWasTakenIsThereOnce) {
   const Folder folder;
   const Folder kept;
