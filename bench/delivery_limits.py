@@ -150,7 +150,8 @@ class Limits(Measurement):
                     f"{megabytes(left[0])} at the end, {megabytes(most['images'])} at most; of "
                     f"frames {megabytes(most['frames'])} at most, {left[1]} bytes at the end; the "
                     f"job took {end:.1f} s, the sender {processor:.2f} s of processor time, "
-                    f"trimming {1000 * cost:.2f} ms a label; {rest:.2f} s from the last byte to the end",
+                    f"trimming {1000 * cost:.2f} ms a label; {rest:.2f} s from the last byte to "
+                    f"the end",
                     left[0] <= kept and left[1] == 0 and most["images"] <= kept + 100 * page)]
 
     def waiting(self):
