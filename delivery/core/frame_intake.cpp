@@ -82,6 +82,7 @@ using FolderPtr = std::unique_ptr<DIR, FolderCloser>;
 struct Found {
   timespec time;
   std::string name;
+  FrameIntake::Identity file;
 };
 
 // Of frames made within one tick of the clock the names decide: within such a time one filter wrote
@@ -121,15 +122,43 @@ void FrameIntake::look() {
   if (isNew || told != Told::kAll) scan();
 }
 
-// The folder may be removed and made anew while a job runs: then the watch is gone with it.
+// A name that is free again becomes another frame's, so a file is the one that was told of only if
+// nothing was told after it was looked at; and the files of a folder that is gone are gone as well.
 FrameIntake::Told FrameIntake::drain() {
   if (notify_ < 0) return Told::kNotAll;
+  const int watched = watch_;
+  std::vector<std::string> names;
+  Told told = readEvents(names);
+  struct Newest {
+    std::size_t place = 0;
+    std::optional<Identity> file;
+  };
+  std::unordered_map<std::string, Newest> newest;
+  std::size_t seen = 0;
+  do {
+    seen = names.size();
+    for (std::size_t i = 0; i < seen; ++i) newest[names[i]].place = i;
+    for (auto& [name, one] : newest) {
+      struct stat status = {};
+      const bool isThere = lstat((folder_ + "/" + name).c_str(), &status) == 0;
+      one.file = isThere ? std::optional<Identity>(identityOf(status)) : std::nullopt;
+    }
+    told = std::max(told, readEvents(names));
+  } while (names.size() != seen);
+  for (std::size_t i = 0; i < seen; ++i) {
+    const Newest& one = newest[names[i]];
+    appeared(names[i], one.place == i && watch_ == watched ? one.file : std::nullopt);
+  }
+  return told;
+}
+
+// The folder may be removed and made anew while a job runs: then the watch is gone with it.
+FrameIntake::Told FrameIntake::readEvents(std::vector<std::string>& names) {
   alignas(inotify_event) std::array<char, 16384> buffer = {};
   Told told = Told::kNothing;
-  std::vector<std::string> names;
   while (true) {
     const ssize_t got = read(notify_, buffer.data(), buffer.size());
-    if (got <= 0) break;
+    if (got <= 0) return told;
     for (ssize_t at = 0; at < got;) {
       const auto* event =
           reinterpret_cast<const inotify_event*>(&buffer[static_cast<std::size_t>(at)]);
@@ -140,15 +169,11 @@ FrameIntake::Told FrameIntake::drain() {
         if ((event->mask & IN_MOVE_SELF) != 0) inotify_rm_watch(notify_, watch_);
         watch_ = -1;
       } else if (event->len > 0) {
-        if (told == Told::kNothing) told = Told::kAll;
-        names.emplace_back(event->name);
+        told = std::max(told, Told::kAll);
+        if (isFrameName(event->name, mark_)) names.emplace_back(event->name);
       }
     }
   }
-  std::unordered_map<std::string, std::size_t> newest;
-  for (std::size_t i = 0; i < names.size(); ++i) newest[names[i]] = i;
-  for (std::size_t i = 0; i < names.size(); ++i) appeared(names[i], newest[names[i]] == i);
-  return told;
 }
 
 // A long job has thousands of frames: those that are known cost no more than their line.
@@ -163,33 +188,32 @@ void FrameIntake::scan() {
     struct stat status = {};
     if (!isFrameName(name, mark_) || lstat((folder_ + "/" + name).c_str(), &status) != 0) continue;
     if (seen_.count(identityOf(status)) > 0) continue;
-    found.push_back({status.st_mtim, name});
+    found.push_back({status.st_mtim, name, identityOf(status)});
   }
   std::sort(found.begin(), found.end(), isBefore);
   for (const Found& one : found) {
-    if (take(one.name) && watch_ >= 0) early_.insert(one.name);
+    if (take(one.name, one.file) && watch_ >= 0) early_.insert(one.name);
   }
 }
 
 // What is gone keeps its place: else the frames behind it would be taken for the pages before them.
-// A name that was free again is another frame's by now, unless this is its newest use.
-void FrameIntake::appeared(const std::string& name, bool isNewest) {
-  if (!isFrameName(name, mark_)) return;
+void FrameIntake::appeared(const std::string& name, const std::optional<Identity>& file) {
   const bool wasTaken = early_.erase(name) > 0;
-  if ((isNewest && take(name)) || wasTaken) return;
+  if ((file && take(name, *file)) || wasTaken) return;
   TakenFrame gone;
   gone.original = gone.kept = folder_ + "/" + name;
   gone.isGone = true;
   frames_.push_back(gone);
 }
 
-// False where there is no such file.
-bool FrameIntake::take(const std::string& name) {
+// False where this file is not there.
+bool FrameIntake::take(const std::string& name, const Identity& file) {
   TakenFrame frame;
   frame.original = folder_ + "/" + name;
   frame.kept = frame.original;
   struct stat status = {};
-  if (lstat(frame.original.c_str(), &status) != 0) return false;
+  const bool isThere = lstat(frame.original.c_str(), &status) == 0;
+  if (!isThere || identityOf(status) != file) return false;
   if (!seen_.insert(identityOf(status)).second) return true;
   names_[status.st_ino] = name;
   if (!S_ISREG(status.st_mode) || (status.st_uid != geteuid() && status.st_uid != 0)) return true;

@@ -8,6 +8,7 @@
 
 #include <ctime>
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 #include <tuple>
@@ -79,9 +80,10 @@ class FrameIntake {
 
   void watchFolder();
   [[nodiscard]] Told drain();
+  [[nodiscard]] Told readEvents(std::vector<std::string>& names);
   void scan();
-  [[nodiscard]] bool take(const std::string& name);
-  void appeared(const std::string& name, bool isNewest);
+  [[nodiscard]] bool take(const std::string& name, const Identity& file);
+  void appeared(const std::string& name, const std::optional<Identity>& file);
   void keep(TakenFrame& frame, std::size_t number) const;
 
   std::string folder_;

@@ -174,6 +174,29 @@ TEST(FrameIntake, AFrameUnderTheNameOfOneThatIsGoneIsNotTakenForIt) {
   EXPECT_EQ(bytesOf(intake.frames()[2].kept), frameOf(3));
 }
 
+// Its new frame has the name of the first one, and nobody has told of it.
+TEST(FrameIntake, AFrameInAFolderThatWasMadeAnewIsNotTakenForOneOfTheOldFolder) {
+  const Folder folder;
+  const Folder kept;
+  const std::string old = folder / "old";
+  fs::create_directory(old);
+  fs::permissions(old, fs::perms::owner_all);
+  FrameIntake intake(old, kJob, {});
+  intake.keepIn(kept.path());
+  publish(old + "/" + frameName(1, kJob), frameOf(1));
+  publish(old + "/" + frameName(1, kJob, 1), frameOf(2));
+  fs::remove_all(old);
+  fs::create_directory(old);
+  fs::permissions(old, fs::perms::owner_all);
+  publish(old + "/" + frameName(1, kJob), frameOf(3));
+  intake.look();
+  ASSERT_EQ(intake.frames().size(), 3U);
+  EXPECT_TRUE(intake.frames()[0].isGone);
+  EXPECT_TRUE(intake.frames()[1].isGone);
+  ASSERT_FALSE(intake.frames()[2].isGone);
+  EXPECT_EQ(bytesOf(intake.frames()[2].kept), frameOf(3));
+}
+
 TEST(FrameIntake, AFrameThatIsGoneAfterItWasTakenIsThereOnce) {
   const Folder folder;
   const Folder kept;
