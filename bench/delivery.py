@@ -34,7 +34,7 @@ def version(package):
                           text=True, check=False).stdout
 
 
-def conditions(stage, rounds, load):
+def conditions(stage, rounds, load, note):
     """In what weather it was measured."""
     with open("/proc/cpuinfo", encoding="utf-8") as file:
         names = re.findall(r"model name\s*: (.*)", file.read())
@@ -44,7 +44,7 @@ def conditions(stage, rounds, load):
             f"turns, and what counts is how they compare. Labels of 4 x 6 inches at 203 dpi from a "
             f"PDF. {names[0] if names else 'Processor'}, {os.cpu_count()} cores; Linux "
             f"{platform.release()}, cups-daemon {version('cups-daemon')}, cups-filters "
-            f"{version('cups-filters')}; load before the run {load}; {busy}.")
+            f"{version('cups-filters')}; load before the run {load}; {busy}. {note}")
     return textwrap.fill(text, 100)
 
 
@@ -69,6 +69,7 @@ def main():
                        help="seconds to wait for a quiet moment before each round")
     words.add_argument("--quick", action="store_true", help="leave out what takes minutes")
     words.add_argument("--only", default="", help="names of figures, with commas")
+    words.add_argument("--note", default="", help="a sentence on the conditions, for the page")
     words.add_argument("--docs", help="page whose table is written")
     arguments = words.parse_args()
     for name in ("build", "stock", "work", "docs"):
@@ -92,7 +93,7 @@ def main():
         print(f"{measure.__name__}: {time.monotonic() - start:.0f} s", file=sys.stderr,
               flush=True)
     stage.stop()
-    text = conditions(stage, arguments.rounds, load) + "\n\n" + table(rows)
+    text = conditions(stage, arguments.rounds, load, arguments.note) + "\n\n" + table(rows)
     print(text)
     if arguments.docs:
         write_docs(arguments.docs, text)
