@@ -50,9 +50,10 @@ Verdict cannotRemember(const Tell& tell, const std::string& problem) {
 }
 
 // Labels that were made and not sent when everything of their job was ended by force, the print
-// system taking it for printed. Each is sent as long as the journal knows it as missing.
-void sendLeftOvers(const Places& places, const JobStore& store, const JobFacts& facts, Sink& sink,
-                   Watch& watch, const Tell& tell) {
+// system taking it for printed. Each is sent as long as the journal knows it as missing. Takes and
+// returns whether the printer may have part of a page.
+bool sendLeftOvers(const Places& places, const JobStore& store, const JobFacts& facts, Sink& sink,
+                   Watch& watch, const Tell& tell, bool isTorn) {
   for (const Printing& one : store.openPrintings()) {
     const bool isLeft = one.journal.rest == Rest::kNone && one.journal.device == facts.device &&
                         one.key != facts.key;
@@ -68,12 +69,25 @@ void sendLeftOvers(const Places& places, const JobStore& store, const JobFacts& 
     const Tell aside = [&tell](const std::string& line) {
       if (line.rfind("PAGE:", 0) != 0 && line.rfind("ATTR:", 0) != 0) tell(line);
     };
-    Sender sender(source, sink, journal, watch, aside, {facts.doubt, false, false, true, {}});
-    if (sender.run() != Verdict::kPrinted) return;
-    removeOriginals(places.frames, one.journal.number, frames);
-    dropKeptFrames(one.folder);
-    store.mark(one.folder, false);
+    Sender sender(source, sink, journal, watch, aside,
+                  {facts.doubt, false, false, isTorn, places.state});
+    const Verdict verdict = sender.run();
+    isTorn = sender.leftTornPage();
+    if (verdict == Verdict::kPrinted) {
+      removeOriginals(places.frames, one.journal.number, frames);
+      dropKeptFrames(one.folder);
+      store.mark(one.folder, false);
+      continue;
+    }
+    // Whoever stopped this job did not stop that one: the next job of the device goes on with it.
+    const JournalState& left = journal.state();
+    if (left.rest == Rest::kStopped || left.rest == Rest::kLeft) {
+      static_cast<void>(
+          journal.start({left.completed, left.number, left.queue, left.device, left.title}));
+    }
+    break;
   }
+  return isTorn;
 }
 
 // Frames that a filter stores while it is being stopped would stay for ever.
@@ -98,9 +112,9 @@ Verdict printRemembered(const Places& places, const JobFacts& facts, const JobSt
   }
   const bool wasCutOff = device.isMarked();
   device.mark(true);
-  sendLeftOvers(places, store, facts, sink, watch, tell);
+  const bool isTorn = sendLeftOvers(places, store, facts, sink, watch, tell, wasCutOff);
   Sender sender(source, sink, journal, watch, tell,
-                {facts.doubt, facts.inClass, isResumed, wasCutOff, places.state});
+                {facts.doubt, facts.inClass, isResumed, isTorn, places.state});
   const Verdict verdict = sender.run();
   device.mark(sender.leftTornPage());
   return verdict;
@@ -123,7 +137,7 @@ Verdict printTaken(const Places& places, const Settings& settings, const JobFact
   if (folder.empty() || !journal.open(folder + "/journal", problem)) {
     return cannotRemember(tell, problem);
   }
-  const bool isResumed = journal.state().rest == Rest::kHeld;
+  const bool isResumed = journal.state().rest == Rest::kHeld && !journal.state().doubted.empty();
   if (!journal.reserve() ||
       !journal.start({facts.completed, facts.number, facts.queue, facts.device, facts.title})) {
     return cannotRemember(tell, folder + "/journal cannot be written");

@@ -115,7 +115,13 @@ std::string JobStore::printingFolder(const std::string& key, long long completed
   if (!generations.empty()) {
     const JournalState last = journalIn(job + "/" + std::to_string(generation));
     const bool hadEnded = completed != 0 && completed != last.completed;
-    if (hadEnded || last.rest == Rest::kChanged) ++generation;
+    if (hadEnded || last.rest == Rest::kChanged) {
+      // All labels come anew, those among them that the last printing lacks.
+      const std::string before = job + "/" + std::to_string(generation);
+      mark(before, false);
+      dropKeptFrames(before);
+      ++generation;
+    }
   }
   const std::string folder = job + "/" + std::to_string(generation);
   return makeFolder(folder, problem) ? folder : "";

@@ -8,8 +8,10 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <ctime>
 #include <filesystem>
 #include <set>
+#include <tuple>
 
 #include "delivery/core/job_store.h"
 #include "delivery/core/lock.h"
@@ -32,11 +34,22 @@ class JobRunTest : public testing::Test {
     fs::permissions(places_.frames, fs::perms::owner_all);
     fs::create_directory(places_.images);
   }
+  // A filter needs longer for its first page than the clock of files for a tick, and a print system
+  // for starting a job again. No file is younger than the exact clock says now.
+  static void awaitTick() {
+    timespec exact = {};
+    timespec coarse = {};
+    ASSERT_EQ(clock_gettime(CLOCK_REALTIME, &exact), 0);
+    do {
+      ASSERT_EQ(clock_gettime(CLOCK_REALTIME_COARSE, &coarse), 0);
+    } while (std::tie(coarse.tv_sec, coarse.tv_nsec) <= std::tie(exact.tv_sec, exact.tv_nsec));
+  }
   // What a filter leaves that printed labels with these dots, and the reading end of its pipe.
   int filter(int job, const std::vector<std::uint8_t>& dots, bool endsWell = true) {
     int ends[2];
     EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
     facts_.birth = birthOfPipe(ends[0]);
+    awaitTick();
     int sequence = 0;
     for (const std::uint8_t one : dots) {
       EXPECT_EQ(write(ends[1], kUsualCommand.data(), kUsualCommand.size()), 7);
@@ -45,12 +58,27 @@ class JobRunTest : public testing::Test {
     }
     if (endsWell) publish(places_.frames + "/label.pgc", {1, 0});
     close(ends[1]);
+    awaitTick();
     facts_.input = ends[0];
     facts_.number = job;
     facts_.key = "job-" + std::to_string(job);
     facts_.queue = "label";
     facts_.device = "socket://h:9100";
     return ends[0];
+  }
+  // Job 7 has labels 16, 32 and 48, the first of which came.
+  void killAfterALabelOfThree() {
+    filter(7, {16, 32, 48});
+    const pid_t child = fork();
+    if (child == 0) {
+      sink_.diesAt = kLabelBytes + 10;
+      static_cast<void>(print(sink_));
+      _exit(1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    ASSERT_EQ(WEXITSTATUS(status), 0);
+    close(facts_.input);
   }
   Verdict print(BytesSink& sink) {
     Watch watch;
@@ -130,21 +158,12 @@ TEST_F(JobRunTest, NothingIsPrintedThatCannotBeRemembered) {
 
 // A sender that is killed together with its front: the print system takes the job for printed.
 TEST_F(JobRunTest, WhatAKilledSenderLeftIsPrintedBeforeTheNextJobOfThePrinter) {
-  filter(7, {16, 32, 48});
-  const pid_t child = fork();
-  if (child == 0) {
-    sink_.diesAt = kLabelBytes + 10;
-    static_cast<void>(print(sink_));
-    _exit(1);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  ASSERT_EQ(WEXITSTATUS(status), 0);
-  close(facts_.input);
+  killAfterALabelOfThree();
   filter(8, {64});
   EXPECT_EQ(print(sink_), Verdict::kPrinted) << told_;
   EXPECT_EQ(printer_.labels(kLabelBytes), (std::vector<int>{32, 48, 64}));
-  EXPECT_EQ(sink_.opened.at(0), Before::kTornPage);
+  // The label that was cut off is forgotten once, and none of those that came behind it.
+  EXPECT_EQ(sink_.opened, (std::vector<Before>{Before::kTornPage, Before::kNothing}));
   EXPECT_NE(told_.find("INFO: Printing what was left of job 7"), std::string::npos);
   EXPECT_TRUE(left().empty());
   EXPECT_NE(told_.find("PAGE: total 1\n"), std::string::npos);
@@ -153,6 +172,32 @@ TEST_F(JobRunTest, WhatAKilledSenderLeftIsPrintedBeforeTheNextJobOfThePrinter) {
   filter(7, {16, 32, 48});
   EXPECT_EQ(print(sink_), Verdict::kPrinted);
   EXPECT_EQ(printer_.labels(kLabelBytes).size(), 3U);
+}
+
+TEST_F(JobRunTest, WhatAKilledSenderLeftOutlivesTheCancelOfTheJobThatPrintsIt) {
+  killAfterALabelOfThree();
+  filter(8, {64});
+  sink_.stopsAt = 5;
+  EXPECT_EQ(print(sink_), Verdict::kRetry) << told_;
+  sink_.stopsAt.reset();
+  filter(9, {80});
+  EXPECT_EQ(print(sink_), Verdict::kPrinted) << told_;
+  // The cancel ended label 2 in white, behind its header.
+  EXPECT_EQ(printer_.labels(kLabelBytes), (std::vector<int>{0, 32, 48, 80}));
+  EXPECT_TRUE(left().empty());
+}
+
+TEST_F(JobRunTest, WhatAKilledSenderLeftDoesNotComeAgainOnceAPersonHadTheJobPrintedAnew) {
+  facts_.created = 1;
+  killAfterALabelOfThree();
+  filter(7, {16, 32, 48});
+  facts_.completed = 1000;
+  EXPECT_EQ(print(sink_), Verdict::kPrinted) << told_;
+  facts_.completed = 0;
+  filter(8, {64});
+  EXPECT_EQ(print(sink_), Verdict::kPrinted) << told_;
+  EXPECT_EQ(printer_.labels(kLabelBytes), (std::vector<int>{16, 32, 48, 64}));
+  EXPECT_TRUE(left().empty());
 }
 
 TEST_F(JobRunTest, ACancelledJobIsNotTakenUpByTheNextOne) {
@@ -291,6 +336,20 @@ TEST_F(JobRunTest, AJobThatWaitsForAPersonIsPrintedWhenItIsResumed) {
   EXPECT_EQ(print(again), Verdict::kPrinted) << told_;
   EXPECT_EQ(printer_.labels(kLabelBytes), (std::vector<int>{16, 16, 32}));
   EXPECT_NE(told_.find("Label 1 may come twice"), std::string::npos);
+}
+
+// The person who resumes it has looked after a missing page, not at the printer.
+TEST_F(JobRunTest, AJobThatWasHeldForAnotherReasonIsHeldForADoubt) {
+  facts_.doubt = Doubt::kHold;
+  for (const Verdict verdict : {Verdict::kRetry, Verdict::kRetry, Verdict::kHold}) {
+    filter(7, {16}, false);
+    EXPECT_EQ(print(sink_), verdict) << told_;
+  }
+  filter(7, {16, 32});
+  BytesSink resumed(printer_);
+  resumed.breaksAt = kLabelBytes;
+  EXPECT_EQ(print(resumed), Verdict::kHold) << told_;
+  EXPECT_EQ(printer_.labels(kLabelBytes), (std::vector<int>{16, 32})) << told_;
 }
 
 // A process that prints another job holds the printer; the one that waits is cancelled.
