@@ -23,6 +23,9 @@ constexpr std::size_t kRasterBlockAt = 14;
 constexpr std::size_t kRecordBytesAt = 18;
 constexpr std::size_t kRowsAt = 20;
 
+// The filter makes no larger records; whoever plants some shall not have our memory.
+constexpr std::uint64_t kMostRecords = std::uint64_t{512} << 20;
+
 std::size_t littleEndian16(const std::uint8_t* bytes) {
   return static_cast<std::size_t>(bytes[0]) | static_cast<std::size_t>(bytes[1]) << 8;
 }
@@ -101,6 +104,7 @@ ReadPage readPage(const std::string& path, const Command& command) {
     return none(path, "the frame announces " + std::to_string(announced) + " bytes and has " +
                           std::to_string(size));
   }
+  if (announced > kFrameHeaderBytes + kMostRecords) return none(path, "too large for a page frame");
   read.page.bytes.resize(kCommandBytes + size);
   if (!readAll(file.number, &read.page.bytes[kCommandBytes + kFrameHeaderBytes],
                size - kFrameHeaderBytes)) {

@@ -6,6 +6,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+
 #include "delivery/core/digest.h"
 #include "tests/delivery/core/frames.h"
 
@@ -131,6 +135,18 @@ TEST(EndOfRow, IsWhereAPageCanGoOnInWhite) {
   const std::size_t ends[][2] = {{0, 29},  {1, 29},  {28, 29}, {29, 29}, {30, 32},
                                  {32, 32}, {33, 35}, {40, 41}, {41, 41}};
   for (const auto& [sent, end] : ends) EXPECT_EQ(page.endOfRow(sent), end) << sent;
+}
+
+// A hole of the size that its header announces: it costs who planted it nothing.
+TEST(ReadPage, RefusesAFrameThatIsLargerThanAFilterMakesAny) {
+  const Folder folder;
+  const std::string path = folder / "f";
+  Bytes frame = frameOf(1);
+  constexpr std::size_t kRecordBytesAt = 18;
+  std::fill_n(frame.begin() + kRecordBytesAt, 4, std::uint8_t{0xFF});  // length and count
+  publish(path, frame);
+  std::filesystem::resize_file(path, 22 + std::uintmax_t{65535} * 65535);
+  EXPECT_NE(readPage(path, kUsualCommand).problem.find("too large"), std::string::npos);
 }
 
 }  // namespace

@@ -627,6 +627,24 @@ TEST_F(SenderTest, ARawJobThatBrokeComesAgainAsAWhole) {
   EXPECT_EQ(printer.connections, (std::vector<Bytes>{{1, 2, 3, 1}, {1, 2, 3, 1, 2, 3}}));
 }
 
+TEST_F(SenderTest, ARawJobInDoubtIsLeftOutWhereAPersonWantsThat) {
+  PrinterOfBytes printer;
+  BytesSink sink(printer);
+  Journal journal;
+  RawBytes first;
+  sink.breaksAt = 4;
+  const Tell tell = [this](const std::string& line) { told_.push_back(line); };
+  Sender broken(first, sink, journal, watch_, tell, {});
+  EXPECT_EQ(broken.run(), Verdict::kRetry);
+  EXPECT_TRUE(broken.leftTornPage());
+  RawBytes second;
+  Sender skipping(second, sink, journal, watch_, tell, {Doubt::kSkip, false, false, true, {}});
+  EXPECT_EQ(skipping.run(), Verdict::kPrinted);
+  EXPECT_EQ(printer.connections.size(), 1U);
+  EXPECT_EQ(named("may be missing"), std::set<int>{1});
+  EXPECT_EQ(journal.state().came(), 0U);
+}
+
 TEST_F(SenderTest, WhatAWrappedProgramWantsForItsJobIsPassedOn) {
   struct Holding : BytesSink {
     using BytesSink::BytesSink;
