@@ -266,9 +266,19 @@ void FrameIntake::keep(TakenFrame& frame, std::size_t number) const {
                 number);
   const std::string path = keepFolder_ + name.data();
   unlink(path.c_str());  // of a process that had our number
-  if (link(frame.original.c_str(), path.c_str()) == 0 || copyFile(frame.original, path)) {
-    frame.kept = path;
+  const bool isLinked = link(frame.original.c_str(), path.c_str()) == 0;
+  const bool isKept = isLinked || copyFile(frame.original, path);
+  // Since it was taken the frame may have gone, and its name may have become another's.
+  struct stat status = {};
+  const bool isThere = lstat((isLinked ? path : frame.original).c_str(), &status) == 0;
+  const FrameIntake::Identity taken = {frame.device, frame.inode, frame.made.tv_sec,
+                                       frame.made.tv_nsec};
+  if (isThere && identityOf(status) == taken) {
+    if (isKept) frame.kept = path;
+    return;
   }
+  frame.isGone = true;
+  unlink(path.c_str());
 }
 
 void FrameIntake::removeAll(long long since) {

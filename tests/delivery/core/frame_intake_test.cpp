@@ -197,6 +197,24 @@ TEST(FrameIntake, AFrameInAFolderThatWasMadeAnewIsNotTakenForOneOfTheOldFolder) 
   EXPECT_EQ(bytesOf(intake.frames()[2].kept), frameOf(3));
 }
 
+TEST(FrameIntake, AFrameThatIsGoneBeforeItCouldBeKeptIsNotTheNextOneOfItsName) {
+  const Folder folder;
+  const Folder kept;
+  FrameIntake intake(folder.path(), kJob, {});
+  publish(folder / frameName(1, kJob), frameOf(1));
+  publish(folder / frameName(2, kJob), frameOf(2));
+  intake.look();
+  fs::remove(folder / frameName(1, kJob));
+  fs::remove(folder / frameName(2, kJob));
+  publish(folder / frameName(1, kJob), frameOf(3));
+  intake.keepIn(kept.path());
+  intake.look();
+  ASSERT_EQ(intake.frames().size(), 3U);
+  EXPECT_TRUE(intake.frames()[0].isGone);
+  EXPECT_TRUE(intake.frames()[1].isGone);
+  EXPECT_EQ(bytesOf(intake.frames()[2].kept), frameOf(3));
+}
+
 TEST(FrameIntake, AFrameThatIsGoneAfterItWasTakenIsThereOnce) {
   const Folder folder;
   const Folder kept;
