@@ -202,6 +202,15 @@ class Stage:
         return [pid for pid in machine.processes("kestra")
                 if machine.leads_session(pid) and self._of_filters(pid)]
 
+    def listens(self):
+        """Whether a sender hears of new frames."""
+        for pid in self.senders():
+            with contextlib.suppress(OSError):
+                for entry in os.listdir(f"/proc/{pid}/fd"):
+                    if "inotify" in os.readlink(f"/proc/{pid}/fd/{entry}"):
+                        return True
+        return False
+
     @staticmethod
     def stand_ins():
         """The stand-in for the USB backend, a script."""

@@ -127,7 +127,9 @@ def share(options):
     begun = time.monotonic()
     if options.self_check or options.only:
         options.jobs = 1
-    words = [word for word in sys.argv[1:] if not word.startswith(("--seed", "--jobs"))]
+    words = [str(options.rounds), f"--build={options.build}", f"--kind={options.kind}"]
+    words += [f"--only={options.only}"] if options.only else []
+    words += ["--self-check"] * options.self_check + ["--restart"] * options.restart
     workers = [subprocess.Popen([sys.executable, os.path.abspath(__file__), *words,
                                  f"--seed={options.seed}", f"--jobs={options.jobs}",
                                  f"--worker={number}"]) for number in range(options.jobs)]
