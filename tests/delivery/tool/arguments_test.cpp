@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/delivery/tool/machine.h"
+
 namespace kestra::delivery {
 namespace {
 
@@ -113,6 +115,30 @@ TEST(ToolArguments, WrongLinesAreToldInOneSentence) {
     EXPECT_NE(problem.find(one.problem), std::string::npos) << problem;
     EXPECT_EQ(problem.find('\n'), std::string::npos);
   }
+}
+
+TEST(ToolArguments, TheHelpNamesEveryVerbAndOption) {
+  const testing_support::Machine machine;
+  const auto help = machine.run({"--help"});
+  EXPECT_EQ(help.status, 0);
+  EXPECT_EQ(help.err, "");
+  for (const char* word :
+       {"list", "show", "send", "forget", "--json", "--frames", "--all", "--verbose", "-v",
+        "--doubt", "--darkness", "--speed", "--wait", "--root", "--help", "--version"}) {
+    EXPECT_NE(help.out.find(word), std::string::npos) << word;
+  }
+  const auto version = machine.run({"--version"});
+  EXPECT_EQ(version.status, 0);
+  EXPECT_EQ(version.out.rfind("kestra-delivery ", 0), 0U) << version.out;
+}
+
+TEST(ToolArguments, AListThatCannotBeWrittenIsAFailure) {
+  const testing_support::Machine machine;
+  const testing_support::Ran ran =
+      testing_support::Started("/bin/sh", {"-c", "exec \"$0\" --help >/dev/full", KESTRA_DELIVERY})
+          .wait();
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_NE(ran.err.find("could not be written"), std::string::npos) << ran.err;
 }
 
 }  // namespace
