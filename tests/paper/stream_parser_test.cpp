@@ -248,6 +248,26 @@ TEST(StreamParser, ReadsCountsAbove255) {
   EXPECT_EQ(bad.faults[0].expected, "40 01 (the row's black dots: 320)");
 }
 
+// 256 rows: low byte 0. 1 row: high byte 0. Only both are none.
+TEST(StreamParser, TakesEveryNumberOfRowsButNone) {
+  for (const std::size_t rows : {1U, 255U, 256U, 512U}) {
+    Notes notes;
+    parse(notes, largeLabel(3, rows));
+    EXPECT_EQ(notes.events, (Events{"begin 0", "whole"})) << rows;
+    EXPECT_EQ(notes.counts.size(), rows);
+  }
+}
+
+// 1 black dot, announced as 1 + 256.
+TEST(StreamParser, TellsACountThatIs256Off) {
+  Notes notes;
+  Bytes label = smallLabel();
+  const std::size_t highByte = label.size() - 10 + 1;  // of the first of two records of 5 bytes
+  label[highByte] = 1;
+  parse(notes, label);
+  EXPECT_EQ(notes.counts, (std::vector<bool>{false, true}));
+}
+
 TEST(StreamParser, CountsEachStretchOfGarbageOnce) {
   Notes notes;
   parse(notes, "ABC" + smallLabel() + "DE" + smallLabel() + "F");
