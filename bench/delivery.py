@@ -89,7 +89,9 @@ def main():
         if arguments.only and measure.__name__ not in arguments.only.split(","):
             continue
         start = time.monotonic()
-        rows += measure()
+        found = measure()
+        rows += found
+        print(table(found), file=sys.stderr)
         print(f"{measure.__name__}: {time.monotonic() - start:.0f} s", file=sys.stderr,
               flush=True)
     stage.stop()

@@ -39,7 +39,7 @@ class Limits(Measurement):
             self.stage.await_quiet()
             per_cent = 10 + 80 * place // max(1, self.rounds - 1)
             idle, labels = self._cancel(place, [f"label 2 {per_cent}% slow {SPEED}"], "slow")
-            if [one["whole"] for one in labels] != [True] * 3:
+            if not all(one["whole"] for one in labels):
                 raise rig.Failure(f"a cancelled label was torn: {labels}")
             reading.append(idle)
         for place in range(max(3, self.rounds // 3)):
