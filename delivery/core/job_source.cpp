@@ -100,9 +100,11 @@ void JobSource::endOfInput() {
   watch_.remove(input_);
   if (intake_.descriptor() >= 0) watch_.remove(intake_.descriptor());
   if (!unsorted_.empty()) isRaw_ = true;
+  // Asked now: the print system may empty the folder before the last label is out.
+  endedWell_ = filterEndedWell();
   if (intake_.hasDoubtful()) {
     // A filter that was cut off may have announced a page that it did not store.
-    intake_.decide(filterEndedWell() && !isRaw_ ? commands_.size() : 0);
+    intake_.decide(endedWell_ && !isRaw_ ? commands_.size() : 0);
   }
   countFrames();
 }
@@ -178,8 +180,8 @@ Next JobSource::page(std::size_t number, Page& page, const Patience& patience) {
 // A filter that was killed leaves an input that ends like any other; but only one that has printed
 // its document to the end stores the page counter behind its last frame.
 bool JobSource::filterEndedWell() const {
-  if (counter_.empty() || !intake_.hasFolder()) return true;
   const auto& frames = intake_.frames();
+  if (counter_.empty() || (frames.empty() && !intake_.hasFolder())) return true;
   const timespec last = frames.empty() ? intake_.birth() : frames.back().made;
   return !isBefore(timeOf(counter_), last);
 }
@@ -189,7 +191,7 @@ Next JobSource::endOfPages() {
     problem_ = "the filter stored more pages than it announced";
     return Next::kMissing;
   }
-  if (!filterEndedWell()) {
+  if (!endedWell_) {
     problem_ = "the filter ended before the end of the document";
     return Next::kCut;
   }

@@ -49,6 +49,7 @@ class JobSource : public PageSource {
   bool isShort_ = false;   // frames behind those are fewer than their commands
   bool isRaw_ = false;     // what follows is no command
   bool hasEnded_ = false;
+  bool endedWell_ = true;  // whether the filter printed its document to the end
   std::string problem_;
 };
 

@@ -199,6 +199,16 @@ TEST_F(JobSourceTest, BelievesAnEndThatIsOlderThanOurCopyOfTheLastFrame) {
   EXPECT_EQ(source_->announced(2, soon()), Next::kEnd);
 }
 
+TEST_F(JobSourceTest, IsNotMisledByAFolderThatIsEmptiedBehindAKilledFilter) {
+  say(kFirst);
+  store(1, frameOf(1));
+  end();
+  EXPECT_EQ(page(1), Next::kPage);
+  EXPECT_EQ(watch_.pause(Patience::forMilliseconds(20)), Woken::kTime);  // the end is heard
+  fs::remove_all(folder_.path());
+  EXPECT_EQ(source_->announced(2, soon()), Next::kCut);
+}
+
 TEST_F(JobSourceTest, NoticesAFilterThatWasKilledBeforeItsFirstPage) {
   end();
   EXPECT_EQ(source_->announced(1, soon()), Next::kCut);
@@ -321,7 +331,15 @@ TEST(PageCounterPath, IsTheFiltersOwn) {
 
 // The counter of an earlier job of the queue, or of one that this filter did not come to the end
 // of, is older than the last page.
-TEST_F(JobSourceTest, ACounterBehindTheFirstPageAloneIsNotTheEndOfTheDocument) {
+// Two pages stored at 1000 and 2000, the counter at a time between them or with the second.
+class CounterTime : public JobSourceTest,
+                    public testing::WithParamInterface<std::pair<time_t, Next>> {};
+
+INSTANTIATE_TEST_SUITE_P(BehindTheFirstAndTheSecondPage, CounterTime,
+                         testing::Values(std::make_pair(time_t{1500}, Next::kCut),
+                                         std::make_pair(time_t{2000}, Next::kEnd)));
+
+TEST_P(CounterTime, BehindTheLastPageAloneIsTheEndOfTheDocument) {
   const auto setTime = [](const std::string& path, time_t seconds) {
     const timespec times[2] = {{seconds, 0}, {seconds, 0}};
     ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
@@ -335,11 +353,9 @@ TEST_F(JobSourceTest, ACounterBehindTheFirstPageAloneIsNotTheEndOfTheDocument) {
     ASSERT_EQ(page(static_cast<std::size_t>(number)), Next::kPage);
   }
   publish(folder_ / "label.pgc", {1, 0});
-  setTime(folder_ / "label.pgc", 1500);
+  setTime(folder_ / "label.pgc", GetParam().first);
   end();
-  EXPECT_EQ(source_->announced(3, soon()), Next::kCut);
-  setTime(folder_ / "label.pgc", 2000);
-  EXPECT_EQ(source_->announced(3, soon()), Next::kEnd);
+  EXPECT_EQ(source_->announced(3, soon()), GetParam().second);
 }
 
 }  // namespace
