@@ -90,15 +90,19 @@ run_part() {
 
 # run_tests COPY PROGRAM PARTS FILTER: until the first test fails, or the time is up.
 run_tests() {
-  local running=() status=0 part ended
+  local running=() status=0 part pid
   rm -f "$work/$1".part*.log
   for ((part = 0; part < $3; ++part)); do
     run_part "$1" "$2" "$part" "$3" "$4" &
     running[$!]=$part
   done
   while [ "$status" -eq 0 ] && [ "${#running[@]}" -gt 0 ]; do
-    wait -n -p ended "${!running[@]}" || status=$?
-    unset "running[$ended]"
+    wait -n "${!running[@]}" || true # of several that ended at once it tells of one
+    for pid in "${!running[@]}"; do
+      if kill -0 "$pid" 2>/dev/null; then continue; fi
+      wait "$pid" || status=$?
+      unset "running[$pid]"
+    done
   done
   if [ "${#running[@]}" -gt 0 ]; then
     kill "${!running[@]}" || true

@@ -9,7 +9,6 @@
 
 #include <array>
 #include <csignal>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -249,13 +248,6 @@ TEST_F(Backend, EndsTheFilterWhenThePrintSystemHasDied) {
   }
   std::array<pid_t, 2> started = {-1, -1};
   ASSERT_EQ(read(told[0], started.data(), sizeof started), ssize_t{sizeof started});
-  // A frame as old as the pipe could be another start's: the clock of files goes on in ticks.
-  struct stat pipe = {};
-  ASSERT_EQ(fstat(filter_[0], &pipe), 0);
-  timespec now = {};
-  do {
-    clock_gettime(CLOCK_REALTIME_COARSE, &now);
-  } while (now.tv_sec == pipe.st_atim.tv_sec && now.tv_nsec <= pipe.st_atim.tv_nsec);
   command();
   const std::string first = frame(1);
   endInput();
