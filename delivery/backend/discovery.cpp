@@ -23,6 +23,7 @@
 #include "delivery/backend/device_line.h"
 #include "delivery/backend/time_left.h"
 #include "delivery/core/watch.h"
+#include "delivery/sinks/count_lines.h"
 
 namespace kestra::delivery {
 namespace {
@@ -53,6 +54,7 @@ struct Running {
   std::signal(SIGPIPE, SIG_DFL);
   std::string name = backend.name;
   std::array<char*, 2> words = {name.data(), nullptr};
+  countLines();
   execv(backend.path.c_str(), words.data());
   _exit(EXIT_FAILURE);
 }

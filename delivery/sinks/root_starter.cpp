@@ -16,6 +16,8 @@
 #include <cstring>
 #include <utility>
 
+#include "delivery/sinks/count_lines.h"
+
 namespace kestra::delivery {
 namespace {
 
@@ -182,6 +184,7 @@ std::unique_ptr<Starter> forkRootStarter(const InnerProgram& program) {
   if (dup3(aside, kSocket, O_CLOEXEC) < 0) _exit(EXIT_FAILURE);
   closefrom(kSocket + 1);
   serveStarts(kSocket, program);
+  countLines();
   _exit(EXIT_SUCCESS);
 }
 

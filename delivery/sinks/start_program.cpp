@@ -12,6 +12,8 @@
 #include <csignal>
 #include <vector>
 
+#include "delivery/sinks/count_lines.h"
+
 namespace kestra::delivery {
 namespace {
 
@@ -81,6 +83,7 @@ StartedProgram startProgram(const InnerProgram& program, const InnerEnds& ends) 
     if (takeRights(program) && takeDescriptors(ends) && prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 &&
         getppid() == parent) {
       takeSignals();
+      countLines();
       execve(program.path.c_str(), words.data(), environment.data());
     }
     const int error = errno == 0 ? ECHILD : errno;

@@ -16,6 +16,8 @@
 #include <fstream>
 #include <optional>
 
+#include "delivery/sinks/count_lines.h"
+
 namespace kestra::delivery {
 namespace {
 
@@ -38,18 +40,6 @@ std::optional<char> nextByte(int descriptor) {
   char byte = 0;
   if (read(descriptor, &byte, 1) != 1) return std::nullopt;
   return byte;
-}
-
-#if defined(KESTRA_COVERAGE)
-extern "C" int __llvm_profile_write_file();
-#endif
-
-// A build that counts covered lines would forget those of a child, which ends without the usual
-// clearing up.
-void countLines() {
-#if defined(KESTRA_COVERAGE)
-  static_cast<void>(__llvm_profile_write_file());
-#endif
 }
 
 }  // namespace

@@ -22,6 +22,7 @@
 #include <string>
 #include <thread>
 
+#include "delivery/sinks/count_lines.h"
 #include "delivery/sinks/root_starter.h"
 #include "tests/delivery/sinks/small_printer.h"
 #include "tests/delivery/sinks/stand_in.h"
@@ -287,7 +288,9 @@ TEST(RootStarter, HostileRequestsStartNothing) {
   if (server == 0) {
     close(ends[0]);
     serveStarts(ends[1], program);
-    _exit(static_cast<int>(openDescriptors()) & 0x7F);
+    const int open = static_cast<int>(openDescriptors()) & 0x7F;
+    countLines();
+    _exit(open);
   }
   close(ends[1]);
   const std::size_t inServer = openDescriptors();  // it closed one end, and we the other
