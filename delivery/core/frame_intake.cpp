@@ -297,6 +297,41 @@ void FrameIntake::removeAll(long long since) {
   for (const TakenFrame& frame : doubtful_) removeIfSame(frame, since);
 }
 
+std::vector<std::string> framesBehind(const std::string& folder, int job,
+                                      const std::vector<std::string>& kept, long long since) {
+  if (!isTrustedFolder(folder.c_str())) return {};
+  timespec last = {static_cast<time_t>(since), -1};
+  std::size_t asOld = 0;  // as the last one kept, and kept as well
+  struct stat status = {};
+  for (const std::string& path : kept) {
+    if (lstat(path.c_str(), &status) != 0) continue;
+    if (isEarlier(last, status.st_mtim)) asOld = 0;
+    if (!isEarlier(status.st_mtim, last)) {
+      last = status.st_mtim;
+      ++asOld;
+    }
+  }
+  const std::string mark = markOf(job);
+  const FolderPtr opened(opendir(folder.c_str()));
+  std::vector<Found> found;
+  while (const dirent* entry = opened == nullptr ? nullptr : readdir(opened.get())) {
+    const std::string name = entry->d_name;
+    if (!isFrameName(name, mark) || lstat((folder + "/" + name).c_str(), &status) != 0) continue;
+    if (isEarlier(status.st_mtim, last)) continue;
+    found.push_back({status.st_mtim, name, identityOf(status)});
+  }
+  std::sort(found.begin(), found.end(), isBefore);
+  std::vector<std::string> paths;
+  for (const Found& one : found) {
+    if (!isEarlier(last, one.time) && asOld > 0) {
+      --asOld;
+    } else {
+      paths.push_back(folder + "/" + one.name);
+    }
+  }
+  return paths;
+}
+
 void removeOriginals(const std::string& folder, int job, const std::vector<std::string>& kept) {
   if (!isTrustedFolder(folder.c_str())) return;
   using Likeness = std::tuple<off_t, time_t, long>;

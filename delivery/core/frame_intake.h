@@ -102,6 +102,13 @@ class FrameIntake {
   std::function<void()> action_;
 };
 
+/// Frames of `job` in the filter's folder that nobody has taken, as whoever took them was ended by
+/// force while the filter went on: those behind the last of `kept` (frames of ours, each as old as
+/// its original), or from second `since` on where nothing is kept. In printing order.
+[[nodiscard]] std::vector<std::string> framesBehind(const std::string& folder, int job,
+                                                    const std::vector<std::string>& kept,
+                                                    long long since);
+
 /// Removes the filter's frames of a job whose sender was killed, and whose frames were printed from
 /// what it had kept: those as large and as old as one of the `kept` files, to the nanosecond.
 void removeOriginals(const std::string& folder, int job, const std::vector<std::string>& kept);

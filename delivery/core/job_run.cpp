@@ -61,7 +61,13 @@ bool sendLeftOvers(const Places& places, const JobStore& store, const JobFacts& 
     std::string problem;
     Lock lock;
     if (!lock.open(store.jobLock(one.key, problem), problem) || !lock.take()) continue;
-    const std::vector<std::string> frames = keptFrames(one.folder);
+    std::vector<std::string> frames = keptFrames(one.folder);
+    // Several starts that kept nothing cannot be told apart.
+    if (!frames.empty() || one.journal.triesInVain <= 1) {
+      const std::vector<std::string> behind =
+          framesBehind(places.frames, one.journal.number, frames, one.journal.begun);
+      frames.insert(frames.end(), behind.begin(), behind.end());
+    }
     Journal journal;
     if (frames.empty() || !journal.open(one.folder + "/journal", problem)) continue;
     tell("INFO: Printing what was left of job " + std::to_string(one.journal.number));

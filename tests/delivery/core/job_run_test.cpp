@@ -174,6 +174,43 @@ TEST_F(JobRunTest, WhatAKilledSenderLeftIsPrintedBeforeTheNextJobOfThePrinter) {
   EXPECT_EQ(printer_.labels(kLabelBytes).size(), 3U);
 }
 
+// The filter outlives the sender, and stores what nobody takes.
+TEST_F(JobRunTest, WhatTheFilterStoredAfterItsSenderWasKilledIsPrintedAsWell) {
+  killAfterALabelOfThree();
+  publish(places_.frames + "/" + frameName(1, 7, 3), frameOf(64));
+  filter(8, {80});
+  EXPECT_EQ(print(sink_), Verdict::kPrinted) << told_;
+  EXPECT_EQ(printer_.labels(kLabelBytes), (std::vector<int>{32, 48, 64, 80}));
+  EXPECT_TRUE(left().empty());
+}
+
+TEST_F(JobRunTest, AJobWhoseSenderWasKilledBeforeItsFirstFrameIsPrintedAsWell) {
+  filter(7, {});
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  close(facts_.input);
+  facts_.input = ends[0];
+  const pid_t child = fork();
+  if (child == 0) {
+    static_cast<void>(print(sink_));
+    _exit(1);
+  }
+  const std::string devices = places_.state + "/devices";
+  while (!fs::exists(devices) || fs::is_empty(devices)) usleep(1000);
+  kill(child, SIGKILL);
+  waitpid(child, nullptr, 0);
+  close(ends[0]);
+  close(ends[1]);
+  for (const int page : {0, 1}) {
+    publish(places_.frames + "/" + frameName(1, 7, page),
+            frameOf(static_cast<std::uint8_t>(16 * (page + 1))));
+  }
+  filter(8, {80});
+  EXPECT_EQ(print(sink_), Verdict::kPrinted) << told_;
+  EXPECT_EQ(printer_.labels(kLabelBytes), (std::vector<int>{16, 32, 80}));
+  EXPECT_TRUE(left().empty());
+}
+
 TEST_F(JobRunTest, WhatAKilledSenderLeftOutlivesTheCancelOfTheJobThatPrintsIt) {
   killAfterALabelOfThree();
   filter(8, {64});
