@@ -23,7 +23,7 @@ constexpr long kLookAgainMilliseconds = 10;
 constexpr long kSayWaitingMilliseconds = 500;
 constexpr long kLastFramesMilliseconds = 300;
 constexpr std::size_t kFramesBetweenTrims = 8;  // two images a page
-constexpr long long kRememberSeconds = 8 * 24 * 3600;
+constexpr long long kRememberSeconds = 8LL * 24 * 3600;
 
 // Waits for a lock. A cancel is passed on to the holder if it prints the same job.
 bool waitFor(Lock& lock, Watch& watch, const Tell& tell, const std::string& words,

@@ -86,7 +86,7 @@ bool isJobKey(const std::string& key) {
 std::string jobKey(const std::string& uuid, int number, long long created) {
   constexpr char kStart[] = "urn:uuid:";
   const std::string rest = uuid.rfind(kStart, 0) == 0 ? uuid.substr(sizeof kStart - 1) : uuid;
-  const std::string key = rest + "-" + std::to_string(number);
+  std::string key = rest + "-" + std::to_string(number);
   if (isJobKey(rest) && isJobKey(key)) return key;
   return "job-" + std::to_string(number) + "-" + std::to_string(created);
 }

@@ -44,8 +44,8 @@ Sender::Sender(PageSource& source, Sink& sink, Journal& journal, Watch& watch, T
       journal_(journal),
       watch_(watch),
       tell_(std::move(tell)),
-      rules_(rules),
-      isTorn_(rules.isAfterTornPage) {}
+      rules_(std::move(rules)),
+      isTorn_(rules_.isAfterTornPage) {}
 
 Verdict Sender::run() {
   const std::size_t came = journal_.state().came();
