@@ -14,7 +14,7 @@
 namespace kestra::delivery {
 namespace {
 
-constexpr std::size_t kMostRaw = std::size_t{256} << 10;  // a raw job waits in its pipe, not in our memory
+constexpr std::size_t kMostRaw = std::size_t{256} << 10;  // a raw job waits in its pipe
 constexpr long kPollMilliseconds = 20;
 
 timespec timeOf(const std::string& path) {
