@@ -49,6 +49,11 @@ def _front(round_):
 
 
 def _both(round_):
+    # Of a job that nobody has noted down yet nobody can know.
+    try:
+        rig.eventually(round_.stage.is_noted, 1, interval=0.001)
+    except rig.Failure:
+        return False
     return _kill(round_.stage.fronts() + round_.stage.senders())
 
 

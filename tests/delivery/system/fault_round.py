@@ -17,7 +17,7 @@ import fault_stage
 import machine
 import rig
 
-ATTEMPTS = 4  # a fault that finds nothing to strike is tried again at another moment
+ATTEMPTS = 8  # a fault that finds nothing to strike is tried again at another moment
 SKIP_SHARE = 0.25  # of the rounds are printed with doubt=skip
 PDF_SHARE = 0.1
 
@@ -79,7 +79,9 @@ class Round:
             problems.append("the job does not come to its end")
             job = self.system.job(self.number)
         elif tail:
-            small = self.stage.wait_end(self.system.lp(self.queue, tail.path))
+            # What is left of a job is printed as the next one wants it in doubt.
+            small = self.stage.wait_end(self.system.lp(self.queue, tail.path,
+                                                       options={"doubt": self.doubt}))
             if small is None or small.state != rig.COMPLETED:
                 problems.append(f"the next job is not printed: {small}")
         if problems:

@@ -212,6 +212,13 @@ class Stage:
         return False
 
     @staticmethod
+    def is_noted():
+        """Whether the journal of a job that prints has begun."""
+        with contextlib.suppress(OSError):
+            return bool(os.listdir(f"{STATE}/open"))
+        return False
+
+    @staticmethod
     def stand_ins():
         """The stand-in for the USB backend, a script."""
         found = []
