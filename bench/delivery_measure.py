@@ -59,4 +59,5 @@ class Measurement:
         number = self.system.lp(queue, document)
         printer.await_ended(1, 120)
         end = self.stage.await_end(number)
+        self.stage.clear_away(number, start)
         return printer.first() - start, printer.last() - start, end - start

@@ -184,6 +184,21 @@ class Stage:
                 raise rig.Failure(str(job))
             time.sleep(0.003)
 
+    def clear_away(self, number, start):
+        """Removes what the bare chain leaves of a job: the next one of ours would have to.
+
+        A job of ours leaves no frames; its images stay, so that the next one trims as many.
+        """
+        frames = self.system.frames(number)
+        for frame in frames:
+            os.unlink(frame)
+        if not frames:
+            return
+        with os.scandir(rig.SPOOL + "/tmp") as entries:
+            for entry in entries:
+                if entry.name.endswith(".bmp") and entry.stat().st_mtime >= start:
+                    os.unlink(entry.path)
+
     def await_idle(self, queue, seconds=120):
         """Waits until a queue prints nothing; returns when that was."""
         end = time.monotonic() + seconds
