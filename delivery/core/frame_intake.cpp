@@ -316,7 +316,9 @@ std::vector<std::string> framesBehind(const std::string& folder, int job,
   std::vector<Found> found;
   while (const dirent* entry = opened == nullptr ? nullptr : readdir(opened.get())) {
     const std::string name = entry->d_name;
-    if (!isFrameName(name, mark) || lstat((folder + "/" + name).c_str(), &status) != 0) continue;
+    std::string path = folder;
+    path += "/" + name;
+    if (!isFrameName(name, mark) || lstat(path.c_str(), &status) != 0) continue;
     if (isEarlier(status.st_mtim, last)) continue;
     found.push_back({status.st_mtim, name, identityOf(status)});
   }
