@@ -24,7 +24,7 @@ struct TcpTimes {
   std::chrono::milliseconds tellAway{1000};     ///< a printer away for less is no news
   std::chrono::milliseconds awayInClass{3000};  ///< then another printer gets the job
   std::chrono::milliseconds noProgress{15000};  ///< then a person is told
-  std::chrono::milliseconds previousPage{100};  ///< for the printer to read the page before
+  std::chrono::milliseconds previousPage{400};  ///< for the printer to read the page before
   std::chrono::milliseconds farewell{500};      ///< for the printer to close
 };
 
