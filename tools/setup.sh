@@ -8,7 +8,7 @@ set -euo pipefail
 
 usage() {
   cat <<'EOF'
-Usage: tools/setup.sh [build|demo|printer|tests|arm64|bench|package|cross|packagetest]
+Usage: tools/setup.sh [build|demo|printer|tests|arm64|bench|package|cross|packagetest|fresh]
 
 Installs what is missing on a Debian or Ubuntu machine, as root or with sudo.
 
@@ -21,6 +21,7 @@ Installs what is missing on a Debian or Ubuntu machine, as root or with sudo.
   package what ./package.sh needs: build, and what makes a Debian package
   cross   what ./package.sh arm64 needs besides on another machine
   packagetest  what ./test.sh package needs: package, its checker, what makes a Debian root
+  fresh   what ./test.sh fresh needs: what makes a Debian root
 EOF
 }
 
@@ -90,10 +91,12 @@ cross_list='
 g++-aarch64-linux-gnu aarch64-linux-gnu-g++
 dpkg-dev         dpkg-shlibdeps
 '
-packagetest_list="$package_list"'
-lintian          lintian
+fresh_list='
 debootstrap      debootstrap
 util-linux       unshare
+'
+packagetest_list="$package_list$fresh_list"'
+lintian          lintian
 iproute2         ip
 '
 
@@ -124,6 +127,7 @@ case "${1:-demo}" in
   package) list="$package_list" ;;
   cross) list="$cross_list" ;;
   packagetest) list="$packagetest_list" ;;
+  fresh) list="$fresh_list" ;;
   -h | --help) usage; exit 0 ;;
   *) usage >&2; exit 2 ;;
 esac

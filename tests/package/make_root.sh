@@ -16,47 +16,7 @@ fail() {
   exit 1
 }
 
-# archives: those of this machine, for the wanted release.
-archives() {
-  local own
-  own=$("$tools/debian_sources.sh" | awk 'NR == 1 { print $2 }')
-  "$tools/debian_sources.sh" | awk -v own="$own" -v wanted="${SUITE:-$own}" \
-    '{ sub("^" own, wanted, $2); print }'
-}
-
-# unpack_or_bootstrap: a minbase root, from KESTRA_DEBIAN_ROOT or from the archive.
-unpack_or_bootstrap() {
-  local uri suite component keys keyring=()
-  mkdir -p "$root"
-  if [ -n "${KESTRA_DEBIAN_ROOT-}" ]; then
-    tar -x --numeric-owner --strip-components=1 -C "$root" -f "$KESTRA_DEBIAN_ROOT"
-    return
-  fi
-  read -r uri suite component keys < <(archives)
-  [ "$keys" = - ] || keyring=("--keyring=$keys")
-  debootstrap --variant=minbase "--components=$component" ${keyring[@]+"${keyring[@]}"} \
-    "$suite" "$root" "$uri" >"$log" 2>&1 || fail "debootstrap failed"
-}
-
-# use_same_archives: apt in the root asks the archives of this machine, and by its proxy if any.
-use_same_archives() {
-  local uri suite component keys signed
-  rm -f "$root"/etc/apt/sources.list.d/*
-  archives | while read -r uri suite component keys; do
-    signed=''
-    [ "$keys" = - ] || signed=" [signed-by=$keys]"
-    echo "deb$signed $uri $suite $component"
-  done >"$root/etc/apt/sources.list"
-  apt-config dump | grep -E '^Acquire::[a-z]+::([Pp]roxy|[Cc][Aa]-?[Ii]nfo) ' \
-    >"$root/etc/apt/apt.conf.d/90machine" || true
-  [ ! -e /etc/resolv.conf ] || cp -L /etc/resolv.conf "$root/etc/resolv.conf"
-}
-
-unpack_or_bootstrap
-use_same_archives
-# Nothing starts a service in this root but the tests.
-printf '#!/bin/sh\nexit 101\n' >"$root/usr/sbin/policy-rc.d"
-chmod 0755 "$root/usr/sbin/policy-rc.d"
+"$tools/debian_root.sh" "$root"
 mount -t proc proc "$root/proc"
 
 # in_root COMMAND...: as root of the new machine, with nothing of this one's environment but the
