@@ -38,7 +38,7 @@ step "a minimal root"
 
 status=0
 for command in "$@"; do
-  log=$logs/$release$(tr -c 'a-z\n' - <<<"${command#.}").log
+  log=$logs/$release-$(basename "$command" .sh).log
   echo "On Debian $release: $command"
   # Nothing of this machine's environment but the way to the archive, and the number of jobs.
   # shellcheck disable=SC2016  # $0 is the inner shell's
