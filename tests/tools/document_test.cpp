@@ -44,7 +44,7 @@ TEST_P(EveryHalftone, DrawsTheDotsOfThePlainVersion) {
   const ProofResult result = directory.run(writeDocument(directory, job));
   EXPECT_EQ(result.status, 0) << result.errors;
   const Picture picture = readPicture(directory.path("pages-1.png"));
-  EXPECT_EQ(picture.rows, plainPages(job).at(0));
+  EXPECT_EQ(picture.rows, plainLabels(job).at(0));
   EXPECT_EQ(picture.bit_depth, 1);
   EXPECT_EQ(picture.colour_type, PNG_COLOR_TYPE_GRAY);
 }
@@ -59,7 +59,7 @@ TEST(Document, TakesOptionsAsTheFilterDoes) {
   job.Barcode(2);
   job.Brightness(-20);
   EXPECT_EQ(directory.run(writeDocument(directory, job)).status, 0);
-  EXPECT_EQ(readPicture(directory.path("pages-1.png")).rows, plainPages(job).at(0));
+  EXPECT_EQ(readPicture(directory.path("pages-1.png")).rows, plainLabels(job).at(0));
 }
 
 TEST(Document, DrawsEveryPageUnderItsNumber) {
@@ -76,9 +76,12 @@ TEST(Document, DrawsEveryPageUnderItsNumber) {
             (Names{"pages-1.png", "pages-2.png", "pages-3.png", "pages.ras", "printer.ppd"}));
   for (std::size_t page = 0; page < 3; ++page) {
     const std::string name = "pages-" + std::to_string(page + 1) + ".png";
-    EXPECT_EQ(readPicture(directory.path(name)).rows, plainPages(job).at(page)) << name;
+    EXPECT_EQ(readPicture(directory.path(name)).rows, plainLabels(job).at(page)) << name;
   }
-  EXPECT_TRUE(holds(result.output, "pages.ras: page 3:\n  page number: 3\n")) << result.output;
+  EXPECT_TRUE(
+      holds(result.output,
+            "pages.ras: page 3:\n  size:         200 x 31 dots, 25.0 x 3.9 mm at 203 dpi\n"))
+      << result.output;
   EXPECT_EQ(result.errors, "");
 }
 
@@ -100,7 +103,7 @@ TEST(Document, ScalesDotsAndKeepsThePhysicalSize) {
   words.insert(words.end(), {"--scale", "3"});
   EXPECT_EQ(directory.run(words).status, 0);
   const Picture picture = readPicture(directory.path("pages-1.png"));
-  EXPECT_EQ(picture.rows, enlarge(plainPages(job).at(0), 3));
+  EXPECT_EQ(picture.rows, enlarge(plainLabels(job).at(0), 3));
   EXPECT_EQ(picture.dots_per_metre, 23976U);  // 3 x 203 / 0.0254 = 23976.4
 }
 
@@ -286,7 +289,7 @@ long peakOf(int pages, const std::vector<std::string>& rows) {
 TEST(Document, OfManyPagesNeedsNoMoreMemoryThanOneOfFew) {
   JobCase job;
   job.AddPage(812, 400, "noise");
-  const std::vector<std::string> rows = plainPages(job).at(0);
+  const std::vector<std::string> rows = plainLabels(job).at(0);
   const long few = peakOf(3, rows);
   const long many = peakOf(120, rows);
 #ifdef KESTRA_SANITIZED

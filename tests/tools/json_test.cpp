@@ -96,8 +96,7 @@ TEST(Json, TellsOfAPrintedDocument) {
   const JsonValue& page = document["pages"][0];
   EXPECT_EQ(page["page"].number, 1);
   EXPECT_EQ(page["file"].string, "pages-1.png");
-  // 45 margin bytes and 13 page bytes (see the test of margins) are 464 dots, drawn twice as wide.
-  EXPECT_EQ(page["width"].number, 928);
+  EXPECT_EQ(page["width"].number, 200);  // 100 dots, each drawn twice as wide
   EXPECT_EQ(page["height"].number, 80);
   EXPECT_EQ(page["dpi"][0].number, 203);
   EXPECT_EQ(page["margin_dots"].number, 360);
@@ -106,9 +105,13 @@ TEST(Json, TellsOfAPrintedDocument) {
   EXPECT_EQ(page["page_number"].number, 1);
   EXPECT_EQ(page["speed_code"].number, 2);  // PrintSpeed 4
   EXPECT_EQ(page["darkness"].number, 2);    // Dark
-  // A frame announces what the filter cut from the millimetres: 100 dots or 99, 12.5 or 12.4 mm.
-  EXPECT_NEAR(page["millimetres"][0].number, 100 * 25.4 / 203, 0.13);
-  EXPECT_NEAR(page["millimetres"][1].number, 40 * 25.4 / 203, 0.13);
+  EXPECT_EQ(page["label_dots"][0].number, 100);
+  EXPECT_EQ(page["label_dots"][1].number, 40);
+  EXPECT_NEAR(page["millimetres"][0].number, 100 * 25.4 / 203, 0.005);
+  EXPECT_NEAR(page["millimetres"][1].number, 40 * 25.4 / 203, 0.005);
+  // A frame announces what the filter cut from the millimetres: as many dots or one less.
+  EXPECT_NEAR(page["announced_dots"][0].number, 99.5, 0.5);
+  EXPECT_NEAR(page["announced_dots"][1].number, 39.5, 0.5);
   const std::size_t dots = countDots(plainPages(job).at(0));
   EXPECT_EQ(page["black_dots"].number, static_cast<double>(dots));
   EXPECT_NEAR(page["coverage"].number, static_cast<double>(dots) / 4000, 1e-6);

@@ -84,7 +84,7 @@ TEST_F(Options, GivenTwiceCountOnce) {
   std::vector<std::string> words = writeDocument(directory_, job);
   words.insert(words.begin(), {"-o", "HalftoneType=None"});
   EXPECT_EQ(directory_.run(words).status, 0);
-  EXPECT_EQ(readPicture(directory_.path("pages-2.png")).rows, plainPages(job).at(1));
+  EXPECT_EQ(readPicture(directory_.path("pages-2.png")).rows, plainLabels(job).at(1));
 }
 
 TEST(PrinterDescription, IsFoundByItsModel) {
@@ -92,12 +92,11 @@ TEST(PrinterDescription, IsFoundByItsModel) {
   JobCase job;
   job.AddPage(812, 20, "bars");
   writeDocument(directory, job);
-  // The label head has 832 dots: margin ((832 - 812) / 2 + 7) / 8 = 2 bytes. Drawn: 16 + 816.
-  EXPECT_EQ(directory.run({"pages.ras"}).status, 0);
-  EXPECT_EQ(readPicture(directory.path("pages-1.png")).width, 832U);
-  // The stencil head has 1728 dots: ((1728 - 812) / 2 + 7) / 8 = 58 bytes. Drawn: 464 + 816.
-  EXPECT_EQ(directory.run({"--model", "stencil", "pages.ras"}).status, 0);
-  EXPECT_EQ(readPicture(directory.path("pages-1.png")).width, 1280U);
+  // The label head has 832 dots, the stencil head 1728, with an edge of 2 dots on both sides.
+  EXPECT_EQ(directory.run({"--margins", "pages.ras"}).status, 0);
+  EXPECT_EQ(readPicture(directory.path("pages-1.png")).width, 836U);
+  EXPECT_EQ(directory.run({"--margins", "--model", "stencil", "pages.ras"}).status, 0);
+  EXPECT_EQ(readPicture(directory.path("pages-1.png")).width, 1732U);
 }
 
 TEST(PrinterDescription, ThatCannotBeReadIsNamed) {

@@ -37,11 +37,15 @@ TEST(PrintSetting, SaysWhenACommandIsCutOff) {
 
 TEST(PrintSetting, NamesTheJobSpeedsBehindACode) {
   // Speeds 0 and 1 are sent unchanged, every other speed two less.
-  EXPECT_EQ(describe({0, 0}), "speed code 0 (PrintSpeed 2 or 0), darkness 0 (Light)");
-  EXPECT_EQ(describe({1, 1}), "speed code 1 (PrintSpeed 3 or 1), darkness 1 (Middle)");
-  EXPECT_EQ(describe({2, 2}), "speed code 2 (PrintSpeed 4), darkness 2 (Dark)");
-  EXPECT_EQ(describe({253, 3}), "speed code 253 (PrintSpeed 255), darkness 3 (unknown)");
-  EXPECT_EQ(describe({254, 0}), "speed code 254 (no PrintSpeed gives it), darkness 0 (Light)");
+  EXPECT_EQ(describe({0, 0}), "darkness Light, PrintSpeed 2 or 0");
+  EXPECT_EQ(describe({1, 1}), "darkness Middle, PrintSpeed 3 or 1");
+  EXPECT_EQ(describe({2, 2}), "darkness Dark, PrintSpeed 4");
+  EXPECT_EQ(describe({253, 3}), "darkness 3 (unknown), PrintSpeed 255");
+  EXPECT_EQ(describe({254, 0}), "darkness Light, a speed that no PrintSpeed gives");
+}
+
+TEST(PrintSetting, TellsTheCodesAsTheyAreSent) {
+  EXPECT_EQ(describeCodes({2, 1}), "speed code 2, darkness code 1");
 }
 
 TEST(PageCounter, IsReadLowByteFirst) {

@@ -44,6 +44,17 @@ std::vector<std::vector<std::string>> plainPages(const blackbox::JobCase& job) {
   return pages;
 }
 
+std::vector<std::vector<std::string>> plainLabels(const blackbox::JobCase& job) {
+  std::vector<std::vector<std::string>> pages = plainPages(job);
+  for (std::size_t i = 0; i < pages.size(); ++i) {
+    const std::size_t width = job.pages.at(i).header.cupsWidth;
+    const std::size_t head = 4 * std::size_t{job.pages[i].header.HWResolution[0]};
+    const std::size_t margin = ((head - width) / 2 + 7) / 8 * 8;
+    for (std::string& row : pages[i]) row = row.substr(margin, width);
+  }
+  return pages;
+}
+
 std::size_t countDots(const std::vector<std::string>& rows) {
   std::size_t dots = 0;
   for (const std::string& row : rows) {

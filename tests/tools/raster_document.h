@@ -20,6 +20,10 @@ std::vector<std::string> writeDocument(const ProofDirectory& directory,
 // The rows of every page as the head gets them, margin first, by the plain version: '#' is a dot.
 std::vector<std::vector<std::string>> plainPages(const blackbox::JobCase& job);
 
+// The same without what the head has beside the label, on a head of 4 inches: the page centred on
+// it, its left edge on the next whole byte.
+std::vector<std::vector<std::string>> plainLabels(const blackbox::JobCase& job);
+
 // Black dots of such a page.
 std::size_t countDots(const std::vector<std::string>& rows);
 

@@ -40,17 +40,17 @@ class Render : public testing::Test {
     ASSERT_EQ(std::system(command.c_str()), 0) << command;
   }
 
-  // The bar of kBar at 203 dpi behind a margin of 27 bytes, ((832 - 400) / 2 + 7) / 8: 203 dots
-  // wide from 216 + 36 / 72 x 203 = 317.5 on, 101.5 high. A dot prints where its centre is covered.
+  // The bar of kBar at 203 dpi: 203 dots wide from 36 / 72 x 203 = 101.5 on, 101.5 high. A dot
+  // prints where its centre is covered.
   void expectBar(const Picture& picture) const {
-    ASSERT_EQ(picture.width, 616U);   // 216 + 400
+    ASSERT_EQ(picture.width, 400U);   // 142.05 / 72 x 203 = 400.5
     ASSERT_EQ(picture.height, 240U);  // 85.04 / 72 x 203 = 239.8
     std::size_t rows = 0;
     for (const std::string& row : picture.rows) {
       const std::size_t first = row.find('#');
       if (first == std::string::npos) continue;
       ++rows;
-      EXPECT_NEAR(static_cast<double>(first), 317.5, 1.0);
+      EXPECT_NEAR(static_cast<double>(first), 101.5, 1.0);
       EXPECT_NEAR(static_cast<double>(row.rfind('#') + 1 - first), 203, 1.0);
       EXPECT_EQ(row.find('.', first), row.rfind('#') + 1) << "a bar has no gaps";
     }
@@ -93,9 +93,9 @@ TEST_F(Render, DrawsPagesAndCopiesAsAsked) {
 
 TEST_F(Render, DrawsPicturesAsThePrintSystemDoesAndSaysThatTheyAreSkewed) {
   directory_.writeText("page.ps", kBar);
-  convert("pnggray", "drawn.png");
-  convert("jpeggray", "drawn.jpg");
-  for (const char* name : {"drawn.png", "drawn.jpg"}) {
+  convert("pnggray", "one.png");
+  convert("jpeggray", "two.jpg");
+  for (const char* name : {"one.png", "two.jpg"}) {
     const ProofResult result = directory_.run({name, "-o", "PageSize=w142h85", "--json"});
     EXPECT_EQ(result.status, 0) << result.errors;
     const auto json = parseJson(result.output);

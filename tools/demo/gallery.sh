@@ -58,7 +58,7 @@ gallery_page() {
 gallery_print() {
   local name=$1 work=$2 ppd=$3 options=$4 words='' frames
   rm -rf "$work/job"
-  proof --ppd "$ppd" -o "$options" --keep "$work/job" --output "$work/$name.png" \
+  proof --verbose --ppd "$ppd" -o "$options" --keep "$work/job" --output "$work/$name.png" \
     "$work/pages.ras" || return 1
   frames=("$work"/job/page_*.dat)
   if [ "${#frames[@]}" -ne 1 ] || [ ! -s "${frames[0]}" ]; then
@@ -66,9 +66,8 @@ gallery_print() {
     return 1
   fi
   mv "${frames[0]}" "$work/$name.dat"
-  dots[$name]=$(sed -n 's/^ *black dots: *\([0-9]*\); the count of every row agrees$/\1/p' \
-    <<<"$words")
-  if [ -z "${dots[$name]}" ]; then
+  dots[$name]=$(sed -n 's/^ *black dots: *\([0-9]*\), .*/\1/p' <<<"$words")
+  if [ -z "${dots[$name]}" ] || ! grep -q 'every row holds as many black dots' <<<"$words"; then
     echo "demo: the frame of $name does not agree with itself: $words" >&2
     return 1
   fi

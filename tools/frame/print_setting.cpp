@@ -42,20 +42,21 @@ ParsedSettings parsePrintSettings(const std::vector<std::uint8_t>& bytes) {
 }
 
 std::string describe(const PrintSetting& setting) {
+  static const std::array<const char*, 3> names = {"Light", "Middle", "Dark"};
+  std::string text = "darkness ";
+  text += setting.darkness < names.size() ? std::string(names[setting.darkness])
+                                          : std::to_string(setting.darkness) + " (unknown)";
   // Job speeds 0 and 1 are sent as they are, so the codes 0 and 1 stand for two speeds each.
   const unsigned code = setting.speed_code;
-  std::string text = "speed code " + std::to_string(code);
-  if (code > kLargestSpeedCode) {
-    text += " (no PrintSpeed gives it)";
-  } else {
-    text += " (PrintSpeed " + std::to_string(code + 2);
-    if (code < 2) text += " or " + std::to_string(code);
-    text += ')';
-  }
-  text += ", darkness " + std::to_string(setting.darkness);
-  static const std::array<const char*, 3> names = {" (Light)", " (Middle)", " (Dark)"};
-  text += setting.darkness < names.size() ? names[setting.darkness] : " (unknown)";
+  if (code > kLargestSpeedCode) return text + ", a speed that no PrintSpeed gives";
+  text += ", PrintSpeed " + std::to_string(code + 2);
+  if (code < 2) text += " or " + std::to_string(code);
   return text;
+}
+
+std::string describeCodes(const PrintSetting& setting) {
+  return "speed code " + std::to_string(setting.speed_code) + ", darkness code " +
+         std::to_string(setting.darkness);
 }
 
 std::optional<std::uint16_t> parsePageCounter(const std::vector<std::uint8_t>& bytes,

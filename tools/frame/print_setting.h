@@ -28,8 +28,11 @@ struct ParsedSettings {
 // Takes everything the filter sent to the printer.
 [[nodiscard]] ParsedSettings parsePrintSettings(const std::vector<std::uint8_t>& bytes);
 
-// "speed code 2 (PrintSpeed 4), darkness 1 (Middle)"
+// By the names of the options: "darkness Middle, PrintSpeed 4"
 [[nodiscard]] std::string describe(const PrintSetting& setting);
+
+// As the bytes have it: "speed code 2, darkness code 1"
+[[nodiscard]] std::string describeCodes(const PrintSetting& setting);
 
 // The stored page counter, or nothing and a sentence in `problem`.
 [[nodiscard]] std::optional<std::uint16_t> parsePageCounter(const std::vector<std::uint8_t>& bytes,

@@ -111,7 +111,9 @@ std::vector<Switch> switches(Arguments& arguments) {
   return {{"--help", &arguments.help},       {"-h", &arguments.help},
           {"--version", &arguments.version}, {"--compare", &arguments.compare},
           {"--margins", &arguments.margins}, {"--json", &arguments.json},
-          {"--quiet", &arguments.quiet},     {"-q", &arguments.quiet}};
+          {"--quiet", &arguments.quiet},     {"-q", &arguments.quiet},
+          {"--verbose", &arguments.verbose}, {"-v", &arguments.verbose},
+          {"--force", &arguments.force}};
 }
 
 // Whether `word` is that option, and its value: behind "=", behind a short name, or the next word.
@@ -160,6 +162,7 @@ std::string contradiction(const Arguments& arguments) {
     return "--output names one picture but there are " + std::to_string(documents) +
            " documents; use --output-dir DIR";
   }
+  if (arguments.quiet && arguments.verbose) return "give --quiet or --verbose, not both";
   if (!arguments.model.empty() && !arguments.ppd.empty()) {
     return "give --model or --ppd, not both: a model stands for its printer description";
   }

@@ -23,7 +23,9 @@ struct Arguments {
   bool margins = false;
   bool json = false;
   bool quiet = false;
-  int dpi = 203;  // dots per inch of frames, horizontal and vertical
+  bool verbose = false;
+  bool force = false;  // pictures of others may be written over
+  int dpi = 203;       // dots per inch of frames, horizontal and vertical
   bool dpi_given = false;
   unsigned scale = 1;                // pixels per dot
   std::string model;                 // empty where not given

@@ -8,6 +8,8 @@
 namespace kestra {
 namespace {
 
+constexpr std::size_t kRowUnit = 4;  // dots by which the width of a straight page goes up
+
 // Draws the first `count` dots of a row where they are black; what is no dot stays as it is.
 void drawDots(BytesView dots, std::size_t count, Colour* colours) {
   for (std::size_t x = 0; x < count; ++x) {
@@ -17,15 +19,16 @@ void drawDots(BytesView dots, std::size_t count, Colour* colours) {
 
 }  // namespace
 
-void DotsDrawing::row(std::size_t y, Colour* colours) const {
-  std::fill_n(colours, width(), Colour::kPaper);
-  drawDots(frame_.row(y).dots, width(), colours);
+std::size_t labelWidth(const PageFrame& frame, std::size_t page_dots) {
+  if (frame.wider_than_head()) return frame.drawn_width();
+  const std::size_t available = frame.drawn_width() - frame.margin_bytes() * 8;
+  const std::size_t announced =
+      (std::size_t{frame.width_dots} + kRowUnit - 1) / kRowUnit * kRowUnit;
+  return std::min(page_dots > 0 ? page_dots : announced, available);
 }
 
-PageDrawing::PageDrawing(const PageFrame& frame, std::size_t page_dots) : frame_(frame) {
-  const std::size_t available = frame.drawn_width() - frame.margin_bytes() * 8;
-  page_ = page_dots > 0 ? std::min(page_dots, available) : available;
-}
+PageDrawing::PageDrawing(const PageFrame& frame, std::size_t page_dots)
+    : frame_(frame), page_(labelWidth(frame, page_dots)) {}
 
 void PageDrawing::row(std::size_t y, Colour* colours) const {
   std::fill_n(colours, width(), Colour::kPaper);
@@ -33,15 +36,10 @@ void PageDrawing::row(std::size_t y, Colour* colours) const {
 }
 
 MarginDrawing::MarginDrawing(const PageFrame& frame, std::size_t page_dots, std::size_t head_dots)
-    : frame_(frame) {
-  const std::size_t drawn = frame.drawn_width();
-  if (frame.wider_than_head()) {
-    page_ = drawn;  // the rows overlap: no edge can be told
-  } else {
-    left_ = frame.margin_bytes() * 8;
-    page_ = std::min(page_dots > 0 ? page_dots : frame.width_dots, drawn - left_);
-  }
-  head_ = std::max(drawn, head_dots);
+    : frame_(frame),
+      left_(frame.margin_bytes() * 8),
+      page_(labelWidth(frame, page_dots)),
+      head_(std::max(frame.drawn_width(), head_dots)) {
   gap_ = frame.media == Media::kContinuous ? 0 : frame.gap_dots;
 }
 

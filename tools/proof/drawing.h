@@ -31,23 +31,12 @@ class Drawing {
   virtual void row(std::size_t y, Colour* colours) const = 0;
 };
 
-// The dots of a frame, margin included, one pixel per dot: drawn_width() x row_count.
-class DotsDrawing : public Drawing {
- public:
-  // `frame` belongs to the caller and outlives this object.
-  explicit DotsDrawing(const PageFrame& frame) : frame_(frame) {}
+// Dots across the label. `page_dots` is the width of the page that was printed, 0 where only the
+// frame's own word is known: that may be a dot short, and the width of a straight page is a
+// multiple of 4. All dots of a row where the rows overlap.
+[[nodiscard]] std::size_t labelWidth(const PageFrame& frame, std::size_t page_dots);
 
-  std::size_t width() const override { return frame_.drawn_width(); }
-  std::size_t height() const override { return frame_.row_count; }
-  bool colourful() const override { return false; }
-  void row(std::size_t y, Colour* colours) const override;
-
- private:
-  const PageFrame& frame_;
-};
-
-// The page alone, without the margin before it: `page_dots` x row_count. All dots of a row where
-// the margin cannot be told.
+// The label cut out of the head's rows: labelWidth() x row_count, one pixel per dot.
 class PageDrawing : public Drawing {
  public:
   // `frame` belongs to the caller and outlives this object.
@@ -73,9 +62,8 @@ class MarginDrawing : public Drawing {
  public:
   static constexpr std::size_t kEdgeDots = 2;
 
-  // `page_dots`: width of the page, 0 where only the frame's own word is known (it may be one dot
-  // less). `head_dots`: width of the print head, 0 where it is not known; the frame's rows are
-  // then taken for it.
+  // `page_dots` as for labelWidth. `head_dots`: width of the print head, 0 where it is not known;
+  // the frame's rows are then taken for it.
   MarginDrawing(const PageFrame& frame, std::size_t page_dots, std::size_t head_dots);
 
   std::size_t width() const override { return head_ + 2 * kEdgeDots; }

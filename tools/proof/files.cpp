@@ -12,6 +12,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "tools/proof/png_chunks.h"
+
 namespace kestra {
 namespace {
 
@@ -23,6 +25,21 @@ bool isFile(const std::string& path, const struct stat& status) {
   struct stat other = {};
   return stat(path.c_str(), &other) == 0 && other.st_dev == status.st_dev &&
          other.st_ino == status.st_ino;
+}
+
+// Whether the file is a proof of `document`, or of any where that is empty.
+bool isProofOf(const std::string& path, const std::string& document, std::string& problem) {
+  const std::vector<PngChunk> chunks = chunksBeforePixels(path);
+  const std::string instead =
+      "; name another picture with --output or --output-dir, or write over it with --force";
+  if (pngText(chunks, "Software") != kProgram) {
+    problem = path + " is there already and was not made by kestra-proof" + instead;
+    return false;
+  }
+  const std::string made = pngText(chunks, "Title");
+  if (document.empty() || made == document) return true;
+  problem = path + " is there already and shows another document, " + made + instead;
+  return false;
 }
 
 }  // namespace
@@ -62,9 +79,10 @@ bool readFile(const std::string& path, std::vector<std::uint8_t>& bytes, std::st
   return good;
 }
 
+std::string fileName(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+
 std::string stem(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+  const std::string name = fileName(path);
   const std::size_t dot = name.rfind('.');
   return dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
 }
@@ -75,12 +93,14 @@ std::string picturePath(const Arguments& arguments, const std::string& name) {
   return (directory.empty() ? "" : directory + "/") + name + ".png";
 }
 
-WriteGuard::WriteGuard(const Arguments& arguments) {
+WriteGuard::WriteGuard(const Arguments& arguments)
+    : force_(arguments.force), named_(!arguments.output.empty()) {
   for (const Input& input : arguments.inputs) inputs_.push_back(input.path);
   if (!arguments.ppd.empty()) inputs_.push_back(arguments.ppd);
 }
 
-bool WriteGuard::mayWrite(const std::string& path, std::string& problem) const {
+bool WriteGuard::mayWrite(const std::string& path, const std::string& document,
+                          std::string& problem) const {
   struct stat target = {};
   if (stat(path.c_str(), &target) != 0) return true;  // not there, or the writer will say why
   if (!S_ISREG(target.st_mode)) {
@@ -100,7 +120,7 @@ bool WriteGuard::mayWrite(const std::string& path, std::string& problem) const {
       return false;
     }
   }
-  return true;
+  return force_ || isProofOf(path, named_ ? "" : fileName(document), problem);
 }
 
 bool makeNewDirectory(const std::string& path, std::string& problem) {

@@ -17,6 +17,12 @@ namespace kestra {
 [[nodiscard]] bool readFile(const std::string& path, std::vector<std::uint8_t>& bytes,
                             std::string& problem);
 
+// What a picture says of who made it.
+inline constexpr const char* kProgram = "kestra-proof";
+
+// A file's name without directory: "a/label.pdf" -> "label.pdf".
+[[nodiscard]] std::string fileName(const std::string& path);
+
 // A file's name without directory and, where there is one, the ending: "a/label.pdf" -> "label".
 [[nodiscard]] std::string stem(const std::string& path);
 
@@ -29,13 +35,17 @@ class WriteGuard {
   explicit WriteGuard(const Arguments& arguments);
 
   // False and the reason in `problem` where `path` is an input, a picture written before in this
-  // run, or something that is no ordinary file.
-  [[nodiscard]] bool mayWrite(const std::string& path, std::string& problem) const;
+  // run, or something that is no ordinary file. Without --force also where it is no proof, or one
+  // of another document than `document` whose name was not asked for.
+  [[nodiscard]] bool mayWrite(const std::string& path, const std::string& document,
+                              std::string& problem) const;
 
   // To be told of each picture.
   void wrote(const std::string& path) { written_.push_back(path); }
 
  private:
+  bool force_;
+  bool named_;  // by --output
   std::vector<std::string> inputs_;
   std::vector<std::string> written_;
 };

@@ -11,7 +11,7 @@ const char* helpText() {
        kestra-proof FRAME.dat... | QUEUE.pgc... | --command FILE|-
 
 Shows a document as the print head would print it, without a printer: for every page a PNG picture
-with one pixel per dot, in the size of the print, and what there is to know about the page.
+of the label with one pixel per dot, in the size of the print, and what there is to know about it.
 DOCUMENT is PDF, PostScript, PNG, JPEG, text or CUPS raster. A page frame, the page counter of a
 print queue, or print-setting commands are decoded as they are.
 
@@ -44,12 +44,15 @@ Pictures
                       blue    the head beside the label, where nothing can be printed
                       yellow  the gap to the next label; grey: the black mark
   --scale N         N x N pixels for each dot, 1 to 16; the size of the print stays
-  --dpi N           resolution of the head for page frames, which do not hold it (203)
+  --force           writes over files that are no proofs, and over proofs of other documents
+  --dpi N           resolution of the head for page frames, which do not hold it: 203, and 300 for
+                    those that are wider than the label head or come with --model stencil
 
 What is told
   --json            one JSON object on standard output instead of words
   --keep DIR        a new directory for what the print leaves: frames, the filter's log and
                     images, the commands to the printer, the raster pages
+  -v, --verbose     the frame's rows, counts and codes as well
   -q, --quiet       no words and no progress; warnings and errors are still told
   --help            this text
   --version         the version

@@ -41,6 +41,13 @@ int wrongUsage(const std::string& problem) {
   return kWrongUsage;
 }
 
+// Writes a text and nothing else. Exit status.
+int print(const std::string& text) {
+  if (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0) return kAllWell;
+  std::fprintf(stderr, "kestra-proof: standard output: cannot be written\n");
+  return kSomethingBroken;
+}
+
 std::vector<Job> lookAt(const std::vector<Input>& inputs) {
   const std::string frameEnd = ".dat";
   std::vector<Job> jobs;
@@ -78,7 +85,6 @@ std::string uselessOption(const Arguments& arguments, const std::vector<Job>& jo
   if (!arguments.options.empty()) option = "-o";
   if (arguments.compare) option = "--compare";
   if (!arguments.keep.empty()) option = "--keep";
-  if (!arguments.model.empty()) option = "--model";
   if (!arguments.ppd.empty()) option = "--ppd";
   if (option == nullptr || documents) return {};
   return std::string(option) + " is for documents; a page frame is printed already";
@@ -167,14 +173,8 @@ int main(int argc, char** argv) {
   Arguments arguments;
   std::string problem;
   if (!parseArguments(words, arguments, problem)) return wrongUsage(problem);
-  if (arguments.help) {
-    std::fputs(kestra::helpText(), stdout);
-    return kAllWell;
-  }
-  if (arguments.version) {
-    std::puts("kestra-proof " KESTRA_VERSION);
-    return kAllWell;
-  }
+  if (arguments.help) return print(kestra::helpText());
+  if (arguments.version) return print("kestra-proof " KESTRA_VERSION "\n");
   kestra::catchInterrupts();
   const int status = run(arguments);
   if (kestra::interruptSignal() != 0) kestra::endByInterrupt();

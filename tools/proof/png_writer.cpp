@@ -49,16 +49,37 @@ constexpr std::array<png_color, kColourCount> kPalette = {{
 // How the rows of a picture are laid out, and room for one of each kind.
 struct Rows {
   const Drawing& drawing;
-  const PictureSize& size;
+  const PictureFacts& size;
   int bits;                     // per pixel
   std::vector<Colour> colours;  // a row of the drawing
   std::vector<png_byte> bytes;  // the same, enlarged and packed
-  Rows(const Drawing& picture, const PictureSize& wanted)
+  std::string software = "Software";
+  std::string title = "Title";
+  std::string noLanguage;
+  std::string program;
+  std::string document;
+  std::array<png_text, 2> words = {};  // point into the two before
+  Rows(const Drawing& picture, const PictureFacts& wanted)
       : drawing(picture),
         size(wanted),
         bits(picture.colourful() ? 4 : 1),
         colours(picture.width()),
-        bytes((picture.width() * wanted.scale * static_cast<std::size_t>(bits) + 7) / 8) {}
+        bytes((picture.width() * wanted.scale * static_cast<std::size_t>(bits) + 7) / 8),
+        program(wanted.program),
+        document(wanted.document) {
+    words[0].compression = PNG_TEXT_COMPRESSION_NONE;
+    words[0].key = software.data();
+    words[0].text = program.data();
+    words[0].text_length = program.size();
+    words[1].compression = PNG_ITXT_COMPRESSION_NONE;  // names of files are UTF-8
+    words[1].key = title.data();
+    words[1].text = document.data();
+    words[1].itxt_length = document.size();
+    words[1].lang = noLanguage.data();
+    words[1].lang_key = noLanguage.data();
+  }
+  Rows(const Rows&) = delete;
+  Rows& operator=(const Rows&) = delete;
 
   // The leftmost pixel is in the highest bits of a byte.
   void pack(std::size_t y) {
@@ -85,7 +106,7 @@ png_uint_32 pixelsPerMetre(unsigned dpi, unsigned scale) {
 // out of libpng runs no destructors.
 bool writeRows(std::FILE* file, png_structp png, png_infop info, Rows& rows) {
   if (setjmp(png_jmpbuf(png)) != 0) return false;
-  const PictureSize& size = rows.size;
+  const PictureFacts& size = rows.size;
   png_init_io(png, file);
   png_set_IHDR(png, info, static_cast<png_uint_32>(rows.drawing.width() * size.scale),
                static_cast<png_uint_32>(rows.drawing.height() * size.scale), rows.bits,
@@ -94,6 +115,9 @@ bool writeRows(std::FILE* file, png_structp png, png_infop info, Rows& rows) {
   if (rows.bits != 1) png_set_PLTE(png, info, kPalette.data(), static_cast<int>(kPalette.size()));
   png_set_pHYs(png, info, pixelsPerMetre(size.dpi[0], size.scale),
                pixelsPerMetre(size.dpi[1], size.scale), PNG_RESOLUTION_METER);
+  if (rows.words.front().text_length > 0) {
+    png_set_text(png, info, rows.words.data(), static_cast<int>(rows.words.size()));
+  }
   png_write_info(png, info);
   for (std::size_t y = 0; y < rows.drawing.height(); ++y) {
     rows.pack(y);
@@ -103,7 +127,7 @@ bool writeRows(std::FILE* file, png_structp png, png_infop info, Rows& rows) {
   return true;
 }
 
-bool writeTo(std::FILE* file, const Drawing& drawing, const PictureSize& size,
+bool writeTo(std::FILE* file, const Drawing& drawing, const PictureFacts& size,
              std::string& problem) {
   Rows rows(drawing, size);
   Failure failure;
@@ -130,7 +154,7 @@ mode_t usualMode() {
 
 }  // namespace
 
-bool writePng(const std::string& path, const Drawing& drawing, const PictureSize& size,
+bool writePng(const std::string& path, const Drawing& drawing, const PictureFacts& size,
               std::string& problem) {
   std::string temporary = path + ".XXXXXX";
   const int descriptor = mkstemp(temporary.data());

@@ -12,16 +12,19 @@
 
 namespace kestra {
 
-struct PictureSize {
+struct PictureFacts {
   std::array<unsigned, 2> dpi = {203, 203};  // dots per inch of the print, across and down
   unsigned scale = 1;                        // pixels per dot in each direction
+  // The program, and the name of the document it made the picture of: both stand in the file.
+  std::string program = {};
+  std::string document = {};
 };
 
 // Writes `drawing` to `path`, each dot `scale` x `scale` pixels, with a resolution that gives it
 // the size of the print. The file appears whole or not at all: it is written beside `path` and
 // renamed. Returns false and the reason in `problem`.
 [[nodiscard]] bool writePng(const std::string& path, const Drawing& drawing,
-                            const PictureSize& size, std::string& problem);
+                            const PictureFacts& facts, std::string& problem);
 
 }  // namespace kestra
 

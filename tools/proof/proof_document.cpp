@@ -113,9 +113,7 @@ class DocumentProof {
       return std::make_unique<MarginDrawing>(frame, content.width,
                                              printer_.options.headDots(content.dpi[0]));
     }
-    // Side by side, empty margins would only push the pages apart.
-    if (arguments_.compare) return std::make_unique<PageDrawing>(frame, content.width);
-    return std::make_unique<DotsDrawing>(frame);
+    return std::make_unique<PageDrawing>(frame, content.width);
   }
 
   PageFacts facts(const PrintedPage& page, const PageFrame& frame,
@@ -150,6 +148,7 @@ class DocumentProof {
       drawing = compare(page, frames, report);
     } else {
       report.frame = &frames.front();
+      report.frame_page_dots = page.content.width;
       const PageFacts found = facts(page, frames.front(), printer_.options.choice("HalftoneType"));
       report.black_dots = found.black_dots;
       report.warnings = dotWarnings(found);
@@ -198,8 +197,9 @@ class DocumentProof {
     report.width = drawing.width() * arguments_.scale;
     report.height = drawing.height() * arguments_.scale;
     std::string problem;
-    if (!guard_.mayWrite(report.picture, problem) ||
-        !writePng(report.picture, drawing, {page.content.dpi, arguments_.scale}, problem)) {
+    if (!guard_.mayWrite(report.picture, path_, problem) ||
+        !writePng(report.picture, drawing,
+                  {page.content.dpi, arguments_.scale, kProgram, fileName(path_)}, problem)) {
       return fail(page, problem);
     }
     guard_.wrote(report.picture);

@@ -15,26 +15,43 @@
 namespace kestra {
 namespace {
 
+// The label printer's head at 203 dots per inch; the other resolutions and the stencil printer have
+// more dots.
+constexpr std::size_t kLabelHeadDots = 832;
+constexpr unsigned kLowDpi = 203;
+constexpr unsigned kHighDpi = 300;
+
+// A frame does not hold its resolution: it is given, stands for the model, or follows from a width
+// that the label printer's head has only at the higher one. `note` says so.
+unsigned frameDpi(const PageFrame& frame, const Arguments& arguments, std::string& note) {
+  if (arguments.dpi_given) return static_cast<unsigned>(arguments.dpi);
+  if (!arguments.model.empty()) return arguments.model == "stencil" ? kHighDpi : kLowDpi;
+  if (frame.drawn_width() <= kLabelHeadDots) return kLowDpi;
+  note = "taken for 300 dpi, as no head of 203 dpi for labels is so wide; --dpi says otherwise";
+  return kHighDpi;
+}
+
 void drawFrame(const std::string& path, const PageFrame& frame, const Arguments& arguments,
                WriteGuard& guard, Teller& teller) {
-  std::unique_ptr<Drawing> drawing = std::make_unique<DotsDrawing>(frame);
+  std::unique_ptr<Drawing> drawing = std::make_unique<PageDrawing>(frame, 0);
   if (arguments.margins) drawing = std::make_unique<MarginDrawing>(frame, 0, 0);
   PageReport report;
   // A frame's other endings are part of its name: only .dat is replaced.
   const bool isData = path.size() > 4 && path.compare(path.size() - 4, 4, ".dat") == 0;
-  report.picture = picturePath(arguments, isData ? stem(path) : path.substr(path.rfind('/') + 1));
+  report.picture = picturePath(arguments, isData ? stem(path) : fileName(path));
   report.width = drawing->width() * arguments.scale;
   report.height = drawing->height() * arguments.scale;
-  const auto dpi = static_cast<unsigned>(arguments.dpi);
+  const unsigned dpi = frameDpi(frame, arguments, report.note);
   report.dpi = {dpi, dpi};
   report.frame = &frame;
-  report.page_dots = std::uint64_t{frame.width_dots} * frame.row_count;
+  report.page_dots = std::uint64_t{labelWidth(frame, 0)} * frame.row_count;
   for (std::size_t y = 0; y < frame.row_count; ++y) {
     report.black_dots += countBlackDots(frame.row(y).dots);
   }
   std::string problem;
-  if (!guard.mayWrite(report.picture, problem) ||
-      !writePng(report.picture, *drawing, {report.dpi, arguments.scale}, problem)) {
+  if (!guard.mayWrite(report.picture, path, problem) ||
+      !writePng(report.picture, *drawing, {report.dpi, arguments.scale, kProgram, fileName(path)},
+                problem)) {
     teller.complain(problem);
     return;
   }

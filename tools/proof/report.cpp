@@ -4,30 +4,19 @@
 // show how.
 #include "tools/proof/report.h"
 
-#include <array>
-#include <cstdint>
 #include <cstdio>
+
+#include "tools/proof/drawing.h"
 
 namespace kestra {
 namespace {
 
 constexpr double kMmPerInch = 25.4;
 constexpr std::size_t kListedStretches = 5;
-
-const char* mediaWords(Media media) {
-  switch (media) {
-    case Media::kContinuous:
-      return "continuous paper";
-    case Media::kGaps:
-      return "labels with gaps";
-    case Media::kMarks:
-      return "paper with black marks";
-  }
-  return "unknown";
-}
+constexpr std::size_t kWordsAt = 16;  // the column where the words of a line begin
 
 // "100.1"
-std::string mm(std::size_t dots, int dpi) {
+std::string mm(std::size_t dots, unsigned dpi) {
   std::array<char, 48> text = {};
   std::snprintf(text.data(), text.size(), "%.1f", static_cast<double>(dots) * kMmPerInch / dpi);
   return text.data();
@@ -35,9 +24,29 @@ std::string mm(std::size_t dots, int dpi) {
 
 std::string number(std::uint64_t value) { return std::to_string(value); }
 
-std::string countLine(const PageFrame& frame) {
+std::string line(const char* name, const std::string& words) {
+  std::string start = std::string("  ") + name + ":";
+  start.resize(kWordsAt, ' ');
+  return start + words + "\n";
+}
+
+std::string mediaWords(const PageFrame& frame, unsigned dpi) {
+  const std::string gap = mm(frame.gap_dots, dpi) + " mm";
+  switch (frame.media) {
+    case Media::kContinuous:
+      return "continuous paper";
+    case Media::kGaps:
+      return "labels with gaps of " + gap;
+    case Media::kMarks:
+      return "paper with black marks of " + gap;
+  }
+  return "unknown";
+}
+
+// The rows whose count of black dots is wrong, or an empty text.
+std::string wrongCounts(const PageFrame& frame) {
   const std::vector<std::size_t> wrong = rowsWithWrongCount(frame);
-  if (wrong.empty()) return "the count of every row agrees";
+  if (wrong.empty()) return {};
   const FrameRow first = frame.row(wrong.front());
   return number(wrong.size()) + (wrong.size() == 1 ? " row disagrees" : " rows disagree") +
          " with the announced count: row " + summariseRows(wrong, kListedStretches) + " (row " +
@@ -45,7 +54,28 @@ std::string countLine(const PageFrame& frame) {
          number(countBlackDots(first.dots)) + ")";
 }
 
+std::string bytes(std::size_t count) { return number(count) + (count == 1 ? " byte" : " bytes"); }
+
+// How the frame is built, for whoever compares bytes.
+std::string buildWords(const PageFrame& frame) {
+  const std::size_t page = frame.drawn_width() / 8 - frame.margin_bytes();
+  std::string text = line("rows", number(frame.row_count) + " of " + bytes(page) +
+                                      " behind a margin of " + bytes(frame.margin_bytes()));
+  if (rowsWithWrongCount(frame).empty()) {
+    text += line("counts", "every row holds as many black dots as it announces");
+  }
+  return text;
+}
+
 }  // namespace
+
+std::string percent(std::uint64_t part, std::uint64_t whole) {
+  const double value =
+      whole == 0 ? 0 : 100 * static_cast<double>(part) / static_cast<double>(whole);
+  std::array<char, 32> text = {};
+  std::snprintf(text.data(), text.size(), "%.1f %%", value);
+  return text.data();
+}
 
 std::string summariseRows(const std::vector<std::size_t>& rows, std::size_t runs) {
   std::string text;
@@ -62,30 +92,38 @@ std::string summariseRows(const std::vector<std::size_t>& rows, std::size_t runs
   return text;
 }
 
-std::string describeFrame(const PageFrame& frame, int dpi) {
+std::string describeFrame(const PageFrame& frame, const FrameWords& words) {
+  const bool bytewise = words.stored || words.verbose;
+  const unsigned across = words.dpi[0];
+  const unsigned down = words.dpi[1];
+  const std::size_t width = labelWidth(frame, words.page_dots);
   std::uint64_t black = 0;
   for (std::size_t y = 0; y < frame.row_count; ++y) black += countBlackDots(frame.row(y).dots);
-  const std::size_t pageBytes = frame.drawn_width() / 8 - frame.margin_bytes();
 
   std::string text;
-  text += "  page number: " + number(frame.page_number) + "\n";
-  text += "  media:       " + std::string(mediaWords(frame.media)) + "\n";
-  text += "  page size:   " + number(frame.width_dots) + " x " + number(frame.height_dots) +
-          " dots, " + mm(frame.width_dots, dpi) + " x " + mm(frame.height_dots, dpi) + " mm at " +
-          std::to_string(dpi) + " dpi\n";
-  text +=
-      "  gap:         " + number(frame.gap_dots) + " dots, " + mm(frame.gap_dots, dpi) + " mm\n";
-  text += "  rows:        " + number(frame.row_count) + " of " + number(pageBytes) +
-          " bytes behind a margin of " + number(frame.margin_bytes()) + " bytes\n";
-  text += "  black dots:  " + number(black) + "; " + countLine(frame) + "\n";
+  if (bytewise) text += line("page number", number(frame.page_number));
+  text += line("size", number(width) + " x " + number(frame.row_count) + " dots, " +
+                           mm(width, across) + " x " + mm(frame.row_count, down) + " mm at " +
+                           number(across) + (down != across ? " x " + number(down) : "") + " dpi");
+  if (bytewise && (frame.width_dots != width || frame.height_dots != frame.row_count)) {
+    text += line("frame says", number(frame.width_dots) + " x " + number(frame.height_dots) +
+                                   " dots, " + mm(frame.width_dots, across) + " x " +
+                                   mm(frame.height_dots, down) + " mm");
+  }
+  text += line("media", mediaWords(frame, down));
+  text += line("black dots", number(black) + ", " +
+                                 percent(black, std::uint64_t{width} * frame.row_count) +
+                                 " of the label");
+  if (words.verbose) text += buildWords(frame);
+  const std::string wrong = wrongCounts(frame);
+  if (!wrong.empty()) text += line("note", wrong);
   if (frame.wider_than_head()) {
-    text +=
-        "  note:        the rows are shorter than the page is wide; the page was wider than "
-        "the print head and its rows overlap\n";
+    text += line("note",
+                 "the rows are shorter than the page is wide; the page was wider than the print "
+                 "head and its rows overlap");
   }
   if (frame.reserved != 0) {
-    text +=
-        "  note:        bytes 10 and 11 hold " + number(frame.reserved) + " where 0 is expected\n";
+    text += line("note", "bytes 10 and 11 hold " + number(frame.reserved) + " where 0 is expected");
   }
   return text;
 }

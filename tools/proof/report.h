@@ -5,7 +5,9 @@
 #ifndef TOOLS_PROOF_REPORT_H_
 #define TOOLS_PROOF_REPORT_H_
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -13,9 +15,19 @@
 
 namespace kestra {
 
-// Several lines, each with two leading blanks and a line end. Millimetres are for `dpi` dots per
-// inch.
-[[nodiscard]] std::string describeFrame(const PageFrame& frame, int dpi);
+// What is known of a frame beside its bytes, and how much of it is told.
+struct FrameWords {
+  std::size_t page_dots = 0;                 // width of the page, 0: only what the frame says
+  std::array<unsigned, 2> dpi = {203, 203};  // of the print, across and down
+  bool stored = false;                       // it waits somewhere: its number and sizes are news
+  bool verbose = false;                      // rows, margins and counts as well
+};
+
+// Several lines, each with two leading blanks and a line end.
+[[nodiscard]] std::string describeFrame(const PageFrame& frame, const FrameWords& words);
+
+// "12.3 %"; 0 of 0 is none.
+[[nodiscard]] std::string percent(std::uint64_t part, std::uint64_t whole);
 
 // Row numbers, counted from 0, as a short list: "3, 5-9, 12 and 40 more". At most `runs` stretches
 // are listed. `rows` is sorted and has no doubles.

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 
+#include "tools/proof/drawing.h"
 #include "tools/proof/report.h"
 
 namespace kestra {
@@ -29,17 +30,12 @@ double coverage(std::uint64_t black, std::uint64_t dots) {
   return dots == 0 ? 0 : static_cast<double>(black) / static_cast<double>(dots);
 }
 
-std::string percent(double part) {
-  std::array<char, 32> text = {};
-  std::snprintf(text.data(), text.size(), "%.1f %%", part * 100);
-  return text.data();
-}
-
 }  // namespace
 
 Teller::Teller(const Arguments& arguments)
     : json_on_(arguments.json),
       words_on_(!arguments.json && !arguments.quiet),
+      verbose_(arguments.verbose),
       progress_(!arguments.quiet) {
   if (!json_on_) return;
   json_.object().name("program").string("kestra-proof").name("version").string(KESTRA_VERSION);
@@ -84,17 +80,21 @@ void Teller::words(const PageReport& page) {
   std::string text = path_;
   if (page.number > 0) text += ": page " + std::to_string(page.number);
   text += ":\n";
-  if (page.frame != nullptr) text += describeFrame(*page.frame, static_cast<int>(page.dpi[0]));
+  if (page.frame != nullptr) {
+    text +=
+        describeFrame(*page.frame, {page.frame_page_dots, page.dpi, page.number == 0, verbose_});
+  }
+  if (!page.note.empty()) text += "  note:         " + page.note + "\n";
   for (const TileReport& tile : page.tiles) {
     text += "  " + tile.halftone + ":" + std::string(18 - tile.halftone.size(), ' ') +
             std::to_string(tile.black_dots) + " black dots, " +
-            percent(coverage(tile.black_dots, page.page_dots)) + "\n";
+            percent(tile.black_dots, page.page_dots) + "\n";
   }
-  if (page.number > 0 && page.tiles.empty()) {
-    text += "  coverage:    " + percent(coverage(page.black_dots, page.page_dots)) + "\n";
+  if (page.setting) {
+    text += "  printed with: " + describe(*page.setting) +
+            (verbose_ ? " (" + describeCodes(*page.setting) + ")" : "") + "\n";
   }
-  if (page.setting) text += "  command:     " + describe(*page.setting) + "\n";
-  text += "  picture:     " + page.picture + ", " + std::to_string(page.width) + " x " +
+  text += "  picture:      " + page.picture + ", " + std::to_string(page.width) + " x " +
           std::to_string(page.height) + " pixels\n";
   say(text);
 }
@@ -107,11 +107,14 @@ void Teller::pageJson(const PageReport& page) {
   json_.name("dpi").array().number(page.dpi[0]).number(page.dpi[1]).endArray();
   if (page.frame != nullptr) {
     const PageFrame& frame = *page.frame;
-    const double mmPerDot = kMmPerInch / page.dpi[0];
-    json_.name("label_dots").array().number(frame.width_dots).number(frame.height_dots).endArray();
+    const auto width = static_cast<double>(labelWidth(frame, page.frame_page_dots));
+    const double height = frame.row_count;
+    json_.name("label_dots").array().fraction(width, 0).fraction(height, 0).endArray();
     json_.name("millimetres").array();
-    json_.fraction(frame.width_dots * mmPerDot, 2).fraction(frame.height_dots * mmPerDot, 2);
-    json_.endArray();
+    json_.fraction(width * kMmPerInch / page.dpi[0], 2);
+    json_.fraction(height * kMmPerInch / page.dpi[1], 2).endArray();
+    json_.name("announced_dots").array();
+    json_.number(frame.width_dots).number(frame.height_dots).endArray();
     json_.name("rows").number(frame.row_count);
     json_.name("margin_dots").number(frame.margin_bytes() * 8);
     json_.name("media").string(mediaName(frame.media));
@@ -152,7 +155,8 @@ void Teller::commands(const std::vector<PrintSetting>& settings) {
   for (const PrintSetting& setting : settings) {
     ++number;
     if (words_on_) {
-      say(path_ + ": command " + std::to_string(number) + ": " + describe(setting) + "\n");
+      say(path_ + ": command " + std::to_string(number) + ": " + describe(setting) + " (" +
+          describeCodes(setting) + ")\n");
     }
     if (json_on_) {
       json_.object().name("speed_code").number(setting.speed_code);

@@ -40,7 +40,9 @@ struct PageReport {
   std::uint64_t page_dots = 0;           // dots of the page, black or not
   std::uint64_t black_dots = 0;
   const PageFrame* frame = nullptr;     // the caller's; null on a comparison sheet
+  std::size_t frame_page_dots = 0;      // width of the frame's page, 0: only what the frame says
   std::vector<TileReport> tiles;        // empty but on a comparison sheet
+  std::string note;                     // on the frame, empty where there is none
   std::optional<PrintSetting> setting;  // what was sent to the printer before the page
   std::vector<std::string> warnings;
 };
@@ -80,6 +82,7 @@ class Teller {
 
   bool json_on_;
   bool words_on_;
+  bool verbose_;
   bool well_ = true;
   JsonText json_;
   ProgressBar progress_;
