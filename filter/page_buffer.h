@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "imaging/kernels/page_block.h"
+#include "filter/base/page_block.h"
 
 namespace kestra {
 

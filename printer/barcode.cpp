@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "filter/base/log.h"
+#include "filter/base/page_size.h"
 #include "printer/kestra_printer.h"
 
 namespace kestra {
@@ -162,7 +163,9 @@ class ColumnStripe {
 
 }  // namespace
 
-void KestraPrinter::setRowStride(int width) { rowStride_ = (width + 3) / 4 * 4; }
+void KestraPrinter::setRowStride(int width) {
+  rowStride_ = static_cast<int>(paddedRowBytes(static_cast<std::uint32_t>(width)));
+}
 
 // Dashes lie on a fixed grid of 8 pixels, 4 on and 4 off, counted from the row's left edge. The
 // last one may cover the pixel that closed the run and two more; the scan goes on over what it

@@ -1,6 +1,8 @@
 // Builds debug bitmaps in memory, byte by byte, so that they are the same on every machine.
 #include "printer/debug_bitmap.h"
 
+#include "filter/base/page_size.h"
+
 namespace kestra {
 namespace {
 
@@ -26,8 +28,7 @@ void appendColor(std::vector<std::uint8_t>& bytes, std::uint8_t grey) {
 }  // namespace
 
 std::uint32_t debugBitmapRowBytes(std::uint32_t width, unsigned bitsPerPixel) {
-  const std::uint64_t bytes = bitsPerPixel == 8 ? width : (std::uint64_t{width} + 7) / 8;
-  return static_cast<std::uint32_t>((bytes + 3) / 4 * 4);
+  return static_cast<std::uint32_t>(paddedRowBytes(width, bitsPerPixel == 8 ? 8 : 1));
 }
 
 std::vector<std::uint8_t> debugBitmapHeader(std::uint32_t width, std::uint32_t height,

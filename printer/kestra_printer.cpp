@@ -5,8 +5,8 @@
 
 #include "filter/base/log.h"
 #include "filter/base/number.h"
+#include "filter/base/page_block.h"
 #include "filter/base/text.h"
-#include "imaging/kernels/page_block.h"
 #include "printer/page_counter.h"
 #include "printer/page_dump.h"
 

@@ -1,9 +1,9 @@
 // The way of one page through the printer object, with a log line and a debug image at each station
 // so that a bad print can be traced to the step that spoiled it.
 #include "filter/base/log.h"
+#include "filter/base/page_block.h"
 #include "filter/base/spool_paths.h"
 #include "filter/base/text.h"
-#include "imaging/kernels/page_block.h"
 #include "printer/blank_edges.h"
 #include "printer/wren_printer.h"
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "filter/base/log.h"
+#include "filter/base/page_size.h"
 #include "imaging/kernels/level_rows.h"
 #include "imaging/tattoo/tattoo_dithering.h"
 #include "printer/wren_printer.h"
@@ -48,8 +49,7 @@ const unsigned char* stencilPixels(PaletteImage& image, int bytesPerLine, int wi
 
 unsigned char* WrenPrinter::pageMemory(std::uint32_t bytesPerLine, std::uint32_t height,
                                        std::uint32_t width) {
-  const std::uint64_t paddedRow = (std::uint64_t{width} + 3) / 4 * 4;  // as images have it
-  if (bytesPerLine != paddedRow) return nullptr;
+  if (bytesPerLine != paddedRowBytes(width)) return nullptr;
   return workingImage_.Create(width, height, 8, 0) == nullptr ? nullptr : workingImage_.GetBits(0);
 }
 
@@ -140,7 +140,7 @@ bool WrenPrinter::ditherStencil(DitherType type, int bytesPerLine, int width, in
                       pixels, width, height, secondImage_.GetBits(0), secondImage_.GetEffWidth());
   }
   wrenLogCommon(kLogDebug, "PageProcess: Applied QM dithering with stride %d, width %d",
-                (width + 3) / 4 * 4, width);
+                static_cast<int>(paddedRowBytes(static_cast<std::uint32_t>(width))), width);
   if (!made) {
     wrenLogCommon(kLogError,
                   "PageProcess: Failed to create a new PaletteImage from QM dithered data");

@@ -6,7 +6,8 @@
 #include <cstring>
 #include <limits>
 
-#include "imaging/kernels/page_block.h"
+#include "filter/base/page_block.h"
+#include "filter/base/page_size.h"
 
 namespace kestra {
 namespace {
@@ -33,10 +34,10 @@ bool fitsMemory(std::uint32_t width, std::uint32_t height, std::uint32_t depth) 
   if (bits / 8 > PALETTEIMAGE_MAX_MEMORY) return false;
   if (bits / depth != pixels) return false;
 
-  const std::uint64_t paddedRowBits = std::uint64_t{depth} * width + 31;
-  if (paddedRowBits > kMost) return false;
+  const std::uint64_t row = paddedRowBytes(width, depth);
+  if (8 * row > kMost) return false;
   const std::uint64_t beforeRows = kHeaderSize + std::uint64_t{4} * paletteEntries(depth);
-  return paddedRowBits / 32 * 4 <= (kMost - beforeRows) / height;
+  return row <= (kMost - beforeRows) / height;
 }
 
 }  // namespace
@@ -54,7 +55,7 @@ void* PaletteImage::Create(std::uint32_t width, std::uint32_t height, std::uint3
     return nullptr;
   }
 
-  info_.effWidth = (depth * width + 31) / 32 * 4;
+  info_.effWidth = static_cast<std::uint32_t>(paddedRowBytes(width, depth));
   info_.imageType = type;
   header_.size = kHeaderSize;
   header_.width = static_cast<std::int32_t>(width);

@@ -7,7 +7,7 @@ check=$1
 tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT
 mkdir -p "$tree/filter/base" "$tree/printer" "$tree/imaging/paletteimage" "$tree/imaging/tattoo" \
-  "$tree/tools/frame" "$tree/tools/render" "$tree/tools/proof" "$tree/tools/paper"
+  "$tree/imaging/kernels" "$tree/tools/frame" "$tree/tools/render" "$tree/tools/proof" "$tree/tools/paper"
 
 expect() { # STATUS FILE INCLUDED
   printf '#include "%s"\n' "$3" >"$tree/$2"
@@ -25,6 +25,8 @@ expect 0 filter/a.cpp printer/wren_printer.h
 expect 1 printer/a.cpp filter/header_log.h
 expect 1 imaging/paletteimage/a.h printer/wren_printer.h
 expect 1 imaging/tattoo/a.h imaging/paletteimage/palette_image.h
+expect 0 imaging/paletteimage/a.h filter/base/page_block.h
+expect 1 imaging/kernels/a.h filter/base/page_block.h
 expect 1 filter/base/a.cpp filter/raster_input.h
 expect 1 filter/a.cpp tests/plain/job.h
 expect 0 tools/render/a.cpp filter/job.h

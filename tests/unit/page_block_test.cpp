@@ -1,5 +1,5 @@
 // Tests the memory of pages: zeroed, of any size, and not taken before it is touched.
-#include "imaging/kernels/page_block.h"
+#include "filter/base/page_block.h"
 
 #include <gtest/gtest.h>
 

@@ -15,6 +15,18 @@ TEST(PageSize, IsExactForEveryPairOf32BitValues) {
   EXPECT_EQ(0xFFFFFFFE00000001U, pageBytes(0xFFFFFFFFU, 0xFFFFFFFFU));
 }
 
+TEST(PaddedRowBytes, AreAMultipleOfFourAtEveryDepth) {
+  EXPECT_EQ(0U, paddedRowBytes(0));
+  EXPECT_EQ(4U, paddedRowBytes(1));
+  EXPECT_EQ(8U, paddedRowBytes(8));
+  EXPECT_EQ(12U, paddedRowBytes(9));
+  EXPECT_EQ(4U, paddedRowBytes(32, 1));
+  EXPECT_EQ(8U, paddedRowBytes(33, 1));
+  EXPECT_EQ(8U, paddedRowBytes(9, 4));    // 36 bits
+  EXPECT_EQ(12U, paddedRowBytes(3, 24));  // 9 bytes
+  EXPECT_EQ(std::uint64_t{1} << 32, paddedRowBytes(0xFFFFFFFFU));
+}
+
 TEST(PrintablePage, AllowsOrdinaryPages) {
   EXPECT_TRUE(isPrintablePage(812, 812, 1218));
   EXPECT_TRUE(isPrintablePage(812, 816, 1218));

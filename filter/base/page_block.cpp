@@ -1,5 +1,5 @@
 // Takes large blocks from the system, aligned to large memory pages, and small ones from the heap.
-#include "imaging/kernels/page_block.h"
+#include "filter/base/page_block.h"
 
 #include <sys/mman.h>
 
