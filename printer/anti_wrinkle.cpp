@@ -43,17 +43,25 @@ struct Bar {
   int height;
 };
 
-// Only what lies inside the image is visited; the log names the whole bar.
-void drawBar(PaletteImage& image, const Bar& bar) {
-  const auto imageWidth = static_cast<std::int64_t>(image.GetWidth());
-  const auto imageHeight = static_cast<std::int64_t>(image.GetHeight());
-  const std::int64_t endX = std::min(imageWidth, std::int64_t{bar.x} + bar.width);
-  const std::int64_t endY = std::min(imageHeight, std::int64_t{bar.y} + bar.height);
-  for (std::int64_t y = std::max(0, bar.y); y < endY; ++y) {
-    for (std::int64_t x = std::max(0, bar.x); x < endX; ++x) {
+struct Point {
+  int x;
+  int y;
+};
+
+// Fills a bar row by row. Only what lies inside the image is visited; what is told is where the
+// whole bar would have been left: one past its last column and row, at its start where it has none.
+// Without rows no column is gone through either.
+Point drawBar(PaletteImage& image, const Bar& bar) {
+  const int endX = wrapped(std::int64_t{bar.x} + bar.width);
+  const int endY = wrapped(std::int64_t{bar.y} + bar.height);
+  const std::int64_t lastX = std::min(std::int64_t{image.GetWidth()}, std::int64_t{endX});
+  const std::int64_t lastY = std::min(std::int64_t{image.GetHeight()}, std::int64_t{endY});
+  for (std::int64_t y = std::max(0, bar.y); y < lastY; ++y) {
+    for (std::int64_t x = std::max(0, bar.x); x < lastX; ++x) {
       image.SetPixelIndex(x, y, kFrameIndex);
     }
   }
+  return {endY > bar.y ? std::max(bar.x, endX) : bar.x, std::max(bar.y, endY)};
 }
 
 // A canvas in dots with the width of its bars.
@@ -122,10 +130,9 @@ void drawFrame(PaletteImage& image, const Frame& frame) {
                   "EnableAntiWrink: Image height is greater than canvas height, offset.y: %d", y);
   }
   const auto draw = [&image](const char* side, const Bar& bar) {
-    drawBar(image, bar);
+    const Point end = drawBar(image, bar);
     wrenLogCommon(kLogDebug, "EnableAntiWrink: Drawing %s line. point(%d, %d, %d, %d)", side, bar.x,
-                  bar.y, wrapped(std::int64_t{bar.x} + bar.width),
-                  wrapped(std::int64_t{bar.y} + bar.height));
+                  bar.y, end.x, end.y);
   };
   draw("left", {x, y, frame.lineV, frame.height});
   draw("top", {x, y, frame.width, frame.lineH});

@@ -1,4 +1,6 @@
 // Packs a finished page into the dots of the print head, eight to a byte.
+#include <cstring>
+
 #include "filter/base/log.h"
 #include "imaging/kernels/dot_rows.h"
 #include "printer/wren_printer.h"
@@ -13,7 +15,14 @@ unsigned int WrenPrinter::GrayToMono(int bytesPerLine, int height, unsigned char
   wrenLogCommon(kLogDebug, "GrayToMono, bpl(%d), h(%d), skipPixels(%d), wb(%d)", bytesPerLine,
                 height, static_cast<int>(skipRightPixels_), packedPixels);
 
-  if (packedPixels <= 0 || height <= 0) return 0;
+  if (height <= 0) return 0;
+  if (packedPixels <= 0) {
+    // Rows of negative length have no pixels and nevertheless, where that length is no multiple of
+    // 8, a byte that is not full.
+    if (packedPixels % 8 == 0) return 0;
+    std::memset(buffer, 0, static_cast<std::size_t>(height));
+    return static_cast<unsigned int>(height);
+  }
   // In place: the pixels are read before the dots that replace them are written. Rows that fill
   // their bytes are one long row.
   const auto stride = static_cast<std::size_t>(bytesPerLine);

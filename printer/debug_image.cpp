@@ -56,6 +56,7 @@ void WrenPrinter::saveImage(const unsigned char* data, unsigned long bytesPerLin
     return;
   }
   const std::uint32_t rowBytes = debugBitmapRowBytes(columns, bitsPerPixel);
+  if (rowBytes == 0) return;  // an image without columns is its header
   for (unsigned long y = height; y > 0; --y) {
     const std::vector<std::uint8_t> row =
         packDebugRow(data + (y - 1) * bytesPerLine, bytesPerLine, rowBytes);

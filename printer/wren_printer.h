@@ -132,7 +132,9 @@ class WrenPrinter {
 
   /// Packs bytes into bits in place (bit_packing.cpp): any byte but 0 becomes a dot, the leftmost
   /// pixel the highest bit. Each row takes whole bytes, rows follow each other without padding.
-  /// @param bytesPerLine  distance and length of rows, less the pixels to skip at the right end
+  /// @param bytesPerLine  distance and length of rows, less the pixels to skip at the right end; a
+  ///                      negative one that is no multiple of 8 gives each row one byte 0
+  /// @param buffer        the rows; what is returned fits into it
   /// @return bytes written
   unsigned int GrayToMono(int bytesPerLine, int height, unsigned char* buffer);
 

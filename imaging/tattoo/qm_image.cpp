@@ -1,6 +1,7 @@
 // Owns the pixels of the stencil chain from step to step.
 #include "imaging/tattoo/qm_image.h"
 
+#include <cstdint>
 #include <cstring>
 
 namespace kestra {
@@ -66,15 +67,15 @@ QMImage::~QMImage() {
   data = nullptr;
 }
 
-// Sizes that are no sizes ask for more than there is, so that memory is never too small for them.
+// The product, also of two negative sides. One that is no size asks for more than there is, so that
+// memory is never too small for it.
 std::size_t QMImage::size() const {
-  if (width < 0 || height < 0 || channels < 0) return static_cast<std::size_t>(-1);
-  const std::size_t pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-  std::size_t bytes = 0;
-  if (__builtin_mul_overflow(pixels, static_cast<std::size_t>(channels), &bytes)) {
+  const std::int64_t pixels = std::int64_t{width} * height;
+  std::int64_t bytes = 0;
+  if (__builtin_mul_overflow(pixels, std::int64_t{channels}, &bytes) || bytes < 0) {
     return static_cast<std::size_t>(-1);
   }
-  return bytes;
+  return static_cast<std::size_t>(bytes);
 }
 
 }  // namespace kestra

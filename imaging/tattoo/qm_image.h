@@ -30,7 +30,8 @@ class QMImage {
   QMImage& operator=(const QMImage& other);
   ~QMImage();
 
-  /// Bytes of the buffer.
+  /// Bytes of the buffer: width * height * channels, positive for two negative sides as well; more
+  /// than any memory where the product is negative or too large.
   std::size_t size() const;
 
   int width = 0;

@@ -112,6 +112,7 @@ QMImage add_Weighted(const QMImage& src, const QMImage& blurred, float weight) {
   QMImage out(src);
   const float sourceWeight = 1.0F + weight;
   const float blurWeight = -weight;
+  if (src.width < 0) return out;  // no row and no column, whatever their product
   const std::size_t count =
       static_cast<std::size_t>(src.width) * static_cast<std::size_t>(src.height);
   if (weight == kStencilWeight) {

@@ -86,6 +86,8 @@ void stencilInto(const unsigned char* grey, int width, int height, const Tone& t
 
 QMImage stencil(const QMImage& image, const Tone& tone) {
   if (!hasPixels(image)) return image;
+  // Two negative sides have a positive product, but no row to be printed.
+  if (image.width < 0) return QMImage(image.width, image.height, QM_IMG_GRAY);
   if (image.color != QM_IMG_GRAY || image.channels != 1) return stencil(cvtGray(image), tone);
   QMImage out(image.width, image.height, QM_IMG_GRAY);
   stencilInto(image.data, image.width, image.height, tone, out.data,

@@ -36,7 +36,8 @@ Picture Enlarge(const Picture& old, int ex, int ey, int fill) {
 }
 
 std::string Bar(Picture& picture, const std::string& name, int x0, int y0, int width, int height) {
-  const int x1 = x0 + std::max(width, 0);
+  // Without rows no column is gone through.
+  const int x1 = x0 + (height > 0 ? std::max(width, 0) : 0);
   const int y1 = y0 + std::max(height, 0);
   const int rows = static_cast<int>(picture.rows.size());
   for (int y = std::max(y0, 0); y < std::min(y1, rows); ++y) {

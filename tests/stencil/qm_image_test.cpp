@@ -130,9 +130,21 @@ TEST(QMImage, AnImageWithoutPixelsCanBeCopied) {
   }
 }
 
+TEST(QMImage, TwoNegativeSidesHaveTheirPositiveProductOfPixels) {
+  // -2 * -3 * 3 is 18.
+  const std::vector<unsigned char> pixels = counting(18);
+  const QMImage image(-2, -3, QM_IMG_BGR, pixels.data());
+  EXPECT_EQ(image.width, -2);
+  EXPECT_EQ(image.height, -3);
+  EXPECT_EQ(bytesOf(image), pixels);
+  const QMImage copy(image);
+  EXPECT_EQ(bytesOf(copy), pixels);
+}
+
 TEST(QMImageDeathTest, ASizeThatIsNoneFailsInsteadOfAllocatingTooLittle) {
   // -1 x 1 pixels would be -1 bytes: asks for more than there is, never for less.
   EXPECT_DEATH([]() noexcept { const QMImage image(-1, 1, QM_IMG_GRAY); }(), "");
+  EXPECT_DEATH([]() noexcept { const QMImage image(1, -1, QM_IMG_GRAY); }(), "");
   // 65536 * 65536 * 4 is 2^34 bytes, and 0 in 32 bits.
   const std::size_t wanted = std::size_t{1} << 34U;
   QMImage small(1, 1, QM_IMG_RGBA);

@@ -165,6 +165,16 @@ TEST(AddWeighted, LimitsInsteadOfWrapping) {
             (plain::Rows{{102}}));
 }
 
+TEST(AddWeighted, OfTwoNegativeSidesIsACopy) {
+  // -1 * -2 is two pixels, but no row of them is gone through.
+  const unsigned char pixels[] = {100, 7};
+  const unsigned char soft[] = {90, 9};
+  const QMImage sum =
+      add_Weighted(QMImage(-1, -2, QM_IMG_GRAY, pixels), QMImage(-1, -2, QM_IMG_GRAY, soft), 3.0F);
+  EXPECT_EQ(sum.data[0], 100);
+  EXPECT_EQ(sum.data[1], 7);
+}
+
 TEST(UnsharpMask, OfOneLighterPixel) {
   // 128 on 100. Along the row: 100 + 28 * 0.1423 = 103.98 -> 104 at the pixel, 28 * 0.1346 = 3.77
   // -> 104 beside it, 28 * 0.1139 = 3.19 -> 103 and 28 * 0.0863 = 2.4 -> 102 and 1.6 -> 102 and 1.0

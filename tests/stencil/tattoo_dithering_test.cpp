@@ -52,6 +52,17 @@ TEST(TattooDithering, ImagesWithoutPixelsComeBackAsTheyAre) {
   }
 }
 
+TEST(TattooDithering, TwoNegativeSidesPrintNothing) {
+  // -100 * -3 is 300 pixels, but no row is gone through.
+  QMImage image(-100, -3, QM_IMG_GRAY, std::vector<unsigned char>(300, 200).data());
+  for (const QMImage& result : {qmTattooDithering(image), qmTattooDitheringV7(image)}) {
+    EXPECT_EQ(result.width, -100);
+    EXPECT_EQ(result.height, -3);
+    EXPECT_EQ(std::vector<unsigned char>(result.data, result.data + 300),
+              std::vector<unsigned char>(300, 0));
+  }
+}
+
 TEST(TattooDithering, OnePixelHasNoThresholdAndIsWhite) {
   // One level gives threshold -1, and every toned level is above it.
   for (int level = 0; level < 256; ++level) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -71,6 +72,24 @@ TEST(GrayToMono, MakesNothingOfNoRowsOrNoPixels) {
   EXPECT_EQ(0U, printer.GrayToMono(8, 0, &byte));
   EXPECT_EQ(0U, printer.GrayToMono(0, 5, &byte));
   EXPECT_EQ(7, byte);
+}
+
+TEST(GrayToMono, GivesRowsOfNegativeLengthTheByteThatIsNotFull) {
+  // No pixel is read; -12, -1 and -7 are no multiples of 8, so that each of 3 rows stores its byte.
+  BarePrinter printer;
+  const Capture quiet;
+  constexpr int kSmallest = std::numeric_limits<int>::min();
+  for (const int length : {-12, -1, -7, -2147483647}) {
+    Bytes page(5, 9);
+    EXPECT_EQ(3U, printer.GrayToMono(length, 3, page.data())) << length;
+    EXPECT_EQ((Bytes{0, 0, 0, 9, 9}), page) << length;
+    EXPECT_EQ(0U, printer.GrayToMono(length, -3, page.data()));
+  }
+  for (const int length : {-8, -16, kSmallest}) {
+    Bytes page(5, 9);
+    EXPECT_EQ(0U, printer.GrayToMono(length, 3, page.data())) << length;
+    EXPECT_EQ(Bytes(5, 9), page) << length;
+  }
 }
 
 TEST(GrayToMono, LogsWhatItPacks) {

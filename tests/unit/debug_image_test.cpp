@@ -93,6 +93,12 @@ TEST_F(DebugImage, Of1BitStaysInsideItsRowsForVeryLongLines) {
             saved(Bytes(200, 0), 100, 2, 1, 1));
 }
 
+TEST_F(DebugImage, OfNoColumnsIsItsHeader) {
+  for (const std::uint16_t depth : {std::uint16_t{8}, std::uint16_t{1}, std::uint16_t{4}}) {
+    EXPECT_EQ(file(0, 3, depth, {}), saved({7, 7, 7}, 1, 3, 0, depth)) << depth;
+  }
+}
+
 TEST_F(DebugImage, OfOtherDepthsHasTheRowsOf1BitWithoutAPalette) {
   const Bytes page = {9, 0, 0, 0, 0, 0, 0, 0, 0, 0};
   EXPECT_EQ(file(10, 1, 4, {0x7F, 0xFF, 0, 0}), saved(page, 10, 1, 10, 4));

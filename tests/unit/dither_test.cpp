@@ -110,6 +110,15 @@ TEST(Dither, TakesTheSixteenLevelsOf4BitImages) {
   EXPECT_EQ((Bytes{1, 0}), indicesOf(image));
 }
 
+TEST(Dither, PrintsWhiteFromTheFirstLevelAboveAThresholdOf4BitImagesOn) {
+  // Thresholds 0 and 192 at (0, 0) and (1, 0): level 1 is above the first, level 0 is not.
+  OwnedImage image;
+  ASSERT_NE(nullptr, image.Create(5, 1, 4, 0));
+  for (const std::int64_t x : {0, 1}) image.SetPixelIndex(x, 0, 1);
+  ASSERT_TRUE(image.Dither(7));
+  EXPECT_EQ((Bytes{1, 0, 0, 0, 0}), indicesOf(image));
+}
+
 TEST(Dither, DiffusesWithinTheDepthOf4BitImages) {
   // One row of 14, 15 by Floyd and Steinberg: 14 is black and passes 14 * 7 / 16 = 6 on, 15 + 6 =
   // 21, of which a 4-bit pixel keeps 21 & 15 = 5: black again. Nothing can ever reach white.

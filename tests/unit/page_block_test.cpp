@@ -2,11 +2,20 @@
 #include "filter/base/page_block.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <limits>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define KESTRA_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KESTRA_SANITIZED 1
+#endif
+#endif
 
 namespace kestra {
 namespace {
@@ -27,6 +36,35 @@ TEST(PageBlock, IsZeroAndWritableAtEverySize) {
     }
   }
 }
+
+#if defined(__linux__)
+// Bytes of a block's large memory pages that are still there, in memory pages of 4096 bytes.
+std::size_t stillMapped(std::uint8_t* block, std::size_t size) {
+  constexpr std::size_t kSmallPage = 4096;
+  std::size_t mapped = 0;
+  for (std::size_t at = 0; at < size; at += kSmallPage) {
+    unsigned char resident = 0;
+    if (mincore(block + at, kSmallPage, &resident) == 0) mapped += kSmallPage;
+  }
+  return mapped;
+}
+
+TEST(PageBlock, LeavesNothingOfALargePageBehind) {
+#ifdef KESTRA_SANITIZED
+  GTEST_SKIP() << "the sanitizer keeps freed memory";
+#endif
+  // From half a large page of 2 MiB on, blocks are made of whole ones: 2, 4 and 6 MiB.
+  for (const std::size_t pages : {1U, 2U, 3U}) {
+    const std::size_t whole = 2 * pages * kMebibyte;
+    const std::size_t size = whole - kMebibyte;
+    auto* bytes = static_cast<std::uint8_t*>(allocatePageBlock(size));
+    ASSERT_NE(nullptr, bytes);
+    EXPECT_EQ(whole, stillMapped(bytes, whole));
+    freePageBlock(bytes, size);
+    EXPECT_EQ(0U, stillMapped(bytes, whole)) << pages;
+  }
+}
+#endif
 
 TEST(PageBlock, TellsWhenThereIsNoMemory) {
   EXPECT_EQ(nullptr, allocatePageBlock(std::numeric_limits<std::size_t>::max() / 2));

@@ -112,6 +112,20 @@ TEST_F(PageCounter, IsReadThroughNoLinkAndNoFifo) {
   EXPECT_EQ((Bytes{0x56, 0x78}), readBytes("target"));
 }
 
+TEST_F(PageCounter, IsNotReadFromSomebodyElsesFolder) {
+  writeBytes(marker("labels"), {0x56, 0x78});
+  std::filesystem::rename(kData, kTmp + "/elsewhere");
+  std::filesystem::create_symlink("elsewhere", kData);
+  ASSERT_EQ(0x56, readBytes(marker("labels")).at(0));  // the link does lead there
+  std::uint16_t counter = 0x1234;
+  readPageCounter("labels", &counter);
+  EXPECT_EQ(0x1234, counter);
+  std::filesystem::remove(kData);
+  std::filesystem::rename(kTmp + "/elsewhere", kData);
+  readPageCounter("labels", &counter);
+  EXPECT_EQ(0x7856, counter);  // the folder itself again
+}
+
 TEST_F(PageCounter, IsNeverStoredOutsideItsFolder) {
   std::filesystem::create_directory(kData + "/sub");
   for (const char* queue : {"../outside", "sub/inside", "/outside", "sub/../inside"}) {

@@ -140,6 +140,9 @@ TEST(PaletteImage, RefusesWidthsWhosePaddedRowWouldWrap) {
 TEST(PaletteImage, RefusesPaddedRowsThatTogetherWouldWrap) {
   // One bit per row is 2^30 bits, but rows of 4 bytes are 2^32 bytes: a block of 0 bytes of pixels.
   expectTooLarge(1, 1073741824, 1);
+  // One row less is 2^32 - 4 bytes, which 40 bytes of header and 8 of palette lift over the limit:
+  // a block of 44 bytes.
+  expectTooLarge(1, 1073741823, 1);
 }
 
 TEST(PaletteImage, AllowsTheWidestRowThatCanBePadded) {

@@ -156,6 +156,17 @@ TEST_P(SpoolFileTest, GivesEachFileUnderWayANameOfItsOwn) {
 INSTANTIATE_TEST_SUITE_P(Each, SpoolFileTest, testing::Bool(),
                          [](const auto& way) { return way.param ? "Nameless" : "Hidden"; });
 
+// What a killed job of the same process number left behind stops no counter.
+TEST_F(SpoolTest, AReplacementMindsNoLeavingsOfItsOwnName) {
+  const std::string leaving = "tmp/.part_" + std::to_string(getpid());
+  writeBytes("tmp/queue.pgc", {'o', 'l', 'd'});
+  writeBytes(leaving, {'h', 'a', 'l', 'f'});
+  SpoolFile file("tmp");
+  ASSERT_TRUE(file.write("ab", 2));
+  EXPECT_TRUE(file.replace("tmp/queue.pgc"));
+  EXPECT_EQ((Bytes{'a', 'b'}), readBytes("tmp/queue.pgc"));
+}
+
 // Where folders can hold files without a name, a job that is killed leaves nothing at all.
 TEST_F(SpoolTest, AFileUnderWayHasNoName) {
   const int probe = open("tmp", O_TMPFILE | O_WRONLY, 0600);
