@@ -145,6 +145,17 @@ TEST_P(EveryModel, OffersWholeNumbersWhereTheFilterReadsNumbers) {
   }
 }
 
+// A step that is lost prints as the default without a word.
+TEST_P(EveryModel, OffersEveryStep) {
+  using Names = std::vector<std::string>;
+  EXPECT_EQ(choicesOf(ppd_.get(), "Brightness"),
+            (Names{"-100", "-75", "-50", "-40", "-30", "-25", "-20", "-15", "-10", "-5", "0",
+                   "5",    "10",  "15",  "20",  "25",  "30",  "40",  "50",  "75",  "100"}));
+  EXPECT_EQ(choicesOf(ppd_.get(), "GapsHeight"),
+            (Names{"0", "1", "2", "3", "4", "5", "6", "8", "10"}));
+  EXPECT_EQ(choicesOf(ppd_.get(), "PrintSpeed"), (Names{"2", "3", "4", "5", "6"}));
+}
+
 TEST_P(EveryModel, ShowsThePaperTypeFirst) {
   // The first group that is not the general one with page size and resolution.
   const ppd_group_t* first = nullptr;

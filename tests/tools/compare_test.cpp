@@ -78,6 +78,45 @@ TEST(Compare, HoldsTheTenPrintsAsTheyAreAlone) {
   }
 }
 
+TEST(Compare, TellsThePlacesOfAnEnlargedSheet) {
+  const ProofDirectory directory;
+  JobCase job;
+  job.AddPage(812, 20, "gradient");  // 812 dots are 101.5 bytes
+  std::vector<std::string> words = writeDocument(directory, job);
+  words.insert(words.end(), {"--compare", "--json", "--scale", "2"});
+  const ProofResult result = directory.run(words);
+  EXPECT_EQ(result.status, 0) << result.errors;
+  const auto json = parseJson(result.output);
+  ASSERT_TRUE(json) << result.output;
+  const Picture sheet = readPicture(directory.path("pages-compare-1.png"));
+  for (std::size_t halftone = 0; halftone < 10; ++halftone) {
+    const JsonValue& tile = (*json)["documents"][0]["pages"][0]["halftones"][halftone];
+    EXPECT_EQ(tile["width"].number, 2 * 812);
+    EXPECT_EQ(tile["height"].number, 2 * 20);
+    JobCase alone = job;
+    alone.Halftone(static_cast<int>(halftone));
+    std::vector<std::string> wanted = plainPages(alone).at(0);
+    for (std::string& row : wanted) row.resize(812);  // a page as wide as the head has no margin
+    EXPECT_EQ(cut(sheet, static_cast<std::size_t>(tile["x"].number),
+                  static_cast<std::size_t>(tile["y"].number), 2 * std::size_t{812}, 40),
+              enlarge(wanted, 2))
+        << halftone;
+  }
+}
+
+// Captions as large as on other sheets of 300 dpi would push small labels far apart.
+TEST(Compare, WritesSmallerUnderSmallLabels) {
+  const ProofDirectory directory;
+  JobCase job;
+  job.AddPage(100, 40, "blank", 0, 300);
+  std::vector<std::string> words = writeDocument(directory, job);
+  words.emplace_back("--compare");
+  EXPECT_EQ(directory.run(words).status, 0);
+  const Picture sheet = readPicture(directory.path("pages-compare-1.png"));
+  EXPECT_TRUE(shows(sheet, writing("Burkes", 2)));
+  EXPECT_FALSE(shows(sheet, writing("Burkes", 4)));
+}
+
 TEST(Compare, NamesEachPrintAndWhatRuns) {
   const ProofDirectory directory;
   JobCase job;

@@ -95,6 +95,25 @@ TEST(Document, PutsThePhysicalSizeIntoThePicture) {
   EXPECT_EQ(readPicture(directory.path("pages-2.png")).dots_per_metre, kMetre300);
 }
 
+TEST(Document, KeepsTheTwoResolutionsOfAPageApart) {
+  const ProofDirectory directory;
+  JobCase job;
+  job.AddPage(100, 20, "bars");
+  job.pages[0].header.HWResolution[1] = 300;
+  std::vector<std::string> words = writeDocument(directory, job);
+  words.emplace_back("--json");
+  const ProofResult result = directory.run(words);
+  EXPECT_EQ(result.status, 0) << result.errors;
+  const Picture picture = readPicture(directory.path("pages-1.png"));
+  EXPECT_EQ(picture.dots_per_metre, 0U) << "not the same both ways";
+  EXPECT_EQ(picture.dots_per_metre_down, kMetre300);
+  const auto json = parseJson(result.output);
+  ASSERT_TRUE(json) << result.output;
+  const JsonValue& page = (*json)["documents"][0]["pages"][0];
+  EXPECT_EQ(page["dpi"][0].number, 203);
+  EXPECT_EQ(page["dpi"][1].number, 300);
+}
+
 TEST(Document, ScalesDotsAndKeepsThePhysicalSize) {
   const ProofDirectory directory;
   JobCase job;

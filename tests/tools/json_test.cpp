@@ -141,6 +141,29 @@ TEST(Json, TellsOfFramesCountersCommandsAndFailures) {
   EXPECT_EQ(documents[1]["errors"][0].string, "too short: 3 bytes, a frame has at least 22");
   EXPECT_EQ(documents[2]["pages"][0]["next_page_number"].number, 260);  // 4 + 1 x 256
   EXPECT_EQ(documents[3]["pages"][0]["speed_code"].number, 2);
+  EXPECT_EQ(documents[3]["pages"][0]["darkness"].number, 1);
+}
+
+TEST(Json, KeepsTheWarningsOfADocumentToItself) {
+  const ProofDirectory directory;
+  JobCase pale;  // the threshold drops its grey
+  pale.pages = {
+      {testing_support::MakeHeader(100, 40, 100), testing_support::Uniform(100, 40, 128)}};
+  writeDocument(directory, pale);
+  directory.write("pale.ras", directory.read("pages.ras"));
+  JobCase good;
+  good.AddPage(100, 40, "bars");
+  std::vector<std::string> words = writeDocument(directory, good);
+  words.insert(words.begin(), {"--json", "pale.ras"});
+  const ProofResult result = directory.run(words);
+  EXPECT_EQ(result.status, 0) << result.errors;
+  const auto json = parseJson(result.output);
+  ASSERT_TRUE(json) << result.output;
+  const JsonValue& documents = (*json)["documents"];
+  ASSERT_EQ(documents.items.size(), 2U);
+  EXPECT_EQ(documents[0]["document"].string, "pale.ras");
+  EXPECT_EQ(documents[0]["warnings"].items.size(), 1U);
+  EXPECT_EQ(documents[1]["warnings"].items.size(), 0U);
 }
 
 TEST(Json, HoldsTheFiltersOwnErrors) {

@@ -60,9 +60,9 @@ TEST_F(Options, OfAWrongValueAreAnsweredWithTheRightValues) {
 TEST_F(Options, ThatAreRightPassInAllForms) {
   for (const char* words :
        {"Darkness=Dark", "darkness=dark", "MirrorImage", "noMirrorImage", "MirrorImage=True",
-        "PageSize=Wide", "PageSize=Custom.100x50mm", "pagesize=Custom.200.5x100",
-        "Darkness=Dark HalftoneType=Burkes", "media=A6", "fit-to-page", "landscape", "copies=2",
-        "page-ranges=1-2,4", "number-up=2", "orientation-requested=4"}) {
+        "PageSize=Wide", "PageSize=Custom.100x50mm", "PageSize=Custom.10x5cm",
+        "pagesize=Custom.200.5x100", "Darkness=Dark HalftoneType=Burkes", "media=A6", "fit-to-page",
+        "landscape", "copies=2", "page-ranges=1-2,4", "number-up=2", "orientation-requested=4"}) {
     EXPECT_EQ(runWith({"-o", words}).status, 0) << words;
   }
 }

@@ -94,6 +94,20 @@ TEST(PageFrame, GivesThePageTheByteThatTheAnnouncedWidthLacks) {
   EXPECT_EQ(parsed.frame->row(0).page.size, 3U);
 }
 
+// The same page on a head of just that width: its only margin byte is none.
+TEST(PageFrame, GivesThePageItsOnlyMarginByteAsWell) {
+  FrameStart start;
+  start.width = 16;
+  start.rows = 2;
+  start.record = 5;  // 2 count + 3 page
+  Bytes bytes = frameStart(start);
+  bytes.insert(bytes.end(), {1, 0, 0x00, 0x00, 0x80, 2, 0, 0x80, 0x00, 0x80});
+  const ParsedFrame parsed = parsePageFrame(bytes);
+  ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
+  EXPECT_EQ(parsed.frame->margin_bytes(), 0U);
+  EXPECT_EQ(parsed.frame->row(0).page.size, 3U);
+}
+
 // 16 dots are 2 bytes: behind the count nothing else fits, and nothing is missing.
 TEST(PageFrame, APageAsWideAsTheHeadHasNoMarginAndFits) {
   FrameStart start;

@@ -2,7 +2,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <csignal>
+
 #include "tests/tools/proof_run.h"
+#include "tools/proof/files.h"
 #include "tools/proof/progress.h"
 #include "tools/render/child.h"
 #include "tools/render/document_type.h"
@@ -122,6 +125,31 @@ TEST(Child, ReturnsItsStatusOrSignal) {
   program.words = {"all"};
   ASSERT_TRUE(missing.start(program, problem));
   EXPECT_EQ(missing.wait(), 127);
+}
+
+// nohup, and a shell's background jobs, hand on signals that are ignored.
+TEST(Interrupts, ThatWereIgnoredStayIgnored) {
+  std::string problem;
+  Child child;
+  ASSERT_TRUE(child.run(
+      [] {
+        std::signal(SIGHUP, SIG_IGN);
+        catchInterrupts();
+        std::raise(SIGHUP);
+        if (interruptSignal() != 0) return 1;
+        std::raise(SIGTERM);
+        return interruptSignal() == SIGTERM ? 0 : 2;
+      },
+      problem));
+  EXPECT_EQ(child.wait(), 0);
+}
+
+TEST(PictureName, IsTheDocumentsWithoutItsEnding) {
+  EXPECT_EQ(stem("some/where/label.pdf"), "label");
+  EXPECT_EQ(stem("a.b.pdf"), "a.b");
+  EXPECT_EQ(stem("label"), "label");
+  EXPECT_EQ(stem(".label"), ".label") << "a hidden file has no ending";
+  EXPECT_EQ(stem("dir.d/.label"), ".label");
 }
 
 TEST(Child, IsEndedWithItsObject) {

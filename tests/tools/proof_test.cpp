@@ -114,6 +114,19 @@ TEST(KestraProof, PutsTheResolutionIntoThePicture) {
   EXPECT_EQ(readPicture(directory.path("page.png")).dots_per_metre, 11811U);  // 300 / 0.0254
 }
 
+TEST(KestraProof, TakesTheLargestScaleAndFineHeads) {
+  const ProofDirectory directory;
+  directory.write("page.dat", smallFrame());
+  EXPECT_EQ(directory.run({"--scale", "16", "--dpi", "1200", "page.dat"}).status, 0);
+  const Picture picture = readPicture(directory.path("page.png"));
+  // The first page dot of row 1 is black, the one behind it white; both are 16 pixels wide.
+  ASSERT_EQ(picture.height, 32U);
+  const std::size_t page = picture.rows[16].find('#');
+  ASSERT_NE(page, std::string::npos);
+  EXPECT_EQ(picture.rows[31].substr(page, 32), std::string(16, '#') + std::string(16, '.'));
+  EXPECT_EQ(picture.dots_per_metre, 755906U);  // 16 x 1200 / 0.0254 = 755905.5
+}
+
 TEST(KestraProof, SummarisesTheRowsWhoseCountDisagrees) {
   const ProofDirectory directory;
   FrameStart start;

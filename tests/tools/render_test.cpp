@@ -70,6 +70,16 @@ TEST_F(Render, DrawsPostScriptDotByDot) {
   expectBar(readPicture(directory_.path("page-1.png")));
 }
 
+// The bar of kBar as a picture to be put into other documents, somewhere on a page.
+TEST_F(Render, DrawsOfAnEncapsulatedPageWhatItsBoxHolds) {
+  directory_.writeText("page.eps",
+                       "%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 300 400 442 485\n%%EndComments\n"
+                       "0 setgray 336 424 72 36 rectfill showpage\n");
+  const ProofResult result = directory_.run({"page.eps", "-o", "PageSize=w142h85"});
+  EXPECT_EQ(result.status, 0) << result.errors;
+  expectBar(readPicture(directory_.path("page-1.png")));
+}
+
 TEST_F(Render, DrawsPdfDotByDot) {
   directory_.writeText("page.ps", kBar);
   convert("pdfwrite", "made.pdf");
