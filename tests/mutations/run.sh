@@ -47,9 +47,10 @@ declare -A place=([unit]=tests/unit/kestra_unit_tests [stencil]=tests/stencil/ke
   [sinks]=tests/delivery/sinks/kestra_delivery_sinks_tests
   [backend]=tests/delivery/backend/delivery_backend_test
   [delivery]=tests/delivery/tool/delivery_tool_test
+  [driver]=tests/driver/driver_test
   [blackbox]=tests/blackbox/kestra_blackbox_tests)
 declare -A limit=([unit]=60 [stencil]=120 [kernels]=60 [digests]=180 [tools]=120 [paper]=60 [core]=60
-  [sinks]=60 [backend]=60 [delivery]=60 [blackbox]=1200)
+  [sinks]=60 [backend]=60 [delivery]=60 [driver]=120 [scripts]=60 [blackbox]=1200)
 # Those that wait more than they compute run in so many parts side by side.
 declare -A parts=([tools]=2 [paper]=6 [core]=4 [sinks]=8 [backend]=4 [delivery]=4)
 # Of the slow ones the tests that look at bytes.
@@ -65,6 +66,8 @@ programs_for() {
     delivery/tool/*) echo delivery ;;
     tools/paper/*) echo paper ;;
     tools/*) echo tools ;;
+    driver/*) echo driver ;;
+    *.sh | packaging/*) echo scripts ;;
     imaging/kernels/diffusion* | imaging/kernels/byte_lanes.h)
       echo kernels unit stencil digests blackbox ;;
     imaging/tattoo/* | imaging/kernels/gaussian* | imaging/kernels/stencil* | \
@@ -77,11 +80,16 @@ programs_for() {
 
 # build COPY PROGRAM
 build() {
+  [ "$2" != scripts ] || return 0 # they are their own programs
   cmake --build "$work/$1/build" -j 1 --target "${place[$2]##*/}" >"$work/$1.build.log" 2>&1
 }
 
 # run_part COPY PROGRAM PART PARTS FILTER
 run_part() {
+  if [ "$2" = scripts ]; then
+    cd "$work/$1/build"
+    exec timeout -k 10 "${limit[$2]}" ctest -L scripts --no-tests=error >"$work/$1.part$3.log" 2>&1
+  fi
   local program=$work/$1/build/${place[$2]}
   cd "${program%/*}"
   GTEST_TOTAL_SHARDS=$4 GTEST_SHARD_INDEX=$3 exec timeout -k 10 "${limit[$2]}" "$program" \

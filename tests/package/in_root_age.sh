@@ -50,13 +50,14 @@ age_files() {
 remove_kept() { kept_names | while read -r name; do rm "$spool/$name"; done; }
 
 # The rule counts every time of a file, also the one of its last change, which nobody can set back.
-# So the clock goes on three days instead, and young files are made younger than now.
+# So the clock goes on by 51 hours instead, and young files, of 46 hours then, are made younger than
+# now: one day less or more would be noticed.
 old_debug_images_end_and_nothing_else_does() {
   find "$spool" -maxdepth 1 -name '*.bmp' -delete
-  age_files now '+60 hours'
+  age_files now '+5 hours'
   systemd-tmpfiles --clean rastertokestra.conf || fail "systemd-tmpfiles does not like the file"
   is "$(list | grep -c '/origin_2026-1-1_\|/dithered_2026-1-1_')" 2 "new debug images that stay"
-  NO_FAKE_STAT=1 faketime -f +3d systemd-tmpfiles --clean rastertokestra.conf
+  NO_FAKE_STAT=1 faketime -f +51h systemd-tmpfiles --clean rastertokestra.conf
   list | diff /tests/wanted - >&2 || fail "systemd-tmpfiles removes the wrong files (< wanted)"
 }
 

@@ -1,0 +1,41 @@
+#!/bin/bash
+# test.sh fails where anything fails: build, a test, the format of a source, a static check, a script.
+# Usage: test_test.sh PROJECT
+set -euo pipefail
+# shellcheck source=tests/scripts/stage.sh
+. "$(dirname "$0")/stage.sh"
+export tested=test.sh
+cp "$project/test.sh" "$project/.clang-format" "$stage/"
+mkdir -p "$stage/tests/mutations" "$stage/filter" "$stage/.ci"
+printf '// Well formatted.\nint main() { return 0; }\n' >"$stage/filter/a.cpp"
+stand_in tools/setup.sh
+stand_in tests/mutations/run.sh
+stand_in git 'exit 1' # the copy is no repository
+stand_in cmake 'mkdir -p build-test' \
+  'printf "[\n{\n  \"file\": \"%s\"\n}\n]\n" "$PWD/filter/a.cpp" >build-test/compile_commands.json'
+for checker in ctest shellcheck; do stand_in "$checker"; done
+version=$(sed -n 's/^tidy_version=//p' "$project/test.sh")
+stand_in clang-tidy "[ \"\$1\" != --version ] || { echo 'LLVM version $version.0'; exit 0; }"
+
+run 0
+asked cmake "-DKESTRA_TESTS=ON"
+asked cmake "-DKESTRA_WERROR=ON"
+asked clang-tidy "$stage/filter/a.cpp"
+for part in setup.sh cmake ctest clang-tidy shellcheck; do
+  fails "$part"
+  run 1
+  fails "$part" 0
+done
+run 0
+echo 'int  b( );' >>"$stage/filter/a.cpp"
+run 1
+
+run 0 mutate
+fails run.sh
+run 1 mutate
+run 2 no-such-verb
+idle setup.sh
+run 2 sanitize more
+run 2 fuzz many
+run 0 --help
+idle cmake
