@@ -10,6 +10,8 @@ usage() {
 Usage: ./test.sh [VERB]
 
   (none)    build with warnings as errors, all tests, source format, static checks, scripts
+  drawer NAME...  builds and runs the tests of these folders of tests/ alone, for example unit; see
+            tests/README.md
   sanitize  all tests with the address and undefined-behaviour sanitizers
   memcheck  the digest list's jobs under a memory checker: no dot may depend on memory that nobody
             wrote, at the fastest kernel level and at the plain one
@@ -73,11 +75,26 @@ build_and_test() {
     fail "tests failed in $directory"
 }
 
+# test_drawers NAME...: builds what the tests of these drawers need and runs them.
+test_drawers() {
+  local name targets=() labels
+  for name in "$@"; do
+    [ -f "tests/$name/CMakeLists.txt" ] || fail "there is no drawer tests/$name; those are the
+folders of tests/ with a CMakeLists.txt"
+    targets+=("drawer_$name")
+  done
+  labels=$(IFS='|' && echo "$*")
+  configure build-test -DCMAKE_BUILD_TYPE=Release
+  cmake --build build-test -j "$jobs" --target "${targets[@]}" || fail "building $* failed"
+  (cd build-test && ctest -j "$jobs" --output-on-failure --no-tests=error -L "^($labels)$") ||
+    fail "tests failed in $*"
+}
+
 # What decides about dots, and nothing else: the same page must give the same bytes with every
 # compiler. All else is built and tested once with another compiler.
 dots_targets=(rastertokestra rastertokestra_relative kestra_unit_tests kestra_stencil_tests
   kestra_kernel_tests kestra_digests_tests kestra_blackbox_tests)
-dots_labels='^(unit|kernels|digests|blackbox)$'
+dots_labels='^(unit|stencil|kernels|digests|blackbox)$'
 
 # build_and_test_dots DIR CMAKE_OPTION...: the same with the filter alone.
 build_and_test_dots() {
@@ -204,6 +221,7 @@ case "${1-}" in
   delivery) [[ $# -le 2 && "${2-100}" =~ ^[1-9][0-9]*$ ]] || wrong_usage ;;
   fuzz) [[ $# -le 2 && "${2-60}" =~ ^[1-9][0-9]*$ ]] || wrong_usage ;;
   mutate) [ $# -le 2 ] || wrong_usage ;;
+  drawer) [ $# -ge 2 ] || wrong_usage ;;
   fresh) ;; # looks at its words itself
   *) echo "test: unknown verb $1" >&2; wrong_usage ;;
 esac
@@ -220,6 +238,7 @@ case "${1-}" in
     check_scripts
     check_tidy
     ;;
+  drawer) test_drawers "${@:2}" ;;
   sanitize)
     # Whole print systems in real time say nothing more about memory than the tests of their parts.
     left_labels='^system$'

@@ -49,6 +49,14 @@ struct Case {
   const char* verdict;
 };
 
+// "AXC_wanted_ABC"; nothing is a word.
+std::string nameOf(const testing::TestParamInfo<Case>& each) {
+  const auto word = [](const std::string& letters) {
+    return letters.empty() ? "nothing" : letters;
+  };
+  return word(each.param.came) + "_wanted_" + word(each.param.wanted);
+}
+
 class JudgedStream : public testing::TestWithParam<Case> {};
 
 TEST_P(JudgedStream, SaysWhatIsWrong) {
@@ -60,7 +68,8 @@ TEST_P(JudgedStream, SaysWhatIsWrong) {
 INSTANTIATE_TEST_SUITE_P(Good, JudgedStream,
                          testing::Values(Case{"", "", ""}, Case{"A", "A", ""},
                                          Case{"ABC", "ABC", ""}, Case{"AAA", "AAA", ""},
-                                         Case{"ABA", "ABA", ""}, Case{"ABAB", "ABAB", ""}));
+                                         Case{"ABA", "ABA", ""}, Case{"ABAB", "ABAB", ""}),
+                         nameOf);
 
 INSTANTIATE_TEST_SUITE_P(
     Lost, JudgedStream,
@@ -69,7 +78,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"ABC", "", "lost a0; lost b1; lost c2; "},
                     // One of three equal labels, and the one of two that is not in its place.
                     Case{"AAA", "AA", "lost a2; "}, Case{"ABA", "AB", "lost a2; "},
-                    Case{"ABA", "BA", "lost a0; "}));
+                    Case{"ABA", "BA", "lost a0; "}),
+    nameOf);
 
 INSTANTIATE_TEST_SUITE_P(
     Twice, JudgedStream,
@@ -80,24 +90,28 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"ABC", "ABCA", "twice a0:1; "},
                     Case{"ABC", "ABCABC", "twice a0:1; twice b1:1; twice c2:1; "},
                     Case{"ABA", "AABA", "twice a0:1; "}, Case{"ABA", "ABBA", "twice b1:1; "},
-                    Case{"ABA", "ABAA", "twice a0:1; "}, Case{"AAA", "AAAAA", "twice a0:2; "}));
+                    Case{"ABA", "ABAA", "twice a0:1; "}, Case{"AAA", "AAAAA", "twice a0:2; "}),
+    nameOf);
 
 INSTANTIATE_TEST_SUITE_P(
     OutOfOrder, JudgedStream,
     testing::Values(Case{"ABCD", "BCDA", "disorder a0; "}, Case{"ABCD", "DABC", "disorder d3; "},
                     Case{"ABCDE", "ABDEC", "disorder c2; "},
                     // Two blocks changed places: the shorter one is out of order.
-                    Case{"ABCDE", "DEABC", "disorder d3; disorder e4; "}));
+                    Case{"ABCDE", "DEABC", "disorder d3; disorder e4; "}),
+    nameOf);
 
 INSTANTIATE_TEST_SUITE_P(Unknown, JudgedStream,
                          testing::Values(Case{"ABC", "ABXC", "unknown 2; "},
                                          Case{"", "XX", "unknown 0; unknown 1; "},
-                                         Case{"A", "X", "lost a0; unknown 0; "}));
+                                         Case{"A", "X", "lost a0; unknown 0; "}),
+                         nameOf);
 
 INSTANTIATE_TEST_SUITE_P(
     Several, JudgedStream,
     testing::Values(Case{"ABCDE", "AACXDE", "lost b1; twice a0:1; unknown 3; "},
-                    Case{"ABCDE", "BCDDA", "lost e4; twice d3:1; disorder a0; "}));
+                    Case{"ABCDE", "BCDDA", "lost e4; twice d3:1; disorder a0; "}),
+    nameOf);
 
 // The first copy is the delivery: a later one cannot make up for its coming too early.
 TEST(Judge, ARepeatDoesNotMakeUpForALabelThatCameTooEarly) {

@@ -156,7 +156,8 @@ INSTANTIATE_TEST_SUITE_P(
                     WrongByte{24, 0x01, "01 05", "00 (a raster block)", 24},
                     // Numbers are wrong as a whole: record length 2, rows 0.
                     WrongByte{25, 0x02, "02 00", "a record length of 3 bytes or more", 25},
-                    WrongByte{27, 0x00, "00 00", "1 row or more", 27}));
+                    WrongByte{27, 0x00, "00 00", "1 row or more", 27}),
+    [](const auto& each) { return "Byte" + std::to_string(each.param.at); });
 
 TEST(StreamParser, TakesEveryValueWhereEveryValueIsGood) {
   // Speed, width, height, gap, page number.

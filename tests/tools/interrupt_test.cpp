@@ -64,7 +64,8 @@ bool hasEnded(pid_t process) {
 }
 
 class Interrupt : public testing::TestWithParam<int> {};
-INSTANTIATE_TEST_SUITE_P(Signals, Interrupt, testing::Values(SIGTERM, SIGINT, SIGHUP));
+INSTANTIATE_TEST_SUITE_P(Signals, Interrupt, testing::Values(SIGTERM, SIGINT, SIGHUP),
+                         [](const auto& each) { return sigabbrev_np(each.param); });
 
 TEST_P(Interrupt, LeavesNoDirectoryAndNoProcess) {
   const ProofDirectory directory;

@@ -337,7 +337,8 @@ class CounterTime : public JobSourceTest,
 
 INSTANTIATE_TEST_SUITE_P(BehindTheFirstAndTheSecondPage, CounterTime,
                          testing::Values(std::make_pair(time_t{1500}, Next::kCut),
-                                         std::make_pair(time_t{2000}, Next::kEnd)));
+                                         std::make_pair(time_t{2000}, Next::kEnd)),
+                         [](const auto& each) { return "At" + std::to_string(each.param.first); });
 
 TEST_P(CounterTime, BehindTheLastPageAloneIsTheEndOfTheDocument) {
   const auto setTime = [](const std::string& path, time_t seconds) {
