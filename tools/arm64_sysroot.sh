@@ -10,8 +10,8 @@ usage() {
 Usage: tools/arm64_sysroot.sh DIR [PACKAGE...]
 
 Makes DIR, a Debian arm64 tree with what building needs (libcups2-dev, libcupsimage2-dev,
-libpng-dev, nettle-dev, libsimde-dev, the C and C++ libraries, each with its dependencies) and with any
-PACKAGE besides.
+libpng-dev, libqpdf-dev, nettle-dev, libsimde-dev, the C and C++ libraries, each with its dependencies)
+and with any PACKAGE besides.
 Says nothing and does nothing where DIR is complete. DIR/DEBIAN holds what dpkg-shlibdeps wants to
 know: DEB_HOST_ARCH=arm64 dpkg-shlibdeps -SDIR.
 EOF_USAGE
@@ -30,7 +30,7 @@ case "${1-}" in
 esac
 directory=$1
 shift
-packages=(libcups2-dev libcupsimage2-dev libpng-dev nettle-dev libsimde-dev libc6-dev libstdc++6 libgcc-s1 "$@")
+packages=(libcups2-dev libcupsimage2-dev libpng-dev libqpdf-dev nettle-dev libsimde-dev libc6-dev libstdc++6 libgcc-s1 "$@")
 mark="$directory/.complete"
 # Complete is a tree that holds at least what is wanted now.
 if [ -f "$mark" ] && ! printf '%s\n' "${packages[@]}" | grep -vqxF -f "$mark"; then exit 0; fi

@@ -33,6 +33,7 @@ make             make
 libcups2-dev     /usr/include/cups/ppd.h
 libcupsimage2-dev /usr/include/cups/raster.h
 libpng-dev       /usr/include/png.h
+libqpdf-dev      /usr/include/qpdf/qpdf-c.h
 nettle-dev       /usr/include/nettle/sha2.h
 libsimde-dev     /usr/include/simde/x86/avx2.h
 cups-ppdc        ppdc

@@ -12,6 +12,7 @@
 
 #include "tools/proof/drawing.h"
 #include "tools/proof/halftones.h"
+#include "tools/proof/png_chunks.h"
 #include "tools/proof/png_writer.h"
 #include "tools/proof/sheet.h"
 #include "tools/proof/warnings.h"
@@ -40,6 +41,11 @@ class DocumentProof {
   void run(const std::string& keep) {
     teller_.begin(
         {path_, typeWords(type_), printer_.model, printer_.ppd, printer_.options.given()});
+    if (type_ == DocumentType::kImage && isTransparent(chunksBeforePixels(path_))) {
+      teller_.warn(
+          "has transparent places; the print system draws their rims twice and hatched: make a "
+          "PDF of it (img2pdf) and print that");
+    }
     if (type_ == DocumentType::kImage && !printer_.options.givenValue("Brightness").empty()) {
       teller_.warn(
           "Brightness is also the print system's own option for pictures, in per cent, and can "
@@ -54,7 +60,17 @@ class DocumentProof {
         teller_.progress().show(path_, now.pages, now.expected);
       };
       result = printDocument(request, take, progress);
-      if (!result.problem.empty()) teller_.complain(result.problem);
+      if (!result.problem.empty()) {
+        teller_.complain(result.problem);
+      } else if (pages_ > 0 && !anything_ && type_ != DocumentType::kRaster) {
+        teller_.complain(result.damaged
+                             ? "is a broken PDF, and nothing of it can be drawn; fetch or make it "
+                               "once more"
+                             : "nothing is drawn on any of its pages; is it the right document, "
+                               "and is it whole?");
+      } else if (result.damaged) {
+        teller_.warn("is a damaged PDF that could be repaired; something may be missing");
+      }
     }
     teller_.end(result.log_errors);
   }
@@ -126,6 +142,8 @@ class DocumentProof {
         static_cast<int>(std::strtol(printer_.options.choice("Brightness").c_str(), nullptr, 10));
     facts.negative = printer_.options.choice("NegativeImage") == "True";
     facts.type = type_;
+    facts.scale = page.scale;
+    facts.scaled_by = printer_.options.scalingOption();
     facts.head_dots = printer_.options.headDots(page.content.dpi[0]);
     facts.overlapping = frame.wider_than_head();
     return facts;
@@ -137,6 +155,8 @@ class DocumentProof {
       return fail(page, "there are more pages than the one in " + arguments_.output +
                             "; use --output-dir DIR, or -o page-ranges=1");
     }
+    ++pages_;
+    if (page.content.inked_pixels > 0) anything_ = true;
     std::vector<PageFrame> frames;
     if (!parse(page, frames)) return true;
     PageReport report;
@@ -213,6 +233,8 @@ class DocumentProof {
   const Printer& printer_;
   WriteGuard& guard_;
   Teller& teller_;
+  std::size_t pages_ = 0;
+  bool anything_ = false;  // a page asked for ink
 };
 
 }  // namespace

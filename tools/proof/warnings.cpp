@@ -4,6 +4,11 @@
 // of the filter, whose dots have already been made.
 #include "tools/proof/warnings.h"
 
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+
 namespace kestra {
 namespace {
 
@@ -13,6 +18,9 @@ constexpr std::uint64_t kFullInk = 255;
 
 // With a skewed page the last dots fall off its end.
 constexpr double kNearlySolid = 0.995;
+
+// The part of the blank paper from which on dots on it can be seen.
+constexpr double kHaze = 0.001;
 
 bool isStencil(const PageFacts& facts) {
   return facts.halftone == "Tattoo" || facts.halftone == "Tattoo_V7";
@@ -25,6 +33,40 @@ bool isSolid(const PageFacts& facts) {
   if (pixels == 0) return false;
   if (!isSkewed(facts)) return facts.black_dots >= pixels;
   return static_cast<double>(facts.black_dots) >= kNearlySolid * static_cast<double>(pixels);
+}
+
+// More dots than the page has places with ink: the others lie on blank paper.
+bool isHazy(const PageFacts& facts) {
+  const std::uint64_t inked = facts.content.inked_pixels;
+  if (facts.black_dots <= inked) return false;
+  const auto blank = static_cast<double>(facts.content.pixels() - inked);
+  return static_cast<double>(facts.black_dots - inked) > kHaze * blank;
+}
+
+// "51", and with a decimal where that matters: "99.2".
+std::string perCent(double part) {
+  std::array<char, 32> text = {};
+  const bool near = part > 0.9 && part < 1.1;
+  std::snprintf(text.data(), text.size(), "%.*f", near ? 1 : 0, part * 100);
+  return text.data();
+}
+
+// Whether an edge of the page is drawn half a dot away from where it would be at full size.
+bool isScaled(const PageFacts& facts) {
+  const double side = std::max(facts.content.width, facts.content.height);
+  return std::fabs(facts.scale - 1) * side >= 0.5;
+}
+
+std::string scaleWarning(const PageFacts& facts) {
+  const std::string words = "is printed at " + perCent(facts.scale) + " % of its size";
+  if (facts.scaled_by == "number-up") return words + ", as number-up asks";
+  if (!facts.scaled_by.empty()) {
+    return words + ", as " + facts.scaled_by +
+           " asks; -o print-scaling=none in its place prints it 1:1";
+  }
+  return words +
+         ", because it is larger than the label; -o print-scaling=none prints the middle of it "
+         "1:1, with -o position=top-left its upper left corner";
 }
 
 std::string chosen(const char* option, const std::string& value) {
@@ -52,11 +94,15 @@ std::string blankReason(const PageFacts& facts) {
   return "it is very light; choose a Brightness above 0, for example 20";
 }
 
+// Only the threshold leaves blank paper as it is, up to a Brightness of 25.
+std::string brightReason(const PageFacts& facts) {
+  const std::string words = chosen("Brightness", std::to_string(facts.brightness));
+  return facts.halftone == "None" ? words + " turns blank paper black; choose 25 or less"
+                                  : words + " puts ink on blank paper as well; choose 0 or less";
+}
+
 std::string solidReason(const PageFacts& facts) {
-  if (facts.brightness > 0) {
-    return chosen("Brightness", std::to_string(facts.brightness)) +
-           " turns blank paper black; choose 25 or less";
-  }
+  if (facts.brightness > 0) return brightReason(facts);
   if (facts.negative && !isStencil(facts)) {
     return "NegativeImage prints everything solid with " + chosen("HalftoneType", facts.halftone) +
            "; choose Tattoo, or invert the picture and leave NegativeImage out";
@@ -82,12 +128,16 @@ std::vector<std::string> dotWarnings(const PageFacts& facts) {
   } else if (!hasContent && facts.black_dots > 0 && !facts.negative) {
     const std::string dots = std::to_string(facts.black_dots);
     if (facts.brightness > 0) {
-      warnings.push_back("is empty but gets " + dots + " dots: " + solidReason(facts));
+      warnings.push_back("is empty but gets " + dots + " dots: " + brightReason(facts));
     } else {
       warnings.push_back("is empty but gets " + dots + " stray dots from " +
                          chosen("HalftoneType", facts.halftone) +
                          ": leave the page out (-o page-ranges=), or choose None");
     }
+  } else if (facts.brightness > 0 && !facts.negative && isHazy(facts)) {
+    const std::uint64_t dots = facts.black_dots - content.inked_pixels;
+    warnings.push_back("gets a haze of at least " + std::to_string(dots) +
+                       " dots on blank paper: " + brightReason(facts));
   }
   return warnings;
 }
@@ -95,6 +145,7 @@ std::vector<std::string> dotWarnings(const PageFacts& facts) {
 std::vector<std::string> sizeWarnings(const PageFacts& facts) {
   const unsigned width = facts.content.width;
   std::vector<std::string> warnings;
+  if (isScaled(facts)) warnings.push_back(scaleWarning(facts));
   if (isSkewed(facts) && facts.content.inked_pixels > 0) {
     const std::string instead =
         facts.type == DocumentType::kImage

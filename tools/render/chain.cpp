@@ -15,6 +15,8 @@
 #include <fstream>
 #include <utility>
 
+#include "tools/render/pdf_file.h"
+
 namespace kestra {
 namespace {
 
@@ -146,22 +148,6 @@ std::string lastWords(const std::string& log) {
   return text;
 }
 
-// Pages of the file that pdftopdf wrote: the largest /Count of its page tree. Nothing where the
-// tree is not written in plain words.
-std::optional<unsigned> countPages(const std::string& pdf) {
-  std::ifstream file(pdf, std::ios::binary);
-  unsigned most = 0;
-  for (std::string line; std::getline(file, line);) {
-    std::size_t at = 0;
-    while ((at = line.find("/Count ", at)) != std::string::npos) {
-      at += std::strlen("/Count ");
-      const unsigned long count = std::strtoul(line.c_str() + at, nullptr, 10);
-      if (count > most && count < 1000000) most = static_cast<unsigned>(count);
-    }
-  }
-  return most > 0 ? std::optional<unsigned>(most) : std::nullopt;
-}
-
 // A file that is closed at the end.
 class OpenFile {
  public:
@@ -251,6 +237,12 @@ bool Chain::open(const ChainRequest& request, std::string& problem) {
   }
 
   std::string pdf = request.document;
+  if (request.type == DocumentType::kPdf) {
+    const PdfLook look = lookAtPdf(pdf);
+    damaged_ = look.damaged;
+    problem = look.problem;
+    if (!problem.empty()) return false;
+  }
   if (request.type != DocumentType::kPdf) {
     pdf = request.work + "/document.pdf";
     const bool text = request.type == DocumentType::kText;
@@ -266,7 +258,7 @@ bool Chain::open(const ChainRequest& request, std::string& problem) {
   Program placing = jobProgram(request, kPages, request.copies);
   placing.words.push_back(pdf);
   if (!step(request, "placing the pages", placing, "/dev/null", pages, problem)) return false;
-  expected_ = countPages(pages);
+  scales_ = placedScales(pages);
   return last(request, jobProgram(request, kGhostscriptRaster, request.copies), pages, problem);
 }
 

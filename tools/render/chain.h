@@ -4,8 +4,10 @@
 #ifndef TOOLS_RENDER_CHAIN_H_
 #define TOOLS_RENDER_CHAIN_H_
 
+#include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tools/render/child.h"
 #include "tools/render/document_type.h"
@@ -41,7 +43,18 @@ class Chain {
   int stream() const { return stream_; }
 
   // Pages that will come, where that can be told beforehand.
-  std::optional<unsigned> expectedPages() const { return expected_; }
+  std::optional<unsigned> expectedPages() const {
+    if (scales_.empty()) return std::nullopt;
+    return static_cast<unsigned>(scales_.size());
+  }
+
+  // How much page `number` from 1 of the stream is scaled: 1 for none, and where nobody knows.
+  double scale(std::size_t number) const {
+    return scales_.empty() ? 1 : scales_[(number - 1) % scales_.size()];
+  }
+
+  // Whether the document had to be repaired before it could be read.
+  bool damaged() const { return damaged_; }
 
   // To be called at the end of the stream: how the last program ended.
   [[nodiscard]] bool close(std::string& problem);
@@ -55,7 +68,8 @@ class Chain {
   Child renderer_;
   int stream_ = -1;
   std::string log_;
-  std::optional<unsigned> expected_;
+  std::vector<double> scales_;  // of the placed pages
+  bool damaged_ = false;
 };
 
 }  // namespace kestra

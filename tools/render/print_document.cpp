@@ -46,7 +46,9 @@ class Print {
     chain.options = request_.options;
     chain.copies = request_.copies;
     chain.work = work;
-    if (!chain_.open(chain, result_.problem)) {
+    const bool opened = chain_.open(chain, result_.problem);
+    result_.damaged = chain_.damaged();
+    if (!opened) {
       keepRendering();
       return false;
     }
@@ -101,6 +103,7 @@ class Print {
       PrintedPage page;
       page.number = number;
       page.content = waiting_.front();
+      page.scale = chain_.scale(number);
       waiting_.pop_front();
       for (const auto& job : jobs_) page.frames.push_back(job->takeFrame(number));
       page.command = jobs_.front()->command(number);

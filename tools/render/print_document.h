@@ -33,12 +33,14 @@ struct PrintRequest {
 struct PrintedPage {
   std::size_t number = 0;  // of the document's pages as they come, from 1
   PageContent content;
+  double scale = 1;                               // of what is drawn against the document
   std::vector<std::vector<std::uint8_t>> frames;  // by job; empty where the filter stored none
   std::vector<std::uint8_t> command;              // what job 0 sent to the printer for this page
 };
 
 struct PrintResult {
   std::size_t pages = 0;
+  bool damaged = false;                 // the document had to be repaired
   std::vector<std::string> log_errors;  // what the filter reported
   std::string problem;                  // one sentence, empty where all went well
 };

@@ -199,6 +199,16 @@ unsigned PrinterOptions::headDots(double dpi) const {
   return dots > 0 && dots < 1e6 ? static_cast<unsigned>(dots) : 0;
 }
 
+std::string PrinterOptions::scalingOption() const {
+  const std::string many = givenValue("number-up");
+  if (!many.empty() && many != "1") return "number-up";
+  for (const char* name : {"fit-to-page", "fitplot", "fill"}) {
+    if (same("true", givenValue(name))) return name;
+  }
+  const std::string scaling = givenValue("print-scaling");
+  return same("fit", scaling) || same("fill", scaling) ? "print-scaling=" + scaling : "";
+}
+
 int PrinterOptions::copies() const {
   const int count = copyCount(givenValue("copies"));
   return count > 0 ? count : 1;

@@ -43,6 +43,10 @@ class PrinterOptions {
   // none.
   unsigned headDots(double dpi) const;
 
+  // The option that asks the print system to scale pages, with its value where it has several:
+  // "fit-to-page", "print-scaling=fill", "number-up"; empty where none does.
+  std::string scalingOption() const;
+
   // Copies asked for; 1 where none are.
   int copies() const;
 
