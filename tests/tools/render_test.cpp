@@ -127,6 +127,15 @@ TEST_F(Render, SaysThatBrightnessOfAPictureIsNotOurs) {
       << result.errors;
 }
 
+TEST_F(Render, SaysThatATransparentPictureGetsDoubleLines) {
+  directory_.writeText("page.ps", kBar);
+  convert("pngalpha", "clear.png");
+  convert("pnggray", "paper.png");
+  EXPECT_TRUE(holds(directory_.run({"clear.png"}).errors,
+                    "clear.png: has transparent places; the print system draws their rims twice"));
+  EXPECT_FALSE(holds(directory_.run({"paper.png"}).errors, "transparent"));
+}
+
 TEST_F(Render, DrawsText) {
   directory_.writeText("words.txt", "Kestra\n");
   directory_.writeText("empty.txt", "\n");

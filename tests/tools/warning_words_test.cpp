@@ -116,6 +116,51 @@ TEST(WarningWords, TellStrayDotsOfAnEmptyPage) {
   EXPECT_EQ(only(facts), "");
 }
 
+TEST(WarningWords, TellAHazeOnBlankPaper) {
+  PageFacts facts = halfBlack();  // 500 of 1000 pixels are blank
+  facts.halftone = "Tattoo";
+  facts.brightness = 5;
+  facts.black_dots = 501;
+  EXPECT_TRUE(advises(facts, "gets a haze of at least 1 dots on blank paper: Brightness=5",
+                      "choose 0 or less"));
+  facts.brightness = 0;
+  EXPECT_EQ(only(facts), "") << "nothing that a choice could take away";
+  facts.brightness = 30;
+  facts.black_dots = 500;
+  EXPECT_EQ(only(facts), "");
+  facts.black_dots = 900;
+  facts.halftone = "None";
+  EXPECT_TRUE(advises(facts, "gets a haze of at least 400 dots", "choose 25 or less"));
+  facts.negative = true;
+  EXPECT_EQ(only(facts), "");
+}
+
+// The only warning about the size, or nothing.
+std::string onlySize(const PageFacts& facts) {
+  const std::vector<std::string> warnings = sizeWarnings(facts);
+  EXPECT_LE(warnings.size(), 1U);
+  return warnings.empty() ? "" : warnings[0];
+}
+
+TEST(WarningWords, TellAScaledPage) {
+  PageFacts facts = halfBlack();  // half a dot of 100 is 0.5 per cent
+  facts.scale = 0.9951;
+  EXPECT_EQ(onlySize(facts), "");
+  facts.scale = 0.994;
+  EXPECT_EQ(onlySize(facts),
+            "is printed at 99.4 % of its size, because it is larger than the label; -o "
+            "print-scaling=none prints the middle of it 1:1, with -o position=top-left its upper "
+            "left corner");
+  facts.scale = 2.54;
+  facts.scaled_by = "print-scaling=fill";
+  EXPECT_EQ(onlySize(facts),
+            "is printed at 254 % of its size, as print-scaling=fill asks; -o print-scaling=none in "
+            "its place prints it 1:1");
+  facts.scale = 0.5;
+  facts.scaled_by = "number-up";
+  EXPECT_EQ(onlySize(facts), "is printed at 50 % of its size, as number-up asks");
+}
+
 TEST(WarningWords, TellASkewedPictureFromASkewedPage) {
   PageFacts facts = halfBlack();
   facts.content.width = 102;
