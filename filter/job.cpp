@@ -15,7 +15,6 @@
 #include "filter/base/text.h"
 #include "filter/base/units.h"
 #include "filter/header_log.h"
-#include "filter/page_buffer.h"
 #include "filter/raster_input.h"
 #include "printer/kestra_printer.h"
 
@@ -86,11 +85,31 @@ void configurePrinter(KestraPrinter* printer, const Settings& settings,
   printer->SetPrintWidth(truncateToInt64(static_cast<double>(settings.MaxMediaWidth)));
 }
 
+// Prints one page, or leaves it out where its pixels cannot be read. False where there is no memory
+// for it.
+bool printPage(int page, cups_page_header2_t* header, RasterInput* input, KestraPrinter* printer,
+               Settings* settings, float maxMediaWidthMm) {
+  writeSideFile(*header);
+  unsigned char* pixels =
+      printer->beginPage(header->cupsBytesPerLine, header->cupsHeight, header->cupsWidth);
+  if (pixels == nullptr) return false;
+
+  setPageLengths(settings, *header, maxMediaWidthMm);
+  wrenLogCommon(kLogDebug, "pageWidth: %f,pageHeight: %f", static_cast<double>(settings->pageWidth),
+                static_cast<double>(settings->pageHeight));
+  configurePrinter(printer, *settings, header);
+  jobSetup(printer, settings);
+
+  logPageHeader(page, *header);
+  const std::uint64_t size = pageBytes(header->cupsBytesPerLine, header->cupsHeight);
+  if (input->readPixels(pixels, static_cast<std::uint32_t>(size))) printer->printPage();
+  return true;
+}
+
 // Prints page after page until the stream ends. False where a page ends the job: pages already
 // printed stay printed, and no job end follows.
-bool printPages(RasterInput* input, Settings* settings, const char* jobId) {
+bool printPages(RasterInput* input, KestraPrinter* printer, Settings* settings) {
   const float maxMediaWidthMm = settings->MaxMediaWidth;
-  PageBuffer buffer;
   cups_page_header2_t header = {};
   int page = 0;
   while (input->readHeader(&header)) {
@@ -100,30 +119,8 @@ bool printPages(RasterInput* input, Settings* settings, const char* jobId) {
       return false;
     }
     if (header.cupsHeight == 0 || header.cupsBytesPerLine == 0) return true;
-    if (!isPageAccepted(page + 1, header)) return false;
-    const auto size =
-        static_cast<std::uint32_t>(pageBytes(header.cupsBytesPerLine, header.cupsHeight));
-    writeSideFile(header);
-    unsigned char* pixels =
-        sPrinter->pageMemory(header.cupsBytesPerLine, header.cupsHeight, header.cupsWidth);
-    if (pixels == nullptr) {
-      if (!buffer.reset(size)) return false;
-      pixels = buffer.data();
-    }
-
-    setPageLengths(settings, header, maxMediaWidthMm);
-    // An id that fills the field has no end in it.
-    std::memcpy(settings->jobId, jobId, strnlen(jobId, sizeof settings->jobId));
-    wrenLogCommon(kLogDebug, "pageWidth: %f,pageHeight: %f",
-                  static_cast<double>(settings->pageWidth),
-                  static_cast<double>(settings->pageHeight));
-    configurePrinter(sPrinter, *settings, &header);
-    jobSetup(sPrinter, settings);
-
-    logPageHeader(++page, header);
-    if (input->readPixels(pixels, size)) {
-      sPrinter->printImage(pixels, header.cupsBytesPerLine, header.cupsHeight, header.cupsWidth);
-    }
+    if (!isPageAccepted(++page, header)) return false;
+    if (!printPage(page, &header, input, printer, settings, maxMediaWidthMm)) return false;
   }
   return true;
 }
@@ -147,13 +144,15 @@ int runJob(int argc, char* argv[]) {
   const auto printer = std::make_unique<KestraPrinter>();
   sPrinter = printer.get();
   parseSettings(&settings, argv[5]);
+  // An id that fills the field has no end in it.
+  std::memcpy(settings.jobId, argv[1], strnlen(argv[1], sizeof settings.jobId));
   printer->setSettings(&settings);
   openOutputCopy(settings, &outputCopy);
 
   int status = kFailed;
   if (isPaperLargeEnough(settings)) {
     input.startStream();
-    if (printPages(&input, &settings, argv[1])) {
+    if (printPages(&input, printer.get(), &settings)) {
       jobEnd(printer.get(), &settings);
       status = kDone;
     }

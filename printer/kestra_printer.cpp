@@ -1,11 +1,14 @@
 // Page output of the printer model: one setting command to the printer, one frame to the spool.
 #include "printer/kestra_printer.h"
 
+#include <algorithm>
+#include <cstring>
 #include <string_view>
 
 #include "filter/base/log.h"
 #include "filter/base/number.h"
 #include "filter/base/page_block.h"
+#include "filter/base/page_size.h"
 #include "filter/base/text.h"
 #include "printer/page_counter.h"
 #include "printer/page_dump.h"
@@ -42,23 +45,32 @@ bool KestraPrinter::SendPrintSetting() {
   return true;
 }
 
-void KestraPrinter::doPrintImage(const unsigned char* pixels, unsigned long /*bytesPerLine*/,
+void KestraPrinter::doPrintImage(const unsigned char* bits, unsigned long bytesPerLine,
                                  unsigned long height, unsigned long width) {
-  auto* buffer = const_cast<unsigned char*>(pixels);
+  // Barcodes are looked for in padded rows, however long the caller's are.
+  const unsigned long padded = paddedRowBytes(static_cast<std::uint32_t>(width));
+  const PageBlock copy = makePageBlock(std::max(bytesPerLine, padded) * height);
+  if (copy == nullptr) return;
+  std::memcpy(copy.get(), bits, bytesPerLine * height);
+  printFinished(copy.get(), bytesPerLine, height, width);
+}
+
+void KestraPrinter::printFinished(unsigned char* bits, unsigned long /*bytesPerLine*/,
+                                  unsigned long height, unsigned long width) {
   const auto columns = static_cast<int>(width);
   const auto rows = static_cast<int>(height);
   if (getVBarcodeOpt() == 1) {
-    ApplyDashedLine(buffer, columns, rows);
-    OptimazeBarcode1(buffer, columns, rows);
+    ApplyDashedLine(bits, columns, rows);
+    OptimazeBarcode1(bits, columns, rows);
   } else if (getVBarcodeOpt() == 2) {
-    ApplyDashedLine(buffer, columns, rows);
-    OptimazeBarcode2(buffer, columns, rows);
+    ApplyDashedLine(bits, columns, rows);
+    OptimazeBarcode2(bits, columns, rows);
   }
   // Deliberately the width although rows are padded to 4 bytes: on a width that is no multiple of 4
   // every row but the first starts in the padding before it, and the print comes out skewed.
-  const unsigned int imageBytes = GrayToMono(columns, rows, buffer);
+  const unsigned int imageBytes = GrayToMono(columns, rows, bits);
   KCLSendPaperInfo();
-  KCLSendImage(imageBytes, {static_cast<long>(width), static_cast<long>(height)}, buffer);
+  KCLSendImage(imageBytes, {static_cast<long>(width), static_cast<long>(height)}, bits);
 }
 
 bool KestraPrinter::KCLSendPaperInfo() {

@@ -27,10 +27,13 @@ class KestraPrinter : public WrenPrinter {
   /// Sends the command that sets speed and darkness. Always true.
   bool SendPrintSetting();
 
-  /// Barcode enhancement, packing, label block, frame. Uses up the pixels: the dots are packed in
-  /// their place.
-  void doPrintImage(const unsigned char* pixels, unsigned long bytesPerLine, unsigned long height,
+  /// Barcode enhancement, packing, label block, frame of a page.
+  void doPrintImage(const unsigned char* bits, unsigned long bytesPerLine, unsigned long height,
                     unsigned long width) override;
+
+  /// The same with the dots packed in the place of the pixels.
+  void printFinished(unsigned char* bits, unsigned long bytesPerLine, unsigned long height,
+                     unsigned long width) override;
 
   /// Fills `bLabelInfo` for the next frame. Always true.
   bool KCLSendPaperInfo();
@@ -72,7 +75,7 @@ class KestraPrinter : public WrenPrinter {
   void setRowStride(int width);
 
   std::int32_t rowStride_ = 0;    ///< row length in bytes as the barcode functions address it
-  Settings* settings_ = nullptr;  ///< the job's record, owned by `main`
+  Settings* settings_ = nullptr;  ///< the job's record, owned by `runJob`
 };
 
 /// Before each page: reads the queue's page counter and sends the print setting.

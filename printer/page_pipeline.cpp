@@ -2,6 +2,7 @@
 // so that a bad print can be traced to the step that spoiled it.
 #include "filter/base/log.h"
 #include "filter/base/page_block.h"
+#include "filter/base/page_size.h"
 #include "filter/base/spool_paths.h"
 #include "filter/base/text.h"
 #include "printer/blank_edges.h"
@@ -60,8 +61,30 @@ void logProcessedImage(const unsigned char* result, unsigned long bytesPerLine,
 
 }  // namespace
 
+unsigned char* WrenPrinter::beginPage(std::uint32_t bytesPerLine, std::uint32_t height,
+                                      std::uint32_t width) {
+  rows_.reset();  // before there are two
+  const bool areInImage =
+      bytesPerLine == paddedRowBytes(width) && workingImage_.Create(width, height, 8, 0) != nullptr;
+  if (!areInImage) rows_ = makePageBlock(pageBytes(bytesPerLine, height));
+  unsigned char* pixels = areInImage ? workingImage_.GetBits(0) : rows_.get();
+  page_ = {pixels, bytesPerLine, height, width, areInImage};
+  return pixels;
+}
+
+void WrenPrinter::printPage() {
+  if (page_.pixels == nullptr) return;
+  print(page_);
+  page_ = {};
+}
+
 void WrenPrinter::printImage(const unsigned char* data, unsigned long bytesPerLine,
                              unsigned long height, unsigned long width) {
+  print({data, bytesPerLine, height, width, false});
+}
+
+void WrenPrinter::print(const GreyRows& rows) {
+  const auto [data, bytesPerLine, height, width, areInImage] = rows;
   wrenLogCommon(kLogDebug,
                 "printImage: Start processing image, input width: %zu, height: %zu, bytes per "
                 "line: %zu",
@@ -96,8 +119,7 @@ void WrenPrinter::printImage(const unsigned char* data, unsigned long bytesPerLi
                     "bytes",
                     size);
       // The finished pixels are taken from the page image; nobody looks at the buffer's bytes.
-      PageProcess(halftoneType_, data, static_cast<int>(bytesPerLine), static_cast<int>(width),
-                  static_cast<int>(height), nullptr);
+      process(halftoneType_, rows, nullptr);
       logProcessedImage(result.get(), bytesPerLine, height, width, blank);
       printFinishedImage();
     }
@@ -129,7 +151,7 @@ void WrenPrinter::printFinishedImage() {
 
   wrenLogCommon(kLogDebug, "printImage: Starting to print the processed image");
   if (image != nullptr) {
-    doPrintImage(image->GetBits(0), image->GetEffWidth(), image->GetHeight(), image->GetWidth());
+    printFinished(image->GetBits(0), image->GetEffWidth(), image->GetHeight(), image->GetWidth());
   } else {
     wrenLogCommon(kLogError, "printImage: pimage is NULL, unable to print the image");
   }

@@ -47,21 +47,27 @@ const unsigned char* stencilPixels(PaletteImage& image, int bytesPerLine, int wi
 
 }  // namespace
 
-unsigned char* WrenPrinter::pageMemory(std::uint32_t bytesPerLine, std::uint32_t height,
-                                       std::uint32_t width) {
-  if (bytesPerLine != paddedRowBytes(width)) return nullptr;
-  return workingImage_.Create(width, height, 8, 0) == nullptr ? nullptr : workingImage_.GetBits(0);
-}
-
 int WrenPrinter::PageProcess(DitherType type, const unsigned char* data, int bytesPerLine,
                              int width, int height, unsigned char* out) {
+  return process(type,
+                 {data, static_cast<unsigned long>(bytesPerLine),
+                  static_cast<unsigned long>(height), static_cast<unsigned long>(width), false},
+                 out);
+}
+
+int WrenPrinter::process(DitherType type, const GreyRows& rows, unsigned char* out) {
+  const auto bytesPerLine = static_cast<int>(rows.bytesPerLine);
+  const auto width = static_cast<int>(rows.width);
+  const auto height = static_cast<int>(rows.height);
   useQMDithering_ = isTattooMethod(halftoneType_);
   wrenLogCommon(kLogDebug, "PageProcess: QM dithering is %s",
                 useQMDithering_ ? "enabled" : "disabled");
 
-  if (!workingImage_.CreateFromArray(data, static_cast<std::uint32_t>(width),
-                                     static_cast<std::uint32_t>(height), 8,
-                                     static_cast<std::uint32_t>(bytesPerLine), false)) {
+  if (rows.areInImage) {
+    workingImage_.SetGrayPalette();
+  } else if (!workingImage_.CreateFromArray(rows.pixels, static_cast<std::uint32_t>(width),
+                                            static_cast<std::uint32_t>(height), 8,
+                                            static_cast<std::uint32_t>(bytesPerLine), false)) {
     wrenLogCommon(kLogCritical, "paletteimage.CreateFromArray with grey failed!");
     return 0;
   }

@@ -11,6 +11,7 @@
 #include <list>
 
 #include "filter/base/halftone_type.h"
+#include "filter/base/page_block.h"
 #include "imaging/paletteimage/palette_image.h"
 
 namespace kestra {
@@ -86,25 +87,28 @@ class WrenPrinter {
 
   // --- The way of a page ---
 
-  /// Memory for the grey pixels of the next page, all zero, in which it is processed without being
-  /// copied: for `printImage`, which uses them up. Valid until then.
-  /// @return null where rows of this length must be copied anyway, or there is no memory
-  unsigned char* pageMemory(std::uint32_t bytesPerLine, std::uint32_t height, std::uint32_t width);
+  /// Begins a page: lends room for its grey pixels, `height` rows of `bytesPerLine` bytes, all
+  /// zero, to be filled until `printPage`. Rows as long as an image's lie where they are processed
+  /// and are never copied.
+  /// @return null where there is no memory
+  [[nodiscard]] unsigned char* beginPage(std::uint32_t bytesPerLine, std::uint32_t height,
+                                         std::uint32_t width);
 
-  /// Prints one page: debug image, processing, debug image, `doPrintImage` (page_pipeline.cpp).
-  /// Failures are logged only.
-  /// @param data          height rows of 8-bit grey, `bytesPerLine` bytes each; not changed, unless
-  ///                      it is the page memory of this printer
+  /// Prints the page that was begun, and uses up its pixels: debug image, processing, debug image,
+  /// `printFinished` (page_pipeline.cpp). Failures are logged only.
+  void printPage();
+
+  /// The same for rows of the caller's own.
+  /// @param data  height rows of 8-bit grey, `bytesPerLine` bytes each; read only
   void printImage(const unsigned char* data, unsigned long bytesPerLine, unsigned long height,
                   unsigned long width);
 
-  /// Turns a grey page into the finished page image, which `pimage` then points at
+  /// Turns a grey page into the finished page image, which `pimage_` then points at
   /// (page_processing.cpp). Tone, rotation, mirror, halftone, negative, in this order.
-  /// @param out  receives the finished pixels as 0 and 255 (a classic page in negative printing as
-  /// 0
-  ///             and 1), rows `GetEffWidth()` bytes apart; room for 2 * bytesPerLine * height
+  /// @param out  receives the finished pixels, rows `GetEffWidth()` bytes apart, as 0 and 255, of a
+  ///             classic page in negative printing as 0 and 1; room for 2 * bytesPerLine * height
   ///             bytes, beyond which nothing is written; null where nobody wants them
-  /// @return bytes meant to be valid in `out`, 0 on failure (then `pimage` is what it was)
+  /// @return bytes meant to be valid in `out`, 0 on failure (then `pimage_` is what it was)
   int PageProcess(DitherType type, const unsigned char* data, int bytesPerLine, int width,
                   int height, unsigned char* out);
 
@@ -138,19 +142,40 @@ class WrenPrinter {
   /// @return bytes written
   unsigned int GrayToMono(int bytesPerLine, int height, unsigned char* buffer);
 
-  /// Turns the finished page into the model's bytes.
-  /// @param bits          the finished image's pixels, one byte each; may be used up
+  /// Turns a finished page into the model's bytes.
+  /// @param bits          pixels, one byte each; read only
   /// @param bytesPerLine  bytes from row to row
   virtual void doPrintImage(const unsigned char* bits, unsigned long bytesPerLine,
                             unsigned long height, unsigned long width) = 0;
 
+  /// The same for the page image itself, whose pixels the model may use up.
+  virtual void printFinished(unsigned char* bits, unsigned long bytesPerLine, unsigned long height,
+                             unsigned long width) {
+    doPrintImage(bits, bytesPerLine, height, width);
+  }
+
  private:
-  /// Makes the second image from the page's stencil and points `pimage` at it; false where that
+  /// Grey rows on their way into a page image.
+  struct GreyRows {
+    const unsigned char* pixels;  ///< not owned
+    unsigned long bytesPerLine;
+    unsigned long height;
+    unsigned long width;
+    bool areInImage;  ///< they are the working image's own
+  };
+
+  void print(const GreyRows& rows);
+  int process(DitherType type, const GreyRows& rows, unsigned char* out);
+
+  /// Makes the second image from the page's stencil and points `pimage_` at it; false where that
   /// image cannot be made.
   bool ditherStencil(DitherType type, int bytesPerLine, int width, int height, unsigned char* out);
 
   /// Saves the processed image and hands it to the model, or logs that there is none.
   void printFinishedImage();
+
+  GreyRows page_ = {};  ///< what `beginPage` lent
+  PageBlock rows_;      ///< the memory of rows that no image has
 
  protected:
   PaletteImage workingImage_;          ///< made from the page's grey pixels, carries the dithering

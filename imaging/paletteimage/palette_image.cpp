@@ -82,12 +82,8 @@ bool PaletteImage::CreateFromArray(const std::uint8_t* array, std::uint32_t widt
                                    std::uint32_t bytesPerLine, bool flip) {
   if (array == nullptr) return false;
   if (bpp != 1 && bpp != 4 && bpp != 8 && bpp != 24 && bpp != 32) return false;
-  const bool isOwn = IsValid() && array == GetBits(0) && bpp == header_.bitCount &&
-                     width == GetWidth() && height == GetHeight() &&
-                     bytesPerLine == info_.effWidth && !flip;
-  if (!isOwn && Create(width, height, bpp, 0) == nullptr) return false;
+  if (Create(width, height, bpp, 0) == nullptr) return false;
   if (bpp < 24) SetGrayPalette();
-  if (isOwn) return true;
 
   const std::size_t copied = std::min(info_.effWidth, bytesPerLine);
   for (std::uint32_t y = 0; y < height; ++y) {

@@ -46,8 +46,7 @@ class PaletteImage {
 
   /// Makes an image from rows of pixels, with a grey palette below 24 bits. Rows shorter than the
   /// image's padded rows are filled up with 0, longer ones cut.
-  /// @param array         height rows, `bytesPerLine` bytes apart; not kept. The rows of this very
-  ///                      image, of the same size and depth, stay where they are.
+  /// @param array         height rows, `bytesPerLine` bytes apart, not this image's own; not kept
   /// @param bpp           1, 4, 8, 24 or 32 (32 drops each fourth byte and makes 24)
   /// @param flip          first source row becomes the last row
   /// @return false for a null array, another depth or a failed `Create`

@@ -54,7 +54,7 @@ class KestraPrinterTest : public SpoolTest {
   Bytes frame(const std::string& name) const { return readBytes(kData + "/" + name); }
 
   /// Prints a page of 8-bit pixels and gives the log.
-  std::vector<std::string> print(Bytes pixels, unsigned long height, unsigned long width) {
+  std::vector<std::string> print(const Bytes& pixels, unsigned long height, unsigned long width) {
     Capture capture;
     printer.doPrintImage(pixels.data(), pixels.size() / height, height, width);
     return capture.stopLines();
@@ -78,6 +78,27 @@ TEST_F(KestraPrinterTest, SendsTheSettingOncePerPageAndNothingElse) {
   jobEnd(&printer, &settings);
   EXPECT_EQ(std::string("\x1B\x73\x01\x00\x00\x02\x02\x1B\x73\x01\x00\x00\x01\x00", 14),
             contentsOf(out));
+}
+
+TEST_F(KestraPrinterTest, UsesUpThePageImageButNotACallersPixels) {
+  Bytes pixels(24, 0);
+  pixels[0] = pixels[13] = 255;  // row 0: 80 00, row 1: 40 00
+  const Bytes before = pixels;
+  print(pixels, 2, 12);
+  EXPECT_EQ(before, pixels);
+  Capture capture;
+  printer.printFinished(pixels.data(), 12, 2, 12);
+  capture.stopLines();
+  EXPECT_EQ((Bytes{0x80, 0x00, 0x40, 0x00}), Bytes(pixels.begin(), pixels.begin() + 4));
+  // The frames differ in their page numbers alone.
+  Bytes first = frame("page_0001_jobid_000042_0000.dat");
+  Bytes second = frame("page_0002_jobid_000042_0000.dat");
+  ASSERT_EQ(first.size(), second.size());
+  ASSERT_GT(first.size(), 12U);
+  EXPECT_EQ(1U, first[12]);
+  EXPECT_EQ(2U, second[12]);
+  second[12] = first[12];
+  EXPECT_EQ(first, second);
 }
 
 TEST_F(KestraPrinterTest, IsAlwaysContent) {

@@ -55,41 +55,68 @@ TEST_F(PagePipeline, HandsOverTheImagesOwnRowLength) {
   EXPECT_EQ((Bytes{1, 1, 1, 1, 1, 0, 0, 0, 1, 1, 1, 1, 1, 0, 0, 0}), printer.pages[0].pixels);
 }
 
-TEST_F(PagePipeline, GivesMemoryInWhichAPageNeedNotBeCopied) {
-  unsigned char* memory = printer.pageMemory(4, 3, 4);
+TEST_F(PagePipeline, ProcessesAPageWhereItWasRead) {
+  unsigned char* memory = printer.beginPage(4, 3, 4);
   ASSERT_NE(nullptr, memory);
-  EXPECT_EQ(Bytes(12, 0), Bytes(memory, memory + 12));
   std::copy(kPage.begin(), kPage.end(), memory);
   Capture capture;
-  printer.printImage(memory, 4, 3, 4);
+  printer.printPage();
   capture.stopLines();
   EXPECT_EQ((Bytes{0, 1, 0, 1, 1, 0, 1, 0, 0, 0, 1, 1}), printer.pages.at(0).pixels);
-  EXPECT_EQ(memory, printer.workingImage_.GetBits(0)) << "it was processed where it lay";
+  EXPECT_EQ(memory, printer.workingImage_.GetBits(0));
 }
 
-TEST_F(PagePipeline, GivesBlankMemoryToEveryPage) {
-  for (int page = 0; page < 3; ++page) {
-    unsigned char* memory = printer.pageMemory(8, 2, 5);  // rows of 5 pixels and 3 spare bytes
+TEST_F(PagePipeline, TakesRowsThatNoImageHas) {
+  // Images have rows of whole 4 bytes, and no more of them than the pixels need: 5 pixels take 8.
+  for (const std::uint32_t bytesPerLine : {5U, 6U, 12U}) {
+    unsigned char* memory = printer.beginPage(bytesPerLine, 2, 5);
     ASSERT_NE(nullptr, memory);
-    EXPECT_EQ(Bytes(16, 0), Bytes(memory, memory + 16)) << "page " << page;
-    std::fill(memory, memory + 16, 255);
+    std::fill(memory, memory + 5, 255);                                    // the first row
+    std::fill(memory + bytesPerLine + 4, memory + bytesPerLine + 5, 255);  // the last of the second
     Capture capture;
-    printer.printImage(memory, 8, 2, 5);
+    printer.printPage();
+    capture.stopLines();
+    EXPECT_EQ((Bytes{1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}), printer.pages.back().pixels)
+        << bytesPerLine;
+  }
+}
+
+TEST_F(PagePipeline, LendsBlankMemoryToEveryPage) {
+  // Rows of 5 pixels: as an image has them, longer, and as short as they are.
+  for (const std::uint32_t bytesPerLine : {8U, 12U, 5U, 12U, 8U, 8U}) {
+    unsigned char* memory = printer.beginPage(bytesPerLine, 2, 5);
+    ASSERT_NE(nullptr, memory);
+    EXPECT_EQ(Bytes(2 * bytesPerLine, 0), Bytes(memory, memory + 2 * bytesPerLine));
+    std::fill(memory, memory + 2 * bytesPerLine, 255);
+    Capture capture;
+    printer.printPage();
     capture.stopLines();
   }
-  EXPECT_EQ(3U, printer.pages.size());
+  EXPECT_EQ(6U, printer.pages.size());
 }
 
-TEST_F(PagePipeline, GivesNoMemoryForRowsThatMustBeCopied) {
-  // Images have rows of whole 4 bytes, and no more of them than the pixels need.
-  EXPECT_EQ(nullptr, printer.pageMemory(5, 2, 5));
-  EXPECT_EQ(nullptr, printer.pageMemory(12, 2, 5));
-  EXPECT_EQ(nullptr, printer.pageMemory(4, 2, 5));
-  EXPECT_EQ(nullptr, printer.pageMemory(4, 2, 0));
-  EXPECT_EQ(nullptr, printer.pageMemory(0, 2, 0));
-  EXPECT_EQ(nullptr, printer.pageMemory(4, 0, 4));
-  // No row of the widest page that a header can name wraps to a short one.
-  EXPECT_EQ(nullptr, printer.pageMemory(0, 2, 0xFFFFFFFF));
+TEST_F(PagePipeline, PrintsABegunPageOnce) {
+  ASSERT_NE(nullptr, printer.beginPage(4, 3, 4));
+  Capture capture;
+  printer.printPage();
+  printer.printPage();
+  capture.stopLines();
+  EXPECT_EQ(1U, printer.pages.size());
+}
+
+TEST_F(PagePipeline, LendsMemoryForAPageOfNoPixels) {
+  EXPECT_NE(nullptr, printer.beginPage(4, 2, 0));
+  EXPECT_NE(nullptr, printer.beginPage(0, 2, 0));
+  EXPECT_NE(nullptr, printer.beginPage(0, 0, 0));
+}
+
+TEST_F(PagePipeline, LeavesRowsOfTheCallersOwnAsTheyAre) {
+  // Rows as long as an image's, so that only their owner tells them from rows that were lent.
+  const Bytes page = kPage;
+  print(page, 4, 3, 4);
+  EXPECT_EQ(kPage, page);
+  ASSERT_NE(nullptr, printer.workingImage_.GetBits(0));
+  EXPECT_NE(page.data(), printer.workingImage_.GetBits(0));
 }
 
 TEST_F(PagePipeline, UsesTheHalftoneOfItsProperties) {

@@ -202,19 +202,6 @@ TEST(CreateFromArray, FlipsRowsWhenAsked) {
   EXPECT_EQ((Bytes{9, 10, 11, 12, 5, 6, 7, 8, 1, 2, 3, 4}), rowBytesOf(image));
 }
 
-TEST(CreateFromArray, LeavesItsOwnRowsWhereTheyAre) {
-  // As a page that was read straight into the image; the fourth byte of a row is no pixel.
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(3, 2, 8, 0));
-  const Bytes rows = {1, 2, 3, 4, 11, 12, 13, 14};
-  std::uint8_t* own = image.GetBits();
-  std::copy(rows.begin(), rows.end(), own);
-  ASSERT_TRUE(image.CreateFromArray(own, 3, 2, 8, 4, false));
-  EXPECT_EQ(own, image.GetBits());
-  EXPECT_EQ(rows, rowBytesOf(image));
-  EXPECT_TRUE(sameColor(image.GetPaletteColor(200), 200, 200, 200, 0));
-}
-
 TEST(CreateFromArray, TakesOneAndFourBitRows) {
   const Bytes rows = {0xA0, 0x50};
   OwnedImage bits;
