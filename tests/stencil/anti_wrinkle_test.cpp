@@ -237,6 +237,19 @@ TEST(AntiWrinkle, NegativeLevelsDrawNoSideBars) {
   }
 }
 
+TEST(AntiWrinkle, NegativeResolutionsDrawNothing) {
+  // 118 mm: -12 * 118 * 100 / 254 = -557, (-557 + 5) / 10 = -55 dots; 100 mm: -472, -46; 1 and 3
+  // mm: 0. The canvas begins at (60 + 46) / 2 = 53, (70 + 55) / 2 = 62.
+  const plain::Rows page = noisePage(60, 70, 2);
+  const plain_stencil::Framed result = framed(page, {3, -12, "Tattoo_A6", true, 255});
+  EXPECT_TRUE(result.picture.rows == pictureOf(page).rows);
+  EXPECT_TRUE(logHas(result, "Image height is greater than canvas height, offset.y: 62"));
+  EXPECT_TRUE(logHas(result, "Drawing left line. point(53, 62, 53, 62)"));
+  EXPECT_TRUE(logHas(result, "Drawing right line. point(7, 62, 7, 62)"));
+  EXPECT_TRUE(logHas(result, "Drawing bottom line. point(53, 7, 53, 7)"));
+  expectAsPlain(page, {3, -12, "Tattoo_A6", true, 255});
+}
+
 TEST(AntiWrinkle, BarsWithoutPixelsAreToldToEndWhereTheyBegin) {
   // At 30 dpi -5 mm are -5 * 100 * 30 / 254 = -59, (-59 + 5) / 10 = -5 dots, 1 mm is 1 dot. Canvas
   // 118 - 10 = 108 wide, 139 + 2 = 141 high. The right bar begins at 108 + 5.
