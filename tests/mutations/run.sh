@@ -8,12 +8,14 @@ least=95 # per cent of the faults that must be noticed
 
 usage() {
   cat <<'EOF'
-Usage: tests/mutations/run.sh WORK_DIRECTORY [PATTERN]
+Usage: tests/mutations/run.sh WORK_DIRECTORY|--check [PATTERN]
 
 Tries every fault of tests/mutations/list.txt, or those whose line matches PATTERN (as for
 grep -E), in copies of the project below WORK_DIRECTORY. Names the faults that survive; fails where
 too many do. What became of each fault stands in WORK_DIRECTORY/results.txt. JOBS=N works in N copies
 at a time.
+
+--check tries nothing: it fails where a line's text is not in its file exactly once.
 EOF
 }
 
@@ -22,10 +24,31 @@ if [ $# -lt 1 ] || [ $# -gt 2 ]; then
   exit 2
 fi
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+separator=$'\x01'
+
+# stale FILE OLD: whether the file does not hold the text exactly once.
+stale() {
+  local text without
+  text=$(cat "$root/$1") || return 0
+  without=${text//"$2"/}
+  [ $((${#text} - ${#without})) -ne ${#2} ]
+}
+
+mapfile -t faults < <(grep -v '^#' "$root/tests/mutations/list.txt" | grep . | grep -E -e "${2-.}")
+[ "${#faults[@]}" -gt 0 ] || { echo "mutations: no fault matches ${2-.}" >&2; exit 2; }
+wrong=0
+for fault in "${faults[@]}"; do
+  IFS=$separator read -r file old _ <<<"${fault// | /$separator}"
+  stale "$file" "$old" || continue
+  echo "stale, the text is not there exactly once: $fault" >&2
+  wrong=1
+done
+[ "$wrong" -eq 0 ] || exit 1
+[ "$1" != --check ] || exit 0
+
 mkdir -p "$1"
 work=$(cd "$1" && pwd)
 jobs=${JOBS:-$(nproc)}
-separator=$'\x01'
 
 # Many builds of nearly the same: what is compiled once is kept, for all copies together.
 if [ -z "${CMAKE_CXX_COMPILER_LAUNCHER-}" ] && command -v ccache >/dev/null; then
@@ -191,14 +214,6 @@ try() {
   printf '%s' "$text" >"$path"
 }
 
-# stale FILE OLD: whether the file does not hold the text exactly once.
-stale() {
-  local text
-  text=$(cat "$root/$1")
-  local without=${text//"$2"/}
-  [ $((${#text} - ${#without})) -ne ${#2} ]
-}
-
 # Numbers of the faults, each taken once.
 take() {
   local n
@@ -222,19 +237,7 @@ worker() {
   done
 }
 
-mapfile -t faults < <(grep -v '^#' "$root/tests/mutations/list.txt" | grep . | grep -E -e "${2-.}")
-[ "${#faults[@]}" -gt 0 ] || { echo "mutations: no fault matches ${2-.}" >&2; exit 2; }
 echo "${#faults[@]} faults, $jobs at a time"
-wrong=0
-for fault in "${faults[@]}"; do
-  IFS=$separator read -r file old _ <<<"${fault// | /$separator}"
-  if stale "$file" "$old"; then
-    echo "stale, the text is not there exactly once: $fault" >&2
-    wrong=1
-  fi
-done
-[ "$wrong" -eq 0 ] || exit 1
-
 mapfile -t needed < <(for fault in "${faults[@]}"; do programs_for "${fault%% | *}"; done |
   tr ' ' '\n' | sort -u)
 rm -f "$work"/result.* "$work/busy.txt"

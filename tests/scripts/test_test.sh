@@ -30,6 +30,17 @@ run 0
 echo 'int  b( );' >>"$stage/filter/a.cpp"
 run 1
 
+mkdir -p "$stage/tests/unit" "$stage/tests/tools"
+touch "$stage/tests/unit/CMakeLists.txt" "$stage/tests/tools/CMakeLists.txt"
+run 0 drawer unit tools
+asked cmake "--target drawer_unit drawer_tools"
+asked ctest "-L ^(unit|tools)$"
+run 1 drawer units
+idle ctest
+fails ctest
+run 1 drawer unit
+fails ctest 0
+
 run 0 mutate
 fails run.sh
 run 1 mutate
