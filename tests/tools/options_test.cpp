@@ -58,11 +58,26 @@ TEST_F(Options, OfAWrongValueAreAnsweredWithTheRightValues) {
 }
 
 TEST_F(Options, ThatAreRightPassInAllForms) {
-  for (const char* words :
-       {"Darkness=Dark", "darkness=dark", "MirrorImage", "noMirrorImage", "MirrorImage=True",
-        "PageSize=Wide", "PageSize=Custom.100x50mm", "PageSize=Custom.10x5cm",
-        "pagesize=Custom.200.5x100", "Darkness=Dark HalftoneType=Burkes", "media=A6", "fit-to-page",
-        "landscape", "copies=2", "page-ranges=1-2,4", "number-up=2", "orientation-requested=4"}) {
+  for (const char* words : {"Darkness=Dark",
+                            "darkness=dark",
+                            "MirrorImage",
+                            "noMirrorImage",
+                            "MirrorImage=True",
+                            "PageSize=Wide",
+                            "PageSize=Custom.100x50mm",
+                            "PageSize=Custom.10x5cm",
+                            "pagesize=Custom.200.5x100",
+                            "Darkness=Dark HalftoneType=Burkes",
+                            "media=Wide",
+                            "media=Custom.100x50mm",
+                            "print-scaling=none",
+                            "position=top-left",
+                            "fit-to-page",
+                            "landscape",
+                            "copies=2",
+                            "page-ranges=1-2,4",
+                            "number-up=2",
+                            "orientation-requested=4"}) {
     EXPECT_EQ(runWith({"-o", words}).status, 0) << words;
   }
 }
@@ -70,10 +85,41 @@ TEST_F(Options, ThatAreRightPassInAllForms) {
 TEST_F(Options, OfWhichOneIsWrongStopAll) {
   for (const char* words :
        {"Darkness=Dark HalftoneType=Burks", "copies=0", "copies=many", "MirrorImage=yes",
-        "PageSize=Custom.axb", "PageSize=custom.200x100", "noDarkness", ""}) {
+        "PageSize=Custom.axb", "PageSize=custom.200x100", "noDarkness", "media=A0",
+        "print-scaling=nothing", "position=corner", "page-ranges=one", "page-ranges=1-2-3",
+        "number-up=3", "landscape=maybe", "PageSize=Custom.0x40mm", "media=Custom.40x0.1mm",
+        "PageSize=Custom.50x501", ""}) {
     EXPECT_EQ(runWith({"-o", words}).status, 2) << words;
   }
   EXPECT_FALSE(directory_.exists("pages-1.png"));
+}
+
+TEST_F(Options, AreListedWhereTheyAreAskedFor) {
+  const ProofResult listed = directory_.run({"--ppd", "printer.ppd", "-o", "Darkness=?"});
+  EXPECT_EQ(listed.status, 0) << listed.errors;
+  EXPECT_EQ(listed.output,
+            "Darkness can be:\n  Light: Light\n  Middle: Middle\n  Dark: Dark\n"
+            "  Darkest: Darkest\n  dark2: dark2\n");
+  const ProofResult scaling = runWith({"-o", "print-scaling=?", "-o", "media=?", "-o", "ppi=?"});
+  EXPECT_EQ(scaling.status, 0) << scaling.errors;
+  EXPECT_TRUE(holds(scaling.output, "print-scaling can be:\n  auto\n  auto-fit\n  fill\n"))
+      << scaling.output;
+  EXPECT_TRUE(holds(scaling.output, "media can be:\n  Label")) << scaling.output;
+  EXPECT_TRUE(holds(scaling.output, "ppi has no list of values\n")) << scaling.output;
+  EXPECT_FALSE(directory_.exists("pages-1.png"));
+  const ProofResult unknown = runWith({"-o", "Darknes=?"});
+  EXPECT_EQ(unknown.status, 2);
+  EXPECT_TRUE(holds(unknown.errors, "unknown option \"Darknes\"")) << unknown.errors;
+}
+
+TEST_F(Options, OfTheWrongSizeAreToldTheRightOnes) {
+  const ProofResult media = runWith({"-o", "media=A0"});
+  EXPECT_TRUE(holds(media.errors, "unknown value \"A0\" for media; it can be: Label Wide"))
+      << media.errors;
+  // 500 points are 176.4 mm.
+  const ProofResult high = runWith({"-o", "PageSize=Custom.50x501"});
+  EXPECT_TRUE(holds(high.errors, "Custom.WIDTHxHEIGHTmm of at most 176 mm height")) << high.errors;
+  EXPECT_TRUE(holds(runWith({"-o", "page-ranges=one"}).errors, "for example 1-3,5"));
 }
 
 TEST_F(Options, GivenTwiceCountOnce) {

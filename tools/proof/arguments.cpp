@@ -99,6 +99,10 @@ std::vector<ValueOption> valueOptions(Arguments& arguments) {
          if (value.find('=') == std::string::npos && endsWith(value, ".png")) {
            return "a job option NAME=VALUE; name the picture with --output " + value;
          }
+         if (endsWith(value, "=?") && value.find(' ') == std::string::npos) {
+           arguments.asked.push_back(value.substr(0, value.size() - 2));
+           return std::string();
+         }
          arguments.options.push_back(value);
          return value.empty()
                     ? std::string("a job option NAME=VALUE, for example HalftoneType=Tattoo")
@@ -154,11 +158,11 @@ std::string contradiction(const Arguments& arguments) {
   for (const Input& input : arguments.inputs) {
     documents += input.kind == InputKind::kDocument ? 1U : 0U;
   }
-  if (arguments.inputs.empty()) return "no document given";
+  if (arguments.inputs.empty() && arguments.asked.empty()) return "no document given";
   if (!arguments.output.empty() && !arguments.output_directory.empty()) {
     return "give --output or --output-dir, not both";
   }
-  if (!arguments.output.empty() && documents != 1) {
+  if (!arguments.output.empty() && documents != 1 && arguments.asked.empty()) {
     return "--output names one picture but there are " + std::to_string(documents) +
            " documents; use --output-dir DIR";
   }

@@ -31,6 +31,7 @@ struct Arguments {
   std::string model;                 // empty where not given
   std::string ppd;                   // empty where not given
   std::vector<std::string> options;  // the words behind each -o
+  std::vector<std::string> asked;    // options whose values are asked for: -o NAME=?
   std::string output;                // --output, empty where not given
   std::string output_directory;      // --output-dir, empty where not given
   std::string keep;                  // --keep, empty where not given

@@ -24,8 +24,8 @@ Examples
       which halftone? all ten on one picture: photo-compare-1.png
   kestra-proof --margins --scale 4 label.pdf
       where is the label on the head? with every dot 4 pixels wide
-  kestra-proof -o 'HalftoneType=?' label.pdf
-      which values are there? a wrong one is answered with the right ones
+  kestra-proof -o 'HalftoneType=?'
+      which values are there? (with --model stencil those of that printer)
   kestra-proof page_0001_jobid_000042_0000.dat
       what is in a frame of the spool?
 

@@ -41,11 +41,15 @@ int wrongUsage(const std::string& problem) {
   return kWrongUsage;
 }
 
+int fail(const std::string& problem) {
+  std::fprintf(stderr, "kestra-proof: %s\n", problem.c_str());
+  return kSomethingBroken;
+}
+
 // Writes a text and nothing else. Exit status.
 int print(const std::string& text) {
   if (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0) return kAllWell;
-  std::fprintf(stderr, "kestra-proof: standard output: cannot be written\n");
-  return kSomethingBroken;
+  return fail("standard output: cannot be written");
 }
 
 std::vector<Job> lookAt(const std::vector<Input>& inputs) {
@@ -111,6 +115,23 @@ int prepare(const Arguments& arguments, kestra::Printer& printer, std::string& p
   return kAllWell;
 }
 
+// Lists the values of the options that are asked for. Exit status.
+int answer(const Arguments& arguments) {
+  kestra::Printer printer;
+  std::string problem;
+  const int status = prepare(arguments, printer, problem);
+  if (status == kWrongUsage) return wrongUsage(problem);
+  if (status != kAllWell) return fail(problem);
+  std::string text;
+  for (const std::string& name : arguments.asked) {
+    const std::string values = printer.options.values(name, "\n  ");
+    // An option without a list takes anything, one that is not there nothing at all.
+    if (values.empty() && !printer.options.add(name + "=1", problem)) return wrongUsage(problem);
+    text += name + (values.empty() ? " has no list of values" : " can be:" + values) + "\n";
+  }
+  return print(text);
+}
+
 // Where a document's leavings are kept: in DIR itself where it is the only one.
 std::string keepPlace(const Arguments& arguments, const std::string& path) {
   if (arguments.keep.empty() || arguments.inputs.size() == 1) return arguments.keep;
@@ -155,10 +176,7 @@ int run(const Arguments& arguments) {
     std::string problem;
     const int status = prepare(arguments, printer, problem);
     if (status == kWrongUsage) return wrongUsage(problem);
-    if (status != kAllWell) {
-      std::fprintf(stderr, "kestra-proof: %s\n", problem.c_str());
-      return status;
-    }
+    if (status != kAllWell) return fail(problem);
     break;
   }
   return proofAll(arguments, jobs, printer) ? kAllWell : kSomethingBroken;
@@ -175,6 +193,7 @@ int main(int argc, char** argv) {
   if (!parseArguments(words, arguments, problem)) return wrongUsage(problem);
   if (arguments.help) return print(kestra::helpText());
   if (arguments.version) return print("kestra-proof " KESTRA_VERSION "\n");
+  if (!arguments.asked.empty()) return answer(arguments);
   kestra::catchInterrupts();
   const int status = run(arguments);
   if (kestra::interruptSignal() != 0) kestra::endByInterrupt();

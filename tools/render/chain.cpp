@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "tools/render/pdf_file.h"
+#include "tools/render/search_path.h"
 
 namespace kestra {
 namespace {
@@ -36,21 +37,6 @@ constexpr Renderer kImage = {"imagetoraster", "cups-filters"};
 std::string filterDirectory() {
   const char* other = std::getenv("CUPS_FILTER_DIR");
   return other != nullptr && *other != '\0' ? other : KESTRA_CUPS_FILTER_DIR;
-}
-
-// The first executable of that name on the PATH, or an empty text.
-std::string onPath(const std::string& name) {
-  const char* variable = std::getenv("PATH");
-  const std::string path = variable != nullptr ? variable : "/usr/bin:/bin";
-  std::size_t at = 0;
-  while (at <= path.size()) {
-    std::size_t end = path.find(':', at);
-    if (end == std::string::npos) end = path.size();
-    std::string file = path.substr(at, end - at) + "/" + name;
-    if (file[0] == '/' && access(file.c_str(), X_OK) == 0) return file;
-    at = end + 1;
-  }
-  return {};
 }
 
 std::string placeOf(const Renderer& renderer) {
@@ -100,6 +86,7 @@ Program jobProgram(const ChainRequest& request, const Renderer& renderer, int co
   program.words = {"proof",        "1", "proof", baseName(request.document), std::to_string(copies),
                    request.options};
   program.environment = {{"PPD", request.ppd},
+                         {"PATH", safePath()},
                          {"PRINTER", "proof"},
                          {"CHARSET", "utf-8"},
                          {"LANG", "en_US.UTF-8"},
@@ -130,7 +117,7 @@ Program postScriptProgram(const ChainRequest& request, const std::string& output
   if (isEncapsulated(request.document)) program.words.emplace_back("-dEPSCrop");
   program.words.push_back("-sOutputFile=" + output);
   program.words.emplace_back("-");  // standard input: no name of a file is taken for an option
-  program.environment = {{"TMPDIR", request.work}};
+  program.environment = {{"PATH", safePath()}, {"TMPDIR", request.work}};
   return program;
 }
 

@@ -7,60 +7,17 @@
 #include <strings.h>
 
 #include <array>
+#include <cmath>
 #include <cstdlib>
+#include <optional>
+
+#include "tools/render/system_options.h"
 
 namespace kestra {
 namespace {
 
 constexpr double kPointsPerInch = 72.0;
-constexpr long kMostCopies = 9999;
-
-// Options of the print system itself, known to it for every printer.
-constexpr std::array<const char*, 36> kSystemOptions = {"collate",
-                                                        "columns",
-                                                        "copies",
-                                                        "cpi",
-                                                        "fill",
-                                                        "fit-to-page",
-                                                        "fitplot",
-                                                        "center-of-pixel",
-                                                        "gamma",
-                                                        "hue",
-                                                        "landscape",
-                                                        "lpi",
-                                                        "media",
-                                                        "mirror",
-                                                        "natural-scaling",
-                                                        "number-up",
-                                                        "number-up-layout",
-                                                        "orientation-requested",
-                                                        "outputorder",
-                                                        "page-border",
-                                                        "page-bottom",
-                                                        "page-left",
-                                                        "page-ranges",
-                                                        "page-right",
-                                                        "page-set",
-                                                        "page-top",
-                                                        "position",
-                                                        "ppi",
-                                                        "prettyprint",
-                                                        "print-color-mode",
-                                                        "print-scaling",
-                                                        "printer-resolution",
-                                                        "saturation",
-                                                        "scaling",
-                                                        "wrap",
-                                                        "pagesize"};
-
 bool same(const char* a, const std::string& b) { return strcasecmp(a, b.c_str()) == 0; }
-
-bool isSystemOption(const std::string& name) {
-  for (const char* known : kSystemOptions) {
-    if (same(known, name)) return true;
-  }
-  return false;
-}
 
 // Digits with at most one dot.
 bool takeNumber(const char*& at) {
@@ -73,26 +30,38 @@ bool takeNumber(const char*& at) {
   return digits;
 }
 
-// Custom.WIDTHxHEIGHT with an optional unit
-bool isCustomSize(const std::string& value) {
-  static constexpr std::array<const char*, 7> kUnits = {"", "pt", "mm", "cm", "in", "ft", "m"};
+// The height of Custom.WIDTHxHEIGHT with an optional unit, in points; nothing for any other text,
+// and where there is no area.
+std::optional<double> customHeight(const std::string& value) {
+  struct Unit {
+    const char* name;
+    double points;
+  };
+  static constexpr std::array<Unit, 7> kUnits = {{{"", 1},
+                                                  {"pt", 1},
+                                                  {"mm", kPointsPerInch / 25.4},
+                                                  {"cm", kPointsPerInch / 2.54},
+                                                  {"in", kPointsPerInch},
+                                                  {"ft", kPointsPerInch * 12},
+                                                  {"m", kPointsPerInch / 0.0254}}};
   constexpr std::size_t kPrefix = 7;  // "Custom."
   // Here the print system wants the letters as they are.
-  if (value.compare(0, kPrefix, "Custom.") != 0) return false;
+  if (value.compare(0, kPrefix, "Custom.") != 0) return std::nullopt;
   const char* at = value.c_str() + kPrefix;
-  if (!takeNumber(at) || *at++ != 'x' || !takeNumber(at)) return false;
-  for (const char* unit : kUnits) {
-    if (same(unit, at)) return true;
+  const char* start = at;
+  if (!takeNumber(at) || *at != 'x') return std::nullopt;
+  const std::string width(start, at);
+  start = ++at;
+  if (!takeNumber(at)) return std::nullopt;
+  const std::string height(start, at);
+  for (const Unit& unit : kUnits) {
+    if (!same(unit.name, at)) continue;
+    // Less than a point either way is no page.
+    const double points = std::strtod(height.c_str(), nullptr) * unit.points;
+    if (points < 1 || std::strtod(width.c_str(), nullptr) * unit.points < 1) return std::nullopt;
+    return points;
   }
-  return false;
-}
-
-// A whole number from 1 to 9999, or 0.
-int copyCount(const std::string& text) {
-  char* end = nullptr;
-  const long count = std::strtol(text.c_str(), &end, 10);
-  if (text.empty() || text[0] < '0' || text[0] > '9' || *end != '\0') return 0;
-  return count >= 1 && count <= kMostCopies ? static_cast<int>(count) : 0;
+  return std::nullopt;
 }
 
 }  // namespace
@@ -117,41 +86,86 @@ std::string PrinterOptions::optionNames() const {
     if (same("PageRegion", option->keyword)) continue;  // PageSize by another name
     names += std::string(" ") + option->keyword;
   }
-  names += "; the print system adds:";
-  for (const char* name : kSystemOptions) {
-    if (!same("pagesize", name)) names += std::string(" ") + name;
+  return names + "; the print system adds:" + systemOptionNames();
+}
+
+bool PrinterOptions::isGoodCustomSize(const std::string& value) const {
+  const std::optional<double> height = customHeight(value);
+  return height && *height <= static_cast<double>(ppd_->custom_max[1]);
+}
+
+bool PrinterOptions::isKnownMedia(const std::string& value) {
+  if (value.compare(0, 7, "Custom.") == 0) return isGoodCustomSize(value);
+  // A name that the printer does not know leaves every page size as it was.
+  cups_option_t* media = nullptr;
+  const int count = cupsAddOption("media", value.c_str(), 0, &media);
+  const std::string before = choice("PageSize");
+  bool known = false;
+  int tried = 0;
+  const ppd_option_t* sizes = ppdFindOption(ppd_.get(), "PageSize");
+  for (int i = 0; sizes != nullptr && i < sizes->num_choices && tried < 2; ++i) {
+    const std::string size = sizes->choices[i].choice;
+    if (size == "Custom") continue;
+    ++tried;
+    ppdMarkOption(ppd_.get(), "PageSize", size.c_str());
+    cupsMarkOptions(ppd_.get(), count, media);
+    known = known || choice("PageSize") != size;
   }
-  return names;
+  cupsFreeOptions(count, media);
+  if (!before.empty()) ppdMarkOption(ppd_.get(), "PageSize", before.c_str());
+  return known || tried < 2;
+}
+
+std::string PrinterOptions::values(const std::string& name, const std::string& before) const {
+  const ppd_option_t* option =
+      ppdFindOption(ppd_.get(), same("media", name) ? "PageSize" : name.c_str());
+  std::string values;
+  if (option == nullptr) {
+    std::string listed = systemOptionValues(name);
+    for (std::size_t at = 0; (at = listed.find(' ', at)) != std::string::npos;
+         at += before.size()) {
+      listed.replace(at, 1, before);
+    }
+    return listed;
+  }
+  const bool words = before != " ";
+  std::string custom;
+  for (int i = 0; i < option->num_choices; ++i) {
+    const ppd_choice_t& choice = option->choices[i];
+    if (same("Custom", choice.choice)) {  // stands for sizes that are written out
+      custom = before + "Custom.WIDTHxHEIGHTmm";
+      continue;
+    }
+    values += before + choice.choice;
+    if (words && choice.text[0] != '\0') values += std::string(": ") + choice.text;
+  }
+  return values + custom;
 }
 
 bool PrinterOptions::check(const std::string& name, const std::string& value,
-                           std::string& problem) const {
+                           std::string& problem) {
   const ppd_option_t* option = ppdFindOption(ppd_.get(), name.c_str());
-  if (option == nullptr) {
-    if (same("copies", name) && copyCount(value) == 0) {
-      problem = "copies is \"" + value + "\"; give a number from 1 to 9999";
-      return false;
-    }
-    if (isSystemOption(name)) return true;
+  if (option == nullptr && !isSystemOption(name)) {
     problem = "unknown option \"" + name + "\"; this printer has:" + optionNames();
     return false;
   }
-  std::string choices;
-  bool custom = false;
-  for (int i = 0; i < option->num_choices; ++i) {
+  bool known = false;
+  if (option == nullptr) {
+    problem = wrongSystemValue(name, value);
+    if (!problem.empty()) return false;
+    if (!same("media", name) || isKnownMedia(value)) return true;
+  }
+  for (int i = 0; option != nullptr && i < option->num_choices; ++i) {
     const char* choice = option->choices[i].choice;
-    if (same("Custom", choice)) {  // stands for sizes that are written out
-      custom = true;
-      continue;
-    }
-    if (same(choice, value)) return true;
-    choices += std::string(" ") + choice;
+    known = known || (same("Custom", choice) ? isGoodCustomSize(value) : same(choice, value));
   }
-  if (custom) {
-    if (isCustomSize(value)) return true;
-    choices += " Custom.WIDTHxHEIGHTmm";
+  if (known) return true;
+  problem = "unknown value \"" + value + "\" for " + (option != nullptr ? option->keyword : name) +
+            "; it can be:" + values(name, " ");
+  const double most = static_cast<double>(ppd_->custom_max[1]) / kPointsPerInch * 25.4;
+  if (value.compare(0, 7, "Custom.") == 0 && most > 0) {
+    problem += " of at most " + std::to_string(std::lround(most)) + " mm height";
   }
-  problem = "unknown value \"" + value + "\" for " + option->keyword + "; it can be:" + choices;
   return false;
 }
 

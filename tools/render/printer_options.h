@@ -47,11 +47,17 @@ class PrinterOptions {
   // "fit-to-page", "print-scaling=fill", "number-up"; empty where none does.
   std::string scalingOption() const;
 
+  // The values of an option, `before` in front of each, with their words where that is more than a
+  // blank; empty where there is no such option, or any value will do.
+  std::string values(const std::string& name, const std::string& before) const;
+
   // Copies asked for; 1 where none are.
   int copies() const;
 
  private:
-  bool check(const std::string& name, const std::string& value, std::string& problem) const;
+  bool check(const std::string& name, const std::string& value, std::string& problem);
+  bool isGoodCustomSize(const std::string& value) const;
+  bool isKnownMedia(const std::string& value);
   std::string optionNames() const;
 
   struct Closer {
