@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <functional>
 
+#include "tools/crop/crop_document.h"
+
 namespace kestra {
 namespace {
 
@@ -77,6 +79,16 @@ std::vector<ValueOption> valueOptions(Arguments& arguments) {
                           notText(value);
        }},
       {"--ppd", textInto(arguments.ppd, "the file of a printer description")},
+      {"--crop",  // with a value: alone it is a switch
+       [&](const std::string& value) {
+         arguments.crop = true;
+         arguments.crop_place = value;
+         return crop::parseHandPlace(value)
+                    ? std::string()
+                    : "a place in mm from the page's upper left corner, --crop=X,Y or "
+                      "--crop=X,Y,WIDTH,HEIGHT" +
+                          notText(value);
+       }},
       {"--keep", textInto(arguments.keep, "the name of a new directory")},
       {"--output-dir", textInto(arguments.output_directory, "the name of a directory")},
       {"--output",
@@ -117,7 +129,7 @@ std::vector<Switch> switches(Arguments& arguments) {
           {"--margins", &arguments.margins}, {"--json", &arguments.json},
           {"--quiet", &arguments.quiet},     {"-q", &arguments.quiet},
           {"--verbose", &arguments.verbose}, {"-v", &arguments.verbose},
-          {"--force", &arguments.force}};
+          {"--force", &arguments.force},     {"--crop", &arguments.crop}};
 }
 
 // Whether `word` is that option, and its value: behind "=", behind a short name, or the next word.

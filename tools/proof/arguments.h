@@ -21,6 +21,8 @@ struct Arguments {
   bool version = false;
   bool compare = false;
   bool margins = false;
+  bool crop = false;       // --crop, with or without a place
+  std::string crop_place;  // "X,Y" or "X,Y,WIDTH,HEIGHT" in mm; empty: to be found
   bool json = false;
   bool quiet = false;
   bool verbose = false;

@@ -11,6 +11,7 @@
 #include "filter/base/file.h"
 #include "tools/proof/arguments.h"
 #include "tools/proof/files.h"
+#include "tools/proof/proof_crop.h"
 #include "tools/proof/proof_document.h"
 #include "tools/proof/proof_records.h"
 #include "tools/proof/teller.h"
@@ -88,6 +89,7 @@ std::string uselessOption(const Arguments& arguments, const std::vector<Job>& jo
   const char* option = nullptr;
   if (!arguments.options.empty()) option = "-o";
   if (arguments.compare) option = "--compare";
+  if (arguments.crop) option = "--crop";
   if (!arguments.keep.empty()) option = "--keep";
   if (!arguments.ppd.empty()) option = "--ppd";
   if (option == nullptr || documents) return {};
@@ -155,6 +157,8 @@ bool proofAll(const Arguments& arguments, const std::vector<Job>& jobs,
       teller.end({});
     } else if (*job.type == DocumentType::kFrame) {
       proofFrame(path, arguments, guard, teller);
+    } else if (arguments.crop) {
+      proofCropped(path, *job.type, arguments, printer, keepPlace(arguments, path), guard, teller);
     } else {
       proofDocument(path, *job.type, arguments, printer, keepPlace(arguments, path), guard, teller);
     }

@@ -165,6 +165,10 @@ void Teller::commands(const std::vector<PrintSetting>& settings) {
   }
 }
 
+void Teller::note(const std::string& sentence) {
+  if (words_on_) say(path_ + ": " + sentence + "\n");
+}
+
 void Teller::warn(const std::string& sentence) {
   warnings_.push_back(sentence);
   sayError("warning: " + path_ + ": " + sentence);

@@ -63,6 +63,8 @@ class Teller {
   void page(const PageReport& page);
   void counter(unsigned next_page);
   void commands(const std::vector<PrintSetting>& settings);
+  // Words for a person alone.
+  void note(const std::string& sentence);
   // A lasting remark on the document that is no failure.
   void warn(const std::string& sentence);
   // Something about the document failed.

@@ -40,7 +40,7 @@ std::string filterDirectory() {
 }
 
 std::string placeOf(const Renderer& renderer) {
-  if (renderer.name == kGhostscript.name) return onPath(renderer.name);
+  if (renderer.name == kGhostscript.name) return programOnPath(renderer.name);
   const std::string file = filterDirectory() + "/" + renderer.name;
   return access(file.c_str(), X_OK) == 0 ? file : std::string();
 }
@@ -152,6 +152,20 @@ class OpenFile {
 };
 
 }  // namespace
+
+std::string programOnPath(const std::string& name) {
+  const char* variable = std::getenv("PATH");
+  const std::string path = variable != nullptr ? variable : "/usr/bin:/bin";
+  std::size_t at = 0;
+  while (at <= path.size()) {
+    std::size_t end = path.find(':', at);
+    if (end == std::string::npos) end = path.size();
+    std::string file = path.substr(at, end - at) + "/" + name;
+    if (file[0] == '/' && access(file.c_str(), X_OK) == 0) return file;
+    at = end + 1;
+  }
+  return {};
+}
 
 std::string missingProgram(DocumentType type) {
   for (const Renderer& renderer : renderersOf(type)) {

@@ -23,6 +23,9 @@ struct ChainRequest {
   std::string work;  // directory for what the programs leave; render.log holds their messages
 };
 
+// The first executable of that name on the PATH, or an empty text.
+std::string programOnPath(const std::string& name);
+
 // One sentence that names the program and the package to install where a document of this type
 // cannot be rendered on this machine; else an empty text.
 std::string missingProgram(DocumentType type);

@@ -206,6 +206,12 @@ std::string PrinterOptions::choice(const std::string& keyword) const {
   return marked == nullptr ? std::string() : marked->choice;
 }
 
+std::array<double, 2> PrinterOptions::pagePoints() const {
+  const ppd_size_t* size = ppdPageSize(ppd_.get(), nullptr);
+  if (size == nullptr) return {0, 0};
+  return {static_cast<double>(size->width), static_cast<double>(size->length)};
+}
+
 unsigned PrinterOptions::headDots(double dpi) const {
   const ppd_attr_t* attribute = ppdFindAttr(ppd_.get(), "MaxMediaWidth", nullptr);
   if (attribute == nullptr || attribute->value == nullptr) return 0;

@@ -8,6 +8,7 @@
 #include <cups/cups.h>
 #include <cups/ppd.h>
 
+#include <array>
 #include <memory>
 #include <string>
 #include <utility>
@@ -38,6 +39,9 @@ class PrinterOptions {
   // What the job prints with: the marked choice of an option in the description's own spelling; an
   // empty text where it has no such option.
   std::string choice(const std::string& keyword) const;
+
+  // Width and height of the page of the job in points; 0 and 0 where the description has none.
+  std::array<double, 2> pagePoints() const;
 
   // Dots of the print head at a resolution, from the description's MaxMediaWidth; 0 where it has
   // none.

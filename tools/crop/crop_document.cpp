@@ -1,0 +1,316 @@
+// Has Ghostscript draw the pages, finds the labels, and has it write each in its own size.
+//
+// The labels stay drawings: bars and letters are turned into dots only when they are printed, on
+// the dots of the print head.
+#include "tools/crop/crop_document.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <utility>
+
+#include "tools/render/chain.h"
+#include "tools/render/child.h"
+#include "tools/render/private_directory.h"
+
+namespace kestra::crop {
+namespace {
+
+constexpr double kPointsPerMm = 72 / 25.4;
+constexpr double kRoom = 2;  // points by which a place named by hand may be larger than the label
+constexpr int kMostPages = 999;
+constexpr const char* kMark = "%kestra-proof --crop\n";  // a comment behind the end of the PDF
+
+/// A number with one decimal, none where it is a whole one.
+std::string plain(double number) {
+  std::array<char, 32> text = {};
+  std::snprintf(text.data(), text.size(), "%.1f", number + 0.0);
+  std::string words = text.data();
+  if (words.size() > 2 && words.compare(words.size() - 2, 2, ".0") == 0) {
+    words.resize(words.size() - 2);
+  }
+  return words == "-0" ? "0" : words;
+}
+
+std::string mm(double points) { return plain(points / kPointsPerMm); }
+
+std::string sizeWords(double width, double height) {
+  return mm(width) + " x " + mm(height) + " mm";
+}
+
+/// What goes onto one label.
+struct Cut {
+  int page = 1;
+  int pageHeight = 0;  // points
+  double left = 0;     // points from the page's upper left corner
+  double top = 0;
+  double width = 0;
+  double height = 0;
+  bool turned = false;
+};
+
+class Crop {
+ public:
+  explicit Crop(const CropRequest& request) : request_(request) {}
+
+  CropResult run() {
+    result_.problem = work();
+    return std::move(result_);
+  }
+
+ private:
+  /// Runs Ghostscript with these words behind the common ones. A sentence where it fails.
+  std::string ghostscript(const std::vector<std::string>& words) {
+    Program program;
+    program.path = programOnPath("gs");
+    program.words = {
+        "gs", "-q", "-dBATCH", "-dNOPAUSE", "-dSAFER", "-dUseCropBox", "-dAutoRotatePages=/None"};
+    program.words.insert(program.words.end(), words.begin(), words.end());
+    program.environment = {{"TMPDIR", directory_.path()}};
+    const std::string log = directory_.path() + "/log";
+    const int messages = open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    program.output = messages;
+    program.messages = messages;
+    Child child;
+    std::string problem;
+    const int status = child.start(program, problem) ? child.wait() : -1;
+    if (messages >= 0) close(messages);
+    std::ifstream file(log);
+    said_.assign(std::istreambuf_iterator<char>(file), {});
+    if (said_.find("requires a password") != std::string::npos) {
+      return "is protected by a password; open it in a viewer, print it to a new PDF without one, "
+             "and take that";
+    }
+    if (status == 0 || !problem.empty()) return problem;
+    return "drawing the pages failed: gs ended with " + endWords(status);
+  }
+
+  std::string work() {
+    std::string problem = missingProgram(DocumentType::kPostScript);
+    if (!problem.empty() || !directory_.make(problem)) return problem;
+    // Pages that are turned or begin anywhere become upright pages that begin at 0 0.
+    const std::string pages = directory_.path() + "/pages.pdf";
+    problem = ghostscript({"-sDEVICE=pdfwrite", "-sOutputFile=" + pages, request_.document});
+    if (!problem.empty()) return problem;
+    const bool damaged = said_.find("Error") != std::string::npos;
+    problem = ghostscript({"-sDEVICE=pgmraw", "-r72", "-dTextAlphaBits=4", "-dGraphicsAlphaBits=4",
+                           "-sOutputFile=" + directory_.path() + "/page%d.pgm", pages});
+    if (!problem.empty()) return problem;
+    int number = 0;
+    for (; number < kMostPages; ++number) {
+      const std::string picture = directory_.path() + "/page" + std::to_string(number + 1) + ".pgm";
+      if (!std::filesystem::exists(picture) || interruptSignal() != 0) break;
+      const std::optional<GreyPage> page = readGreyPage(picture);
+      std::filesystem::remove(picture);
+      if (!page) return "page " + std::to_string(number + 1) + " is larger than 2.8 x 2.8 m";
+      look(number + 1, *page);
+    }
+    if (number == 0) return "has no page";
+    if (cuts_.empty()) return nothing(damaged);
+    return write(pages);
+  }
+
+  [[nodiscard]] std::string nothing(bool damaged) const {
+    std::string text = request_.hand ? "has nothing there" : "has no label on it";
+    for (const std::string& reason : reasons_) text += (text.back() == ';' ? " " : ": ") + reason;
+    if (damaged) text += "; the document is damaged, get it again";
+    return text;
+  }
+
+  void refuse(int number, const std::string& why) {
+    reasons_ = {"page " + std::to_string(number) + " " + why};
+    result_.warnings.push_back(reasons_.front());
+  }
+
+  void look(int number, const GreyPage& page) {
+    const PageInk ink(page, longestLine(request_.label));
+    if (ink.count({0, 0, page.width, page.height}) == 0) {
+      refuse(number, "is blank");
+    } else if (request_.hand) {
+      takeByHand(number, page);
+    } else {
+      find(number, page, ink);
+    }
+  }
+
+  void takeByHand(int number, const GreyPage& page) {
+    const LabelSize& label = request_.label;
+    HandPlace hand = *request_.hand;
+    if (hand.width == 0) {
+      hand.width = label.width / kPointsPerMm;
+      hand.height = label.height / kPointsPerMm;
+    }
+    Cut cut = {number,
+               page.height,
+               hand.x * kPointsPerMm,
+               hand.y * kPointsPerMm,
+               hand.width * kPointsPerMm,
+               hand.height * kPointsPerMm,
+               false};
+    const auto fits = [&cut](double width, double height) {
+      return cut.width <= width + kRoom && cut.height <= height + kRoom;
+    };
+    cut.turned = !fits(label.width, label.height);
+    if (cut.turned && !fits(label.height, label.width)) {
+      refuse(number, "holds the place named by hand, but that is " +
+                         sizeWords(cut.width, cut.height) + ", more than the label of " +
+                         sizeWords(label.width, label.height) +
+                         ": name a smaller one, or a larger "
+                         "PageSize");
+    } else if (cut.left >= page.width || cut.top >= page.height) {
+      refuse(number, "is only " + sizeWords(page.width, page.height) +
+                         " large, and the place named by hand lies outside of it");
+    } else {
+      add(cut);
+    }
+  }
+
+  void find(int number, const GreyPage& page, const PageInk& ink) {
+    const LabelSize& label = request_.label;
+    const std::vector<Place> places = labelPlaces(ink, label);
+    if (places.empty()) {
+      refuse(number, "has no place that a label of " + sizeWords(label.width, label.height) +
+                         " could hold whole; choose the PageSize that it was drawn for, or name "
+                         "the place: --crop=X,Y,WIDTH,HEIGHT in mm from the upper left corner");
+      return;
+    }
+    for (const Place& place : places) {
+      // A dot around it, as the page was drawn with one dot a point.
+      const Box drawn = place.ink.grown(1);
+      const Box box = {std::max(drawn.left, 0), std::max(drawn.top, 0),
+                       std::min(drawn.right, page.width), std::min(drawn.bottom, page.height)};
+      add({number, page.height, double(box.left), double(box.top), double(box.width()),
+           double(box.height()), place.turned});
+      const std::string where = "page " + std::to_string(number);
+      if (!place.sure) {
+        result_.warnings.push_back(
+            where + ": it is not sure that this is the label, as it takes " +
+            plain(std::round(place.across * 100)) + " per cent of its width and " +
+            plain(std::round(place.along * 100)) +
+            " of its height; look at the picture, and if it "
+            "is wrong, choose the PageSize that it was drawn for, or name the place: "
+            "--crop=X,Y,WIDTH,HEIGHT in mm from the upper left corner");
+      }
+      const double wider = std::max(place.across * label.width - label.width,
+                                    place.along * label.height - label.height);
+      if (wider > kRoom) {
+        result_.warnings.push_back(where + ": what is drawn there is " + mm(wider) +
+                                   " mm larger than the label, so half of that is cut off at "
+                                   "opposite edges");
+      }
+    }
+    if (places.size() > 1) {
+      result_.warnings.push_back("page " + std::to_string(number) + ": " +
+                                 std::to_string(places.size()) +
+                                 " places look like a label, each becomes a page; print the right "
+                                 "one with -o page-ranges=N");
+    }
+  }
+
+  void add(const Cut& cut) {
+    cuts_.push_back(cut);
+    result_.found.push_back("page " + std::to_string(cut.page) + ": " +
+                            sizeWords(cut.width, cut.height) + " from " + mm(cut.left) + " mm, " +
+                            mm(cut.top) + " mm" + (cut.turned ? ", turned upright" : ""));
+  }
+
+  /// PostScript that lays the middle of the place on the middle of the label, and hides the rest.
+  [[nodiscard]] std::string layOut(const Cut& cut) const {
+    const LabelSize& label = request_.label;
+    const double width = cut.turned ? label.height : label.width;
+    const double height = cut.turned ? label.width : label.height;
+    const double bottom = cut.pageHeight - cut.top - cut.height;
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text << std::fixed << "<</BeginPage {pop ";
+    if (cut.turned) text << "0 " << label.height << " translate -90 rotate ";
+    text << width / 2 - cut.left - cut.width / 2 << ' ' << height / 2 - bottom - cut.height / 2
+         << " translate " << cut.left << ' ' << bottom << ' ' << cut.width << ' ' << cut.height
+         << " rectclip}>> setpagedevice";
+    return text.str();
+  }
+
+  std::string write(const std::string& pages) {
+    std::vector<std::string> all = {"-sDEVICE=pdfwrite",
+                                    "-sOutputFile=" + directory_.path() + "/all.pdf"};
+    for (const Cut& cut : cuts_) {
+      all.push_back(directory_.path() + "/label" + std::to_string(all.size()) + ".pdf");
+      const std::string page = std::to_string(cut.page);
+      std::string problem = ghostscript(
+          {"-sDEVICE=pdfwrite", "-sOutputFile=" + all.back(), "-dFIXEDMEDIA",
+           "-dDEVICEWIDTHPOINTS=" + decimal(request_.label.width),
+           "-dDEVICEHEIGHTPOINTS=" + decimal(request_.label.height), "-dFirstPage=" + page,
+           "-dLastPage=" + page, "-c", layOut(cut), "-f", pages});
+      if (!problem.empty()) return problem;
+      if (interruptSignal() != 0) return "stopped";
+    }
+    std::string problem = ghostscript(all);
+    if (!problem.empty()) return problem;
+    std::ofstream(directory_.path() + "/all.pdf", std::ios::app | std::ios::binary) << kMark;
+    std::error_code ignored;  // moving says what is wrong
+    std::filesystem::remove(request_.output, ignored);
+    if (moveFile(directory_.path() + "/all.pdf", request_.output)) return {};
+    return request_.output + " cannot be written; name another place with --output-dir";
+  }
+
+  static std::string decimal(double number) {
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text << number;
+    return text.str();
+  }
+
+  const CropRequest& request_;
+  CropResult result_;
+  PrivateDirectory directory_;
+  std::string said_;                  // what the last program said
+  std::vector<Cut> cuts_;             // a label each
+  std::vector<std::string> reasons_;  // why the last page without a label has none
+};
+
+}  // namespace
+
+std::optional<HandPlace> parseHandPlace(const std::string& text) {
+  std::istringstream words(text);
+  words.imbue(std::locale::classic());
+  std::vector<double> numbers;
+  char comma = ',';
+  for (double number = 0; comma == ',' && words >> number;) {
+    numbers.push_back(number);
+    comma = 0;
+    words >> comma;
+  }
+  const bool whole = words.eof() && comma == 0 && (numbers.size() == 2 || numbers.size() == 4);
+  const bool good = whole && std::all_of(numbers.begin(), numbers.end(), [](double number) {
+                      return number >= 0 && number < 10000;
+                    });
+  if (!good) return std::nullopt;
+  if (numbers.size() == 2) return HandPlace{numbers[0], numbers[1], 0, 0};
+  if (numbers[2] <= 0 || numbers[3] <= 0) return std::nullopt;
+  return HandPlace{numbers[0], numbers[1], numbers[2], numbers[3]};
+}
+
+CropResult cropDocument(const CropRequest& request) {
+  Crop crop(request);
+  return crop.run();
+}
+
+bool isCropped(const std::string& path) {
+  std::ifstream file(path, std::ios::binary | std::ios::ate);
+  const std::string mark = kMark;
+  const std::streamoff size = file.tellg();
+  if (!file || size < static_cast<std::streamoff>(mark.size())) return false;
+  file.seekg(size - static_cast<std::streamoff>(mark.size()));
+  std::string last(mark.size(), '\0');
+  file.read(last.data(), static_cast<std::streamsize>(last.size()));
+  return file && last == mark;
+}
+
+}  // namespace kestra::crop
