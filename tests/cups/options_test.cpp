@@ -73,6 +73,20 @@ TEST_F(Options, OfTheJobWinOverThoseOfTheQueue) {
   EXPECT_EQ(report.sent, Commands(1, 0, 0));
 }
 
+TEST_F(Options, OfTheQueuePrintTheCornerOfALargerPageInItsOwnSize) {
+  // A4 with a square inch at its left edge, 72 to 144 points above what is the lower edge of a
+  // label in the page's upper left corner: 842 - 432 + 72 = 482.
+  const std::string page = Document("shop.ps",
+                                    "%!PS-Adobe-3.0\n<< /PageSize [595 842] >> setpagedevice\n"
+                                    "0 setgray 0 482 72 72 rectfill showpage\n");
+  const std::string queue = Queue();
+  // As it is, the page is made smaller.
+  EXPECT_EQ(Bars(server().Print(queue, page)), std::vector<int>{0});
+  MustRun({"lpadmin", "-p", queue, "-o", "print-scaling-default=none", "-o",
+           "position-default=top-left"});
+  EXPECT_EQ(Bars(server().Print(queue, page)), std::vector<int>{1});
+}
+
 TEST_F(Options, OfLpoptionsHoldForTheUsersJobs) {
   const std::string queue = Queue();
   MustRun({"lpoptions", "-p", queue, "-o", "PrintSpeed=3", "-o", "Darkness=Dark"});

@@ -174,10 +174,13 @@ TEST(Crop, ReplacesOnlyWhatItMadeItself) {
   directory.writeText("shop-crop.pdf", "a shop's own");
   const ProofResult result = directory.run({"--crop", "shop.ps"});
   EXPECT_EQ(result.status, 1);
-  EXPECT_TRUE(holds(result.errors, "was not made by --crop")) << result.errors;
+  EXPECT_TRUE(holds(result.errors, "was not made by --crop of this document")) << result.errors;
   EXPECT_EQ(directory.read("shop-crop.pdf").size(), 12U);
   EXPECT_EQ(directory.run({"--crop", "--output-dir", "out", "shop.ps"}).status, 0);
   EXPECT_EQ(directory.run({"--crop", "--output-dir", "out", "shop.ps"}).status, 0);
+  directory.writeText("shop.eps", page(label(0, 300)));
+  EXPECT_EQ(directory.run({"--crop", "--output-dir", "out", "shop.eps"}).status, 1);
+  EXPECT_EQ(directory.run({"--crop", "--force", "--output-dir", "out", "shop.eps"}).status, 0);
   expectLabel(readPicture(directory.path("out/shop-crop-1.png")));
 }
 

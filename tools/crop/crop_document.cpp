@@ -26,7 +26,11 @@ namespace {
 constexpr double kPointsPerMm = 72 / 25.4;
 constexpr double kRoom = 2;  // points by which a place named by hand may be larger than the label
 constexpr int kMostPages = 999;
-constexpr const char* kMark = "%kestra-proof --crop\n";  // a comment behind the end of the PDF
+
+/// A comment behind the end of the PDF, by which a later run knows its own.
+std::string markOf(const std::string& document) {
+  return "%kestra-proof --crop " + std::filesystem::path(document).filename().string() + "\n";
+}
 
 /// A number with one decimal, none where it is a whole one.
 std::string plain(double number) {
@@ -253,7 +257,8 @@ class Crop {
     }
     std::string problem = ghostscript(all);
     if (!problem.empty()) return problem;
-    std::ofstream(directory_.path() + "/all.pdf", std::ios::app | std::ios::binary) << kMark;
+    std::ofstream(directory_.path() + "/all.pdf", std::ios::app | std::ios::binary)
+        << markOf(request_.document);
     std::error_code ignored;  // moving says what is wrong
     std::filesystem::remove(request_.output, ignored);
     if (moveFile(directory_.path() + "/all.pdf", request_.output)) return {};
@@ -302,9 +307,9 @@ CropResult cropDocument(const CropRequest& request) {
   return crop.run();
 }
 
-bool isCropped(const std::string& path) {
+bool isCroppedFrom(const std::string& path, const std::string& document) {
   std::ifstream file(path, std::ios::binary | std::ios::ate);
-  const std::string mark = kMark;
+  const std::string mark = markOf(document);
   const std::streamoff size = file.tellg();
   if (!file || size < static_cast<std::streamoff>(mark.size())) return false;
   file.seekg(size - static_cast<std::streamoff>(mark.size()));

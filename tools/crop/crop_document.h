@@ -39,7 +39,8 @@ struct CropResult {
 /// Writes the PDF. Places on each page are found, or are the one named by hand.
 [[nodiscard]] CropResult cropDocument(const CropRequest& request);
 
-/// Whether a file is a PDF that `cropDocument` made, and nobody has changed since.
-[[nodiscard]] bool isCropped(const std::string& path);
+/// Whether a file is a PDF that `cropDocument` made of a document of this name, folders left aside,
+/// and nobody has changed since.
+[[nodiscard]] bool isCroppedFrom(const std::string& path, const std::string& document);
 
 }  // namespace kestra::crop

@@ -99,8 +99,7 @@ WriteGuard::WriteGuard(const Arguments& arguments)
   if (!arguments.ppd.empty()) inputs_.push_back(arguments.ppd);
 }
 
-bool WriteGuard::mayWrite(const std::string& path, const std::string& document,
-                          std::string& problem) const {
+bool WriteGuard::mayWriteFile(const std::string& path, std::string& problem) const {
   struct stat target = {};
   if (stat(path.c_str(), &target) != 0) return true;  // not there, or the writer will say why
   if (!S_ISREG(target.st_mode)) {
@@ -120,7 +119,15 @@ bool WriteGuard::mayWrite(const std::string& path, const std::string& document,
       return false;
     }
   }
-  return force_ || isProofOf(path, named_ ? "" : fileName(document), problem);
+  return true;
+}
+
+bool WriteGuard::mayWrite(const std::string& path, const std::string& document,
+                          std::string& problem) const {
+  if (!mayWriteFile(path, problem)) return false;
+  std::error_code ignored;
+  if (force_ || !std::filesystem::exists(path, ignored)) return true;
+  return isProofOf(path, named_ ? "" : fileName(document), problem);
 }
 
 bool makeNewDirectory(const std::string& path, std::string& problem) {

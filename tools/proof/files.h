@@ -40,6 +40,9 @@ class WriteGuard {
   [[nodiscard]] bool mayWrite(const std::string& path, const std::string& document,
                               std::string& problem) const;
 
+  // The same for a file that is no picture; whether it is a proof is not asked.
+  [[nodiscard]] bool mayWriteFile(const std::string& path, std::string& problem) const;
+
   // To be told of each picture.
   void wrote(const std::string& path) { written_.push_back(path); }
 

@@ -17,12 +17,18 @@ std::string croppedPath(const Arguments& arguments, const std::string& path) {
   return std::filesystem::path(picture).replace_extension(".pdf").string();
 }
 
-bool mayReplace(const std::string& output, const WriteGuard& guard, std::string& problem) {
-  if (!guard.mayWrite(output, problem)) return false;
-  if (!std::filesystem::exists(output) || crop::isCropped(output)) return true;
+bool mayReplace(const std::string& output, const std::string& document, const Arguments& arguments,
+                const WriteGuard& guard, std::string& problem) {
+  if (!guard.mayWriteFile(output, problem)) return false;
+  std::error_code ignored;
+  if (arguments.force || !std::filesystem::exists(output, ignored) ||
+      crop::isCroppedFrom(output, document)) {
+    return true;
+  }
   problem = output +
-            " is there already and was not made by --crop; move it away, or name another "
-            "place with --output-dir";
+            " is there already and was not made by --crop of this document; move it away, or name "
+            "another "
+            "place with --output-dir, or write over it with --force";
   return false;
 }
 
@@ -40,7 +46,7 @@ std::string cropTo(const std::string& path, DocumentType type, const Arguments& 
   request.label = {printer.options.pagePoints()[0], printer.options.pagePoints()[1]};
   request.output = croppedPath(arguments, path);
   if (!arguments.crop_place.empty()) request.hand = crop::parseHandPlace(arguments.crop_place);
-  if (!mayReplace(request.output, guard, problem)) {
+  if (!mayReplace(request.output, path, arguments, guard, problem)) {
     teller.complain(problem);
     return {};
   }
