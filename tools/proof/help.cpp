@@ -34,6 +34,9 @@ Printing
                     Resolution=300dpi, MirrorImage=True, fit-to-page, page-ranges=2-3, copies=2
   --model MODEL     label: 4-inch label printer (the default); stencil: A4 stencil printer
   --ppd FILE        another printer description
+  --crop            finds the label on a larger page, as web shops send it, writes it 1:1 to
+                    DOCUMENT-crop.pdf and shows that; --crop=X,Y or --crop=X,Y,WIDTH,HEIGHT names
+                    the place by hand, in mm from the page's upper left corner
   --compare         each page in all ten halftones on one sheet, with their names
 
 Pictures
