@@ -25,6 +25,14 @@ timespec remaining(Clock::time_point until) {
 
 }  // namespace
 
+Clock::duration nextLook(Clock::duration waited) {
+  using std::chrono::microseconds;
+  constexpr microseconds kFirst{50}, kLater{5000}, kStalled{50000};
+  constexpr std::chrono::seconds kSoon{1};
+  if (waited >= kSoon) return kStalled;
+  return std::clamp<Clock::duration>(waited, kFirst, kLater);
+}
+
 void Watch::add(int descriptor, std::function<void()> handler) {
   watched_.push_back({descriptor, std::move(handler)});
 }

@@ -25,8 +25,6 @@ using std::chrono::milliseconds;
 
 // A pipe that can be written to has room for so many bytes.
 constexpr std::size_t kPiece = 4096;
-constexpr std::chrono::microseconds kFirstLook{50};
-constexpr std::chrono::microseconds kLaterLooks{5000};
 
 Clock::time_point soonest(const Patience& patience, Clock::duration time) {
   return std::min(patience.until, Clock::now() + time);
@@ -164,7 +162,7 @@ void StreamSink::note() {
 
 Progress StreamSink::settle(const Patience& patience) {
   if (descriptor_ < 0) return Progress::kBroken;
-  Clock::duration step = kFirstLook;
+  const Clock::time_point since = Clock::now();
   while (true) {
     note();
     if (read_ == sent_) return Progress::kDone;
@@ -172,10 +170,10 @@ Progress StreamSink::settle(const Patience& patience) {
     if (poll(&other, 1, 0) > 0 && (other.revents & (POLLERR | POLLHUP | POLLRDHUP)) != 0) {
       return broken(EPIPE);
     }
+    const Clock::duration step = nextLook(Clock::now() - since);
     const Woken woken = watch_.pause({soonest(patience, step), patience.endsWith});
     if (woken == Woken::kStopped) return Progress::kStopped;
     if (Clock::now() >= patience.until) return Progress::kTimedOut;
-    step = std::min<Clock::duration>(2 * step, kLaterLooks);
   }
 }
 

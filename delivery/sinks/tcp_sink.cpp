@@ -21,15 +21,13 @@
 namespace kestra::delivery {
 namespace {
 
-using std::chrono::microseconds;
 using std::chrono::milliseconds;
 
 // Modest, so that a cancelled page leaves little to be taken by a slow printer.
 constexpr int kSendBuffer = 65536;
 constexpr short kPeer = POLLIN | POLLRDHUP;
-constexpr microseconds kFirstLook{50};
-constexpr microseconds kLaterLooks{5000};
 constexpr milliseconds kLook{500};
+constexpr milliseconds kNoMemoryPause{10};
 
 Clock::time_point soonest(const Patience& patience, Clock::duration time) {
   return std::min(patience.until, Clock::now() + time);
@@ -218,8 +216,13 @@ Progress TcpSink::send(const std::uint8_t* data, std::size_t size, const Patienc
     const ssize_t taken = ::send(socket_, data, std::min<std::size_t>(size, kSendBuffer),
                                  MSG_DONTWAIT | MSG_NOSIGNAL);
     if (taken < 0) {
-      if (errno == EAGAIN || errno == EINTR || errno == ENOBUFS) continue;
-      return broken(reasonOf(errno));
+      if (errno == EAGAIN || errno == EINTR) continue;
+      if (errno != ENOBUFS) return broken(reasonOf(errno));
+      // The system lacks memory, and nothing tells when it has some again.
+      const Woken paused = watch_.pause({soonest(patience, kNoMemoryPause), patience.endsWith});
+      if (paused == Woken::kStopped) return Progress::kStopped;
+      if (isOver(patience)) return Progress::kTimedOut;
+      continue;
     }
     data += taken;
     size -= static_cast<std::size_t>(taken);
@@ -230,14 +233,14 @@ Progress TcpSink::send(const std::uint8_t* data, std::size_t size, const Patienc
 
 Progress TcpSink::awaitAcknowledged(const Patience& patience) {
   if (socket_ < 0) return Progress::kBroken;
-  Clock::duration step = kFirstLook;
+  Clock::time_point since = Clock::now();
   while (true) {
     if (isCut()) return Progress::kBroken;
     const std::uint64_t before = acknowledged_;
     if (isStalled()) return broken("it does not answer");
     if (acknowledged_ == sent_) return Progress::kDone;
-    step = acknowledged_ != before ? Clock::duration(kFirstLook)
-                                   : std::min<Clock::duration>(2 * step, kLaterLooks);
+    if (acknowledged_ != before) since = Clock::now();
+    const Clock::duration step = nextLook(Clock::now() - since);
     const Woken woken = watch_.await(socket_, kPeer, {soonest(patience, step), patience.endsWith});
     if (woken == Woken::kStopped) return Progress::kStopped;
     if (isOver(patience)) return Progress::kTimedOut;
@@ -247,16 +250,15 @@ Progress TcpSink::awaitAcknowledged(const Patience& patience) {
 Progress TcpSink::settle(const Patience& patience) {
   const Progress progress = awaitAcknowledged(patience);
   if (progress != Progress::kDone) return progress;
-  const Clock::time_point until = Clock::now() + times_.previousPage;
-  Clock::duration step = kFirstLook;
+  const Clock::time_point since = Clock::now();
   while (acknowledged_ - std::min(acknowledged_, windows_.shownUnread()) < proven_ &&
-         Clock::now() < until) {
+         Clock::now() < since + times_.previousPage) {
+    const Clock::duration step = nextLook(Clock::now() - since);
     const Woken woken = watch_.await(socket_, kPeer, {soonest(patience, step), patience.endsWith});
     if (woken == Woken::kStopped) return Progress::kStopped;
     if (isCut()) return Progress::kBroken;
     sample();
     if (isOver(patience)) return Progress::kTimedOut;
-    step = std::min<Clock::duration>(2 * step, kLaterLooks);
   }
   return Progress::kDone;
 }

@@ -16,7 +16,7 @@ namespace {
 struct StateNames {
   Rest rest;
   const char* word;   // for programs
-  const char* words;  // for people
+  const char* words;  // for people; held jobs have words of their own
 };
 
 constexpr StateNames kStates[] = {
@@ -24,14 +24,30 @@ constexpr StateNames kStates[] = {
     {Rest::kAgain, "again", "comes again at once"},
     {Rest::kLeft, "left", "goes on when the print system starts it again"},
     {Rest::kStopped, "stopped", "stopped by a person"},
-    {Rest::kHeld, "held", "held until a person has looked at the printer"},
-    {Rest::kChanged, "changed", "held, as its pages were changed; resumed it is printed anew"},
+    {Rest::kHeld, "held", nullptr},
+    {Rest::kChanged, "changed", nullptr},
     {Rest::kEnded, "ended", "ended"},
 };
 
 const StateNames& namesOf(Rest rest) {
   return *std::find_if(std::begin(kStates), std::end(kStates),
                        [rest](const StateNames& one) { return one.rest == rest; });
+}
+
+// Why a job is held, and what a person can do about it.
+std::string heldWords(const Remembered& one) {
+  const char* why = "held, as not all its labels could be made";
+  const char* deed = "tries again";
+  if (one.journal.rest == Rest::kChanged) {
+    why = "held, as its pages were changed";
+    deed = "prints all labels anew";
+  } else if (!one.inDoubt().empty()) {
+    why = "held until somebody has looked at the printer";
+    deed = "prints again what is in doubt, with -o doubt=skip leaves it out";
+  }
+  const std::string number = std::to_string(one.journal.number);
+  return std::string(why) + ": lp -i " + number + " -H resume " + deed + ", cancel " + number +
+         " ends the job";
 }
 
 std::string jobName(const Remembered& one) {
@@ -93,9 +109,10 @@ const char* stateWord(const Remembered& one) {
 
 std::string stateWords(const Remembered& one) {
   if (one.holder != 0) return "under way";
+  const Rest rest = one.journal.rest;
   // Nothing is left that another job could send.
-  const bool isAlone = one.journal.rest == Rest::kNone && one.kept.empty();
-  return isAlone ? "cut off; goes on when it starts again" : namesOf(one.journal.rest).words;
+  if (rest == Rest::kNone && one.kept.empty()) return "cut off; goes on when it starts again";
+  return rest == Rest::kHeld || rest == Rest::kChanged ? heldWords(one) : namesOf(rest).words;
 }
 
 std::vector<Remembered> waitingJobs(const std::vector<Remembered>& all) {

@@ -3,7 +3,9 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/timerfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -289,6 +291,46 @@ TEST_F(JobRunTest, AStartWaitsForTheEarlierOneAndACancelReachesThat) {
   EXPECT_TRUE(printer_.connections.empty());
   close(ready[0]);
   close(ready[1]);
+}
+
+// A tenth of what was waited between two looks, 10 ms at least and 100 ms at most: 10 looks in the
+// first 100 ms, 25 more in the first second, 10 in the second one. Every 10 ms would be 200.
+TEST_F(JobRunTest, AJobThatWaitsForAnotherLooksEverMoreSeldom) {
+  filter(7, {16});
+  const JobStore store(places_.state);
+  std::string problem;
+  ASSERT_TRUE(store.prepare(problem)) << problem;
+  int ready[2];
+  ASSERT_EQ(pipe2(ready, O_CLOEXEC), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    Lock lock;
+    if (!lock.open(store.deviceLock(facts_.device), problem) || !lock.take()) _exit(1);
+    close(ready[1]);
+    for (;;) pause();
+  }
+  close(ready[1]);
+  char none = 0;
+  ASSERT_EQ(read(ready[0], &none, 1), 0);
+  Watch watch;
+  const int alarm = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
+  const itimerspec twoSeconds = {{}, {2, 0}};
+  ASSERT_EQ(timerfd_settime(alarm, 0, &twoSeconds, nullptr), 0);
+  watch.add(alarm, [&] {
+    watch.remove(alarm);
+    watch.stop(Stop::kLeave);
+  });
+  rusage before = {}, after = {};
+  getrusage(RUSAGE_THREAD, &before);
+  EXPECT_EQ(printJob(places_, {}, facts_, sink_, watch, tell()), Verdict::kRetry);
+  getrusage(RUSAGE_THREAD, &after);
+  EXPECT_LE(after.ru_nvcsw - before.ru_nvcsw, 100);
+  EXPECT_NE(told_.find("Another job prints on this printer"), std::string::npos) << told_;
+  kill(child, SIGKILL);
+  waitpid(child, nullptr, 0);
+  close(alarm);
+  close(ready[0]);
+  close(facts_.input);
 }
 
 // A printer that was left with part of a page takes the next one for the rest of it.

@@ -22,6 +22,19 @@ struct Pipe {
   }
 };
 
+// 50 us at first, as long as was waited, 5 ms at most, and 50 ms from the first second on.
+TEST(Watch, LooksAgainSoonAtFirstAndSeldomAfterASecond) {
+  using std::chrono::microseconds;
+  const auto look = [](long long waited) { return nextLook(microseconds(waited)); };
+  EXPECT_EQ(look(0), microseconds(50));
+  EXPECT_EQ(look(51), microseconds(51));
+  EXPECT_EQ(look(4999), microseconds(4999));
+  EXPECT_EQ(look(5001), microseconds(5000));
+  EXPECT_EQ(look(999999), microseconds(5000));
+  EXPECT_EQ(look(1000000), microseconds(50000));
+  EXPECT_EQ(look(3600000000), microseconds(50000));
+}
+
 TEST(Watch, IsReadyWhenItsDescriptorIs) {
   const Pipe pipe;
   Watch watch;

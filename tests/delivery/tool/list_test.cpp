@@ -39,8 +39,9 @@ TEST(List, EachJobIsALineOfPlainWords) {
   EXPECT_EQ(ran.status, 0);
   EXPECT_EQ(ran.out,
             "Jobs:\n"
-            "  job 45, queue shop, \"Tags ?[1m\": 2 labels came, label 3 in doubt; held until a "
-            "person has looked at the printer; just now\n"
+            "  job 45, queue shop, \"Tags ?[1m\": 2 labels came, label 3 in doubt; held until "
+            "somebody has looked at the printer: lp -i 45 -H resume prints again what is in doubt, "
+            "with -o doubt=skip leaves it out, cancel 45 ends the job; just now\n"
             "Left over in the filter's folder:\n"
             "  job 7: 2 page frames, 6 KB; the newest 2 days ago\n");
 }
@@ -104,6 +105,19 @@ TEST(List, EachStateHasItsWords) {
   }
   one.holder = 4711;
   EXPECT_EQ(stateWord(one), std::string("printing"));
+}
+
+TEST(List, AHeldJobSaysByWhichCommandsItGoesOnOrEnds) {
+  Remembered one;
+  one.journal.number = 45;
+  one.journal.rest = Rest::kHeld;
+  EXPECT_EQ(stateWords(one),
+            "held, as not all its labels could be made: lp -i 45 -H resume tries again, cancel 45 "
+            "ends the job");
+  one.journal.rest = Rest::kChanged;
+  EXPECT_EQ(stateWords(one),
+            "held, as its pages were changed: lp -i 45 -H resume prints all labels anew, cancel 45 "
+            "ends the job");
 }
 
 TEST(List, AFullDeviceBehindStandardOutputIsAFailure) {
