@@ -12,6 +12,7 @@
 #include <cstddef>
 
 #include "delivery/backend/time_left.h"
+#include "delivery/core/unbroken.h"
 
 namespace kestra::delivery {
 namespace {
@@ -27,11 +28,9 @@ constexpr std::size_t kLongestMessage = kLongestLine + 1;
 
 bool post(int descriptor, char kind, const std::string& text) {
   const std::string message = kind + text;
-  ssize_t sent = -1;
-  do {
-    sent = send(descriptor, message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-  } while (sent < 0 && errno == EINTR);
-  return sent >= 0;
+  return unbroken([&] {
+           return send(descriptor, message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+         }) >= 0;
 }
 
 }  // namespace
@@ -53,11 +52,12 @@ std::string oneLine(std::string text) {
 
 Report FrontEnd::next() const {
   std::array<char, kLongestMessage> buffer = {};
-  while (true) {
-    const ssize_t size = recv(descriptor_, buffer.data(), buffer.size(), 0);
+  for (;;) {
+    const ssize_t size =
+        unbroken([&] { return recv(descriptor_, buffer.data(), buffer.size(), 0); });
     // A reset says that the sender ended with a cancel unread; what it had said before is still
     // there.
-    if (size < 0 && (errno == EINTR || errno == ECONNRESET)) continue;
+    if (size < 0 && errno == ECONNRESET) continue;
     if (size <= 0) return {};
     const std::string text(buffer.data() + 1, static_cast<std::size_t>(size) - 1);
     if (buffer[0] == kLine) return {Report::Kind::kLine, text, 0};
@@ -95,10 +95,9 @@ void SenderEnd::verdict(int code, std::chrono::milliseconds patience) const {
 
 void SenderEnd::hear() {
   char kind = 0;
-  const ssize_t size = recv(descriptor_, &kind, 1, MSG_DONTWAIT);
+  const ssize_t size = unbroken([&] { return recv(descriptor_, &kind, 1, MSG_DONTWAIT); });
   if (size > 0 && kind == kCancel) watch_->stop(Stop::kCancel);
-  const bool isGone = size == 0 || (size < 0 && errno != EAGAIN && errno != EINTR);
-  if (isGone) watch_->remove(descriptor_);
+  if (size == 0 || (size < 0 && errno != EAGAIN)) watch_->remove(descriptor_);
 }
 
 }  // namespace kestra::delivery

@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -22,6 +21,7 @@
 
 #include "delivery/backend/device_line.h"
 #include "delivery/backend/time_left.h"
+#include "delivery/core/unbroken.h"
 #include "delivery/core/watch.h"
 #include "delivery/sinks/count_lines.h"
 
@@ -108,8 +108,8 @@ void readAll(const std::vector<Running>& backends, Clock::time_point until) {
   std::vector<Lines> lines(outputs.size());
   std::size_t open = outputs.size();
   while (open > 0) {
-    const int ready = poll(outputs.data(), outputs.size(), millisecondsTo(until));
-    if (ready < 0 && errno == EINTR) continue;
+    const int ready =
+        unbroken([&] { return poll(outputs.data(), outputs.size(), millisecondsTo(until)); });
     if (ready <= 0) return;
     for (std::size_t i = 0; i < outputs.size(); ++i) {
       if (outputs[i].revents == 0) continue;
@@ -176,9 +176,8 @@ int listDevices(const std::string& folder, const Account& account, const Discove
   const Running reader = startReader(backends, account, times);
   if (reader.output >= 0) {
     pollfd end = {reader.output, 0, 0};  // the end of the other side is always told
-    while (poll(&end, 1, millisecondsTo(until)) < 0 && errno == EINTR) {
-    }
-    if (end.revents == 0 && reader.process > 0) kill(reader.process, SIGKILL);
+    const int ended = unbroken([&] { return poll(&end, 1, millisecondsTo(until)); });
+    if (ended <= 0 && reader.process > 0) kill(reader.process, SIGKILL);
     close(reader.output);
   }
   // Nobody is waited for: a backend that hangs in its device may not end even now.

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "delivery/core/unbroken.h"
+
 #include "filter/base/file.h"
 
 namespace kestra::delivery {
@@ -22,14 +24,7 @@ namespace {
     std::rewind(file);
     for (std::size_t size = std::fread(block.data(), 1, block.size(), file); size > 0;
          size = std::fread(block.data(), 1, block.size(), file)) {
-      const char* rest = block.data();
-      while (size > 0) {
-        const ssize_t written = write(output, rest, size);
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) std::exit(EXIT_FAILURE);
-        rest += written;
-        size -= static_cast<std::size_t>(written);
-      }
+      if (!writeAll(output, block.data(), size)) std::exit(EXIT_FAILURE);
     }
   }
   std::exit(EXIT_SUCCESS);

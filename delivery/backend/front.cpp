@@ -9,13 +9,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <optional>
 #include <string>
 
 #include "delivery/backend/channel.h"
 #include "delivery/backend/time_left.h"
+#include "delivery/core/unbroken.h"
 #include "delivery/core/watch.h"
 
 namespace kestra::delivery {
@@ -34,19 +34,13 @@ sigset_t stopSignal() {
 // it fails: the print system is gone.
 void say(const std::string& line) {
   const std::string whole = oneLine(line) + '\n';
-  ssize_t written = -1;
-  do {
-    written = write(STDERR_FILENO, whole.data(), whole.size());
-  } while (written < 0 && errno == EINTR);
+  static_cast<void>(unbroken([&] { return write(STDERR_FILENO, whole.data(), whole.size()); }));
 }
 
 // The sender has ended without a verdict.
 int endWithoutVerdict(pid_t sender, int stops, const FrontTimes& times) {
   int status = 0;
-  pid_t ended = -1;
-  do {
-    ended = waitpid(sender, &status, 0);
-  } while (ended < 0 && errno == EINTR);
+  const pid_t ended = unbroken([&] { return waitpid(sender, &status, 0); });
   const bool isFault =
       ended == sender &&
       !(WIFSIGNALED(status) && (WTERMSIG(status) == SIGKILL || WTERMSIG(status) == SIGTERM));
@@ -91,12 +85,13 @@ int runFront(int wire, pid_t sender, const FrontTimes& times) {
   Clock::time_point signAt = Clock::now() + times.sign;
   bool isConnecting = false;
   int code = kAgain;
-  while (true) {
+  for (;;) {
     // A descriptor below 0 is passed over by poll: one stop is enough.
     std::array<pollfd, 2> events = {pollfd{wire, POLLIN, 0}, pollfd{until ? -1 : stops, POLLIN, 0}};
-    const int ready = poll(events.data(), events.size(),
-                           millisecondsTo(until ? std::min(*until, signAt) : signAt));
-    if (ready < 0 && errno == EINTR) continue;
+    const int ready = unbroken([&] {
+      return poll(events.data(), events.size(),
+                  millisecondsTo(until ? std::min(*until, signAt) : signAt));
+    });
     if (ready < 0 || (ready == 0 && until && Clock::now() >= *until)) break;
     if (Clock::now() >= signAt) {
       giveSignOfLife(isConnecting);

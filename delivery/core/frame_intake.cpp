@@ -156,7 +156,7 @@ FrameIntake::Told FrameIntake::drain() {
 FrameIntake::Told FrameIntake::readEvents(std::vector<std::string>& names) {
   alignas(inotify_event) std::array<char, 16384> buffer = {};
   Told told = Told::kNothing;
-  while (true) {
+  for (;;) {
     const ssize_t got = read(notify_, buffer.data(), buffer.size());
     if (got <= 0) return told;
     for (ssize_t at = 0; at < got;) {

@@ -11,6 +11,8 @@
 #include <ctime>
 #include <tuple>
 
+#include "delivery/core/unbroken.h"
+
 namespace kestra::delivery {
 namespace {
 
@@ -50,8 +52,8 @@ JobSource::~JobSource() {
 
 void JobSource::readInput() {
   std::array<std::uint8_t, 65536> part = {};
-  const ssize_t got = read(input_, part.data(), part.size());
-  if (got < 0 && (errno == EINTR || errno == EAGAIN)) return;
+  const ssize_t got = unbroken([&] { return read(input_, part.data(), part.size()); });
+  if (got < 0 && errno == EAGAIN) return;
   if (got <= 0) {
     endOfInput();
     return;
@@ -136,7 +138,7 @@ Next JobSource::announced(std::size_t number, const Patience& patience) {
 }
 
 Next JobSource::page(std::size_t number, Page& page, const Patience& patience) {
-  while (true) {
+  for (;;) {
     const Next there = announced(number, patience);
     if (there != Next::kPage) return there;
     if (isShort_ && number > sure_) {

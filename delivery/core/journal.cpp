@@ -15,6 +15,8 @@
 #include <ctime>
 #include <sstream>
 
+#include "delivery/core/unbroken.h"
+
 namespace kestra::delivery {
 namespace {
 
@@ -168,17 +170,6 @@ void apply(JournalState& state, const std::string& line) {
   }
 }
 
-bool writeAll(int descriptor, const std::string& text) {
-  std::size_t written = 0;
-  while (written < text.size()) {
-    const ssize_t now = write(descriptor, text.data() + written, text.size() - written);
-    if (now < 0 && errno == EINTR) continue;
-    if (now < 0) return false;
-    written += static_cast<std::size_t>(now);
-  }
-  return true;
-}
-
 // A new file is found again after a power cut only when its folder is on the disk, too.
 bool flushFolderOf(const std::string& path) {
   const std::string folder = path.substr(0, path.find_last_of('/') + 1);
@@ -194,7 +185,7 @@ bool flushFolderOf(const std::string& path) {
 JournalState readJournal(const std::string& text) {
   JournalState state;
   std::size_t at = 0;
-  while (true) {
+  for (;;) {
     const std::size_t end = text.find('\n', at);
     if (end == std::string::npos || end - at <= kSumDigits) break;
     const std::string words = text.substr(at + kSumDigits + 1, end - at - kSumDigits - 1);
@@ -218,9 +209,9 @@ bool Journal::open(const std::string& path, std::string& problem) {
   std::string text;
   std::array<char, 65536> part = {};
   while (usable) {
-    const ssize_t got =
-        pread(descriptor_, part.data(), part.size(), static_cast<off_t>(text.size()));
-    if (got < 0 && errno == EINTR) continue;
+    const ssize_t got = unbroken([&] {
+      return pread(descriptor_, part.data(), part.size(), static_cast<off_t>(text.size()));
+    });
     usable = got >= 0;
     if (got <= 0) break;
     text.append(part.data(), static_cast<std::size_t>(got));
@@ -251,7 +242,7 @@ bool Journal::append(const std::string& words) {
   const std::string line = lineOf(words);
   if (descriptor_ >= 0) {
     if (isSpoilt_) return false;
-    if (!writeAll(descriptor_, line) || fdatasync(descriptor_) != 0) {
+    if (!writeAll(descriptor_, line.data(), line.size()) || fdatasync(descriptor_) != 0) {
       // Nothing may be written behind half a line: it would not be read again.
       const int why = errno;
       isSpoilt_ = ftruncate(descriptor_, static_cast<off_t>(state_.validBytes)) != 0;

@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "delivery/core/digest.h"
+#include "delivery/core/unbroken.h"
 
 namespace kestra::delivery {
 namespace {
@@ -40,17 +41,6 @@ struct Descriptor {
     if (number >= 0) close(number);
   }
 };
-
-bool readAll(int descriptor, std::uint8_t* to, std::size_t size) {
-  while (size > 0) {
-    const ssize_t got = read(descriptor, to, size);
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) return false;
-    to += got;
-    size -= static_cast<std::size_t>(got);
-  }
-  return true;
-}
 
 ReadPage none(const std::string& path, const std::string& why) { return {{}, path + ": " + why}; }
 

@@ -240,7 +240,7 @@ Sender::Step Sender::deliverRaw() {
     isTorn_ = true;  // nobody knows where its labels end
   }
   std::vector<std::uint8_t> bytes;
-  while (true) {
+  for (;;) {
     const Next next = source_.raw(bytes, kBetweenPages);
     if (next == Next::kStopped) return stopped();
     if (next != Next::kRaw && next != Next::kEnd) return noPage(next);

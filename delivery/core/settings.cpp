@@ -23,7 +23,7 @@ constexpr std::string_view kBlanks = " \t\r\v\f";
 std::vector<std::string_view> wordsOf(std::string_view line) {
   line = line.substr(0, line.find('#'));
   std::vector<std::string_view> words;
-  while (true) {
+  for (;;) {
     const std::size_t start = line.find_first_not_of(kBlanks);
     if (start == std::string_view::npos) return words;
     line.remove_prefix(start);

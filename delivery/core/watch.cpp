@@ -4,7 +4,6 @@
 #include <poll.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <climits>
 #include <cstddef>
 #include <utility>
@@ -55,7 +54,7 @@ Woken Watch::pause(const Patience& patience) { return wait(Aim::kTime, -1, 0, pa
 Woken Watch::wait(Aim aim, int descriptor, short events, const Patience& patience) {
   std::vector<pollfd> polled;
   std::vector<int> ready;
-  while (true) {
+  for (;;) {
     if (isStopped(patience)) return Woken::kStopped;
     polled.clear();
     for (const Watched& one : watched_) polled.push_back({one.descriptor, POLLIN, 0});
@@ -64,7 +63,6 @@ Woken Watch::wait(Aim aim, int descriptor, short events, const Patience& patienc
     const bool hasEnd = patience.until != Clock::time_point::max();
     const timespec time = hasEnd ? remaining(patience.until) : timespec{};
     const int found = ppoll(polled.data(), polled.size(), hasEnd ? &time : nullptr, nullptr);
-    if (found < 0 && errno != EINTR && errno != EAGAIN) return Woken::kReady;
     if (found <= 0) {
       if (hasEnd && Clock::now() >= patience.until) return Woken::kTime;
       continue;

@@ -18,6 +18,8 @@
 #include <cstring>
 #include <utility>
 
+#include "delivery/core/unbroken.h"
+
 namespace kestra::delivery {
 namespace {
 
@@ -170,9 +172,9 @@ Progress BackendSink::send(const std::uint8_t* data, std::size_t size, const Pat
       if (isOver(patience)) return Progress::kTimedOut;
       continue;
     }
-    const ssize_t taken = write(input_, data, size);
+    const ssize_t taken = unbroken([&] { return write(input_, data, size); });
     if (taken < 0) {
-      if (errno == EAGAIN || errno == EINTR) continue;
+      if (errno == EAGAIN) continue;
       // It reads no more; its end says why.
       static_cast<void>(awaitEnd({Clock::now() + times_.mercy, Stop::kNone}));
       return end_ ? afterEnd() : broken("the program " + scheme_ + " takes no more data");
@@ -211,7 +213,7 @@ Progress BackendSink::prove(const Patience& patience) {
 
 // Gives the counting up, for good, where the program has taken everything and never counts.
 Progress BackendSink::awaitCount(const Patience& patience) {
-  while (true) {
+  for (;;) {
     if (base_ + counted_ >= sent_) return Progress::kDone;
     if (end_) return afterEnd();
     const Woken woken = watch_.await(part(patience, kLook));

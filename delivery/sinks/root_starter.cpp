@@ -16,6 +16,7 @@
 #include <cstring>
 #include <utility>
 
+#include "delivery/core/unbroken.h"
 #include "delivery/sinks/count_lines.h"
 
 namespace kestra::delivery {
@@ -53,9 +54,7 @@ Request receive(int socket) {
   message.msg_iovlen = 1;
   message.msg_control = control.data();
   message.msg_controllen = control.size();
-  const ssize_t size = recvmsg(socket, &message, MSG_CMSG_CLOEXEC | MSG_DONTWAIT);
-  if (size < 0 && (errno == EAGAIN || errno == EINTR)) return request;
-  request.isOver = size <= 0;
+  request.isOver = unbroken([&] { return recvmsg(socket, &message, MSG_CMSG_CLOEXEC); }) <= 0;
   const cmsghdr* header = CMSG_FIRSTHDR(&message);
   if (header != nullptr && header->cmsg_level == SOL_SOCKET && header->cmsg_type == SCM_RIGHTS) {
     const std::size_t bytes = header->cmsg_len - CMSG_LEN(0);
@@ -73,10 +72,10 @@ void answer(int socket, const Answer& words) {
 void serveStarts(int socket, const InnerProgram& program) {
   DirectStarter starter(program);
   bool isRunning = false;
-  while (true) {
+  for (;;) {
     std::array<pollfd, 2> polled = {pollfd{socket, POLLIN, 0},
                                     pollfd{isRunning ? starter.descriptor() : -1, POLLIN, 0}};
-    if (poll(polled.data(), polled.size(), -1) < 0 && errno != EINTR) break;
+    if (unbroken([&] { return poll(polled.data(), polled.size(), -1); }) < 0) break;
     if (const std::optional<int> status = starter.end()) {
       isRunning = false;
       answer(socket, {true, *status});
@@ -123,11 +122,9 @@ int RootStarter::start(const InnerEnds& ends) {
   header->cmsg_len = CMSG_LEN(sizeof given);
   std::memcpy(CMSG_DATA(header), given.data(), sizeof given);
   if (sendmsg(socket_, &message, MSG_NOSIGNAL) != 1) return errno;
-  while (true) {
+  for (;;) {
     pollfd polled = {socket_, POLLIN, 0};
-    const int ready = poll(&polled, 1, kAnswerMilliseconds);
-    if (ready < 0 && errno == EINTR) continue;
-    if (ready <= 0) return ETIMEDOUT;
+    if (unbroken([&] { return poll(&polled, 1, kAnswerMilliseconds); }) <= 0) return ETIMEDOUT;
     Answer words;
     if (recv(socket_, &words, sizeof words, MSG_DONTWAIT) != sizeof words) return ECONNRESET;
     if (words.isEnd) continue;  // of a program that was given up
@@ -139,8 +136,8 @@ int RootStarter::start(const InnerEnds& ends) {
 std::optional<int> RootStarter::end() {
   if (!isRunning_) return std::nullopt;
   Answer words;
-  const ssize_t size = recv(socket_, &words, sizeof words, MSG_DONTWAIT);
-  if (size < 0 && (errno == EAGAIN || errno == EINTR)) return std::nullopt;
+  const ssize_t size = unbroken([&] { return recv(socket_, &words, sizeof words, MSG_DONTWAIT); });
+  if (size < 0 && errno == EAGAIN) return std::nullopt;
   if (size == sizeof words && !words.isEnd) return std::nullopt;
   isRunning_ = false;
   // Without its starter the program does not live on either.

@@ -12,6 +12,7 @@
 #include <csignal>
 #include <vector>
 
+#include "delivery/core/unbroken.h"
 #include "delivery/sinks/count_lines.h"
 
 namespace kestra::delivery {
@@ -98,14 +99,10 @@ StartedProgram startProgram(const InnerProgram& program, const InnerEnds& ends) 
   }
   static_cast<void>(setpgid(process, process));  // here too: a signal may follow at once
   int error = 0;
-  ssize_t size = -1;
-  do {
-    size = read(report[0], &error, sizeof error);
-  } while (size < 0 && errno == EINTR);
+  const ssize_t size = unbroken([&] { return read(report[0], &error, sizeof error); });
   close(report[0]);
   if (size == 0) return {process, 0};
-  while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
-  }
+  static_cast<void>(unbroken([&] { return waitpid(process, nullptr, 0); }));
   return {-1, error};
 }
 

@@ -18,6 +18,8 @@
 #include <cstring>
 #include <utility>
 
+#include "delivery/core/unbroken.h"
+
 namespace kestra::delivery {
 namespace {
 
@@ -89,7 +91,7 @@ Progress StreamSink::open(Before /*before*/, const Patience& patience) {
   }
   if (isOver_) return Progress::kHopeless;
   bool isTold = false;
-  while (true) {
+  for (;;) {
     descriptor_ = openPlace();
     if (descriptor_ >= 0) {
       learnKind();
@@ -124,11 +126,12 @@ Progress StreamSink::send(const std::uint8_t* data, std::size_t size, const Pati
     if (woken == Woken::kStopped) return Progress::kStopped;
     if (woken == Woken::kTime) return Progress::kTimedOut;
     const std::size_t piece = std::min(size, kPiece);
-    const ssize_t taken = kind_ == Kind::kSocket
-                              ? ::send(descriptor_, data, piece, MSG_DONTWAIT | MSG_NOSIGNAL)
-                              : write(descriptor_, data, piece);
+    const ssize_t taken = unbroken([&] {
+      return kind_ == Kind::kSocket ? ::send(descriptor_, data, piece, MSG_DONTWAIT | MSG_NOSIGNAL)
+                                    : write(descriptor_, data, piece);
+    });
     if (taken < 0) {
-      if (errno == EAGAIN || errno == EINTR) continue;
+      if (errno == EAGAIN) continue;
       return broken(errno);
     }
     data += taken;
@@ -163,7 +166,7 @@ void StreamSink::note() {
 Progress StreamSink::settle(const Patience& patience) {
   if (descriptor_ < 0) return Progress::kBroken;
   const Clock::time_point since = Clock::now();
-  while (true) {
+  for (;;) {
     note();
     if (read_ == sent_) return Progress::kDone;
     pollfd other = {descriptor_, POLLRDHUP, 0};

@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "delivery/core/unbroken.h"
 #include "delivery/sinks/host_lookup.h"
 #include "delivery/sinks/peer.h"
 #include "delivery/sinks/printable.h"
@@ -75,7 +76,7 @@ Progress TcpSink::connectInRounds(const Patience& patience) {
     if (paused != Progress::kTimedOut || isOver(patience)) return paused;
   }
   Clock::duration pause = times_.firstPause;
-  while (true) {
+  for (;;) {
     const Progress progress = tryAll(patience);
     if (progress == Progress::kDone) {
       tellBack();
@@ -169,7 +170,7 @@ Progress TcpSink::awaitAway(int descriptor, short events, Clock::time_point unti
   constexpr milliseconds kSlice{100};
   if (inClass_) until = std::min(until, *awaySince_ + times_.awayInClass);
   until = std::min(until, patience.until);
-  while (true) {
+  for (;;) {
     const Patience part = {std::min(until, Clock::now() + kSlice), patience.endsWith};
     const Woken woken =
         descriptor < 0 ? watch_.pause(part) : watch_.await(descriptor, events, part);
@@ -213,10 +214,12 @@ Progress TcpSink::send(const std::uint8_t* data, std::size_t size, const Patienc
       if (isOver(patience)) return Progress::kTimedOut;
       continue;
     }
-    const ssize_t taken = ::send(socket_, data, std::min<std::size_t>(size, kSendBuffer),
-                                 MSG_DONTWAIT | MSG_NOSIGNAL);
+    const ssize_t taken = unbroken([&] {
+      return ::send(socket_, data, std::min<std::size_t>(size, kSendBuffer),
+                    MSG_DONTWAIT | MSG_NOSIGNAL);
+    });
     if (taken < 0) {
-      if (errno == EAGAIN || errno == EINTR) continue;
+      if (errno == EAGAIN) continue;
       if (errno != ENOBUFS) return broken(reasonOf(errno));
       // The system lacks memory, and nothing tells when it has some again.
       const Woken paused = watch_.pause({soonest(patience, kNoMemoryPause), patience.endsWith});
@@ -234,7 +237,7 @@ Progress TcpSink::send(const std::uint8_t* data, std::size_t size, const Patienc
 Progress TcpSink::awaitAcknowledged(const Patience& patience) {
   if (socket_ < 0) return Progress::kBroken;
   Clock::time_point since = Clock::now();
-  while (true) {
+  for (;;) {
     if (isCut()) return Progress::kBroken;
     const std::uint64_t before = acknowledged_;
     if (isStalled()) return broken("it does not answer");
@@ -275,7 +278,7 @@ Progress TcpSink::finish(const Patience& patience) {
   if (socket_ < 0) return Progress::kDone;
   static_cast<void>(shutdown(socket_, SHUT_WR));
   const Patience farewell = {soonest(patience, times_.farewell), patience.endsWith};
-  while (true) {
+  for (;;) {
     const Heard heard = hear();
     if (heard == Heard::kReset) return broken(problem_);
     if (heard == Heard::kEnd) {
@@ -308,15 +311,15 @@ TcpSink::Heard TcpSink::hear() {
   std::array<char, 2048> text = {};
   constexpr int kAtMost = 16;  // a chatterer must not keep us from sending
   for (int i = 0; i < kAtMost; ++i) {
-    const ssize_t size = recv(socket_, text.data(), text.size(), MSG_DONTWAIT);
+    const ssize_t size =
+        unbroken([&] { return recv(socket_, text.data(), text.size(), MSG_DONTWAIT); });
     if (size == 0) return Heard::kEnd;
-    if (size > 0) {
-      note(text.data(), static_cast<std::size_t>(size));
-    } else if (errno != EINTR) {
+    if (size < 0) {
       if (errno == EAGAIN) return Heard::kNothing;
       problem_ = reasonOf(errno);
       return Heard::kReset;
     }
+    note(text.data(), static_cast<std::size_t>(size));
   }
   return Heard::kNothing;
 }
