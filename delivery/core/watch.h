@@ -18,8 +18,8 @@ enum class Stop {
 using Clock = std::chrono::steady_clock;
 
 /// How long to wait before looking again at what tells nothing by itself, such as acknowledgements:
-/// as long as was waited already, so that what is quick is seen at once; but 5 ms at most, and 50 ms
-/// once a second has passed, so that a printer that takes no more costs nothing.
+/// as long as was waited already, so that what is quick is seen at once; but 5 ms at most, and 50
+/// ms once a second has passed, so that a printer that takes no more costs nothing.
 [[nodiscard]] Clock::duration nextLook(Clock::duration waited);
 
 /// How long to wait for something.
