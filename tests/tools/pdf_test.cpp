@@ -88,6 +88,15 @@ TEST_F(Pdf, OnALargerPageIsScaledAndSaysSo) {
   EXPECT_TRUE(holds(directory_.run({"large.pdf"}).errors, "is printed at 95.3 % of its size"));
 }
 
+TEST_F(Pdf, SaysWhichOfItsPagesIsScaled) {
+  directory_.writeText("two.ps",
+                       "%!PS\n<< /PageSize [288 432] >> setpagedevice 0 0 72 72 rectfill showpage\n"
+                       "<< /PageSize [576 864] >> setpagedevice 0 0 72 72 rectfill showpage\n");
+  const ProofResult result = directory_.run({"two.ps"});
+  EXPECT_TRUE(holds(result.errors, "page 2 is printed at 50 % of its size")) << result.errors;
+  EXPECT_FALSE(holds(result.errors, "page 1")) << result.errors;
+}
+
 TEST_F(Pdf, AtFullSizeIsNotSpokenOf) {
   draw("a4.pdf", 595.28, 841.89);
   EXPECT_EQ(directory_.run({"a4.pdf", "-o", "print-scaling=none"}).errors, "");
