@@ -1,4 +1,6 @@
 // Writes the debug image of a page: what came in and what is printed can be looked at later.
+#include "printer/debug_image.h"
+
 #include <array>
 #include <cstdio>
 #include <ctime>
@@ -7,7 +9,6 @@
 #include "filter/base/file.h"
 #include "printer/debug_bitmap.h"
 #include "printer/sparse_file.h"
-#include "printer/wren_printer.h"
 
 namespace kestra {
 namespace {
@@ -34,10 +35,9 @@ ImagePath nextImagePath(const char* pathTemplate) {
 
 }  // namespace
 
-void WrenPrinter::saveImage(const unsigned char* data, unsigned long bytesPerLine,
-                            unsigned long height, unsigned long width,
-                            unsigned short bitsPerPixel) {
-  const ImagePath path = nextImagePath(imagePathTemplate_);
+void saveDebugImage(const char* pathTemplate, const unsigned char* data, unsigned long bytesPerLine,
+                    unsigned long height, unsigned long width, unsigned short bitsPerPixel) {
+  const ImagePath path = nextImagePath(pathTemplate);
   const FilePtr file = openPrivateFile(path.data());
   if (file == nullptr) {
     std::fprintf(stderr, "WrenPrinter::saveImage: unable to open the file %s\n", path.data());

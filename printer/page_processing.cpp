@@ -1,13 +1,12 @@
 // Turns a grey page into the finished page image: tone, rotation, mirror, halftone, negative.
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <vector>
 
 #include "filter/base/log.h"
 #include "filter/base/page_size.h"
-#include "imaging/kernels/level_rows.h"
 #include "imaging/tattoo/tattoo_dithering.h"
+#include "printer/pixel_rows.h"
 #include "printer/wren_printer.h"
 
 namespace kestra {
@@ -19,13 +18,6 @@ constexpr int kContrastScale = 2;
 
 bool isTattooMethod(DitherType type) {
   return type == DitherType::Tattoo || type == DitherType::Tattoo_V7;
-}
-
-// Whether the first pixels of an image's rows are bytes that can be read as they lie.
-bool hasPlainRows(const PaletteImage& image, int width, int height) {
-  return image.IsValid() && image.GetBitsPerPixel() == 8 && width >= 0 && height >= 0 &&
-         static_cast<std::uint32_t>(width) <= image.GetWidth() &&
-         static_cast<std::uint32_t>(height) <= image.GetHeight();
 }
 
 // The first width x height bytes of the page laid out with its own line length: mostly just the
@@ -113,9 +105,9 @@ int WrenPrinter::process(DitherType type, const GreyRows& rows, unsigned char* o
   if (antiWrinkle_ != 0) EnableAntiWrink(*pimage_);
 
   if (out != nullptr) {
-    copyProcessedPixels(
-        pimage_, out, static_cast<int>(pimage_->GetWidth()), static_cast<int>(pimage_->GetHeight()),
-        static_cast<int>(pimage_->GetEffWidth()),
+    copyFinishedPixels(
+        *pimage_, negativePrint_, out, static_cast<int>(pimage_->GetWidth()),
+        static_cast<int>(pimage_->GetHeight()), static_cast<int>(pimage_->GetEffWidth()),
         2 * static_cast<std::size_t>(bytesPerLine) * static_cast<std::size_t>(height));
   }
   const int length = static_cast<int>(static_cast<std::uint32_t>(height) * pimage_->GetEffWidth());
@@ -129,7 +121,7 @@ int WrenPrinter::process(DitherType type, const GreyRows& rows, unsigned char* o
 // longer, lines drift apart and the gaps between them (zeros) become pixels.
 bool WrenPrinter::ditherStencil(DitherType type, int bytesPerLine, int width, int height,
                                 unsigned char* out) {
-  if (out != nullptr) copyPixels(workingImage_, out, width, height, bytesPerLine);
+  if (out != nullptr) copyIndices(workingImage_, out, width, height, bytesPerLine);
   wrenLogCommon(kLogDebug,
                 "PageProcess: Copied pixels to the output buffer for QM dithering, with stride %d, "
                 "EffWidth %d",
@@ -156,48 +148,6 @@ bool WrenPrinter::ditherStencil(DitherType type, int bytesPerLine, int width, in
                 "PageProcess: Successfully created a new PaletteImage from QM dithered data");
   pimage_ = &secondImage_;
   return true;
-}
-
-void WrenPrinter::copyPixels(PaletteImage& image, unsigned char* out, int width, int height,
-                             int stride) {
-  if (hasPlainRows(image, width, height)) {
-    for (int y = 0; y < height; ++y) {
-      std::memcpy(out + static_cast<std::ptrdiff_t>(y) * stride,
-                  image.GetBits(static_cast<std::uint32_t>(y)), static_cast<std::size_t>(width));
-    }
-    return;
-  }
-  for (std::int64_t y = 0; y < height; ++y) {
-    unsigned char* row = out + y * stride;
-    for (std::int64_t x = 0; x < width; ++x) row[x] = image.GetPixelIndex(x, y);
-  }
-}
-
-// Negative printing deliberately acts here once more, on the copy alone: of the two levels 0 and 1
-// that `Negative` made 255 and 254, the copy holds 0 and 1.
-void WrenPrinter::copyProcessedPixels(PaletteImage* image, unsigned char* out, int width,
-                                      int height, int stride, std::size_t outSize) {
-  std::array<std::uint8_t, 256> table = {};
-  for (unsigned index = 0; index < table.size(); ++index) {
-    const unsigned value = index == 1 ? 255 : index;
-    table[index] = static_cast<std::uint8_t>(negativePrint_ ? ~value : value);
-  }
-  const bool plainRows = hasPlainRows(*image, width, height);
-  for (std::int64_t y = 0; y < height; ++y) {
-    const auto start = static_cast<std::size_t>(y * stride);
-    if (start >= outSize) return;
-    const std::size_t pixels =
-        std::min(static_cast<std::size_t>(std::max(width, 0)), outSize - start);
-    unsigned char* row = out + start;
-    if (plainRows) {
-      std::memcpy(row, image->GetBits(static_cast<std::uint32_t>(y)), pixels);
-    } else {
-      for (std::size_t x = 0; x < pixels; ++x) {
-        row[x] = image->GetPixelIndex(static_cast<std::int64_t>(x), y);
-      }
-    }
-    lookUpLevels(table.data(), row, pixels);
-  }
 }
 
 }  // namespace kestra

@@ -7,12 +7,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <limits>
 #include <list>
 
 #include "filter/base/halftone_type.h"
 #include "filter/base/page_block.h"
 #include "imaging/paletteimage/palette_image.h"
+#include "printer/debug_image.h"
+#include "printer/pixel_rows.h"
 
 namespace kestra {
 
@@ -32,6 +33,9 @@ class WrenPrinter {
   WrenPrinter& operator=(const WrenPrinter&) = delete;
 
   // --- Properties (wren_printer.cpp) ---
+  //
+  // Nothing prints from density, speed, both widths and the user data: they are kept for whoever
+  // asks for them. What a page's setting command and frame say comes from the job's settings.
 
   void setBrightness(int brightness);     ///< clamped to -100..100
   void setContrast(int contrast);         ///< clamped to -100..100
@@ -118,29 +122,26 @@ class WrenPrinter {
   /// Tattoo_A6, from the page header) gets no frame.
   void EnableAntiWrink(PaletteImage& image);
 
-  /// Copies pixel indices into rows of `stride` bytes.
-  void copyPixels(PaletteImage& image, unsigned char* out, int width, int height, int stride);
+  // What follows is done by functions that need no printer, with this one's properties.
 
-  /// The same with index 1 as 255, then complemented for negative printing.
-  /// @param outSize  bytes of `out`; pixels that would lie behind them are left out
+  /// `copyIndices`.
+  void copyPixels(PaletteImage& image, unsigned char* out, int width, int height, int stride) {
+    copyIndices(image, out, width, height, stride);
+  }
+  /// `copyFinishedPixels`.
   void copyProcessedPixels(PaletteImage* image, unsigned char* out, int width, int height,
-                           int stride,
-                           std::size_t outSize = std::numeric_limits<std::size_t>::max());
-
-  /// Writes a page image as a bitmap file for inspection (debug_image.cpp); its name comes from the
-  /// image path template, the local time and a counter.
-  /// @param data          height rows of one byte per pixel, `bytesPerLine` bytes apart
-  /// @param bitsPerPixel  8: grey file; 1: two-colour file
+                           int stride) {
+    copyFinishedPixels(*image, negativePrint_, out, width, height, stride);
+  }
+  /// `saveDebugImage` under the image path template.
   void saveImage(const unsigned char* data, unsigned long bytesPerLine, unsigned long height,
-                 unsigned long width, unsigned short bitsPerPixel);
-
-  /// Packs bytes into bits in place (bit_packing.cpp): any byte but 0 becomes a dot, the leftmost
-  /// pixel the highest bit. Each row takes whole bytes, rows follow each other without padding.
-  /// @param bytesPerLine  distance and length of rows, less the pixels to skip at the right end; a
-  ///                      negative one that is no multiple of 8 gives each row one byte 0
-  /// @param buffer        the rows; what is returned fits into it
-  /// @return bytes written
-  unsigned int GrayToMono(int bytesPerLine, int height, unsigned char* buffer);
+                 unsigned long width, unsigned short bitsPerPixel) {
+    saveDebugImage(imagePathTemplate_, data, bytesPerLine, height, width, bitsPerPixel);
+  }
+  /// `packRows`.
+  unsigned int GrayToMono(int bytesPerLine, int height, unsigned char* buffer) {
+    return packRows(bytesPerLine, height, skipRightPixels_, buffer);
+  }
 
   /// Turns a finished page into the model's bytes.
   /// @param bits          pixels, one byte each; read only

@@ -1,5 +1,8 @@
-// Tests the packing of a page's bytes into dots: any byte but 0 is a dot, the leftmost pixel the
-// highest bit.
+// Tests how pixels leave an image, and their packing into dots: any byte but 0 is a dot, the
+// leftmost pixel the highest bit. Printer properties reach these functions through the members
+// tried here.
+#include "printer/pixel_rows.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -115,6 +118,55 @@ TEST(GrayToMono, TakesEveryWidth) {
       }
     }
     EXPECT_EQ(wanted, packed(printer, static_cast<int>(width), 5, page)) << width;
+  }
+}
+
+TEST(CopyPixels, CopiesIndicesIntoLongerRows) {
+  BarePrinter printer;
+  OwnedImage image;
+  ASSERT_TRUE(makeGrey(image, {1, 2, 3, 4, 5, 6}, 3, 2));
+  Bytes out(10, 99);
+  printer.copyPixels(image, out.data(), 3, 2, 5);
+  EXPECT_EQ((Bytes{1, 2, 3, 99, 99, 4, 5, 6, 99, 99}), out);
+}
+
+TEST(CopyPixels, ReadsOutsideTheImageAsItsFirstByte) {
+  BarePrinter printer;
+  OwnedImage image;
+  ASSERT_TRUE(makeGrey(image, {7, 2}, 2, 1));
+  Bytes out(6, 99);
+  printer.copyPixels(image, out.data(), 3, 2, 3);
+  EXPECT_EQ((Bytes{7, 2, 7, 7, 7, 7}), out);
+}
+
+TEST(CopyProcessedPixels, WritesOneAs255) {
+  BarePrinter printer;
+  OwnedImage image;
+  ASSERT_TRUE(makeGrey(image, {0, 1, 2, 254, 255, 128}, 3, 2));
+  Bytes out(8, 99);
+  printer.copyProcessedPixels(&image, out.data(), 3, 2, 4);
+  EXPECT_EQ((Bytes{0, 255, 2, 99, 254, 255, 128, 99}), out);
+}
+
+TEST(CopyProcessedPixels, ComplementsAfterwardsForNegativePrint) {
+  BarePrinter printer;
+  printer.setNegativePrint(true);
+  OwnedImage image;
+  ASSERT_TRUE(makeGrey(image, {0, 1, 2, 254, 255, 128}, 3, 2));
+  Bytes out(6, 99);
+  printer.copyProcessedPixels(&image, out.data(), 3, 2, 3);
+  EXPECT_EQ((Bytes{255, 0, 253, 1, 0, 127}), out);
+}
+
+TEST(CopyProcessedPixels, StopsAtTheEndOfTheBuffer) {
+  OwnedImage image;
+  ASSERT_TRUE(makeGrey(image, {1, 1, 1, 1, 1, 1}, 3, 2));
+  for (std::size_t size = 0; size <= 7; ++size) {
+    Bytes out(size, 99);
+    copyFinishedPixels(image, false, out.data(), 3, 2, 4, size);
+    Bytes wanted = {255, 255, 255, 99, 255, 255, 255};
+    wanted.resize(size);
+    EXPECT_EQ(wanted, out) << size;
   }
 }
 
