@@ -108,11 +108,4 @@ PageFrameHeader pageFrameHeader(const LabelInfo& label, std::int64_t total, int 
   return header;
 }
 
-void writePageFrame(const LabelInfo& label, const std::uint8_t* records, std::int64_t total,
-                    int rows, std::uint8_t* out) {
-  const PageFrameHeader header = pageFrameHeader(label, total, rows);
-  out = std::copy(header.begin(), header.end(), out);
-  std::copy(records, records + total, out);
-}
-
 }  // namespace kestra

@@ -70,15 +70,10 @@ void writeRowRecords(const RowRecords& records, const std::uint8_t* dots, long r
 
 using PageFrameHeader = std::array<std::uint8_t, kFrameHeaderSize>;
 
-/// What stands before the records of a frame; the parameters are those of `writePageFrame`.
-PageFrameHeader pageFrameHeader(const LabelInfo& label, std::int64_t total, int rows);
-
-/// Writes a frame as it is stored: label block, raster-image command with record length and row
-/// count (both cut to 16 bits), records.
-/// @param total  bytes of `records`, at least 1
+/// What stands before the records of a frame: label block, raster-image command with record length
+/// and row count, both cut to 16 bits.
+/// @param total  bytes of all records, at least 1
 /// @param rows   at least 1
-/// @param out    `kFrameHeaderSize` + `total` bytes
-void writePageFrame(const LabelInfo& label, const std::uint8_t* records, std::int64_t total,
-                    int rows, std::uint8_t* out);
+PageFrameHeader pageFrameHeader(const LabelInfo& label, std::int64_t total, int rows);
 
 }  // namespace kestra

@@ -186,18 +186,7 @@ TEST(WriteRowRecords, CountsEveryBitOfAByte) {
   }
 }
 
-TEST(PageFrame, PutsLabelCommandAndRecordsTogether) {
-  const LabelInfo label = labelInfo(MediaCode::LabelGaps, 12, 2, 0, 7);
-  const Bytes records = {7, 0, 0xAC, 0x70, 5, 0, 0x53, 0x80};
-  Bytes frame(30, 0xEE);
-  writePageFrame(label, records.data(), 8, 2, frame.data());
-  EXPECT_EQ((Bytes{'S',  'I',  'Z',  1,    12, 0, 2,    0,   0, 0, 0, 0, 7, 0,  //
-                   0x1D, 0x76, 0x30, 0x00, 4,  0, 2,    0,                      //
-                   7,    0,    0xAC, 0x70, 5,  0, 0x53, 0x80}),
-            frame);
-}
-
-TEST(PageFrame, HasTheSameHeaderByItself) {
+TEST(PageFrame, BeginsWithLabelAndRasterCommand) {
   const LabelInfo label = labelInfo(MediaCode::LabelMark, 400, 3, 16, 513);
   // 3 records of 300 bytes: 2C 01 and 03 00.
   EXPECT_EQ((PageFrameHeader{'S',  'I',  'Z',  2,    0x90, 0x01, 3, 0, 16, 0, 0, 0, 0x01, 0x02,  //
@@ -207,12 +196,12 @@ TEST(PageFrame, HasTheSameHeaderByItself) {
 
 TEST(PageFrame, CutsRecordLengthAndRowCountTo16Bits) {
   const LabelInfo label{};
-  Bytes frame(22 + 70000);
-  writePageFrame(label, Bytes(70000, 0).data(), 70000, 1, frame.data());
-  EXPECT_EQ((Bytes{0x70, 0x11, 1, 0}), Bytes(frame.begin() + 18, frame.begin() + 22));  // 4464
-  frame.resize(22 + 65539 * 2);
-  writePageFrame(label, Bytes(65539 * 2, 0).data(), 65539 * 2, 65539, frame.data());
-  EXPECT_EQ((Bytes{2, 0, 3, 0}), Bytes(frame.begin() + 18, frame.begin() + 22));
+  const auto lengths = [&label](std::int64_t total, int rows) {
+    const PageFrameHeader header = pageFrameHeader(label, total, rows);
+    return Bytes(header.begin() + 18, header.end());
+  };
+  EXPECT_EQ((Bytes{0x70, 0x11, 1, 0}), lengths(70000, 1));  // 4464
+  EXPECT_EQ((Bytes{2, 0, 3, 0}), lengths(65539 * 2, 65539));
 }
 
 }  // namespace
