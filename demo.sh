@@ -107,7 +107,7 @@ fi
 
 seconds() { LC_ALL=C awk -v from="$1" -v to="$(date +%s.%N)" 'BEGIN { printf "%.1f", to - from }'; }
 start=$(date +%s.%N)
-targets=(rastertokestra kestra-proof ppds)
+targets=(rastertokestra kestrafit kestra-proof ppds)
 needs=demo
 if [ "$verb" = printer ]; then
   targets+=(kestra kestra-monitor kestra-paper)
@@ -134,7 +134,7 @@ if ! { cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release &&
   tail -n 20 "$build/demo-build.log" >&2
   fail "the build failed; all its messages are in $build/demo-build.log"
 fi
-for made in rastertokestra kestra-proof ppd/kestra4.ppd ppd/kestraa4.ppd; do
+for made in rastertokestra kestrafit kestra-proof ppd/kestra4.ppd ppd/kestraa4.ppd; do
   [ -s "$build/$made" ] || fail "the build made no $made; see $build/demo-build.log"
 done
 build_time=$(seconds "$mark")

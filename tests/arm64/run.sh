@@ -52,7 +52,7 @@ run_tests() {
     fail "tests failed with the arm64 programs"
 }
 
-for program in "$cross"/{rastertokestra,filter/rastertokestra_relative} \
+for program in "$cross"/{rastertokestra,kestrafit,filter/rastertokestra_relative} \
   "$cross"/tests/*/kestra_*_tests; do
   expect_arm64 "$program"
 done

@@ -184,12 +184,19 @@ TEST_F(Options, CustomSizesGiveFramesOfThatSize) {
   EXPECT_EQ(box.bottom - box.top, 203);
 }
 
-TEST_F(Options, PageWiderThanTheHeadHasOverlappingRows) {
+// A queue made with a description that names no kestrafit keeps it, and prints as it always did.
+TEST_F(Options, PageWiderThanTheHeadOfAnOlderQueueHasOverlappingRows) {
   // 400 points are 1127.8 dots: 1128. Margin ((832.02 - 1128) / 2 + 7) / 8 = -17.6 -> -17 bytes;
   // record 2 - 17 + 141 = 126 bytes. 144 points are 406 rows.
   plain::Settings settings = LabelSettings();
   SetSize(settings, "Custom", 400, 144);
-  const std::string frame = PrintSized(Queue(), Document("banner.pdf", BarPdf(1, 400, 144)),
+  std::string ppd = ReadFile(server().Ppd("kestra4"));
+  const size_t stage = ppd.find("*cupsPreFilter:");
+  ASSERT_NE(stage, std::string::npos);
+  ppd.erase(stage, ppd.find('\n', stage) + 1 - stage);
+  WriteFile(server().Ppd("older"), ppd);
+  server().AddQueue("OlderQueue", "older");
+  const std::string frame = PrintSized("OlderQueue", Document("banner.pdf", BarPdf(1, 400, 144)),
                                        "PageSize=Custom.400x144", settings);
   EXPECT_EQ(Word(frame, 18), 126);
   EXPECT_EQ(Word(frame, 20), 406);

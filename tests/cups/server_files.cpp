@@ -41,6 +41,7 @@ std::map<std::string, std::string>& BuildFiles() {
 void KeepBuildFiles() {
   BuildFiles()["filter"] = ReadFile(KESTRA_FILTER);
   BuildFiles()["relative"] = ReadFile(KESTRA_FILTER_RELATIVE);
+  BuildFiles()["kestrafit"] = ReadFile(KESTRA_FIT);
   for (const char* model : {"kestra4.ppd", "kestraa4.ppd"}) {
     BuildFiles()[model] = ReadFile(std::string(KESTRA_PPD_DIR) + "/" + model);
   }
@@ -57,7 +58,9 @@ std::string WriteServerFiles(const std::string& place) {
     for (const auto& entry : fs::directory_iterator(std::string(kInstalled) + "/" + room)) {
       const std::string name = entry.path().filename();
       // An installed one must not shadow the build's.
-      if (name != "rastertokestra") fs::create_symlink(entry.path(), bin + room + "/" + name);
+      if (name != "rastertokestra" && name != "kestrafit") {
+        fs::create_symlink(entry.path(), bin + room + "/" + name);
+      }
     }
   }
   for (const char* room : {"daemon", "driver", "cgi-bin", "monitor", "notifier"}) {
@@ -71,6 +74,7 @@ std::string WriteServerFiles(const std::string& place) {
     }
   }
   WriteFile(bin + "backend/capture", kCapture, 0755);
+  WriteFile(bin + "filter/kestrafit", BuildFiles()["kestrafit"], 0755);
   if (ThisMachine().root == "/") {
     WriteFile(bin + "filter/rastertokestra", BuildFiles()["filter"], 0755);
   } else {

@@ -80,6 +80,15 @@ TEST_P(EveryModel, NamesTheFilterAndRepeatsPagesBeforeIt) {
   EXPECT_STREQ(centre->value, "True");
 }
 
+// Pages of any width come out straight behind it; it stands before the filter whatever the
+// document.
+TEST_P(EveryModel, HasItsPagesFittedBeforeTheFilter) {
+  const ppd_attr_t* stage = ppdFindAttr(ppd_.get(), "cupsPreFilter", nullptr);
+  ASSERT_NE(stage, nullptr);
+  EXPECT_STREQ(stage->value, "application/vnd.cups-raster 0 kestrafit");
+  EXPECT_EQ(ppdFindNextAttr(ppd_.get(), "cupsPreFilter", nullptr), nullptr);
+}
+
 TEST_P(EveryModel, StatesTheHeadWidthOnce) {
   int found = 0;
   for (const ppd_attr_t* attribute = ppdFindAttr(ppd_.get(), "MaxMediaWidth", nullptr);

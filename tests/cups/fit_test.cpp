@@ -1,0 +1,90 @@
+// Pages of any width through the server's whole chain, told by one upright bar.
+// Why: a page that the filter prints slanted shows only behind everything that makes the page.
+#include <gtest/gtest.h>
+
+#include "tests/cups/command.h"
+#include "tests/cups/cups_case.h"
+
+namespace kestra::cups_tests {
+
+namespace ts = testing_support;
+
+class Fit : public CupsCase {
+ protected:
+  // The log line of a job that holds the text, without what stands before the message.
+  std::string Line(int job, const std::string& text) {
+    for (const std::string& line : server().Log(job)) {
+      const size_t at = line.find(text);
+      if (at != std::string::npos) return line.substr(at);
+    }
+    return "";
+  }
+
+  // Bytes 18 and 19 are a record's length: count, margin and dots.
+  static size_t RecordBytes(const std::string& frame) {
+    return static_cast<uint8_t>(frame[18]) + 256U * static_cast<uint8_t>(frame[19]);
+  }
+};
+
+TEST_F(Fit, StandsBeforeTheFilterForEveryKindOfDocument) {
+  const std::string queue = Queue();
+  const std::vector<std::string> documents = {
+      Document("fit.pdf", BarPdf(1, 288, 432)), Document("fit.ps", BarPostScript(1, 288, 432)),
+      Document("fit.txt", "A label\n"), Raster({RasterPage("bars", 400, 100)})};
+  for (const std::string& document : documents) {
+    const JobReport report = server().Print(queue, document);
+    EXPECT_EQ(report.state, JobState::kCompleted) << document;
+    EXPECT_EQ(report.frames.size(), 1U) << document;
+    EXPECT_GE(server().LineOf(report.id, "/kestrafit) exited with no errors"), 0) << document;
+  }
+}
+
+TEST_F(Fit, PrintsAPictureOfAnyWidthStraight) {
+  // 553 x 300 pixels at one pixel a dot, a bar from the upper to the lower edge.
+  const std::string picture = server().Document("odd.png");
+  MustRun({"gs", "-q", "-dBATCH", "-dNOPAUSE", "-dSAFER", "-sDEVICE=pnggray", "-r72", "-g553x300",
+           "-sOutputFile=" + picture, "-c", "0 setgray 100 0 50 300 rectfill showpage"});
+  const JobReport report = server().Print(Queue(), picture, {"-o", "ppi=203"});
+  EXPECT_EQ(report.state, JobState::kCompleted) << report.message;
+  ASSERT_EQ(report.frames.size(), 1U);
+  const std::string& frame = report.frames.begin()->second;
+  // 553 + 3 = 556 dots are 70 bytes; margin ((832.02 - 556) / 2 + 7) / 8 = 18.1.
+  EXPECT_EQ(RecordBytes(frame), 2U + 18 + 70);
+  EXPECT_EQ(BlackBox(frame, 18), (Box{100, 0, 150, 300}));
+}
+
+TEST_F(Fit, PrintsASizeThatIsCutToWholePointsStraight) {
+  // 70.07 mm are 198.6 points; this way of asking cuts them to 198, which are 558 dots. The label
+  // is as large as the document, and its bar 1 inch wide and high, 1 inch above the lower edge: 113
+  // - 144 points lie above the upper one, so 41 of 72 points are seen, 116 rows.
+  const JobReport report = server().Print(Queue(), Document("points.pdf", BarPdf(1, 198, 113)),
+                                          {"-o", "media=Custom.70.07x40mm"});
+  EXPECT_EQ(report.state, JobState::kCompleted) << report.message;
+  ASSERT_EQ(report.frames.size(), 1U);
+  EXPECT_NE(Line(report.id, "header.cupsWidth:560"), "");
+  EXPECT_NE(Line(report.id, "Page 1 is 558 dots wide and gets 0.3 mm (2 dots) of paper"), "");
+  // 560 dots are 70 bytes; margin ((832.02 - 560) / 2 + 7) / 8 = 17.9.
+  const std::string& frame = report.frames.begin()->second;
+  EXPECT_EQ(RecordBytes(frame), 2U + 17 + 70);
+  EXPECT_EQ(BlackBox(frame, 17), (Box{0, 0, 203, 116}));
+}
+
+TEST_F(Fit, CutsAPageWiderThanTheHeadAndSaysHowMuch) {
+  // 850 points are 2397 dots, 1565 more than the head has: 782 go on the left, 97.8 mm, and 783 on
+  // the right, 98.0 mm. The fifth page's bar ends 5 inches from the left edge: 1015 - 782 = 233
+  // dots of it are left. The page has 900 / 72 * 203 = 2537 rows, the bar ends 203 above the last.
+  const JobReport report = server().Print(Queue(), Document("wide.pdf", BarPdf(5, 850, 900)),
+                                          {"-o", "PageSize=Custom.850x900", "-o", "page-ranges=5"});
+  EXPECT_EQ(report.state, JobState::kCompleted) << report.message;
+  EXPECT_EQ(Line(report.id, "Page 1 is"),
+            "Page 1 is 195.8 mm (1565 dots) wider than the print head: 97.8 mm (782 dots) on the "
+            "left and 98.0 mm (783 dots) on the right are not printed. Choose a narrower page "
+            "size, or fit-to-page.");
+  ASSERT_EQ(report.frames.size(), 1U);
+  // 832 dots are 104 bytes, which need no margin.
+  const std::string& frame = report.frames.begin()->second;
+  EXPECT_EQ(RecordBytes(frame), 2U + 104);
+  EXPECT_EQ(BlackBox(frame, 0), (Box{0, 2131, 233, 2334}));
+}
+
+}  // namespace kestra::cups_tests
