@@ -1,0 +1,50 @@
+// Starts kestrafit as the print system does.
+// Why: arguments, pipes, signals and exit status are what the job's other programs see of it.
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kestra::fit_tests {
+
+struct FitEnd {
+  int status = -1;  // exit status, -1 after a signal
+  int signal = 0;
+  std::string messages;  // standard error
+};
+
+// A running kestrafit between two pipes. Ends it where it still runs.
+class FitProgram {
+ public:
+  // `arguments` from argv[1] on; `output` is a path to write to instead of the pipe.
+  explicit FitProgram(const std::vector<std::string>& arguments,
+                      const std::optional<std::string>& ppd = std::nullopt,
+                      const std::string& output = "");
+  ~FitProgram();
+  FitProgram(const FitProgram&) = delete;
+  FitProgram& operator=(const FitProgram&) = delete;
+
+  pid_t Pid() const { return child_; }
+  // Writes to its standard input; false where it does not read any more.
+  bool Give(const std::string& bytes) const;
+  void EndOfInput();
+  // Reads from its standard output: so many bytes, or all there are until its end.
+  std::string Take(size_t size) const;
+  void StopReading();
+  // Waits for its end; after a minute it is ended by force.
+  FitEnd Await();
+
+ private:
+  pid_t child_ = -1;
+  int input_ = -1;
+  int output_ = -1;
+  int messages_ = -1;
+};
+
+// The arguments of a job.
+std::vector<std::string> JobWords(const std::string& file = "");
+
+}  // namespace kestra::fit_tests

@@ -1,0 +1,149 @@
+// The program between two pipes, with a file, and when somebody hangs up.
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fstream>
+#include <thread>
+
+#include "tests/fit/fit_program.h"
+#include "tests/fit/plain_fit.h"
+
+namespace kestra::fit_tests {
+
+namespace ts = testing_support;
+
+namespace {
+
+constexpr size_t kAll = SIZE_MAX;
+
+// A file that vanishes with its test.
+class Scratch {
+ public:
+  Scratch(const std::string& ending, const std::string& bytes)
+      : path_(testing::TempDir() + "kestrafit-" +
+              testing::UnitTest::GetInstance()->current_test_info()->name() + ending) {
+    std::ofstream(path_, std::ios::binary) << bytes;
+  }
+  ~Scratch() { static_cast<void>(std::remove(path_.c_str())); }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+  const std::string& Path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+std::string Head832() { return "*PPD-Adobe: \"4.3\"\n*MaxMediaWidth: \"295.1\"\n"; }
+
+// Gives all input and takes all output.
+std::string Through(FitProgram* program, const std::string& input) {
+  std::thread giver([&] {
+    program->Give(input);
+    program->EndOfInput();
+  });
+  std::string output = program->Take(kAll);
+  giver.join();
+  return output;
+}
+
+}  // namespace
+
+TEST(KestraFit, FitsPagesToTheHeadOfThePrinterDescription) {
+  const Scratch ppd(".ppd", Head832());
+  const std::vector<ts::StreamPage> pages = {Page("noise", 932, 400), Page("text", 812, 900)};
+  FitProgram program(JobWords(), ppd.Path());
+  EXPECT_EQ(Through(&program, ts::RawStream(pages)), ts::RawStream(PlainFit(pages, 832)));
+  const FitEnd end = program.Await();
+  EXPECT_EQ(end.status, 0);
+  EXPECT_EQ(end.messages,
+            "WARNING: Page 1 is 12.5 mm (100 dots) wider than the print head: 6.3 mm (50 dots) on "
+            "the left and 6.3 mm (50 dots) on the right are not printed. Choose a narrower page "
+            "size, or fit-to-page.\n");
+}
+
+TEST(KestraFit, ReadsTheFileThatIsItsSixthArgument) {
+  const std::vector<ts::StreamPage> pages = {Page("noise", 833, 200), Page("noise", 400, 9)};
+  const Scratch file(".ras", ts::RawStream(pages));
+  FitProgram program(JobWords(file.Path()));
+  // Without a printer description the head is not known, and nothing is cut.
+  EXPECT_EQ(program.Take(kAll), ts::RawStream(PlainFit(pages, 0)));
+  EXPECT_EQ(program.Await().status, 0);
+}
+
+TEST(KestraFit, FailsWithoutTheFile) {
+  FitProgram program(JobWords("/nowhere/at/all.ras"));
+  EXPECT_EQ(program.Take(kAll), "");
+  const FitEnd end = program.Await();
+  EXPECT_EQ(end.status, 1);
+  EXPECT_EQ(end.messages, "ERROR: The raster file cannot be opened: No such file or directory\n");
+}
+
+TEST(KestraFit, FailsWhereTheFileCannotBeRead) {
+  FitProgram program(JobWords("/"));
+  const FitEnd end = program.Await();
+  EXPECT_EQ(end.status, 1);
+  EXPECT_EQ(end.messages, "ERROR: The pages cannot be read: Is a directory\n");
+}
+
+TEST(KestraFit, FailsWhereThePagesCannotBeHandedOn) {
+  FitProgram program(JobWords(), std::nullopt, "/dev/full");
+  program.Give(ts::RawStream({Page("noise", 812, 100)}));
+  program.EndOfInput();
+  const FitEnd end = program.Await();
+  EXPECT_EQ(end.status, 1);
+  EXPECT_EQ(end.messages,
+            "ERROR: The pages cannot be handed to the filter: No space left on device\n");
+}
+
+TEST(KestraFit, TellsHowItIsStarted) {
+  FitProgram program({"42", "user", "title", "1"});
+  const FitEnd end = program.Await();
+  EXPECT_EQ(end.status, 1);
+  EXPECT_EQ(end.messages, "Usage: kestrafit job_id user title copies options [file]\n");
+}
+
+// The filter ends a job early at a page that it refuses: its own status is the job's.
+TEST(KestraFit, EndsWellWhereTheFilterReadsNoMore) {
+  FitProgram program(JobWords());
+  program.StopReading();
+  // More than the pipe holds: the last piece finds nobody.
+  EXPECT_FALSE(program.Give(ts::RawStream({Page("noise", 812, 4000)})));
+  const FitEnd end = program.Await();
+  EXPECT_EQ(end.status, 0);
+  EXPECT_EQ(end.messages, "");
+}
+
+TEST(KestraFit, IsEndedByTheSignalThatCancelsAJob) {
+  FitProgram program(JobWords());
+  program.Give("3SaR");
+  ASSERT_EQ(program.Take(4), "3SaR");
+  kill(program.Pid(), SIGTERM);
+  EXPECT_EQ(program.Await().signal, SIGTERM);
+}
+
+// A label must not wait in the stage for the next one.
+TEST(KestraFit, HandsOnEachPageBeforeItWaitsForTheNext) {
+  FitProgram program(JobWords());
+  std::string so_far = "3SaR";
+  program.Give(so_far);
+  EXPECT_EQ(program.Take(4), so_far);
+  for (const unsigned width : {6U, 8U, 2001U}) {
+    const std::vector<ts::StreamPage> page = {Page("noise", width, 5)};
+    program.Give(ts::RawStream(page).substr(4));
+    const std::string wanted = ts::RawStream(PlainFit(page, 0)).substr(4);
+    EXPECT_EQ(program.Take(wanted.size()), wanted) << width;
+  }
+  program.EndOfInput();
+  EXPECT_EQ(program.Await().status, 0);
+}
+
+// The print system's pipes break pieces where they like.
+TEST(KestraFit, TakesInputThatComesByteByByte) {
+  const std::vector<ts::StreamPage> pages = {Page("noise", 7, 3), Page("noise", 8, 3)};
+  FitProgram program(JobWords());
+  for (const char byte : ts::RawStream(pages)) ASSERT_TRUE(program.Give(std::string(1, byte)));
+  program.EndOfInput();
+  EXPECT_EQ(program.Take(kAll), ts::RawStream(PlainFit(pages, 0)));
+}
+
+}  // namespace kestra::fit_tests
