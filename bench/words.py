@@ -7,7 +7,7 @@ INTRODUCTION = """
 # Performance
 
 How fast the filter is, on this machine, beside programs that everybody can install. Written whole
-by `./bench.sh`; repeat it on a machine of your own with
+by `./bench.sh`; repeat it in the folder of the sources, on a machine of your own, with
 
 ```sh
 ./bench.sh          # everything, writes this page; under 15 minutes

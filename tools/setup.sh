@@ -98,6 +98,7 @@ util-linux       unshare
 '
 packagetest_list="$package_list$fresh_list"'
 lintian          lintian
+python3          python3
 iproute2         ip
 '
 

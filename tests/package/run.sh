@@ -90,12 +90,15 @@ check_contents() {
   done
 }
 
-# check_programs DEB: protections, architecture, and no name of a folder of this machine.
+# check_programs DEB: protections, architecture, and no name of a folder of this machine; documents
+# without dead links.
 check_programs() {
   local directory architecture machine program
   architecture=$(dpkg-deb -f "$1" Architecture)
   directory="$work/unpacked-$architecture"
   dpkg-deb -x "$1" "$directory"
+  python3 "$here/../structure/installed_documents.py" "$directory" \
+    "$directory/usr/share/doc/rastertokestra" || fail "installed documents lead nowhere"
   case "$architecture" in amd64) machine=X86-64 ;; *) machine=AArch64 ;; esac
   while read -r _ program; do
     program=$directory/$program
