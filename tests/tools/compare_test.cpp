@@ -125,7 +125,8 @@ TEST(Compare, NamesEachPrintAndWhatRuns) {
   words.emplace_back("--compare");
   EXPECT_EQ(directory.run(words).status, 0);
   const Picture sheet = readPicture(directory.path("pages-compare-1.png"));
-  // At 203 dpi letters are 203 / 70 = 2 times as large as drawn.
+  // The longest words, "Jarvis, Judice, Ninke diffusion", have 31 letters of 6 dots: on 400 dots
+  // they are 400 / 186 = 2 times as large as drawn.
   for (int halftone = 0; halftone < 10; ++halftone) {
     EXPECT_TRUE(shows(sheet, writing(blackbox::HalftoneName(halftone), 2))) << halftone;
   }

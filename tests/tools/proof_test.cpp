@@ -308,6 +308,8 @@ TEST(KestraProof, RefusesALineThatMakesNoSense) {
       {"--model", "label", "--ppd", "x.ppd", "page.dat"},
       {"--keep"},
       {"--compare", "page.dat"},
+      {"--detail", "all", "page.dat"},
+      {"--compare", "--detail", "1,2,3", "page.dat"},
       {"--keep", "k", "page.dat"},
       {"-o", "Darkness=Dark", "page.dat"},
       {"--output", "a.png", "page.dat", "page.dat"},

@@ -89,6 +89,14 @@ std::vector<ValueOption> valueOptions(Arguments& arguments) {
                       "--crop=X,Y,WIDTH,HEIGHT" +
                           notText(value);
        }},
+      {"--detail",
+       [&](const std::string& value) {
+         arguments.detail = parseDetail(value);
+         return arguments.detail ? std::string()
+                                 : "a place in mm from the page's upper left corner, "
+                                   "X,Y,WIDTH,HEIGHT, or all" +
+                                       notText(value);
+       }},
       {"--keep", textInto(arguments.keep, "the name of a new directory")},
       {"--output-dir", textInto(arguments.output_directory, "the name of a directory")},
       {"--output",
@@ -179,6 +187,7 @@ std::string contradiction(const Arguments& arguments) {
            " documents; use --output-dir DIR";
   }
   if (arguments.quiet && arguments.verbose) return "give --quiet or --verbose, not both";
+  if (arguments.detail && !arguments.compare) return "--detail is for --compare";
   if (!arguments.model.empty() && !arguments.ppd.empty()) {
     return "give --model or --ppd, not both: a model stands for its printer description";
   }

@@ -4,8 +4,11 @@
 #ifndef TOOLS_PROOF_ARGUMENTS_H_
 #define TOOLS_PROOF_ARGUMENTS_H_
 
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "tools/proof/detail.h"
 
 namespace kestra {
 
@@ -32,6 +35,7 @@ struct Arguments {
   unsigned scale = 1;                // pixels per dot
   std::string model;                 // empty where not given
   std::string ppd;                   // empty where not given
+  std::optional<Detail> detail;      // --detail, nothing where not given
   std::vector<std::string> options;  // the words behind each -o
   std::vector<std::string> asked;    // options whose values are asked for: -o NAME=?
   std::string output;                // --output, empty where not given

@@ -37,7 +37,10 @@ Printing
   --crop            finds the label on a larger page, as web shops send it, writes it 1:1 to
                     DOCUMENT-crop.pdf and shows that; --crop=X,Y or --crop=X,Y,WIDTH,HEIGHT names
                     the place by hand, in mm from the page's upper left corner
-  --compare         each page in all ten halftones on one sheet, with their names
+  --compare         each page in all ten halftones on one sheet, with their names; of a page with
+                    more than 80 mm both ways the middle 50 mm
+  --detail X,Y,WIDTH,HEIGHT
+                    compares that place, in mm from the page's upper left corner; all: the page
 
 Pictures
   --output FILE     name of the only picture; else DOCUMENT-1.png, DOCUMENT-2.png ...

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "tools/proof/detail.h"
 #include "tools/proof/drawing.h"
 #include "tools/proof/halftones.h"
 #include "tools/proof/png_chunks.h"
@@ -166,6 +167,11 @@ class DocumentProof {
     std::unique_ptr<Drawing> drawing;
     if (arguments_.compare) {
       drawing = compare(page, frames, report);
+      if (!drawing) {
+        return fail(page, "the place that --detail names lies beside the page of " +
+                              std::to_string(page.content.width) + " x " +
+                              std::to_string(page.content.height) + " dots");
+      }
     } else {
       report.frame = &frames.front();
       report.frame_page_dots = page.content.width;
@@ -184,6 +190,12 @@ class DocumentProof {
 
   std::unique_ptr<Drawing> compare(const PrintedPage& page, const std::vector<PageFrame>& frames,
                                    PageReport& report) const {
+    const std::optional<DotRectangle> part =
+        detailOf(arguments_.detail.value_or(Detail()), page.content.width, page.content.height,
+                 page.content.dpi);
+    if (!part) return nullptr;
+    const bool whole = part->width == page.content.width && part->height == page.content.height;
+    if (!whole) report.part = part;
     std::vector<Tile> tiles;
     for (std::size_t i = 0; i < frames.size(); ++i) {
       const Halftone& halftone = kHalftones[i];
@@ -196,9 +208,15 @@ class DocumentProof {
       tile.halftone = halftone.keyword;
       tile.black_dots = found.black_dots;
       report.tiles.push_back(tile);
-      tiles.push_back({draw(frames[i], page.content), halftone.keyword, halftone.runs});
+      std::unique_ptr<Drawing> drawing = draw(frames[i], page.content);
+      // What --margins draws around the label is the same for all: only whole labels have it.
+      if (!whole) {
+        drawing = std::make_unique<CutDrawing>(
+            std::make_unique<PageDrawing>(frames[i], page.content.width), *part);
+      }
+      tiles.push_back({std::move(drawing), halftone.keyword, halftone.runs});
     }
-    auto sheet = std::make_unique<Sheet>(std::move(tiles), page.content.dpi[0]);
+    auto sheet = std::make_unique<Sheet>(std::move(tiles));
     for (std::size_t i = 0; i < frames.size(); ++i) {
       const Sheet::Place place = sheet->place(i);
       const Drawing& drawing = *sheet->tiles()[i].drawing;

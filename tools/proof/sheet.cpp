@@ -14,7 +14,6 @@ namespace {
 
 constexpr std::size_t kCaptionLines = 2;
 constexpr std::size_t kLineHeight = kLetterHeight + 2;  // letter dots with the space to the next
-constexpr unsigned kDpiPerScale = 70;                   // 7 letter dots are then 2.5 mm
 constexpr std::size_t kSmallestScale = 2;
 constexpr std::size_t kSpace = 8;  // letter dots around tiles
 
@@ -27,16 +26,14 @@ double stretch(std::size_t width, std::size_t height) {
 
 }  // namespace
 
-Sheet::Sheet(std::vector<Tile> tiles, unsigned dpi) : tiles_(std::move(tiles)) {
+Sheet::Sheet(std::vector<Tile> tiles) : tiles_(std::move(tiles)) {
   std::size_t letters = 1;
   for (const Tile& tile : tiles_) {
     tile_width_ = std::max(tile_width_, tile.drawing->width());
     tile_height_ = std::max(tile_height_, tile.drawing->height());
     letters = std::max({letters, tile.name.size(), tile.words.size()});
   }
-  const std::size_t fitting = tile_width_ / (letters * kLetterAdvance);
-  const std::size_t wished = std::max<std::size_t>(dpi / kDpiPerScale, kSmallestScale);
-  letter_scale_ = std::max(std::min(fitting, wished), kSmallestScale);
+  letter_scale_ = std::max(tile_width_ / (letters * kLetterAdvance), kSmallestScale);
   tile_width_ = std::max(tile_width_, letters * kLetterAdvance * letter_scale_);
   space_ = kSpace * letter_scale_;
   cell_width_ = tile_width_ + space_;

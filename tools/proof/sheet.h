@@ -27,9 +27,9 @@ class Sheet final : public Drawing {
     std::size_t y;
   };
 
-  // `dpi` sets the size of the letters, about 2.5 mm high where the tiles are wide enough. There
-  // is at least one tile.
-  Sheet(std::vector<Tile> tiles, unsigned dpi);
+  // The letters are so large that the longest line of a caption is as wide as the tiles: they can
+  // be read where the tiles can be looked at. There is at least one tile.
+  explicit Sheet(std::vector<Tile> tiles);
 
   std::size_t width() const override { return columns_ * cell_width_ + space_; }
   std::size_t height() const override;

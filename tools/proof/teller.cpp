@@ -90,6 +90,11 @@ void Teller::words(const PageReport& page) {
             std::to_string(tile.black_dots) + " black dots, " +
             percent(tile.black_dots, page.page_dots) + "\n";
   }
+  if (page.part) {
+    text += "  shown:        " + std::to_string(page.part->width) + " x " +
+            std::to_string(page.part->height) + " dots from " + std::to_string(page.part->x) +
+            ", " + std::to_string(page.part->y) + " of the page; --detail shows other places\n";
+  }
   if (page.setting) {
     text += "  printed with: " + describe(*page.setting) +
             (verbose_ ? " (" + describeCodes(*page.setting) + ")" : "") + "\n";
@@ -127,6 +132,10 @@ void Teller::pageJson(const PageReport& page) {
   if (page.setting) {
     json_.name("speed_code").number(page.setting->speed_code);
     json_.name("darkness").number(page.setting->darkness);
+  }
+  if (page.part) {
+    json_.name("part_dots").array().number(page.part->x).number(page.part->y);
+    json_.number(page.part->width).number(page.part->height).endArray();
   }
   if (!page.tiles.empty()) {
     json_.name("halftones").array();

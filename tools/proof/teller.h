@@ -16,6 +16,7 @@
 #include "tools/frame/page_frame.h"
 #include "tools/frame/print_setting.h"
 #include "tools/proof/arguments.h"
+#include "tools/proof/detail.h"
 #include "tools/proof/json.h"
 #include "tools/proof/progress.h"
 
@@ -41,6 +42,7 @@ struct PageReport {
   std::uint64_t black_dots = 0;
   const PageFrame* frame = nullptr;     // the caller's; null on a comparison sheet
   std::size_t frame_page_dots = 0;      // width of the frame's page, 0: only what the frame says
+  std::optional<DotRectangle> part;     // of the page, on a sheet that does not show all of it
   std::vector<TileReport> tiles;        // empty but on a comparison sheet
   std::string note;                     // on the frame, empty where there is none
   std::optional<PrintSetting> setting;  // what was sent to the printer before the page
