@@ -110,7 +110,7 @@ start=$(date +%s.%N)
 targets=(rastertokestra kestrafit kestra-proof ppds)
 needs=demo
 if [ "$verb" = printer ]; then
-  targets+=(kestra kestra-monitor kestra-paper)
+  targets+=(kestra kestra-monitor kestra-paper kestrasize)
   needs=printer
 fi
 "$root/tools/setup.sh" "$needs"

@@ -167,6 +167,16 @@ void PrintServer::AddQueue(const std::string& name, const std::string& model,
   MustRun(words);
 }
 
+void PrintServer::AddRemoteQueue(const std::string& name, const std::string& shared) {
+  std::string socket = place_ + "sock";
+  for (size_t at = 0; (at = socket.find('/', at)) != std::string::npos;)
+    socket.replace(at, 1, "%2F");
+  MustRun({"lpadmin", "-p", name, "-E", "-v", "ipp://" + socket + "/printers/" + shared, "-m",
+           "everywhere"});
+  // The server asks the shared queue in its own time.
+  EXPECT_TRUE(Eventually([&] { return fs::exists(place_ + "etc/ppd/" + name + ".ppd"); })) << name;
+}
+
 int PrintServer::Send(const std::string& queue, const std::string& file,
                       const std::vector<std::string>& words) {
   std::vector<std::string> all = {"lp", "-d", queue};

@@ -49,6 +49,10 @@ class PrintServer {
   void AddQueue(const std::string& name, const std::string& model,
                 const std::vector<std::string>& defaults = {});
 
+  // A queue as another computer has it that shares no files with this one: it knows `shared` only
+  // by what the server tells over IPP, and hands its documents on to it as jobs.
+  void AddRemoteQueue(const std::string& name, const std::string& shared);
+
   // lp -d QUEUE WORDS FILE; the job's number, or 0 and a failure.
   int Send(const std::string& queue, const std::string& file,
            const std::vector<std::string>& words = {});

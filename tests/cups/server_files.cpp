@@ -42,6 +42,7 @@ void KeepBuildFiles() {
   BuildFiles()["filter"] = ReadFile(KESTRA_FILTER);
   BuildFiles()["relative"] = ReadFile(KESTRA_FILTER_RELATIVE);
   BuildFiles()["kestrafit"] = ReadFile(KESTRA_FIT);
+  BuildFiles()["kestrasize"] = ReadFile(KESTRA_SIZE);
   for (const char* model : {"kestra4.ppd", "kestraa4.ppd"}) {
     BuildFiles()[model] = ReadFile(std::string(KESTRA_PPD_DIR) + "/" + model);
   }
@@ -58,7 +59,7 @@ std::string WriteServerFiles(const std::string& place) {
     for (const auto& entry : fs::directory_iterator(std::string(kInstalled) + "/" + room)) {
       const std::string name = entry.path().filename();
       // An installed one must not shadow the build's.
-      if (name != "rastertokestra" && name != "kestrafit") {
+      if (name != "rastertokestra" && name != "kestrafit" && name != "kestrasize") {
         fs::create_symlink(entry.path(), bin + room + "/" + name);
       }
     }
@@ -75,6 +76,7 @@ std::string WriteServerFiles(const std::string& place) {
   }
   WriteFile(bin + "backend/capture", kCapture, 0755);
   WriteFile(bin + "filter/kestrafit", BuildFiles()["kestrafit"], 0755);
+  WriteFile(bin + "filter/kestrasize", BuildFiles()["kestrasize"], 0755);
   if (ThisMachine().root == "/") {
     WriteFile(bin + "filter/rastertokestra", BuildFiles()["filter"], 0755);
   } else {

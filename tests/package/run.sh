@@ -36,6 +36,7 @@ programs='rwxr-xr-x ./usr/bin/kestra-paper
 rwxr-xr-x ./usr/bin/kestra-proof
 rwxr--r-- ./usr/lib/cups/backend/kestra
 rwxr-xr-x ./usr/lib/cups/filter/kestrafit
+rwxr-xr-x ./usr/lib/cups/filter/kestrasize
 rwxr-xr-x ./usr/lib/cups/filter/rastertokestra
 rwxr-xr-x ./usr/lib/cups/monitor/kestra
 rwxr-xr-x ./usr/sbin/kestra-delivery'
@@ -49,18 +50,20 @@ check_install() {
   for want in bin/kestra-paper bin/kestra-proof sbin/kestra-delivery \
     lib/tmpfiles.d/rastertokestra.conf share/man/man1/kestra-paper.1.gz \
     share/man/man1/kestra-proof.1.gz share/man/man8/kestra-delivery.8.gz \
-    share/man/man8/kestrafit.8.gz share/man/man8/rastertokestra.8.gz share/doc/rastertokestra/LICENSE \
+    share/man/man8/kestrafit.8.gz share/man/man8/kestrasize.8.gz \
+    share/man/man8/rastertokestra.8.gz share/doc/rastertokestra/LICENSE \
     share/doc/rastertokestra/CHANGELOG.md share/doc/rastertokestra/docs/protocol.md \
     share/doc/rastertokestra/examples/driver/kestra.drv share/ppd/rastertokestra/kestra4.ppd \
     share/ppd/rastertokestra/kestraa4.ppd; do
     [ -f "$destination/usr/local/$want" ] || fail "cmake --install gives no /usr/local/$want"
   done
   [ ! -e "$destination/etc" ] || fail "cmake --install writes into /etc"
-  # Nothing but these folders, and the four programs alone in the print system's.
+  # Nothing but these folders, and the five programs alone in the print system's.
   want=$(cd "$destination" &&
     find . -type f ! -path './usr/local/*' -printf '%u:%g %m %p\n' | sort -k 3)
   [ "$want" = "root:root 744 $bin/backend/kestra
 root:root 755 $bin/filter/kestrafit
+root:root 755 $bin/filter/kestrasize
 root:root 755 $bin/filter/rastertokestra
 root:root 755 $bin/monitor/kestra" ] ||
     fail "cmake --install gives the print system other programs or rights: $want"

@@ -21,7 +21,8 @@ delivery/monitor delivery/backend delivery/core delivery/sinks filter/base
 delivery/tool delivery/core delivery/sinks filter/base
 tools/frame
 tools/fit filter/base
-tools/render filter filter/base tools/fit
+tools/size filter/base
+tools/render filter filter/base tools/fit tools/size
 tools/crop tools/render
 tools/proof tools/crop tools/frame tools/render filter/base
 tools/paper tools/frame tools/proof filter/base

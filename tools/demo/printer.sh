@@ -38,7 +38,7 @@ furnish() {
       case $file in *kestra*) ;; *) ln -s "$file" $place/bin/$folder/ ;; esac
     done
   done
-  install -m 0755 "$1/rastertokestra" "$1/kestrafit" $place/bin/filter/
+  install -m 0755 "$1/rastertokestra" "$1/kestrafit" "$1/kestrasize" $place/bin/filter/
   install -m 0744 "$1/kestra" $place/bin/backend/
   install -m 0755 "$1/kestra-monitor" $place/bin/monitor/kestra
   cp "$1/kestra-paper" "$1/kestra-proof" "$1/ppd/kestra4.ppd" "$(dirname "$0")"/{label,parcels}.ps \

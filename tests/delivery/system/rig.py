@@ -63,9 +63,10 @@ class Job:
 class PrintSystem:
     """One private server below `place`; its spool is the namespace's /var/spool/cups.
 
-    build: the build directory with `rastertokestra`, `kestrafit`, `ppd/`, and `kestra`,
-    `kestra-monitor` where they are built. stock: a folder like /usr/lib/cups whose programs are added where the machine
-    has none. rules: more lines for cupsd.conf. environment: what the server gives to its programs.
+    build: the build directory with `rastertokestra`, `kestrafit`, `kestrasize`, `ppd/`, and `kestra`,
+    `kestra-monitor` where they are built. stock: a folder like /usr/lib/cups whose programs are
+    added where the machine has none. rules: more lines for cupsd.conf. environment: what the server
+    gives to its programs.
     """
 
     def __init__(self, build, place="/tmp/rig", stock=None, rules="", environment=None):
@@ -99,7 +100,7 @@ class PrintSystem:
                     # An installed one of ours must not stand for the build's.
                     if "kestra" not in name and not os.path.lexists(f"{self.bin}/{room}/{name}"):
                         os.symlink(path, f"{self.bin}/{room}/{name}")
-        for name in ("rastertokestra", "kestrafit"):
+        for name in ("rastertokestra", "kestrafit", "kestrasize"):
             self.install("filter", name, f"{self.build}/{name}")
         for room, name, path, mode in (("backend", "kestra", "kestra", 0o744),
                                        ("monitor", "kestra", "kestra-monitor", 0o755)):

@@ -1,0 +1,188 @@
+// kestrasize as the print system starts it, with shell lines in place of the renderers.
+// Why: what each filter is told, and how a job ends, must be as if the print system had started
+// them.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class Program : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string name = testing::TempDir() + "kestrasize-XXXXXX";
+    ASSERT_NE(mkdtemp(name.data()), nullptr);
+    folder_ = name;
+    fs::create_directories(folder_ + "/filter");
+    std::ofstream(folder_ + "/in") << "in";
+    for (const char* stage :
+         {"texttopdf", "rastertopdf", "pdftopdf", "gstoraster", "imagetoraster", "kestrafit"}) {
+      filter(stage, std::string("cat $6; printf ' ") + stage + "'");
+    }
+    filter("rastertokestra", "cat; printf ' rastertokestra'");
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+
+  // A filter with its words in files of its name: options, and the number of words.
+  void filter(const std::string& name, const std::string& lines) {
+    const std::string path = folder_ + "/filter/" + name;
+    std::ofstream(path) << "#!/bin/sh\nprintf %s \"$5\" >" << folder_ << "/" << name
+                        << ".options\nprintf %s $# >" << folder_ << "/" << name << ".words\n"
+                        << "printf %s \"$FINAL_CONTENT_TYPE\" >" << folder_ << "/" << name
+                        << ".final\n"
+                        << lines << "\n";
+    chmod(path.c_str(), 0755);
+  }
+
+  std::string text(const std::string& name) const {
+    std::ifstream file(folder_ + "/" + name);
+    std::ostringstream all;
+    all << file.rdbuf();
+    return all.str();
+  }
+
+  pid_t start(const std::string& type, const std::string& options, bool named = true) {
+    const pid_t process = fork();
+    if (process != 0) return process;
+    setenv("CUPS_SERVERBIN", folder_.c_str(), 1);
+    setenv("PPD", KESTRA_PPD_DIR "/kestra4.ppd", 1);
+    setenv("CONTENT_TYPE", type.c_str(), 1);
+    setenv("TMPDIR", folder_.c_str(), 1);
+    const std::string document = folder_ + "/in";
+    const auto redirect = [&](const std::string& file, int flags, int to) {
+      dup2(open(file.c_str(), flags, 0600), to);
+    };
+    redirect(named ? "/dev/null" : document, O_RDONLY, STDIN_FILENO);
+    redirect(folder_ + "/out", O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
+    redirect(folder_ + "/log", O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, STDERR_FILENO);
+    execl(KESTRA_SIZE, "label", "12", "me", "title", "1", options.c_str(),
+          named ? document.c_str() : nullptr, nullptr);
+    _exit(127);
+  }
+  int run(const std::string& type, const std::string& options, bool named = true) {
+    const pid_t process = start(type, options, named);
+    int status = -1;
+    waitpid(process, &status, 0);
+    return status;
+  }
+
+  std::string folder_;
+};
+
+TEST_F(Program, HandsADocumentFromFilterToFilter) {
+  EXPECT_EQ(run("application/pdf", ""), 0);
+  EXPECT_EQ(text("out").rfind("in pdftopdf gstoraster", 0), 0U) << text("out");
+  const std::string end = " rastertokestra";
+  EXPECT_EQ(text("out").substr(text("out").size() - end.size()), end);
+}
+
+TEST_F(Program, GivesTheDocumentsNameToTheFirstFilterAlone) {
+  EXPECT_EQ(run("text/plain", ""), 0);
+  EXPECT_EQ(text("texttopdf.words"), "6");
+  EXPECT_EQ(text("pdftopdf.words"), "5");
+  EXPECT_EQ(text("rastertokestra.words"), "5");
+}
+
+TEST_F(Program, ReadsFromAFilterBeforeItToo) {
+  EXPECT_EQ(run("application/postscript", "", false), 0);
+  EXPECT_EQ(text("out").rfind("in pdftopdf gstoraster", 0), 0U) << text("out");
+  EXPECT_EQ(text("pdftopdf.words"), "5");
+}
+
+TEST_F(Program, TellsEveryFilterTheSizeInTheDescriptionsWords) {
+  EXPECT_EQ(run("application/pdf", "Darkness=Dark PageSize=100x50mm"), 0);
+  for (const char* stage : {"pdftopdf", "gstoraster", "rastertokestra"}) {
+    EXPECT_EQ(text(std::string(stage) + ".options"),
+              "Darkness=Dark PageSize=100x50mm PageSize=w283h142")
+        << stage;
+    EXPECT_EQ(text(std::string(stage) + ".final"), "application/vnd.cups-raster") << stage;
+  }
+}
+
+TEST_F(Program, LeavesOptionsAsTheyAreWhereTheDescriptionHasTheSize) {
+  EXPECT_EQ(run("image/png", "PageSize=w283h142 title='a b'"), 0);
+  EXPECT_EQ(text("imagetoraster.options"), "PageSize=w283h142 title='a b'");
+}
+
+TEST_F(Program, WarnsOfASizeThatThePrinterDoesNotHave) {
+  EXPECT_EQ(run("application/pdf", "PageSize=foo"), 0);
+  EXPECT_NE(text("log").find("WARNING: The printer does not have the page size \"foo\""),
+            std::string::npos)
+      << text("log");
+}
+
+// The head of a page of 799 x 400 dots at 203 dpi; more of the page is not looked at.
+TEST_F(Program, ReadsTheSizeOfDotsWithoutTakingAnyAway) {
+  std::string page = "RaS2PwgRaster";
+  page.resize(4 + 1796, '\0');
+  const auto put = [&](std::size_t at, unsigned value) {
+    for (std::size_t i = 0; i < 4; ++i) page[4 + at + 3 - i] = static_cast<char>(value >> (8 * i));
+  };
+  put(276, 203);  // HWResolution
+  put(280, 203);
+  put(372, 799);  // Width
+  put(376, 400);  // Height
+  put(384, 8);    // BitsPerColor
+  put(388, 8);    // BitsPerPixel
+  put(392, 799);  // BytesPerLine
+  put(400, 18);   // ColorSpace: grey
+  put(420, 1);    // NumColors
+  std::ofstream(folder_ + "/in", std::ios::binary) << page;
+  for (const bool named : {true, false}) {
+    EXPECT_EQ(run("image/pwg-raster", "", named), 0);
+    EXPECT_EQ(text("rastertopdf.options"), "PageSize=w283h142");
+    EXPECT_EQ(text("out").rfind(page + " rastertopdf pdftopdf", 0), 0U);
+  }
+}
+
+TEST_F(Program, FailsAsAFilterFails) {
+  filter("pdftopdf", "cat $6; exit 3");
+  int status = run("application/pdf", "");
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 3);
+  filter("gstoraster", "cat; kill -SEGV $$");
+  filter("pdftopdf", "cat $6");
+  status = run("application/pdf", "");
+  ASSERT_TRUE(WIFSIGNALED(status));
+  EXPECT_EQ(WTERMSIG(status), SIGSEGV);
+  fs::remove(folder_ + "/filter/gstoraster");
+  status = run("application/pdf", "");
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), EXIT_FAILURE);
+  EXPECT_NE(text("log").find("ERROR: Unable to start filter"), std::string::npos) << text("log");
+}
+
+TEST_F(Program, EndsItsFiltersWhenTheJobIsCancelled) {
+  // A pipe that only filters hold open: it ends when all of them have.
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, 0), 0);
+  filter("rastertokestra", "printf ready >&" + std::to_string(ends[1]) + "; exec sleep 60");
+  filter("pdftopdf", "exec sleep 60");
+  const pid_t process = start("application/pdf", "");
+  close(ends[1]);
+  char ready[6] = {};
+  ASSERT_EQ(read(ends[0], ready, 5), 5);
+  kill(process, SIGTERM);
+  int status = 0;
+  waitpid(process, &status, 0);
+  ASSERT_TRUE(WIFSIGNALED(status));
+  EXPECT_EQ(WTERMSIG(status), SIGTERM);
+  alarm(20);  // where a filter lives on, the next line would wait for its 60 seconds
+  EXPECT_EQ(read(ends[0], ready, 5), 0);
+  alarm(0);
+  close(ends[0]);
+}
+
+}  // namespace
