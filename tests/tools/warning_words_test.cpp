@@ -150,7 +150,7 @@ TEST(WarningWords, TellAScaledPage) {
   EXPECT_EQ(onlySize(facts),
             "is printed at 99.4 % of its size, because it is larger than the label; -o "
             "print-scaling=none prints the middle of it 1:1, with -o position=top-left its upper "
-            "left corner");
+            "left corner; --crop finds a label on it");
   facts.scale = 2.54;
   facts.scaled_by = "print-scaling=fill";
   EXPECT_EQ(onlySize(facts),

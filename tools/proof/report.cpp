@@ -15,13 +15,6 @@ constexpr double kMmPerInch = 25.4;
 constexpr std::size_t kListedStretches = 5;
 constexpr std::size_t kWordsAt = 16;  // the column where the words of a line begin
 
-// "100.1"
-std::string mm(std::size_t dots, unsigned dpi) {
-  std::array<char, 48> text = {};
-  std::snprintf(text.data(), text.size(), "%.1f", static_cast<double>(dots) * kMmPerInch / dpi);
-  return text.data();
-}
-
 std::string number(std::uint64_t value) { return std::to_string(value); }
 
 std::string line(const char* name, const std::string& words) {
@@ -68,6 +61,12 @@ std::string buildWords(const PageFrame& frame) {
 }
 
 }  // namespace
+
+std::string mm(std::size_t dots, unsigned dpi) {
+  std::array<char, 48> text = {};
+  std::snprintf(text.data(), text.size(), "%.1f", static_cast<double>(dots) * kMmPerInch / dpi);
+  return text.data();
+}
 
 std::string percent(std::uint64_t part, std::uint64_t whole) {
   const double value =

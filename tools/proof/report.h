@@ -26,6 +26,9 @@ struct FrameWords {
 // Several lines, each with two leading blanks and a line end.
 [[nodiscard]] std::string describeFrame(const PageFrame& frame, const FrameWords& words);
 
+// "100.1": millimetres of so many dots.
+[[nodiscard]] std::string mm(std::size_t dots, unsigned dpi);
+
 // "12.3 %"; 0 of 0 is none.
 [[nodiscard]] std::string percent(std::uint64_t part, std::uint64_t whole);
 

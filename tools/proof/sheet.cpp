@@ -12,7 +12,6 @@
 namespace kestra {
 namespace {
 
-constexpr std::size_t kCaptionLines = 2;
 constexpr std::size_t kLineHeight = kLetterHeight + 2;  // letter dots with the space to the next
 constexpr std::size_t kSmallestScale = 2;
 constexpr std::size_t kSpace = 8;  // letter dots around tiles
@@ -24,20 +23,35 @@ double stretch(std::size_t width, std::size_t height) {
   return std::max(w / h, h / w);
 }
 
+// Row `row` of a line of letters, each letter dot `scale` wide; what is no dot stays as it is.
+void writeRow(const std::string& words, std::size_t row, std::size_t scale, Colour* colours) {
+  for (std::size_t letter = 0; letter < words.size(); ++letter) {
+    const unsigned dots = letterRow(words[letter], row);
+    for (std::size_t x = 0; x < kLetterWidth * scale; ++x) {
+      if (((dots >> (kLetterWidth - 1 - x / scale)) & 1U) == 0) continue;
+      colours[letter * kLetterAdvance * scale + x] = Colour::kDot;
+    }
+  }
+}
+
 }  // namespace
 
 Sheet::Sheet(std::vector<Tile> tiles) : tiles_(std::move(tiles)) {
-  std::size_t letters = 1;
+  std::size_t name = 1;
+  std::size_t words = 1;
   for (const Tile& tile : tiles_) {
     tile_width_ = std::max(tile_width_, tile.drawing->width());
     tile_height_ = std::max(tile_height_, tile.drawing->height());
-    letters = std::max({letters, tile.name.size(), tile.words.size()});
+    name = std::max(name, tile.name.size());
+    words = std::max(words, tile.words.size());
   }
-  letter_scale_ = std::max(tile_width_ / (letters * kLetterAdvance), kSmallestScale);
-  tile_width_ = std::max(tile_width_, letters * kLetterAdvance * letter_scale_);
-  space_ = kSpace * letter_scale_;
+  words_scale_ = std::max(tile_width_ / (words * kLetterAdvance), kSmallestScale);
+  name_scale_ = std::max(tile_width_ / (name * kLetterAdvance), words_scale_);
+  tile_width_ = std::max(
+      {tile_width_, name * kLetterAdvance * name_scale_, words * kLetterAdvance * words_scale_});
+  space_ = kSpace * words_scale_;
   cell_width_ = tile_width_ + space_;
-  cell_height_ = tile_height_ + space_ + kCaptionLines * kLineHeight * letter_scale_;
+  cell_height_ = tile_height_ + space_ + kLineHeight * (name_scale_ + words_scale_);
 
   std::size_t best = 1;
   double least = 0;
@@ -77,19 +91,14 @@ void Sheet::row(std::size_t y, Colour* colours) const {
       tile.drawing->row(inCell, start);
       continue;
     }
-    // The caption stands below the tallest tile, half a line away from it.
-    const std::size_t below = tile_height_ + letter_scale_ * 2;
-    if (inCell < below) continue;
-    const std::size_t dot = (inCell - below) / letter_scale_;
-    const std::size_t line = dot / kLineHeight;
-    if (line >= kCaptionLines) continue;
-    const std::string& words = line == 0 ? tile.name : tile.words;
-    for (std::size_t letter = 0; letter < words.size(); ++letter) {
-      const unsigned dots = letterRow(words[letter], dot % kLineHeight);
-      for (std::size_t x = 0; x < kLetterWidth * letter_scale_; ++x) {
-        if (((dots >> (kLetterWidth - 1 - x / letter_scale_)) & 1U) == 0) continue;
-        start[letter * kLetterAdvance * letter_scale_ + x] = Colour::kDot;
-      }
+    // The caption stands below the tallest tile, a little away from it: the name, then the words.
+    const std::size_t nameAt = tile_height_ + words_scale_ * 2;
+    const std::size_t wordsAt = nameAt + kLineHeight * name_scale_;
+    if (inCell < nameAt) continue;
+    if (inCell < wordsAt) {
+      writeRow(tile.name, (inCell - nameAt) / name_scale_, name_scale_, start);
+    } else {
+      writeRow(tile.words, (inCell - wordsAt) / words_scale_, words_scale_, start);
     }
   }
 }

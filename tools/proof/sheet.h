@@ -27,8 +27,8 @@ class Sheet final : public Drawing {
     std::size_t y;
   };
 
-  // The letters are so large that the longest line of a caption is as wide as the tiles: they can
-  // be read where the tiles can be looked at. There is at least one tile.
+  // The letters are so large that the longest name, and the longest words, are as wide as the
+  // tiles: they can be read where the tiles can be looked at. There is at least one tile.
   explicit Sheet(std::vector<Tile> tiles);
 
   std::size_t width() const override { return columns_ * cell_width_ + space_; }
@@ -43,7 +43,8 @@ class Sheet final : public Drawing {
   std::vector<Tile> tiles_;
   std::size_t tile_width_ = 0;
   std::size_t tile_height_ = 0;
-  std::size_t letter_scale_ = 1;
+  std::size_t name_scale_ = 1;  // pixels of a letter's dot
+  std::size_t words_scale_ = 1;
   std::size_t space_ = 0;  // pixels around tiles and captions
   std::size_t columns_ = 1;
   std::size_t cell_width_ = 0;   // tile and the space left of it

@@ -91,9 +91,10 @@ void Teller::words(const PageReport& page) {
             percent(tile.black_dots, page.page_dots) + "\n";
   }
   if (page.part) {
-    text += "  shown:        " + std::to_string(page.part->width) + " x " +
-            std::to_string(page.part->height) + " dots from " + std::to_string(page.part->x) +
-            ", " + std::to_string(page.part->y) + " of the page; --detail shows other places\n";
+    const DotRectangle& part = *page.part;
+    text += "  shown:        " + mm(part.width, page.dpi[0]) + " x " +
+            mm(part.height, page.dpi[1]) + " mm from " + mm(part.x, page.dpi[0]) + ", " +
+            mm(part.y, page.dpi[1]) + " mm; --detail shows another place\n";
   }
   if (page.setting) {
     text += "  printed with: " + describe(*page.setting) +

@@ -66,7 +66,7 @@ std::string scaleWarning(const PageFacts& facts) {
   }
   return words +
          ", because it is larger than the label; -o print-scaling=none prints the middle of it "
-         "1:1, with -o position=top-left its upper left corner";
+         "1:1, with -o position=top-left its upper left corner; --crop finds a label on it";
 }
 
 std::string chosen(const char* option, const std::string& value) {
