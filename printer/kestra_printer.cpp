@@ -106,9 +106,8 @@ long KestraPrinter::CalcBlackPoints(const unsigned char* dots, long imageBytes, 
 }
 
 void KestraPrinter::OutputImage(long totalBytes, int rows, const unsigned char* records) {
-  // A page for whose whole frame there is no memory is dropped, although header and records are
-  // stored from where they lie and the block is never touched.
-  const PageBlock frame = makePageBlock(kFrameHeaderSize + static_cast<std::size_t>(totalBytes));
+  // Header and records are stored from where they lie.
+  const PageBlock frame = reserveUntouched(kFrameHeaderSize + static_cast<std::size_t>(totalBytes));
   if (frame == nullptr) return;
   const PageFrameHeader header = pageFrameHeader(bLabelInfo, totalBytes, rows);
   DumpPageToFile(PageNum, jobNumber(*settings_), header.data(), static_cast<long>(header.size()),

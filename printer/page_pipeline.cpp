@@ -90,9 +90,8 @@ void WrenPrinter::print(const GreyRows& rows) {
                 "line: %zu",
                 width, height, bytesPerLine);
 
-  // Nothing but a test whether there is memory for the page at all.
   const unsigned long size = bytesPerLine * height;
-  PageBlock memoryTest = makePageBlock(size);
+  PageBlock memoryTest = reserveUntouched(size);
   PageBlock result;
   if (memoryTest == nullptr) {
     wrenLogCommon(kLogError,
@@ -108,7 +107,7 @@ void WrenPrinter::print(const GreyRows& rows) {
                   "printImage: Saving original image, file path will be generated based on time");
     saveImage(data, bytesPerLine, height, width, 8);
 
-    result = makePageBlock(2 * size);
+    result = reserveUntouched(2 * size);
     if (result == nullptr) {
       wrenLogCommon(kLogError,
                     "printImage: Memory allocation for processing result failed, unable to "
@@ -118,7 +117,6 @@ void WrenPrinter::print(const GreyRows& rows) {
                     "printImage: Memory for processing result allocated successfully, size: %zu "
                     "bytes",
                     size);
-      // The finished pixels are taken from the page image; nobody looks at the buffer's bytes.
       process(halftoneType_, rows, nullptr);
       logProcessedImage(result.get(), bytesPerLine, height, width, blank);
       printFinishedImage();

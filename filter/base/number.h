@@ -1,4 +1,4 @@
-// The only places where a text or a floating-point number becomes an integer: a page size or a
+// Where a text or a floating-point number from outside becomes an integer: a page size or a
 // setting out of range must give the same bytes on every machine, whatever its processor does.
 #pragma once
 

@@ -34,4 +34,8 @@ using PageBlock = std::unique_ptr<unsigned char[], PageBlockDeleter>;
   return PageBlock(static_cast<unsigned char*>(allocatePageBlock(size)), PageBlockDeleter{size});
 }
 
+/// A block that nobody touches: a page for which there is no room for it is deliberately dropped,
+/// although the work is done in other memory. Null where there is none.
+[[nodiscard]] inline PageBlock reserveUntouched(std::size_t size) { return makePageBlock(size); }
+
 }  // namespace kestra
