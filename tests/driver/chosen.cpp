@@ -13,8 +13,10 @@ namespace kestra::driver {
 namespace {
 
 // Choices whose place in the list is what counts. Halftones: the name's number is the method's.
-int placeOf(const std::string& choice, std::initializer_list<const char*> names) {
-  return static_cast<int>(std::find(names.begin(), names.end(), choice) - names.begin());
+bool choosePlace(int& place, const std::string& choice, std::initializer_list<const char*> names) {
+  const auto* const found = std::find(names.begin(), names.end(), choice);
+  place = static_cast<int>(found - names.begin());
+  return found != names.end();
 }
 
 bool choosePageSize(Chosen& chosen, ppd_file_t* ppd, const std::string& choice) {
@@ -48,17 +50,17 @@ bool choose(Chosen& chosen, ppd_file_t* ppd, const std::string& keyword,
   } else if (keyword == "PrintSpeed") {
     s.printSpeed = choice;
   } else if (keyword == "Darkness") {
-    s.darkness = placeOf(choice, {"Light", "Middle", "Dark"});
+    return choosePlace(s.darkness, choice, {"Light", "Middle", "Dark"});
   } else if (keyword == "HalftoneType") {
-    s.halftone =
-        placeOf(choice, {"None", "FloydSteinberg", "Ordered", "Burkes", "Stucki",
-                         "JarvisJudiceNinke", "Sierra", "StevensonArce", "Tattoo", "Tattoo_V7"});
+    return choosePlace(s.halftone, choice,
+                       {"None", "FloydSteinberg", "Ordered", "Burkes", "Stucki",
+                        "JarvisJudiceNinke", "Sierra", "StevensonArce", "Tattoo", "Tattoo_V7"});
   } else if (keyword == "Brightness") {
     s.brightness = std::stoi(choice);
   } else if (keyword == "MirrorImage") {
-    s.mirrorImage = placeOf(choice, {"False", "True"});
+    return choosePlace(s.mirrorImage, choice, {"False", "True"});
   } else if (keyword == "NegativeImage") {
-    s.negativeImage = placeOf(choice, {"False", "True"});
+    return choosePlace(s.negativeImage, choice, {"False", "True"});
   } else if (keyword == "VBarcodeDensity") {
     s.barcode = std::stoi(choice);
   } else {

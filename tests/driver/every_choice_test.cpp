@@ -62,7 +62,8 @@ class EveryChoice : public testing::TestWithParam<const char*> {
     run.inputBytes = ts::WriteStream({page});
     const ts::Result result = box.Start(run);
     EXPECT_EQ(result.status, 0) << result.messages;
-    EXPECT_EQ(result.output, textOf(expected.output));
+    EXPECT_EQ(result.output, textOf(expected.output))
+        << "filter/base/job_settings.cpp and tests/driver/chosen.cpp differ about an option";
     const auto& [name, frame] = *expected.frames.begin();
     const auto found = result.files.find(std::string(ts::kData) + "/" + name);
     ASSERT_NE(found, result.files.end()) << "no frame " << name;
@@ -100,7 +101,8 @@ TEST_P(EveryChoice, OfEveryOptionPrintsAsItsNameSays) {
       if (choice == "Custom") continue;  // has a test of its own
       Chosen chosen = defaults;
       ASSERT_TRUE(choose(chosen, ppd_.get(), option->keyword, choice))
-          << "no rule for the option " << option->keyword << " with " << choice;
+          << "tests/driver/chosen.cpp has no rule for the option " << option->keyword << " with "
+          << choice;
       expectPrint(std::string(option->keyword) + "=" + choice, chosen, {40, 12, "photo"});
       ++choices;
     }

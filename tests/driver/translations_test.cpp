@@ -137,7 +137,8 @@ TEST_P(Translations, HaveEveryTextThatADialogShows) {
   for (const auto& [what, text] : english_) {
     const auto found = translated_.find(what);
     if (found == translated_.end()) {
-      ADD_FAILURE() << "no " << language_ << " for " << what.first << " " << what.second;
+      ADD_FAILURE() << "driver/po/" << language_ << ".po has no " << what.first << " "
+                    << what.second << ": \"" << text << "\"";
     } else if (!mayStayAsItIs(text)) {
       EXPECT_NE(found->second, text) << what.first << " " << what.second;
     }

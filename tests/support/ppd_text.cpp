@@ -13,7 +13,7 @@ PpdText::PpdText() {
   SetOption("MediaMethod", "DirectThermal", {"DirectThermal", "ThermalTransfer"});
   SetOption("PaperType", "LabelGaps", {"LabelGaps", "LabelMark", "Continue"});
   SetOption("GapsHeight", "2", {"0", "1", "2", "3", "25", "-1"});
-  SetOption("Origin", "TopLeft", {"TopLeft", "TopRight"});
+  SetOption("Origin", "TopLeft", {"TopLeft", "TopRight", "BottomLeft", "BottomRight"});
   SetOption("MirrorImage", "False", {"True", "False"});
   SetOption("NegativeImage", "False", {"True", "False"});
   SetOption("HalftoneType", "None",
