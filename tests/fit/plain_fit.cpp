@@ -108,7 +108,7 @@ Fitted FitStream(const std::string& stream, double headPoints) {
   const ssize_t put = pwrite(in, stream.data(), stream.size(), 0);
   EXPECT_EQ(put, static_cast<ssize_t>(stream.size()));
   const FitResult result = fitStream(
-      in, out, headPoints, [&](const std::string& line) { fitted.lines.push_back(line); });
+      in, out, headPoints, [&](const PageChange& change) { fitted.changes.push_back(change); });
   EXPECT_EQ(result.state, RelayState::kEnded);
   EXPECT_EQ(result.error, 0);
   fitted.stream = ReadAll(out);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tests/support/raster_stream.h"
+#include "tools/fit/row_fit.h"
 
 namespace kestra::fit_tests {
 
@@ -29,7 +30,7 @@ testing_support::StreamPage Page(const std::string& picture, unsigned width, uns
 // The stage's code on a stream, in this process; a head of `headPoints` (1/72 inch).
 struct Fitted {
   std::string stream;
-  std::vector<std::string> lines;  // for the log
+  std::vector<PageChange> changes;
 };
 Fitted FitStream(const std::string& stream, double headPoints);
 

@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <fstream>
+#include <sstream>
 #include <thread>
 
 #include "tests/fit/fit_program.h"
@@ -57,8 +58,27 @@ TEST(KestraFit, FitsPagesToTheHeadOfThePrinterDescription) {
   EXPECT_EQ(end.status, 0);
   EXPECT_EQ(end.messages,
             "WARNING: Page 1 is 12.5 mm (100 dots) wider than the print head: 6.3 mm (50 dots) on "
-            "the left and 6.3 mm (50 dots) on the right are not printed. Choose a narrower page "
-            "size, or fit-to-page.\n");
+            "the left and 6.3 mm (50 dots) on the right are not printed; choose a narrower page "
+            "size, or fit-to-page\n");
+}
+
+TEST(KestraFit, WarnsOnceOfPagesThatLoseTheSame) {
+  const Scratch ppd(".ppd", Head832());
+  std::vector<ts::StreamPage> pages;
+  for (const unsigned width : {832U, 852U, 852U, 840U, 831U})
+    pages.push_back(Page("text", width, 1));
+  FitProgram program(JobWords(), ppd.Path());
+  Through(&program, ts::RawStream(pages));
+  const std::string said = program.Await().messages;
+  std::vector<std::string> lines;
+  std::istringstream in(said);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  ASSERT_EQ(lines.size(), 3U) << said;
+  EXPECT_EQ(lines[0].find("WARNING: Page 2 is 2.5 mm (20 dots) wider"), 0U) << said;
+  EXPECT_EQ(lines[1].find("WARNING: Page 4 is 1.0 mm (8 dots) wider"), 0U) << said;
+  EXPECT_EQ(lines[2],
+            "DEBUG: Page 5 is 831 dots wide and gets 0.1 mm (1 dot) of paper on the right, so that "
+            "it prints straight");
 }
 
 TEST(KestraFit, ReadsTheFileThatIsItsSixthArgument) {

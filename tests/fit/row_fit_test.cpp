@@ -3,10 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
-#include "tools/fit/head_width.h"
-
 namespace kestra {
 
 constexpr std::uint32_t kHead = 832;
@@ -76,38 +72,13 @@ TEST(RowFit, TakesNoHeadFromMeaninglessNumbers) {
 
 TEST(RowFit, SaysInPlainWordsWhatIsCutAndFilled) {
   // 100 dots are 100 / 203 * 25.4 = 12.5 mm, 50 are 6.3 mm.
-  EXPECT_EQ(cutWarning(3, rowFit(932, kHead), 203),
+  EXPECT_EQ(cutWarning({3, rowFit(932, kHead), 203}),
             "WARNING: Page 3 is 12.5 mm (100 dots) wider than the print head: 6.3 mm (50 dots) on "
-            "the left and 6.3 mm (50 dots) on the right are not printed. Choose a narrower page "
-            "size, or fit-to-page.");
-  EXPECT_EQ(fillMessage(1, rowFit(559, kHead), 203),
+            "the left and 6.3 mm (50 dots) on the right are not printed; choose a narrower page "
+            "size, or fit-to-page");
+  EXPECT_EQ(fillMessage({1, rowFit(559, kHead), 203}),
             "DEBUG: Page 1 is 559 dots wide and gets 0.1 mm (1 dot) of paper on the right, so that "
-            "it prints straight.");
-}
-
-class HeadWidth : public testing::Test {
- protected:
-  ~HeadWidth() override { static_cast<void>(std::remove(path_.c_str())); }
-  double of(const std::string& text) const {
-    std::ofstream(path_) << text;
-    return headPoints(path_.c_str());
-  }
-  std::string path_ = testing::TempDir() + "head-width-" +
-                      testing::UnitTest::GetInstance()->current_test_info()->name() + ".ppd";
-};
-
-TEST_F(HeadWidth, IsTheFirstLineThatStatesIt) {
-  EXPECT_DOUBLE_EQ(
-      of("*% *MaxMediaWidth: \"1\"\n*MaxMediaWidth: \"295.5\"\n*MaxMediaWidth: \"9\"\n"), 295.5);
-  EXPECT_DOUBLE_EQ(of("*MaxMediaWidth:288\r\n"), 288);
-}
-
-TEST_F(HeadWidth, IsUnknownWithoutALineOrAFile) {
-  EXPECT_EQ(of("*MaxMediaHeight: \"5\"\n"), 0);
-  EXPECT_EQ(of("*MaxMediaWidth:\n"), 0);
-  EXPECT_EQ(of("*MaxMediaWidth: \"wide\"\n"), 0);
-  EXPECT_EQ(headPoints(nullptr), 0);
-  EXPECT_EQ(headPoints("/nowhere/at/all.ppd"), 0);
+            "it prints straight");
 }
 
 }  // namespace kestra

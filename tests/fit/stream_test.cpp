@@ -32,7 +32,7 @@ TEST(FittedStream, OfPagesThatFitLeavesByteForByte) {
     const std::string stream = InForm(pages, form);
     const Fitted fitted = FitStream(stream, kSmallHead);
     EXPECT_EQ(fitted.stream, stream) << form.version << form.swapped;
-    EXPECT_EQ(fitted.lines, std::vector<std::string>{});
+    EXPECT_TRUE(fitted.changes.empty());
   }
   const std::string packed = ts::WriteStream(pages, true);
   EXPECT_EQ(FitStream(packed, kSmallHead).stream, packed);
@@ -116,15 +116,17 @@ TEST(FittedStream, LeavesEveryOtherNumberOfTheHeader) {
   }
 }
 
-TEST(FittedStream, WarnsOnceOfPagesThatLoseTheSame) {
+TEST(FittedStream, TellsOfEachPageThatChanges) {
   const std::vector<ts::StreamPage> pages = {Page("text", 40, 1), Page("text", 60, 1),
-                                             Page("text", 60, 1), Page("text", 48, 1),
-                                             Page("text", 39, 1)};
-  const std::vector<std::string> lines = FitStream(ts::RawStream(pages), kSmallHead).lines;
-  ASSERT_EQ(lines.size(), 3U);
-  EXPECT_EQ(lines[0].find("WARNING: Page 2 is 2.5 mm (20 dots) wider"), 0U) << lines[0];
-  EXPECT_EQ(lines[1].find("WARNING: Page 4 is 1.0 mm (8 dots) wider"), 0U) << lines[1];
-  EXPECT_EQ(lines[2].find("DEBUG: Page 5 is 39 dots wide and gets"), 0U) << lines[2];
+                                             Page("text", 39, 1), Page("text", 36, 1, 40)};
+  const std::vector<PageChange> changes = FitStream(ts::RawStream(pages), kSmallHead).changes;
+  ASSERT_EQ(changes.size(), 3U);
+  EXPECT_EQ(changes[0].page, 2U);
+  EXPECT_EQ(changes[0].fit.skip, 10U);
+  EXPECT_EQ(changes[0].dotsPerInch, 203U);
+  EXPECT_EQ(changes[1].page, 3U);
+  EXPECT_EQ(changes[1].fit.fill, 1U);
+  EXPECT_EQ(changes[2].page, 4U);
 }
 
 // Larger than any block that is read or written at once.

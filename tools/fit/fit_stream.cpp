@@ -7,7 +7,6 @@
 #include "filter/base/page_size.h"
 #include "tools/fit/packed_row.h"
 #include "tools/fit/raster_header.h"
-#include "tools/fit/row_fit.h"
 
 namespace kestra {
 namespace {
@@ -15,8 +14,8 @@ namespace {
 class Fitter {
  public:
   Fitter(int input, int output, double headPoints,
-         const std::function<void(const std::string&)>& say)
-      : relay_(input, output), headPoints_(headPoints), say_(say) {}
+         const std::function<void(const PageChange&)>& changed)
+      : relay_(input, output), headPoints_(headPoints), changed_(changed) {}
 
   FitResult run() {
     passPages();
@@ -55,7 +54,7 @@ class Fitter {
   }
 
   bool fitPage(const PageShape& shape, const RowFit& fit) {
-    tell(shape, fit);
+    changed_({page_, fit, shape.dotsPerInch});
     row_.clear();
     if (!relay_.take(form_.header, &row_)) return false;
     setWidth(row_.data(), form_, fit.width());
@@ -82,27 +81,19 @@ class Fitter {
     return true;
   }
 
-  // Pages alike that follow each other lose the same; it is said once.
-  void tell(const PageShape& shape, const RowFit& fit) {
-    if (fit.cuts() && !(fit == told_)) say_(cutWarning(page_, fit, shape.dotsPerInch));
-    if (fit.fill > 0) say_(fillMessage(page_, fit, shape.dotsPerInch));
-    told_ = fit;
-  }
-
   Relay relay_;
   double headPoints_;
-  const std::function<void(const std::string&)>& say_;
+  const std::function<void(const PageChange&)>& changed_;
   RasterForm form_;
   unsigned page_ = 0;
-  RowFit told_;
   std::vector<std::uint8_t> row_;  // the fitted row, packed where the stream is
 };
 
 }  // namespace
 
 FitResult fitStream(int input, int output, double headPoints,
-                    const std::function<void(const std::string&)>& say) {
-  return Fitter(input, output, headPoints, say).run();
+                    const std::function<void(const PageChange&)>& changed) {
+  return Fitter(input, output, headPoints, changed).run();
 }
 
 }  // namespace kestra

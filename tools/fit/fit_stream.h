@@ -5,9 +5,9 @@
 #pragma once
 
 #include <functional>
-#include <string>
 
 #include "tools/fit/relay.h"
+#include "tools/fit/row_fit.h"
 
 namespace kestra {
 
@@ -21,8 +21,8 @@ struct FitResult {
 /// cannot reach are cut off. Pages that need neither, and everything that is no page the filter
 /// prints, leave byte for byte as they came; a stream that breaks off leaves broken off at the same
 /// place. A row at most lies in memory.
-/// @param say  gets each line for the log, without its line end
+/// @param changed  is told of each page that changes, before its first byte leaves
 [[nodiscard]] FitResult fitStream(int input, int output, double headPoints,
-                                  const std::function<void(const std::string&)>& say);
+                                  const std::function<void(const PageChange&)>& changed);
 
 }  // namespace kestra

@@ -15,8 +15,8 @@
 #include <string>
 
 #include "filter/base/file.h"
+#include "tools/fit/description.h"
 #include "tools/fit/fit_stream.h"
-#include "tools/fit/head_width.h"
 
 namespace {
 
@@ -29,6 +29,19 @@ constexpr int kArguments = 6;
 
 // One write, so that no other filter's words fall between.
 void say(const std::string& line) { std::fputs((line + "\n").c_str(), stderr); }
+
+// Pages that follow each other and lose the same are told of once.
+class Teller {
+ public:
+  void tell(const kestra::PageChange& change) {
+    if (change.fit.cuts() && !(change.fit == told_)) say(cutWarning(change));
+    if (change.fit.fill > 0) say(fillMessage(change));
+    told_ = change.fit;
+  }
+
+ private:
+  kestra::RowFit told_;
+};
 
 int fail(const char* what, int error) {
   say(std::string("ERROR: ") + what + std::strerror(error));
@@ -64,6 +77,8 @@ int main(int argc, char* argv[]) {
     input = open(argv[kArguments], O_RDONLY | O_CLOEXEC);
     if (input < 0) return fail("The raster file cannot be opened: ", errno);
   }
+  Teller teller;
   return exitStatus(
-      kestra::fitStream(input, STDOUT_FILENO, kestra::headPoints(std::getenv("PPD")), say));
+      kestra::fitStream(input, STDOUT_FILENO, kestra::headPoints(std::getenv("PPD")),
+                        [&](const kestra::PageChange& change) { teller.tell(change); }));
 }

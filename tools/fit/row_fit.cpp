@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "filter/base/page_size.h"
 #include "filter/base/units.h"
 
 namespace kestra {
@@ -33,7 +34,7 @@ RowFit rowFit(std::uint32_t width, std::uint32_t headDots) {
     fit.cutRight = width - most - fit.skip;
   } else {
     fit.keep = width;
-    fit.fill = (kRowUnit - width % kRowUnit) % kRowUnit;
+    fit.fill = static_cast<std::uint32_t>(paddedRowBytes(width)) - width;  // a dot is a byte
   }
   return fit;
 }
@@ -43,18 +44,22 @@ std::uint32_t headDots(double points, std::uint32_t dotsPerInch) {
   return dots >= kRowUnit && dots <= kMostDots ? static_cast<std::uint32_t>(dots) : 0;
 }
 
-std::string cutWarning(unsigned page, const RowFit& fit, std::uint32_t dotsPerInch) {
-  const std::uint32_t cut = fit.skip + fit.cutRight;
-  return "WARNING: Page " + std::to_string(page) + " is " + length(cut, dotsPerInch) +
+std::string cutWords(const RowFit& fit, std::uint32_t dotsPerInch) {
+  return "is " + length(fit.skip + fit.cutRight, dotsPerInch) +
          " wider than the print head: " + length(fit.skip, dotsPerInch) + " on the left and " +
          length(fit.cutRight, dotsPerInch) +
-         " on the right are not printed. Choose a narrower page size, or fit-to-page.";
+         " on the right are not printed; choose a narrower page size, or fit-to-page";
 }
 
-std::string fillMessage(unsigned page, const RowFit& fit, std::uint32_t dotsPerInch) {
-  return "DEBUG: Page " + std::to_string(page) + " is " + std::to_string(fit.keep) +
-         " dots wide and gets " + length(fit.fill, dotsPerInch) +
-         " of paper on the right, so that it prints straight.";
+std::string cutWarning(const PageChange& change) {
+  return "WARNING: Page " + std::to_string(change.page) + " " +
+         cutWords(change.fit, change.dotsPerInch);
+}
+
+std::string fillMessage(const PageChange& change) {
+  return "DEBUG: Page " + std::to_string(change.page) + " is " + std::to_string(change.fit.keep) +
+         " dots wide and gets " + length(change.fit.fill, change.dotsPerInch) +
+         " of paper on the right, so that it prints straight";
 }
 
 }  // namespace kestra

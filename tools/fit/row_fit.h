@@ -36,10 +36,20 @@ struct RowFit {
 /// Dots of a head that is `points` wide (1/72 inch), at `dotsPerInch`; 0 where it is not known.
 [[nodiscard]] std::uint32_t headDots(double points, std::uint32_t dotsPerInch);
 
+/// How much of a page is not printed and what to do, to follow the words "page 3".
+[[nodiscard]] std::string cutWords(const RowFit& fit, std::uint32_t dotsPerInch);
+
+/// A page of a stream that is fitted.
+struct PageChange {
+  unsigned page = 0;  ///< from 1
+  RowFit fit;
+  std::uint32_t dotsPerInch = 0;
+};
+
 /// What the user is told about a page that loses dots, a whole line without its line end.
-[[nodiscard]] std::string cutWarning(unsigned page, const RowFit& fit, std::uint32_t dotsPerInch);
+[[nodiscard]] std::string cutWarning(const PageChange& change);
 
 /// What the log says about a page that gets dots of paper, a whole line without its line end.
-[[nodiscard]] std::string fillMessage(unsigned page, const RowFit& fit, std::uint32_t dotsPerInch);
+[[nodiscard]] std::string fillMessage(const PageChange& change);
 
 }  // namespace kestra

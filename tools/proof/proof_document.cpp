@@ -143,6 +143,7 @@ class DocumentProof {
         static_cast<int>(std::strtol(printer_.options.choice("Brightness").c_str(), nullptr, 10));
     facts.negative = printer_.options.choice("NegativeImage") == "True";
     facts.type = type_;
+    facts.fit = page.fit;
     facts.scale = page.scale;
     facts.scaled_by = printer_.options.scalingOption();
     facts.head_dots = printer_.options.headDots(page.content.dpi[0]);

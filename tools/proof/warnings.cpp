@@ -143,10 +143,11 @@ std::vector<std::string> dotWarnings(const PageFacts& facts) {
 }
 
 std::vector<std::string> sizeWarnings(const PageFacts& facts) {
-  const unsigned width = facts.content.width;
+  const PageContent& content = facts.content;
+  const unsigned width = content.width;
   std::vector<std::string> warnings;
   if (isScaled(facts)) warnings.push_back(scaleWarning(facts));
-  if (isSkewed(facts) && facts.content.inked_pixels > 0) {
+  if (isSkewed(facts) && content.inked_pixels > 0) {
     const std::string instead =
         facts.type == DocumentType::kImage
             ? "the print system prints pictures as wide as they are; convert the picture to PDF "
@@ -155,6 +156,7 @@ std::vector<std::string> sizeWarnings(const PageFacts& facts) {
     warnings.push_back("comes out skewed, because its width of " + std::to_string(width) +
                        " dots is no multiple of 4: " + instead);
   }
+  if (facts.fit.cuts()) warnings.push_back(cutWords(facts.fit, content.dpi[0]));
   const bool wider = facts.head_dots > 0 && width > facts.head_dots;
   if (facts.overlapping || wider) {
     warnings.push_back(

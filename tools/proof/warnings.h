@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/fit/row_fit.h"
 #include "tools/render/document_type.h"
 #include "tools/render/page_reader.h"
 
@@ -24,6 +25,7 @@ struct PageFacts {
   DocumentType type = DocumentType::kPdf;
   double scale = 1;          // of what is drawn, against its size in the document
   std::string scaled_by;     // the option that asks for it, empty where none does
+  RowFit fit;                // what the page lost and gained before the filter
   unsigned head_dots = 0;    // width of the print head, 0 where it is not known
   bool overlapping = false;  // the frame's rows overlap
 };

@@ -15,6 +15,7 @@
 #include <fstream>
 #include <utility>
 
+#include "tools/fit/description.h"
 #include "tools/render/pdf_file.h"
 #include "tools/render/search_path.h"
 
@@ -223,6 +224,15 @@ bool Chain::last(const ChainRequest& request, Program program, const std::string
 }
 
 bool Chain::open(const ChainRequest& request, std::string& problem) {
+  if (!render(request, problem)) return false;
+  if (!fitsPages(request.ppd.c_str())) return true;
+  const int fitted = fitting_.start(stream_, request.ppd, request.work + "/fit.notes", problem);
+  ::close(stream_);
+  stream_ = fitted;
+  return fitted >= 0;
+}
+
+bool Chain::render(const ChainRequest& request, std::string& problem) {
   log_ = request.work + "/render.log";
   if (request.type == DocumentType::kRaster) {
     stream_ = ::open(request.document.c_str(), O_RDONLY | O_CLOEXEC);
@@ -266,6 +276,11 @@ bool Chain::open(const ChainRequest& request, std::string& problem) {
 bool Chain::close(std::string& problem) {
   if (stream_ >= 0) ::close(stream_);
   stream_ = -1;
+  const int fitted = fitting_.wait();
+  if (fitted != 0) {
+    problem = "fitting the pages failed: it ended with " + endWords(fitted);
+    return false;
+  }
   if (!renderer_.running()) return true;
   const int status = renderer_.wait();
   if (status == 0) return true;

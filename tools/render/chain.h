@@ -11,6 +11,7 @@
 
 #include "tools/render/child.h"
 #include "tools/render/document_type.h"
+#include "tools/render/fitting.h"
 
 namespace kestra {
 
@@ -38,7 +39,8 @@ class Chain {
   Chain(const Chain&) = delete;
   Chain& operator=(const Chain&) = delete;
 
-  // Runs all programs but the last to their end and starts that one. False and one sentence, with
+  // Runs all programs but the last to their end and starts that one, with the stage behind it that
+  // the printer description names. False and one sentence, with
   // the program's last words, in `problem` where one fails.
   [[nodiscard]] bool open(const ChainRequest& request, std::string& problem);
 
@@ -56,6 +58,10 @@ class Chain {
     return scales_.empty() ? 1 : scales_[(number - 1) % scales_.size()];
   }
 
+  // What page `number` from 1 of the stream lost and gained so that it prints straight and whole;
+  // to be asked once the page has come.
+  RowFit fit(std::size_t number) { return fitting_.change(number); }
+
   // Whether the document had to be repaired before it could be read.
   bool damaged() const { return damaged_; }
 
@@ -65,10 +71,12 @@ class Chain {
  private:
   bool step(const ChainRequest& request, const std::string& what, Program program,
             const std::string& input, const std::string& output, std::string& problem);
+  bool render(const ChainRequest& request, std::string& problem);
   bool last(const ChainRequest& request, Program program, const std::string& input,
             std::string& problem);
 
   Child renderer_;
+  Fitting fitting_;
   int stream_ = -1;
   std::string log_;
   std::vector<double> scales_;  // of the placed pages

@@ -104,6 +104,7 @@ class Print {
       page.number = number;
       page.content = waiting_.front();
       page.scale = chain_.scale(number);
+      page.fit = chain_.fit(number);
       waiting_.pop_front();
       for (const auto& job : jobs_) page.frames.push_back(job->takeFrame(number));
       page.command = jobs_.front()->command(number);

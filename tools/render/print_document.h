@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/fit/row_fit.h"
 #include "tools/render/document_type.h"
 #include "tools/render/page_reader.h"
 
@@ -33,6 +34,7 @@ struct PrintRequest {
 struct PrintedPage {
   std::size_t number = 0;  // of the document's pages as they come, from 1
   PageContent content;
+  RowFit fit;                                     // what the page lost and gained before the filter
   double scale = 1;                               // of what is drawn against the document
   std::vector<std::vector<std::uint8_t>> frames;  // by job; empty where the filter stored none
   std::vector<std::uint8_t> command;              // what job 0 sent to the printer for this page
