@@ -25,15 +25,17 @@ declare -A dots
 declare -A ink
 
 # narrow_ppd PPD OUT: the printer as if its head were as wide as the 400 dots of the pictures, so
-# that these come without the margin which centres a label on the head; the dots are the same.
+# that frames come without the margin which centres a label on the head; the dots are the same.
 narrow_ppd() {
   sed 's/^\*MaxMediaWidth:.*/*MaxMediaWidth: "142.05"/' "$1" >"$2"
   grep -q '^\*MaxMediaWidth: "142.05"' "$2"
 }
 
-# proof WORDS: kestra-proof, its words in the variable `words`; shows them where it fails.
+# proof WORDS: kestra-proof, its words in the variable `words`; shows them where it fails. That a
+# document is blank is no failure here: one of the pictures is, on purpose.
 proof() {
-  if ! words=$("$build/kestra-proof" "$@" 2>&1); then
+  if ! words=$("$build/kestra-proof" "$@" 2>&1) &&
+    ! grep -q 'nothing is drawn on any of its pages' <<<"$words"; then
     echo "$words" >&2
     echo "demo: kestra-proof failed with $*" >&2
     return 1
@@ -176,7 +178,7 @@ gallery() {
   echo "Printing the pictures"
   print_everything "$root" "$work" "$ppd"
   check_claims "$work"
-  # The first picture of the README: the demo's own label, with the head as wide as it is.
+  # The first picture of the README: the demo's own label.
   mkdir -p "$new"
   gallery_page label-page "$root/tools/demo/label.ps" w288h432 $((812 * 1218)) "$work/demo-label" \
     "$build/ppd/kestra4.ppd"
