@@ -63,6 +63,7 @@ zbar-tools       zbarimg
 dmtx-utils       dmtxread
 clang            clang++
 llvm             llvm-cov
+strace           strace
 valgrind         valgrind
 clang-format     clang-format
 clang-tidy       clang-tidy

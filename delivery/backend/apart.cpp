@@ -42,7 +42,8 @@ void replaceByNull(int descriptor) {
 // The front needs its wire and standard error; a filter whose reader ends must notice it.
 int keepWireOnly(int wire) {
   replaceByNull(STDIN_FILENO);
-  static_cast<void>(dup2(wire, kFirstOwn));
+  // A front that waited at another descriptor would never end.
+  if (dup2(wire, kFirstOwn) != kFirstOwn) return wire;
   closefrom(kFirstOwn + 1);
   return kFirstOwn;
 }
