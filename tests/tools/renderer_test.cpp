@@ -56,6 +56,18 @@ TEST_F(Renderer, ThatFailsBehindItsPagesIsAFailure) {
   EXPECT_TRUE(holds(killed.errors, "signal 9")) << killed.errors;
 }
 
+// Without the stage that fits pages a picture of 102 dots is printed askew; it has no page size
+// that could be chosen.
+TEST_F(Renderer, OfASkewedPictureIsToldToGetAPdf) {
+  JobCase job;
+  job.AddPage(102, 20, "bars");
+  writeDocument(directory_, job);
+  const ProofResult result = draw("cat '" + directory_.path("pages.ras") + "'\n");
+  EXPECT_TRUE(holds(result.errors, "skewed")) << result.errors;
+  EXPECT_TRUE(holds(result.errors, "convert the picture to PDF")) << result.errors;
+  EXPECT_FALSE(holds(result.errors, "choose a page size")) << result.errors;
+}
+
 // A renderer's last line says why it gave up; what it did before is of no interest.
 TEST_F(Renderer, IsToldByItsLastLines) {
   writePages(1);
