@@ -46,6 +46,7 @@ TEST_F(JobSizeTest, StaysWhereTheDescriptionHasIt) {
   EXPECT_EQ(label("PageSize=W283H142 Darkness=Dark"), "");
   EXPECT_EQ(label("PageSize=Custom.70.07x40mm"), "");
   EXPECT_EQ(label("media=100x50mm PageSize=w283h142"), "");
+  EXPECT_EQ(label("media=Roll,w283h142"), "");
   EXPECT_EQ(stencil("PageSize=Tattoo_A5"), "");
   EXPECT_EQ(stencil("PageSize=A4"), "");
 }

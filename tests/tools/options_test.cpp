@@ -68,6 +68,9 @@ TEST_F(Options, ThatAreRightPassInAllForms) {
                             "PageSize=Custom.10x5cm",
                             "pagesize=Custom.200.5x100",
                             "Darkness=Dark HalftoneType=Burkes",
+                            "PageSize=custom.200x100",
+                            "PageSize=3x2.Borderless",
+                            "media=custom_60x40mm_60x40mm",
                             "media=Wide",
                             "media=Custom.100x50mm",
                             "print-scaling=none",
@@ -85,10 +88,9 @@ TEST_F(Options, ThatAreRightPassInAllForms) {
 TEST_F(Options, OfWhichOneIsWrongStopAll) {
   for (const char* words :
        {"Darkness=Dark HalftoneType=Burks", "copies=0", "copies=many", "MirrorImage=yes",
-        "PageSize=Custom.axb", "PageSize=custom.200x100", "noDarkness", "media=A0",
-        "print-scaling=nothing", "position=corner", "page-ranges=one", "page-ranges=1-2-3",
-        "number-up=3", "landscape=maybe", "PageSize=Custom.0x40mm", "media=Custom.40x0.1mm",
-        "PageSize=Custom.50x501", ""}) {
+        "PageSize=Custom.axb", "PageSize=A0", "noDarkness", "media=A0", "print-scaling=nothing",
+        "position=corner", "page-ranges=one", "page-ranges=1-2-3", "number-up=3", "landscape=maybe",
+        "PageSize=Custom.0x40mm", "media=Custom.40x0.1mm", "PageSize=Custom.50x501", ""}) {
     EXPECT_EQ(runWith({"-o", words}).status, 2) << words;
   }
   EXPECT_FALSE(directory_.exists("pages-1.png"));

@@ -12,6 +12,7 @@
 #include <optional>
 
 #include "tools/render/system_options.h"
+#include "tools/size/job_size.h"
 
 namespace kestra {
 namespace {
@@ -94,26 +95,9 @@ bool PrinterOptions::isGoodCustomSize(const std::string& value) const {
   return height && *height <= static_cast<double>(ppd_->custom_max[1]);
 }
 
-bool PrinterOptions::isKnownMedia(const std::string& value) {
+bool PrinterOptions::isKnownSize(const std::string& name, const std::string& value) const {
   if (value.compare(0, 7, "Custom.") == 0) return isGoodCustomSize(value);
-  // A name that the printer does not know leaves every page size as it was.
-  cups_option_t* media = nullptr;
-  const int count = cupsAddOption("media", value.c_str(), 0, &media);
-  const std::string before = choice("PageSize");
-  bool known = false;
-  int tried = 0;
-  const ppd_option_t* sizes = ppdFindOption(ppd_.get(), "PageSize");
-  for (int i = 0; sizes != nullptr && i < sizes->num_choices && tried < 2; ++i) {
-    const std::string size = sizes->choices[i].choice;
-    if (size == "Custom") continue;
-    ++tried;
-    ppdMarkOption(ppd_.get(), "PageSize", size.c_str());
-    cupsMarkOptions(ppd_.get(), count, media);
-    known = known || choice("PageSize") != size;
-  }
-  cupsFreeOptions(count, media);
-  if (!before.empty()) ppdMarkOption(ppd_.get(), "PageSize", before.c_str());
-  return known || tried < 2;
+  return sizeOfJob(ppd_.get(), name + "=" + value, {}).warning.empty();
 }
 
 std::string PrinterOptions::values(const std::string& name, const std::string& before) const {
@@ -143,7 +127,7 @@ std::string PrinterOptions::values(const std::string& name, const std::string& b
 }
 
 bool PrinterOptions::check(const std::string& name, const std::string& value,
-                           std::string& problem) {
+                           std::string& problem) const {
   const ppd_option_t* option = ppdFindOption(ppd_.get(), name.c_str());
   if (option == nullptr && !isSystemOption(name)) {
     problem = "unknown option \"" + name + "\"; this printer has:" + optionNames();
@@ -153,7 +137,9 @@ bool PrinterOptions::check(const std::string& name, const std::string& value,
   if (option == nullptr) {
     problem = wrongSystemValue(name, value);
     if (!problem.empty()) return false;
-    if (!same("media", name) || isKnownMedia(value)) return true;
+    if (!same("media", name) || isKnownSize(name, value)) return true;
+  } else if (same("PageSize", name) || same("PageRegion", name)) {
+    known = isKnownSize(name, value);
   }
   for (int i = 0; option != nullptr && i < option->num_choices; ++i) {
     const char* choice = option->choices[i].choice;
@@ -186,12 +172,15 @@ bool PrinterOptions::add(const std::string& words, std::string& problem) {
     }
     if (!known) given_.emplace_back(name, value);
   }
-  if (good) {
-    cupsMarkOptions(ppd_.get(), count, parsed);
-    text_ += (text_.empty() ? "" : " ") + words;
-  }
   cupsFreeOptions(count, parsed);
-  return good;
+  if (!good) return false;
+  given_text_ += (given_text_.empty() ? "" : " ") + words;
+  text_ = sizeOfJob(ppd_.get(), given_text_, {}).options;
+  parsed = nullptr;
+  const int all = cupsParseOptions(text_.c_str(), 0, &parsed);
+  cupsMarkOptions(ppd_.get(), all, parsed);
+  cupsFreeOptions(all, parsed);
+  return true;
 }
 
 std::string PrinterOptions::givenValue(const std::string& name) const {

@@ -27,7 +27,8 @@ class PrinterOptions {
   // knows; `problem` then lists the right ones.
   [[nodiscard]] bool add(const std::string& words, std::string& problem);
 
-  // The options as a filter is given them: all words, in order, with blanks between them.
+  // The options as a filter is given them: all words, in order, with blanks between them, and the
+  // page size in the description's words where they had others.
   const std::string& text() const { return text_; }
 
   // The options, each with its last value, in the order of their first use.
@@ -59,15 +60,16 @@ class PrinterOptions {
   int copies() const;
 
  private:
-  bool check(const std::string& name, const std::string& value, std::string& problem);
+  bool check(const std::string& name, const std::string& value, std::string& problem) const;
   bool isGoodCustomSize(const std::string& value) const;
-  bool isKnownMedia(const std::string& value);
+  bool isKnownSize(const std::string& name, const std::string& value) const;
   std::string optionNames() const;
 
   struct Closer {
     void operator()(ppd_file_t* ppd) const { ppdClose(ppd); }
   };
   std::unique_ptr<ppd_file_t, Closer> ppd_;
+  std::string given_text_;
   std::string text_;
   std::vector<std::pair<std::string, std::string>> given_;
 };

@@ -37,12 +37,19 @@ Wish wishOf(const std::string& text) {
 
 bool isCustom(const std::string& name) { return name.rfind("Custom.", 0) == 0; }
 
-std::optional<PageMeasure> measureOfMedia(const std::string& media) {
-  std::size_t start = 0;
-  while (start <= media.size()) {
+std::vector<std::string> wordsOf(const std::string& media) {
+  std::vector<std::string> words;
+  for (std::size_t start = 0; start < media.size();) {
     const std::size_t end = std::min(media.find(',', start), media.size());
-    if (const auto measure = measureOfName(media.substr(start, end - start))) return measure;
+    words.push_back(media.substr(start, end - start));
     start = end + 1;
+  }
+  return words;
+}
+
+std::optional<PageMeasure> measureOfMedia(const std::string& media) {
+  for (const std::string& word : wordsOf(media)) {
+    if (const auto measure = measureOfName(word)) return measure;
   }
   return std::nullopt;
 }
@@ -115,6 +122,12 @@ JobSize sizeOfJob(ppd_file_t* ppd, const std::string& options,
     return name.empty() || name == wish.size ? JobSize{options, ""} : with(name);
   }
 
+  if (wish.size.empty()) {
+    // The print system finds the description's own names there by itself.
+    for (const std::string& word : wordsOf(wish.media)) {
+      if (ppdPageSize(ppd, word.c_str()) != nullptr && !isCustom(word)) return {options, ""};
+    }
+  }
   std::optional<PageMeasure> measure = measureOfName(wish.size);
   if (!measure) measure = measureOfMedia(wish.media);
   std::string asked = wish.size.empty() ? wish.media : wish.size;
