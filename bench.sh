@@ -7,11 +7,12 @@ set -euo pipefail
 
 usage() {
   cat <<'EOT'
-Usage: ./bench.sh [quick | delivery]
+Usage: ./bench.sh [quick | delivery | fit]
 
   (none)  measures everything, prints the table of goals and writes docs/performance.md with its
           pictures; under 15 minutes
   quick   fewer runs and only the main rows, prints the table only; under two minutes
+  fit     measures what kestrafit adds to the filter alone and prints the table; under two minutes
   delivery  measures from lp to the printer, beside the print system's own programs, prints the table
           and writes it into docs/delivery.md; as root or where namespaces are allowed; 15 minutes
 
@@ -116,7 +117,7 @@ measure_delivery() {
 [ $# -le 1 ] || { usage >&2; exit 2; }
 case "${1-}" in
   -h | --help) usage; exit 0 ;;
-  '' | quick | delivery) ;;
+  '' | quick | delivery | fit) ;;
   *) echo "bench: unknown verb $1" >&2; usage >&2; exit 2 ;;
 esac
 
@@ -127,6 +128,13 @@ if [ "${1-}" = delivery ]; then
   make_places
   measure_delivery || fail "something could not be measured"
   echo "bench.sh delivery: done in $((SECONDS - start)) s"
+  exit 0
+fi
+if [ "${1-}" = fit ]; then
+  make_places
+  cmake --build "$build" -j "$jobs" --target kestrafit >"$build/build.log" 2>&1 ||
+    { tail -n 40 "$build/build.log" >&2; fail "building failed"; }
+  /usr/bin/python3 bench/fit_stage.py "$build" "$work"
   exit 0
 fi
 find_epson
