@@ -27,15 +27,20 @@ class Fit : public CupsCase {
 };
 
 TEST_F(Fit, StandsBeforeTheFilterForEveryKindOfDocument) {
+  // 70 mm are 559 dots: 1 dot of 0.1 mm is missing.
   const std::string queue = Queue();
   const std::vector<std::string> documents = {
-      Document("fit.pdf", BarPdf(1, 288, 432)), Document("fit.ps", BarPostScript(1, 288, 432)),
-      Document("fit.txt", "A label\n"), Raster({RasterPage("bars", 400, 100)})};
+      Document("fit.pdf", BarPdf(1, 198, 113)), Document("fit.ps", BarPostScript(1, 198, 113)),
+      Document("fit.txt", "A label\n"), Raster({RasterPage("bars", 559, 100)})};
   for (const std::string& document : documents) {
-    const JobReport report = server().Print(queue, document);
+    const JobReport report = server().Print(queue, document, {"-o", "PageSize=Custom.70x40mm"});
     EXPECT_EQ(report.state, JobState::kCompleted) << document;
     EXPECT_EQ(report.frames.size(), 1U) << document;
-    EXPECT_GE(server().LineOf(report.id, "/kestrafit) exited with no errors"), 0) << document;
+    EXPECT_EQ(Line(report.id, "Page 1 is 559"),
+              "Page 1 is 559 dots wide and gets 0.1 mm (1 dot) of paper on the right, so that it "
+              "prints straight")
+        << document;
+    EXPECT_NE(Line(report.id, "header.cupsWidth:560"), "") << document;
   }
 }
 
@@ -53,20 +58,23 @@ TEST_F(Fit, PrintsAPictureOfAnyWidthStraight) {
   EXPECT_EQ(BlackBox(frame, 18), (Box{100, 0, 150, 300}));
 }
 
-TEST_F(Fit, PrintsASizeThatIsCutToWholePointsStraight) {
-  // 70.07 mm are 198.6 points; this way of asking cuts them to 198, which are 558 dots. The label
-  // is as large as the document, and its bar 1 inch wide and high, 1 inch above the lower edge: 113
-  // - 144 points lie above the upper one, so 41 of 72 points are seen, 116 rows.
-  const JobReport report = server().Print(Queue(), Document("points.pdf", BarPdf(1, 198, 113)),
-                                          {"-o", "media=Custom.70.07x40mm"});
-  EXPECT_EQ(report.state, JobState::kCompleted) << report.message;
-  ASSERT_EQ(report.frames.size(), 1U);
-  EXPECT_NE(Line(report.id, "header.cupsWidth:560"), "");
-  EXPECT_NE(Line(report.id, "Page 1 is 558 dots wide and gets 0.3 mm (2 dots) of paper"), "");
-  // 560 dots are 70 bytes; margin ((832.02 - 560) / 2 + 7) / 8 = 17.9.
-  const std::string& frame = report.frames.begin()->second;
-  EXPECT_EQ(RecordBytes(frame), 2U + 17 + 70);
-  EXPECT_EQ(BlackBox(frame, 17), (Box{0, 0, 203, 116}));
+TEST_F(Fit, PrintsSizesTypedByHandStraight) {
+  // 558, 559 and 560 dots. The bar is 1 inch wide and its upper part lies on the label, so a
+  // slanted one would be no rectangle.
+  const std::string queue = Queue();
+  for (const char* size : {"PageSize=Custom.69.9x40mm", "media=Custom.70x40mm", "PageSize=70x40mm",
+                           "media=Custom.70.07x40mm"}) {
+    const JobReport report =
+        server().Print(queue, Document("typed.pdf", BarPdf(1, 198, 113)), {"-o", size});
+    EXPECT_EQ(report.state, JobState::kCompleted) << report.message;
+    ASSERT_EQ(report.frames.size(), 1U) << size;
+    const std::string& frame = report.frames.begin()->second;
+    // 560 dots are 70 bytes; margin ((832.02 - 560) / 2 + 7) / 8 = 17.9.
+    EXPECT_EQ(RecordBytes(frame), 2U + 17 + 70) << size;
+    const Box box = BlackBox(frame, 17);
+    EXPECT_EQ(box.right - box.left, 203) << size;
+    EXPECT_NEAR(box.left, 0, 1) << size;
+  }
 }
 
 TEST_F(Fit, CutsAPageWiderThanTheHeadAndSaysHowMuch) {
