@@ -24,6 +24,7 @@ tools/fit filter/base
 tools/size filter/base
 tools/render filter filter/base tools/fit tools/size
 tools/crop tools/render
+tools/testlabel tools/render filter/base
 tools/proof tools/crop tools/fit tools/frame tools/render filter/base
 tools/paper tools/frame tools/proof filter/base
 tools

@@ -4,20 +4,17 @@
 // the dots of the print head.
 #include "tools/crop/crop_document.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
+#include <locale>
 #include <sstream>
 #include <utility>
 
-#include "tools/render/chain.h"
 #include "tools/render/child.h"
+#include "tools/render/ghostscript.h"
 #include "tools/render/private_directory.h"
 
 namespace kestra::crop {
@@ -27,9 +24,8 @@ constexpr double kPointsPerMm = 72 / 25.4;
 constexpr double kRoom = 2;  // points by which a place named by hand may be larger than the label
 constexpr int kMostPages = 999;
 
-/// A comment behind the end of the PDF, by which a later run knows its own.
 std::string markOf(const std::string& document) {
-  return "%kestra-proof --crop " + std::filesystem::path(document).filename().string() + "\n";
+  return "kestra-proof --crop " + std::filesystem::path(document).filename().string();
 }
 
 /// A number with one decimal, none where it is a whole one.
@@ -70,35 +66,19 @@ class Crop {
   }
 
  private:
-  /// Runs Ghostscript with these words behind the common ones. A sentence where it fails.
-  std::string ghostscript(const std::vector<std::string>& words) {
-    Program program;
-    program.path = programOnPath("gs");
-    program.words = {
-        "gs", "-q", "-dBATCH", "-dNOPAUSE", "-dSAFER", "-dUseCropBox", "-dAutoRotatePages=/None"};
-    program.words.insert(program.words.end(), words.begin(), words.end());
-    program.environment = {{"TMPDIR", directory_.path()}};
-    const std::string log = directory_.path() + "/log";
-    const int messages = open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    program.output = messages;
-    program.messages = messages;
-    Child child;
-    std::string problem;
-    const int status = child.start(program, problem) ? child.wait() : -1;
-    if (messages >= 0) close(messages);
-    std::ifstream file(log);
-    said_.assign(std::istreambuf_iterator<char>(file), {});
-    if (said_.find("requires a password") != std::string::npos) {
-      return "is protected by a password; open it in a viewer, print it to a new PDF without one, "
-             "and take that";
-    }
-    if (status == 0 || !problem.empty()) return problem;
-    return "drawing the pages failed: gs ended with " + endWords(status);
+  /// Runs Ghostscript with these words. A sentence where it fails.
+  std::string ghostscript(std::vector<std::string> words) {
+    words.insert(words.begin(), "-dUseCropBox");
+    const GhostscriptRun run = runGhostscript(words, directory_.path());
+    said_ = run.said;
+    if (said_.find("requires a password") == std::string::npos) return run.problem;
+    return "is protected by a password; open it in a viewer, print it to a new PDF without one, "
+           "and take that";
   }
 
   std::string work() {
-    std::string problem = missingProgram(DocumentType::kPostScript);
-    if (!problem.empty() || !directory_.make(problem)) return problem;
+    std::string problem;
+    if (!directory_.make(problem)) return problem;
     // Pages that are turned or begin anywhere become upright pages that begin at 0 0.
     const std::string pages = directory_.path() + "/pages.pdf";
     problem = ghostscript({"-sDEVICE=pdfwrite", "-sOutputFile=" + pages, request_.document});
@@ -257,11 +237,9 @@ class Crop {
     }
     std::string problem = ghostscript(all);
     if (!problem.empty()) return problem;
-    std::ofstream(directory_.path() + "/all.pdf", std::ios::app | std::ios::binary)
-        << markOf(request_.document);
-    std::error_code ignored;  // moving says what is wrong
-    std::filesystem::remove(request_.output, ignored);
-    if (moveFile(directory_.path() + "/all.pdf", request_.output)) return {};
+    if (placePdf(directory_.path() + "/all.pdf", request_.output, markOf(request_.document))) {
+      return {};
+    }
     return request_.output + " cannot be written; name another place with --output-dir";
   }
 
@@ -308,14 +286,7 @@ CropResult cropDocument(const CropRequest& request) {
 }
 
 bool isCroppedFrom(const std::string& path, const std::string& document) {
-  std::ifstream file(path, std::ios::binary | std::ios::ate);
-  const std::string mark = markOf(document);
-  const std::streamoff size = file.tellg();
-  if (!file || size < static_cast<std::streamoff>(mark.size())) return false;
-  file.seekg(size - static_cast<std::streamoff>(mark.size()));
-  std::string last(mark.size(), '\0');
-  file.read(last.data(), static_cast<std::streamsize>(last.size()));
-  return file && last == mark;
+  return isPlacedPdf(path, markOf(document));
 }
 
 }  // namespace kestra::crop

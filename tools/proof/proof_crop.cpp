@@ -43,7 +43,8 @@ std::string cropTo(const std::string& path, DocumentType type, const Arguments& 
   }
   crop::CropRequest request;
   request.document = std::filesystem::absolute(path).string();
-  request.label = {printer.options.pagePoints()[0], printer.options.pagePoints()[1]};
+  const PageArea page = printer.options.page();
+  request.label = {page.width, page.height};
   request.output = croppedPath(arguments, path);
   if (!arguments.crop_place.empty()) request.hand = crop::parseHandPlace(arguments.crop_place);
   if (!mayReplace(request.output, path, arguments, guard, problem)) {

@@ -195,10 +195,23 @@ std::string PrinterOptions::choice(const std::string& keyword) const {
   return marked == nullptr ? std::string() : marked->choice;
 }
 
-std::array<double, 2> PrinterOptions::pagePoints() const {
+PageArea PrinterOptions::page() const {
   const ppd_size_t* size = ppdPageSize(ppd_.get(), nullptr);
-  if (size == nullptr) return {0, 0};
-  return {static_cast<double>(size->width), static_cast<double>(size->length)};
+  if (size == nullptr) return {};
+  const auto points = [](float value) { return static_cast<double>(value); };
+  return {points(size->width),  points(size->length), points(size->left),
+          points(size->bottom), points(size->right),  points(size->top)};
+}
+
+std::string PrinterOptions::sizeName(double width, double height) const {
+  for (int i = 0; i < ppd_->num_sizes; ++i) {
+    const ppd_size_t& size = ppd_->sizes[i];
+    if (std::fabs(static_cast<double>(size.width) - width) <= 1 &&
+        std::fabs(static_cast<double>(size.length) - height) <= 1 && !same("Custom", size.name)) {
+      return size.name;
+    }
+  }
+  return {};
 }
 
 unsigned PrinterOptions::headDots(double dpi) const {

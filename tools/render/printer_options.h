@@ -8,13 +8,22 @@
 #include <cups/cups.h>
 #include <cups/ppd.h>
 
-#include <array>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace kestra {
+
+// A page and its printable part, in points from its lower left corner.
+struct PageArea {
+  double width = 0;
+  double height = 0;
+  double left = 0;
+  double bottom = 0;
+  double right = 0;
+  double top = 0;
+};
 
 // A printer description with the options of one job marked in it.
 class PrinterOptions {
@@ -41,8 +50,11 @@ class PrinterOptions {
   // empty text where it has no such option.
   std::string choice(const std::string& keyword) const;
 
-  // Width and height of the page of the job in points; 0 and 0 where the description has none.
-  std::array<double, 2> pagePoints() const;
+  // The page of the job; all 0 where the description has none.
+  PageArea page() const;
+
+  // The name of a size of these points, at most one off; empty where there is none.
+  std::string sizeName(double width, double height) const;
 
   // Dots of the print head at a resolution, from the description's MaxMediaWidth; 0 where it has
   // none.
