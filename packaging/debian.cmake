@@ -28,6 +28,7 @@ sends each label to the printer exactly once, over the network or a cable, also
 when the print system is restarted or the printer is away for a while.
 .
 The program kestra-proof shows a page as a picture of its very dots,
+kestra-testlabel prints a label that shows size, offset and heat,
 kestra-delivery what waits and what is in doubt, and kestra-paper is a printer
 without paper to try everything with.")
 

@@ -34,6 +34,7 @@ check_lintian() {
 # The programs and their rights. cupsd starts a backend as root that nobody else may execute.
 programs='rwxr-xr-x ./usr/bin/kestra-paper
 rwxr-xr-x ./usr/bin/kestra-proof
+rwxr-xr-x ./usr/bin/kestra-testlabel
 rwxr--r-- ./usr/lib/cups/backend/kestra
 rwxr-xr-x ./usr/lib/cups/filter/kestrafit
 rwxr-xr-x ./usr/lib/cups/filter/kestrasize
@@ -47,9 +48,9 @@ check_install() {
   DESTDIR="$destination" cmake --install "$1" --prefix /usr/local >"$work/install.log" ||
     fail "cmake --install failed"
   bin=".$(cups-config --serverbin)"
-  for want in bin/kestra-paper bin/kestra-proof sbin/kestra-delivery \
+  for want in bin/kestra-paper bin/kestra-proof bin/kestra-testlabel sbin/kestra-delivery \
     lib/tmpfiles.d/rastertokestra.conf share/man/man1/kestra-paper.1.gz \
-    share/man/man1/kestra-proof.1.gz share/man/man8/kestra-delivery.8.gz \
+    share/man/man1/kestra-proof.1.gz share/man/man1/kestra-testlabel.1.gz share/man/man8/kestra-delivery.8.gz \
     share/man/man8/kestrafit.8.gz share/man/man8/kestrasize.8.gz \
     share/man/man8/rastertokestra.8.gz share/doc/rastertokestra/LICENSE \
     share/doc/rastertokestra/CHANGELOG.md share/doc/rastertokestra/docs/protocol.md \

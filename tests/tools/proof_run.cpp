@@ -85,10 +85,9 @@ std::vector<std::string> ProofDirectory::names(const std::string& directory) con
 }
 
 pid_t ProofDirectory::start(const std::vector<std::string>& words, const Bytes& input,
-                            const Environment& environment) const {
+                            const Environment& environment, std::string program) const {
   write("../streams/in", input);
   std::vector<std::string> copy = words;
-  std::string program = KESTRA_PROOF;
   std::vector<char*> argv = {program.data()};
   for (std::string& word : copy) argv.push_back(word.data());
   argv.push_back(nullptr);
@@ -126,6 +125,12 @@ ProofResult ProofDirectory::finish(pid_t child) const {
 ProofResult ProofDirectory::run(const std::vector<std::string>& words, const Bytes& input,
                                 const Environment& environment) const {
   return finish(start(words, input, environment));
+}
+
+ProofResult ProofDirectory::runProgram(const std::string& program,
+                                       const std::vector<std::string>& words,
+                                       const Environment& environment) const {
+  return finish(start(words, {}, environment, program));
 }
 
 std::vector<std::string> cut(const Picture& picture, std::size_t x, std::size_t y,

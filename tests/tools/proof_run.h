@@ -45,9 +45,13 @@ class ProofDirectory {
   ProofResult run(const std::vector<std::string>& words, const Bytes& input = {},
                   const Environment& environment = {}) const;
 
+  // The same with another program that tools are made of.
+  ProofResult runProgram(const std::string& program, const std::vector<std::string>& words,
+                         const Environment& environment = {}) const;
+
   // The same in two steps, for a run that is disturbed in between.
   pid_t start(const std::vector<std::string>& words, const Bytes& input = {},
-              const Environment& environment = {}) const;
+              const Environment& environment = {}, std::string program = KESTRA_PROOF) const;
   ProofResult finish(pid_t child) const;
 
   // What lies in the directory for temporary files.
