@@ -127,12 +127,12 @@ TEST_F(Render, SaysThatBrightnessOfAPictureIsNotOurs) {
       << result.errors;
 }
 
-TEST_F(Render, SaysThatATransparentPictureGetsDoubleLines) {
+TEST_F(Render, SaysThatATransparentPictureGetsWrongRims) {
   directory_.writeText("page.ps", kBar);
   convert("pngalpha", "clear.png");
   convert("pnggray", "paper.png");
   EXPECT_TRUE(holds(directory_.run({"clear.png"}).errors,
-                    "clear.png: has transparent places; the print system draws their rims twice"));
+                    "clear.png: has transparent places; the print system draws their rims wrong"));
   EXPECT_FALSE(holds(directory_.run({"paper.png"}).errors, "transparent"));
 }
 

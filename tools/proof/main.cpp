@@ -129,7 +129,8 @@ int answer(const Arguments& arguments) {
     const std::string values = printer.options.values(name, "\n  ");
     // An option without a list takes anything, one that is not there nothing at all.
     if (values.empty() && !printer.options.add(name + "=1", problem)) return wrongUsage(problem);
-    text += name + (values.empty() ? " has no list of values" : " can be:" + values) + "\n";
+    text.append(name).append(values.empty() ? " has no list of values" : " can be:");
+    text.append(values).append("\n");
   }
   return print(text);
 }

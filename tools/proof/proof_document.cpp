@@ -44,8 +44,9 @@ class DocumentProof {
         {path_, typeWords(type_), printer_.model, printer_.ppd, printer_.options.given()});
     if (type_ == DocumentType::kImage && isTransparent(chunksBeforePixels(path_))) {
       teller_.warn(
-          "has transparent places; the print system draws their rims twice and hatched: make a "
-          "PDF of it (img2pdf) and print that");
+          "has transparent places; the print system draws their rims wrong, in line art often "
+          "double "
+          "and hatched: make a PDF of it (img2pdf) and print that");
     }
     if (type_ == DocumentType::kImage && !printer_.options.givenValue("Brightness").empty()) {
       teller_.warn(

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
+#include <locale>
 #include <memory>
 #include <sstream>
 
@@ -96,6 +97,7 @@ double contentScale(const std::string& content) {
 std::vector<double> placedScales(const std::string& path) {
   OpenPdf pdf(path);
   std::vector<double> scales;
+  scales.reserve(static_cast<std::size_t>(pdf.pages()));
   for (int page = 0; page < pdf.pages(); ++page) scales.push_back(contentScale(pdf.content(page)));
   return scales;
 }

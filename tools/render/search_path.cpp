@@ -22,8 +22,8 @@ std::string safePath() {
 std::string onPath(const std::string& name) {
   std::istringstream folders(safePath());
   for (std::string folder; std::getline(folders, folder, ':');) {
-    const std::string file = folder + "/" + name;
-    if (access(file.c_str(), X_OK) == 0) return file;
+    folder.append("/").append(name);
+    if (access(folder.c_str(), X_OK) == 0) return folder;
   }
   return {};
 }
