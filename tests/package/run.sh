@@ -88,7 +88,7 @@ check_contents() {
     END { for (name in rights) print name " is missing" }')
   [ -z "$wrong" ] || fail "wrong owner or rights: $wrong"
   depends=$(dpkg-deb -f "$1" Depends)
-  for name in cups libcups2 libc6 'libstdc++6' libpng16-16 'libqpdf[0-9]+' libnettle8; do
+  for name in cups libcups2 libc6 'libstdc++6' libpng16-16 'libqpdf[0-9]*' libnettle8; do
     grep -qE "(^|, )${name//+/\\+}(t64)?( |,|$)" <<<"$depends" ||
       fail "the package does not ask for $name"
   done
