@@ -46,6 +46,7 @@ Slice sliceOf(std::uint32_t at, std::uint32_t dots, const RowFit& fit) {
   return {begin - at, end - begin};
 }
 
+// A single dot of different ones, 256, becomes 0: a dot that is not repeated.
 void putCount(std::vector<std::uint8_t>* packed, std::uint32_t count) {
   packed->push_back(static_cast<std::uint8_t>(count));
 }
@@ -59,11 +60,6 @@ void putEqual(std::vector<std::uint8_t>* packed, std::uint32_t dots, std::uint8_
     packed->push_back(level);
     dots -= piece;
   }
-}
-
-// A single dot has no form of its own among different ones.
-void putDifferentCount(std::vector<std::uint8_t>* packed, std::uint32_t dots) {
-  putCount(packed, dots == 1 ? 0 : kDifferent - dots);
 }
 
 }  // namespace
@@ -96,7 +92,7 @@ bool takePackedRow(Relay* relay, std::uint32_t bytesPerLine, const RowFit& fit, 
     at += piece.dots;
     if (piece.different) {
       if (!relay->skip(slice.skip)) return false;
-      if (slice.keep > 0) putDifferentCount(packed, slice.keep);
+      if (slice.keep > 0) putCount(packed, kDifferent - slice.keep);
       if (!relay->take(slice.keep, packed)) return false;
       if (!relay->skip(piece.dots - slice.skip - slice.keep)) return false;
     } else {

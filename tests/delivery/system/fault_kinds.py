@@ -166,6 +166,7 @@ KINDS = [
     Kind("front and sender killed", _both, Rules(tears=True)),
     Kind("filter killed", _program("rastertokestra"), aim="rastertokestra"),
     Kind("filter ended (TERM)", _program("rastertokestra", signal.SIGTERM), aim="rastertokestra"),
+    Kind("page fitter killed", _program("kestrafit"), Rules(heals=False), aim="kestrafit"),
     Kind("renderer killed", _program("gs"), Rules(heals=False), "pdf", "gs"),
     Kind("PDF filter killed", _program("pdftopdf"), Rules(heals=False), "pdf", "pdftopdf"),
     Kind("print system restarted", _restart),
