@@ -5,6 +5,7 @@ import re
 import shutil
 import signal
 import socket
+import stat
 import tempfile
 import threading
 import time
@@ -105,6 +106,12 @@ class Place:
                     os.kill(int(process.name), signal.SIGKILL)
             except OSError:
                 pass  # it has ended, or is not ours
+
+    def program(self, name, script):
+        """A program of the print system's that only root may start, where the test runs as root."""
+        path = self.root / "backend" / name
+        path.write_text("#!/bin/sh\n" + script)
+        path.chmod(stat.S_IRWXU)
 
     def _store(self, name, data):
         part = self.root / "part"
