@@ -226,5 +226,55 @@ TEST_F(JobStoreTest, OfTwoStartsTheLaterOnesFramesCount) {
   EXPECT_EQ(keptFrames(folder.path()), std::vector<std::string>{folder / "frame-9-000001.dat"});
 }
 
+TEST_F(JobStoreTest, NamesThatAreNoJobsAreNeitherListedNorRemoved) {
+  start(0, Rest::kEnded);
+  const std::string jobs = folder_ / "state/jobs", open = folder_ / "state/open";
+  for (const std::string& odd : {jobs + "/a b", jobs + "/a{", jobs + "/" + kKey + "/x",
+                                 jobs + "/" + kKey + "/1234567", open + "/a{.0"}) {
+    fs::create_directory(odd);
+  }
+  publish(open + "/no-number", {1});
+  EXPECT_EQ(store_.printings().size(), 1U);
+  EXPECT_TRUE(store_.openPrintings().empty());
+  store_.forget("../jobs");
+  store_.forget("a b");
+  store_.forgetOld(-1000);
+  EXPECT_TRUE(fs::exists(jobs + "/a b"));
+  EXPECT_FALSE(fs::exists(jobs + "/" + kKey));
+}
+
+TEST_F(JobStoreTest, PrintingsAreListedByJobAndGeneration) {
+  start(0, Rest::kEnded);
+  start(1000, Rest::kEnded);
+  std::string problem;
+  ASSERT_NE(store_.jobLock("ABC", problem), "");
+  ASSERT_NE(store_.printingFolder("ABC", 0, problem), "") << problem;
+  std::vector<std::string> found;
+  for (const Printing& one : store_.printings()) {
+    found.push_back(one.key + "." + std::to_string(one.generation));
+  }
+  EXPECT_EQ(found, (std::vector<std::string>{"0b1c-2d.0", "0b1c-2d.1", "ABC.0"}));
+}
+
+TEST_F(JobStoreTest, AJobThatCameNoFurtherThanItsFolderIsForgottenByTheFoldersAge) {
+  store_.forgetOld(3600);
+  EXPECT_TRUE(fs::exists(folder_ / "state/jobs/0b1c-2d"));
+  fs::remove(folder_ / "state/tidied");
+  store_.forgetOld(-1);
+  EXPECT_FALSE(fs::exists(folder_ / "state/jobs/0b1c-2d"));
+}
+
+TEST_F(JobStoreTest, AFileInPlaceOfAFolderIsTold) {
+  publish(folder_ / "file", {1});
+  std::string problem;
+  EXPECT_FALSE(JobStore(folder_ / "file/state").prepare(problem));
+  EXPECT_NE(problem.find("Not a directory"), std::string::npos) << problem;
+  publish(folder_ / "state/jobs/taken", {1});
+  EXPECT_EQ(store_.jobLock("taken", problem), "");
+  publish(folder_ / ("state/jobs/" + std::string(kKey) + "/0"), {1});
+  EXPECT_EQ(store_.printingFolder(kKey, 0, problem), "");
+  EXPECT_NE(problem.find("no folder of ours"), std::string::npos) << problem;
+}
+
 }  // namespace
 }  // namespace kestra::delivery

@@ -160,5 +160,15 @@ TEST(PublicText, UserAndPasswordAreNotShown) {
   for (const auto& row : table) EXPECT_EQ(publicText(row.uri), row.shown);
 }
 
+TEST(DeviceUri, ASchemeIsALetterAndThenLettersDigitsAndThreeSigns) {
+  const DeviceUri odd = parseDeviceUri("kestra:a1+b-c.d9z://x");
+  ASSERT_TRUE(odd.isGood()) << odd.problem;
+  EXPECT_EQ(odd.scheme, "a1+b-c.d9z");
+  for (const char* uri : {"kestra:://x", "kestra:{b://x", "kestra:1b://x", "kestra:a{://x",
+                          "kestra:a/b://x", "kestra:a,b://x", "kestra:a_b://x"}) {
+    EXPECT_FALSE(parseDeviceUri(uri).isGood()) << uri;
+  }
+}
+
 }  // namespace
 }  // namespace kestra::delivery

@@ -1,11 +1,13 @@
 // Which files of the filter's folder are frames that nobody takes care of.
 #include "delivery/tool/left_over.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
+#include <utility>
 
 #include "tests/delivery/tool/machine.h"
 
@@ -32,12 +34,32 @@ TEST(LeftOver, FramesAreGroupedByJobInTheOrderOfTheirTimes) {
   EXPECT_EQ(jobs[1].newest(), jobs[1].frames[1].made.tv_sec);
 }
 
+TEST(LeftOver, FramesOfOneMomentAreInTheOrderOfTheirNames) {
+  const Machine machine;
+  const timespec moment = {1700000000, 5};
+  const timespec later = {1700000000, 6};
+  for (const auto& [sequence, time] : {std::pair{2, moment}, {0, moment}, {1, later}}) {
+    const std::string path = machine.leave(frameName(1, 12, sequence), frameOf(1));
+    const timespec times[2] = {time, time};
+    ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+  }
+  const std::vector<LeftJob> jobs = leftOverFrames(machine.places().frames);
+  ASSERT_EQ(jobs.size(), 1U);
+  std::vector<std::string> names;
+  for (const LeftFrame& one : jobs[0].frames) {
+    names.push_back(std::filesystem::path(one.path).filename());
+  }
+  EXPECT_EQ(names, (std::vector<std::string>{frameName(1, 12, 0), frameName(1, 12, 2),
+                                             frameName(1, 12, 1)}));
+}
+
 TEST(LeftOver, WhatIsNoFrameIsLeftOut) {
   const Machine machine;
   for (const char* name : {"page_001_jobid_000012_0000.dat", "page_0001_jobid_00012_0000.dat",
                            "page_0001_jobid_000012_000.dat", "page_0001_jobid_000012_0000.dat.part",
                            "page_0001_jobid_1234567890_0000.dat", ".part_0001", "shop.pgc",
-                           "page_-001_jobid_000012_0000.dat", "xpage_0001_jobid_000012_0000.dat"}) {
+                           "page_-001_jobid_000012_0000.dat", "xpage_0001_jobid_000012_0000.dat",
+                           "page_0001_job_000012_0000.dat", "page_0001_jobid_000012x0000.dat"}) {
     machine.leave(name, frameOf(1));
   }
   const std::string real = machine.root() + "/real";

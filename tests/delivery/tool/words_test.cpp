@@ -73,5 +73,15 @@ TEST(ToolWords, LinesForThePrintSystemAreSpoken) {
   }
 }
 
+TEST(ToolWords, MarksThatTurnOrHideTextAreShownAsQuestionMarks) {
+  for (const char* hidden :
+       {"\xE2\x80\x8B", "\xE2\x81\xA0", "\xD8\x9C", "\xEF\xBF\xB9", "\xF3\xA0\x80\x81"}) {
+    EXPECT_EQ(harmless(hidden), "?") << hidden;
+  }
+  EXPECT_EQ(harmless("\xE2\x80\x90"), "\xE2\x80\x90");  // a hyphen, just behind some of them
+  EXPECT_EQ(harmless("\xEF\xBF\xBD"), "\xEF\xBF\xBD");  // and the sign for an unknown character
+  EXPECT_EQ(harmless("\xC3("), "?(");                   // half a character and a whole one
+}
+
 }  // namespace
 }  // namespace kestra::delivery
