@@ -241,6 +241,7 @@ case "${1-}" in
   drawer) test_drawers "${@:2}" ;;
   sanitize)
     # Whole print systems in real time say nothing more about memory than the tests of their parts.
+    # Nor can a program that checks itself be traced by another.
     left_labels='^system$'
     build_and_test build-sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo \
       -DKESTRA_SANITIZE=address,undefined
