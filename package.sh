@@ -41,8 +41,8 @@ esac
 case "$architecture" in amd64 | arm64) ;; *) fail "$architecture is not supported" ;; esac
 
 build="$root/build-package-$architecture"
-programs=(rastertokestra kestrafit kestra kestra-monitor kestra-delivery kestra-proof kestra-paper
-  kestra-testlabel)
+programs=(rastertokestra kestrafit kestrasize kestra kestra-monitor kestra-delivery kestra-proof
+  kestra-paper kestra-testlabel)
 sysroot="$root/out/arm64-sysroot"
 packages="$root/out/packages"
 

@@ -7,7 +7,8 @@ set -euo pipefail
 command -v dpkg >/dev/null || { echo "skipped: no dpkg"; exit 0; }
 export tested=package.sh
 cp "$project/package.sh" "$stage/"
-programs=$(sed -n 's/^programs=(\(.*\))$/\1/p' "$project/package.sh")
+programs=$(sed -n '/^programs=(/,/)$/p' "$project/package.sh" | tr -d '()' | tr '\n' ' ')
+programs=${programs#programs=}
 [ -n "$programs" ] || wrong "package.sh does not say any more what is packed"
 stand_in tools/setup.sh
 stand_in dpkg-parsechangelog 'echo 1234567890'
