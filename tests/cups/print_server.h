@@ -81,6 +81,8 @@ class PrintServer {
   std::string Document(const std::string& name) const { return place_ + "documents/" + name; }
   std::string Ppd(const std::string& model) const { return place_ + model + ".ppd"; }
   std::string SpoolTmp() const;
+  // The build's kestra-testlabel.
+  std::string TestLabelProgram() const { return place_ + "kestra-testlabel"; }
 
  private:
   PrintServer();

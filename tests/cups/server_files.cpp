@@ -43,6 +43,7 @@ void KeepBuildFiles() {
   BuildFiles()["relative"] = ReadFile(KESTRA_FILTER_RELATIVE);
   BuildFiles()["kestrafit"] = ReadFile(KESTRA_FIT);
   BuildFiles()["kestrasize"] = ReadFile(KESTRA_SIZE);
+  BuildFiles()["kestra-testlabel"] = ReadFile(KESTRA_TESTLABEL);
   for (const char* model : {"kestra4.ppd", "kestraa4.ppd"}) {
     BuildFiles()[model] = ReadFile(std::string(KESTRA_PPD_DIR) + "/" + model);
   }
@@ -75,6 +76,7 @@ std::string WriteServerFiles(const std::string& place) {
     }
   }
   WriteFile(bin + "backend/capture", kCapture, 0755);
+  WriteFile(place + "kestra-testlabel", BuildFiles()["kestra-testlabel"], 0755);
   WriteFile(bin + "filter/kestrafit", BuildFiles()["kestrafit"], 0755);
   WriteFile(bin + "filter/kestrasize", BuildFiles()["kestrasize"], 0755);
   if (ThisMachine().root == "/") {

@@ -133,7 +133,7 @@ class TestLabel {
 
   /// A size that the printer has by name goes by that name.
   [[nodiscard]] std::string sizeOption() const {
-    const std::string custom = pageSizeOf(arguments_.size);
+    std::string custom = pageSizeOf(arguments_.size);
     PrinterOptions trial;
     std::string ignored;
     if (!trial.open(ppd_, ignored) || !trial.add("PageSize=" + custom, ignored)) return custom;
