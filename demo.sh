@@ -37,8 +37,6 @@ EOF
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 here=$PWD
-# shellcheck source=tools/demo/gallery.sh
-. "$root/tools/demo/gallery.sh"
 
 fail() {
   echo "demo: $1" >&2
@@ -109,10 +107,8 @@ seconds() { LC_ALL=C awk -v from="$1" -v to="$(date +%s.%N)" 'BEGIN { printf "%.
 start=$(date +%s.%N)
 targets=(rastertokestra kestrafit kestra-proof ppds)
 needs=demo
-if [ "$verb" = printer ]; then
-  targets+=(kestra kestra-monitor kestra-paper kestrasize)
-  needs=printer
-fi
+[ "$verb" = print ] || needs=$verb
+[ "$verb" != printer ] || targets+=(kestra kestra-monitor kestra-paper kestrasize)
 "$root/tools/setup.sh" "$needs"
 setup_time=$(seconds "$start")
 
@@ -140,10 +136,7 @@ done
 build_time=$(seconds "$mark")
 
 if [ "$verb" = gallery ]; then
-  work=$(mktemp -d)
-  trap 'rm -rf "$work"' EXIT
-  chmod 755 "$work"
-  gallery "$root" "$build" "$work"
+  python3 "$root/tools/demo/gallery.py" "$build" || exit 1
   exit 0
 fi
 

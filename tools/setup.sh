@@ -8,12 +8,13 @@ set -euo pipefail
 
 usage() {
   cat <<'EOF'
-Usage: tools/setup.sh [build|demo|printer|tests|arm64|bench|package|cross|packagetest|fresh]
+Usage: tools/setup.sh [build|demo|gallery|printer|tests|arm64|bench|package|cross|packagetest|fresh]
 
 Installs what is missing on a Debian or Ubuntu machine, as root or with sudo.
 
   build   compiler and libraries of the filter and its tools
   demo    what ./demo.sh needs: build, and programs that turn documents into pages (default)
+  gallery what ./demo.sh gallery needs: demo, and the language it is written in
   printer what ./demo.sh printer needs: demo, and the print system's programs
   tests   what ./test.sh needs: build, and compilers, checkers and the test library
   arm64   what ./test.sh arm64 needs: tests, and a compiler for that processor and an emulator of it
@@ -45,6 +46,9 @@ cups-filters     /usr/lib/cups/filter/texttopdf
 cups-filters-core-drivers /usr/lib/cups/filter/pdftopdf
 fonts-dejavu-core /usr/share/fonts/truetype/dejavu/DejaVuSansMono.ttf
 fontconfig       fc-match
+'
+gallery_list="$demo_list"'
+python3          python3
 '
 printer_list="$demo_list"'
 cups-client      /usr/sbin/lpadmin
@@ -123,6 +127,7 @@ fail() {
 case "${1:-demo}" in
   build) list="$build_list" ;;
   demo) list="$demo_list" ;;
+  gallery) list="$gallery_list" ;;
   printer) list="$printer_list" ;;
   tests) list="$tests_list" ;;
   arm64) list="$arm64_list" ;;

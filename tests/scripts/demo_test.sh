@@ -30,6 +30,15 @@ asked kestra-proof "-o PageSize=Tattoo_A6 -o fit-to-page"
 run 0
 asked kestra-proof "-o HalftoneType=Burkes"
 
+stand_in python3
+run 0 gallery
+asked setup.sh gallery
+asked python3 "$stage/tools/demo/gallery.py $stage/build"
+idle kestra-proof
+fails python3 # a sentence of the gallery that no longer holds
+run 1 gallery
+run 2 gallery mine.ps
+
 run 2 -m poster mine.ps
 idle kestra-proof
 run 2 -m
