@@ -1,7 +1,7 @@
-// Stages of the page image: halftones by method, tone, geometry, depth.
+// Stages of the page image: halftones by method, tone, geometry.
 //
-// A halftone uses its image up, so each round starts with a fresh one, made outside the measured
-// time; making and releasing the 1-bit image is part of the halftone, as in a job.
+// A halftone turns the levels of its image into dots where they are, as in a job, so each round
+// starts with a fresh image, made outside the measured time.
 #include "bench/stages.h"
 #include "imaging/paletteimage/palette_image.h"
 
@@ -19,21 +19,7 @@ void dither(benchmark::State& state, const std::vector<std::uint8_t>& page, std:
       const Untimed span(&state);
       if (!makeImage(&image, page)) state.SkipWithError("no image");
     }
-    if (!image.Dither(method)) state.SkipWithError("no halftone");
-    benchmark::DoNotOptimize(image.GetBits());
-  }
-  image.Destroy();
-}
-
-// The 1-bit image is made by the threshold outside the measured time.
-void increaseDepth(benchmark::State& state, const std::vector<std::uint8_t>& page) {
-  PaletteImage image;
-  while (state.KeepRunning()) {
-    {
-      const Untimed span(&state);
-      if (!makeImage(&image, page) || !image.Dither(0)) state.SkipWithError("no 1-bit image");
-    }
-    if (!image.IncreaseBpp(8)) state.SkipWithError("no 8-bit image");
+    if (!image.DitherToBytes(method)) state.SkipWithError("no halftone");
     benchmark::DoNotOptimize(image.GetBits());
   }
   image.Destroy();
@@ -84,7 +70,6 @@ void registerImageStages() {
   registerHalftone("generated", 7);
 
   registerStage("CreateFromArray", {"photo"}, createFromArray);
-  registerStage("IncreaseBpp", {"photo"}, increaseDepth);
   registerStage("Light", {"photo"}, inPlace([](PaletteImage& image) { image.Light(25, 10); }));
   registerStage("Mirror", {"photo"}, inPlace([](PaletteImage& image) { image.Mirror(); }));
   registerStage("Negative", {"photo"}, inPlace([](PaletteImage& image) { image.Negative(); }));

@@ -45,10 +45,10 @@ class Bench:
         self.disk = os.path.join(self.work, "job")
         self.memory = os.path.join(arguments.memory, "job") if arguments.memory else None
         self.spool = self.disk
-        self.levels = self.kernel_levels()
+        self.versions = self.kernel_versions()
 
-    def kernel_levels(self):
-        """Levels that this processor has, the slowest first."""
+    def kernel_versions(self):
+        """Versions of the inner loops that this processor has, the slowest first."""
         names = subprocess.run([f"{self.build}/bench/kestra_bench", "--benchmark_list_tests"],
                                check=True, capture_output=True, text=True, cwd=self.work).stdout
         return [name.split("/")[2] for name in names.split("\n")
@@ -62,12 +62,12 @@ class Bench:
                             str(dpi), str(pages), path], check=True)
         return path
 
-    def ours(self, keyword, raster, level=None, ppd="kestraa4", size="A4", dpi=300):
+    def ours(self, keyword, raster, version=None, ppd="kestraa4", size="A4", dpi=300):
         """Our filter as a job: arguments and environment."""
         options = f"HalftoneType={keyword} PageSize={size} Resolution={dpi}dpi"
         environment = {"PPD": f"{self.build}/ppd/{ppd}.ppd", "PRINTER": "bench"}
-        if level:
-            environment["KESTRA_KERNELS"] = level
+        if version:
+            environment["KESTRA_KERNELS"] = version
         program = f"{self.build}/filter/rastertokestra_relative"
         return [program, "1", "user", "title", "1", options, raster], environment
 
@@ -156,13 +156,13 @@ def measure(bench, quick):
     photo = bench.raster("photo")
     epson = bench.peer(bench.epson, bench.epson_ppd, photo)
     pclx = bench.peer("/usr/lib/cups/filter/rastertopclx", bench.pclx_ppd, photo)
-    result = {"levels": bench.levels, "keywords": {}, "kinds": {}, "label": {}, "memory": {},
+    result = {"versions": bench.versions, "keywords": {}, "kinds": {}, "label": {}, "memory": {},
               "growth": {}, "stations": {}}
 
     for keyword in SOME_KEYWORDS if quick else KEYWORDS:
         jobs = {"ours": bench.ours(keyword, photo), "rastertoepson": epson, "rastertopclx": pclx}
-        for level in bench.levels[:-1]:
-            jobs[level] = bench.ours(keyword, photo, level)
+        for version in bench.versions[:-1]:
+            jobs[version] = bench.ours(keyword, photo, version)
         result["keywords"][keyword] = bench.alternate(jobs, 3 if quick else 9)
 
     for kind in ["blank"] if quick else KINDS:

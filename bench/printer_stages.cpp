@@ -53,23 +53,6 @@ void writeRecords(benchmark::State& state, const std::vector<std::uint8_t>& page
   }
 }
 
-// The result buffer with its two levels as 0 and 255.
-void copyResult(benchmark::State& state, const std::vector<std::uint8_t>& page) {
-  KestraPrinter printer;
-  PaletteImage image;
-  if (!image.CreateFromArray(page.data(), kA4Width, kA4Height, 8, kA4Width, false)) {
-    state.SkipWithError("no image");
-  }
-  std::vector<std::uint8_t> out(page.size());
-  while (state.KeepRunning()) {
-    printer.copyProcessedPixels(&image, out.data(), static_cast<int>(kA4Width),
-                                static_cast<int>(kA4Height), static_cast<int>(kA4Width));
-    benchmark::DoNotOptimize(out.data());
-    benchmark::ClobberMemory();
-  }
-  image.Destroy();
-}
-
 // Written below the current directory; files are removed outside the measured time.
 void debugImage(benchmark::State& state, const std::vector<std::uint8_t>& page) {
   KestraPrinter printer;
@@ -88,7 +71,6 @@ void registerPrinterStages() {
   registerStage("GrayToMono", {"photo", "blank"}, pack);
   registerStage("dot counts", {"photo"}, count);
   registerStage("row records", {"photo"}, writeRecords);
-  registerStage("copyProcessedPixels", {"photo"}, copyResult);
   registerStage("debug image", {"photo"}, debugImage);
 }
 

@@ -23,10 +23,10 @@ STAGES = [("CreateFromArray", None), ("Light", "OpenCV LUT"), ("Mirror", "OpenCV
           ("Rotate180", None), ("threshold", "OpenCV threshold"), ("ordered", None),
           ("generated", None), ("Floyd-Steinberg", "Pillow convert"), ("Burkes", None),
           ("Stucki", None), ("Jarvis-Judice-Ninke", None), ("Sierra", None),
-          ("Stevenson-Arce", None), ("IncreaseBpp", None), ("Negative", None),
+          ("Stevenson-Arce", None), ("Negative", None),
           ("histogram and threshold", "Pillow histogram"), ("gamma", "OpenCV LUT"),
           ("Gaussian and unsharp", "OpenCV blur and addWeighted"), ("float diffusion", None),
-          ("Tattoo chain", None), ("Tattoo_V7 chain", None), ("copyProcessedPixels", None),
+          ("Tattoo chain", None), ("Tattoo_V7 chain", None),
           ("GrayToMono", "numpy packbits"), ("row records", None), ("debug image", None)]
 PACKAGES = ["libcups2", "cups-filters", "libbenchmark-dev", "python3-pil", "python3-numpy",
             "python3-opencv"]
@@ -78,12 +78,12 @@ def goal_table(data):
 
 
 def stage_table(data):
-    """Nanoseconds per pixel of every stage at every level, beside a library's."""
-    rows = [[name, *(per_pixel(data.stage(name, level=level)) for level in data.levels),
+    """Nanoseconds per pixel of every stage in every version, beside a library's."""
+    rows = [[name, *(per_pixel(data.stage(name, version=each)) for each in data.versions),
              f"{peer}: {per_pixel(data.peers[peer])}" if peer else ""] for name, peer in STAGES]
-    rows += [[name, "", *[""] * (len(data.levels) - 2), per_pixel(data.stages[name]), ""]
-             for name in ["memcpy page", "memcpy page and bits"]]
-    return table(["stage, ns per pixel", *data.levels, "library"], rows)
+    rows += [["memcpy page", *[""] * (len(data.versions) - 1),
+              per_pixel(data.stages["memcpy page"]), ""]]
+    return table(["stage, ns per pixel", *data.versions, "library"], rows)
 
 
 def job_table(data):
@@ -93,10 +93,10 @@ def job_table(data):
         ours = data.job(series, "ours")
         epson, pclx = data.job(series, "rastertoepson"), data.job(series, "rastertopclx")
         rows.append([f"`{keyword}`", times(ours),
-                     *(times(data.job(series, level)) for level in data.levels[-2::-1]),
+                     *(times(data.job(series, each)) for each in data.versions[-2::-1]),
                      times(epson), f"{ratio(ours, epson)[0]:.2f}", times(pclx),
                      f"{ratio(pclx, ours)[0]:.1f}"])
-    return table(["HalftoneType, ms", data.best, *data.levels[-2::-1], "rastertoepson", "ours / it",
+    return table(["HalftoneType, ms", data.best, *data.versions[-2::-1], "rastertoepson", "ours / it",
                   "rastertopclx", "it / ours"], rows)
 
 

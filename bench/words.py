@@ -32,8 +32,7 @@ Where a job misses its goal, the stations of a page (below) tell why: the start 
 two debug images, files as large as the page that the peers do not write, take most of a classic
 page's time, and both belong to the job. What error diffusion adds is bound by its operations, up to
 twelve clamped additions a dot: two blocks of rows in one loop, so that neither waits for its last
-dots, were tried and gained nothing for the larger kernels. At the plain level there are only four
-rows side by side, in each of which a dot waits for the error of the one before.
+dots, were tried and gained nothing for the larger kernels.
 """
 
 AFTER_STATIONS = """
@@ -48,11 +47,11 @@ halftone up to the finished page's log line; the log line behind the frame ends 
 AFTER_JOBS = """
 One photo page in a file as the sixth argument, each filter with a printer description of its own,
 standard output and log to /dev/null. All in turns: ours, `rastertoepson`, `rastertopclx`, ours at
-each lower kernel level (`KESTRA_KERNELS=baseline`, `plain`), and again. Ours also writes two debug
-images and the page frame, as a print system's spool does to a directory on a disk, whose writing is
-the system's business and goes on behind the job. CUPS's `rastertoepson` passes the grey bytes
-through without a halftone: about the least that a filter can do with a page. `rastertopclx` of
-cups-filters turns them into dots, the same kind of work as ours.
+each slower version of the inner loops (`KESTRA_KERNELS=baseline`, `plain`), and again. Ours also
+writes two debug images and the page frame, as a print system's spool does to a directory on a disk,
+whose writing is the system's business and goes on behind the job. CUPS's `rastertoepson` passes the
+grey bytes through without a halftone: about the least that a filter can do with a page.
+`rastertopclx` of cups-filters turns them into dots, the same kind of work as ours.
 
 The keywords are the PPD's; which halftone runs under which is told in the gallery. No job reaches
 Floyd-Steinberg, which is measured as a stage only.
@@ -65,11 +64,11 @@ the page; `ink` its negative. The label is 812 x 1218 dots at 203 dpi, 0.99 mill
 """
 
 AFTER_STAGES = """
-Levels are those of `imaging/kernels/level.h`: `plain` without vector instructions asked for,
-`baseline` vectors that every processor of the architecture has, `avx2` vectors of 32 bytes. A stage
-without a version of its own for a level shows the same time there. A halftone includes making the
-1-bit image. The libraries' loops are the closest there are, not the same: Pillow and numpy give bits
-as we do, OpenCV's threshold gives bytes, its blur rounds otherwise than ours. One thread each.
+`plain` is the rule itself, a pixel at a time, and made to be read; `baseline` has the vectors that
+every processor of the architecture has, `avx2` vectors of 32 bytes. A stage without a version of its
+own shows the same time there. Dots are bytes, as a job has them until they are packed. The
+libraries' loops are the closest there are, not the same: Pillow and numpy give bits, OpenCV's blur
+rounds otherwise than ours. One thread each.
 """
 
 PLACES = """
