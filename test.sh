@@ -14,7 +14,7 @@ Usage: ./test.sh [VERB]
             tests/README.md
   sanitize  all tests with the address and undefined-behaviour sanitizers
   memcheck  the digest list's jobs under a memory checker: no dot may depend on memory that nobody
-            wrote, at the fastest kernel level and at the plain one
+            wrote, with the fastest inner loops and with the plain ones
   portable  the filter's tests with g++ and clang++, each without optimisation and with -O3, all
             other tests with one of them; then arm64
   arm64     the filter and the tests of its functions built for arm64 and run in an emulator; digest
@@ -93,7 +93,7 @@ folders of tests/ with a CMakeLists.txt"
 # What decides about dots, and nothing else: the same page must give the same bytes with every
 # compiler. All else is built and tested once with another compiler.
 dots_targets=(rastertokestra rastertokestra_relative kestra_unit_tests kestra_stencil_tests
-  kestra_kernel_tests kestra_digests_tests kestra_blackbox_tests)
+  kestra_kernel_tests kestra_choice_tests kestra_digests_tests kestra_blackbox_tests)
 dots_labels='^(unit|stencil|kernels|digests|blackbox)$'
 
 # build_and_test_dots DIR CMAKE_OPTION...: the same with the filter alone.
@@ -127,10 +127,10 @@ check_memory() {
     fail "building $directory failed"
   # A runner must be a program; the name without an ending may be a script around it.
   checker=$(command -v valgrind.bin || command -v valgrind) || fail "no valgrind"
-  for level in best plain; do
-    echo "Under the memory checker, kernel level $level"
-    (cd "$directory" && KESTRA_KERNELS=$level KESTRA_TEST_RUNNER="$checker -q --error-exitcode=99" \
-      ctest -j "$jobs" --output-on-failure -L digests) || fail "memory is misused at level $level"
+  for version in best plain; do
+    echo "Under the memory checker, $version inner loops"
+    (cd "$directory" && KESTRA_KERNELS=$version KESTRA_TEST_RUNNER="$checker -q --error-exitcode=99" \
+      ctest -j "$jobs" --output-on-failure -L digests) || fail "memory is misused by the $version inner loops"
   done
 }
 

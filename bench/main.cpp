@@ -8,7 +8,7 @@
 #include <system_error>
 
 #include "bench/stages.h"
-#include "imaging/kernels/level.h"
+#include "imaging/kernels/cpu.h"
 
 namespace kestra::bench {
 
@@ -22,12 +22,12 @@ const std::vector<std::uint8_t>& a4Page(const std::string& kind) {
 void registerStage(const std::string& name, const std::vector<std::string>& kinds,
                    const Stage& stage) {
   for (const std::string& kind : kinds) {
-    for (const KernelLevel level : kernelLevels()) {
+    for (const KernelVersion version : kernelVersions()) {
       std::string fullName = name;
-      fullName.append("/").append(kind).append("/").append(kernelLevelName(level));
+      fullName.append("/").append(kind).append("/").append(kernelVersionName(version));
       const auto run = [=](benchmark::State& state) {
         const std::vector<std::uint8_t>& page = a4Page(kind);
-        forceKernelLevel(level);
+        forceKernelVersion(version);
         stage(state, page);
       };
       benchmark::RegisterBenchmark(fullName.c_str(), run);

@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "bench/stages.h"
-#include "imaging/kernels/dot_rows.h"
+#include "imaging/kernels/dots.h"
 #include "printer/kestra_printer.h"
 #include "printer/page_frame.h"
 

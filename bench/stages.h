@@ -1,5 +1,5 @@
-// The stages of a page as measurements: each is run on pages in memory, at every kernel level that
-// the processor has.
+// The stages of a page as measurements: each is run on pages in memory, in every version of the
+// inner loops that the processor has.
 //
 // A whole job tells how long a page takes; the stages tell where that time goes.
 #pragma once
@@ -22,7 +22,7 @@ const std::vector<std::uint8_t>& a4Page(const std::string& kind);
 /// Runs one stage on a page for as long as the state says.
 using Stage = std::function<void(benchmark::State&, const std::vector<std::uint8_t>&)>;
 
-/// Registers a stage as NAME/KIND/LEVEL for each kind of page and each kernel level.
+/// Registers a stage as NAME/KIND/VERSION for each kind of page and each version of the loops.
 void registerStage(const std::string& name, const std::vector<std::string>& kinds,
                    const Stage& stage);
 

@@ -1,10 +1,11 @@
 // Stages of the stencil chain, each on what the stage before it gives for the page.
 #include <array>
+#include <cstring>
 #include <numeric>
 
 #include "bench/stages.h"
 #include "imaging/kernels/gaussian.h"
-#include "imaging/kernels/level.h"
+#include "imaging/kernels/stencil_diffusion.h"
 #include "imaging/tattoo/grey.h"
 #include "imaging/tattoo/sharpen.h"
 #include "imaging/tattoo/tattoo_dithering.h"
@@ -17,8 +18,6 @@ namespace {
 constexpr int kKnee = 64;
 constexpr float kLowGamma = 0.85F;
 constexpr float kHighGamma = 0.7F;
-constexpr float kUnsharpAmount = 300.0F;
-constexpr int kUnsharpTaps = 11;
 
 QMImage greyImage(const std::vector<std::uint8_t>& page) {
   return {static_cast<int>(kA4Width), static_cast<int>(kA4Height), QM_IMG_GRAY, page.data()};
@@ -39,49 +38,49 @@ void gamma(benchmark::State& state, const std::vector<std::uint8_t>& page) {
   }
 }
 
-// Row by row, as a stencil page is made; at the plain level step by step over the whole page.
+// The page sharpened row by row, as a stencil page is made.
+std::vector<unsigned char> sharpened(const QMImage& grey) {
+  double kernel[kGaussianTaps];
+  generateGaussianKernel1D(kGaussianTaps, kUnsharpSigma, kernel);
+  std::array<std::uint8_t, 256> same = {};
+  std::iota(same.begin(), same.end(), std::uint8_t{0});
+  std::vector<unsigned char> sharp(grey.size());
+  UnsharpRows rows(grey.data, grey.width, grey.height, same.data(), gaussianWeights(kernel));
+  for (std::size_t y = 0; y < kA4Height; ++y) rows.nextRow(sharp.data() + y * kA4Width);
+  return sharp;
+}
+
 void unsharpMask(benchmark::State& state, const std::vector<std::uint8_t>& page) {
   QMImage grey = greyImage(page);
   enh_piecewise_gamma(grey, kKnee, kLowGamma, kHighGamma);
-  if (kernelLevel() == KernelLevel::kPlain) {
-    while (state.KeepRunning()) {
-      const QMImage sharp = enh_unsharp_mask(grey, kUnsharpAmount, kUnsharpTaps);
-      benchmark::DoNotOptimize(sharp.data);
-    }
-    return;
-  }
-  double kernel[kUnsharpTaps];
-  generateGaussianKernel1D(kUnsharpTaps, kUnsharpSigma, kernel);
-  GaussianWeights weights;
-  if (!makeGaussianWeights(kernel, weights)) state.SkipWithError("no weights");
-  std::array<std::uint8_t, 256> same = {};
-  std::iota(same.begin(), same.end(), std::uint8_t{0});
-  std::vector<unsigned char> sharp(page.size());
-  while (state.KeepRunning()) {
-    UnsharpRows rows(grey.data, grey.width, grey.height, same.data(), weights);
-    for (std::size_t y = 0; y < kA4Height; ++y) rows.nextRow(sharp.data() + y * kA4Width);
-    benchmark::DoNotOptimize(sharp.data());
-    benchmark::ClobberMemory();
-  }
+  while (state.KeepRunning()) benchmark::DoNotOptimize(sharpened(grey).data());
 }
 
 void diffuse(benchmark::State& state, const std::vector<std::uint8_t>& page) {
   QMImage grey = greyImage(page);
-  const int threshold = thresh_global_moments(grey);
+  const auto threshold = static_cast<float>(thresh_global_moments(grey));
   enh_piecewise_gamma(grey, kKnee, kLowGamma, kHighGamma);
-  const QMImage sharp = enh_unsharp_mask(grey, kUnsharpAmount, kUnsharpTaps);
+  const std::vector<unsigned char> sharp = sharpened(grey);
+  std::vector<unsigned char> dots(sharp.size());
   while (state.KeepRunning()) {
-    const QMImage dots = edf_cus(sharp, threshold);
-    benchmark::DoNotOptimize(dots.data);
+    StencilDiffuser diffuser(grey.width, grey.height, threshold, dots.data(), kA4Width);
+    for (std::size_t y = 0; y < kA4Height; ++y) {
+      std::memcpy(diffuser.nextRow(), sharp.data() + y * kA4Width, kA4Width);
+      diffuser.finishRow();
+    }
+    benchmark::DoNotOptimize(dots.data());
+    benchmark::ClobberMemory();
   }
 }
 
-template <QMImage (*halftone)(QMImage&)>
+template <StencilKind kKind>
 void wholeChain(benchmark::State& state, const std::vector<std::uint8_t>& page) {
-  QMImage grey = greyImage(page);
+  std::vector<unsigned char> dots(page.size());
   while (state.KeepRunning()) {
-    const QMImage dots = halftone(grey);
-    benchmark::DoNotOptimize(dots.data);
+    ditherStencilPage(kKind, page.data(), static_cast<int>(kA4Width), static_cast<int>(kA4Height),
+                      dots.data(), kA4Width);
+    benchmark::DoNotOptimize(dots.data());
+    benchmark::ClobberMemory();
   }
 }
 
@@ -92,8 +91,8 @@ void registerStencilStages() {
   registerStage("gamma", {"photo"}, gamma);
   registerStage("Gaussian and unsharp", {"photo", "text"}, unsharpMask);
   registerStage("float diffusion", pageKinds(), diffuse);
-  registerStage("Tattoo chain", {"photo"}, wholeChain<qmTattooDithering>);
-  registerStage("Tattoo_V7 chain", {"photo"}, wholeChain<qmTattooDitheringV7>);
+  registerStage("Tattoo chain", {"photo"}, wholeChain<StencilKind::kTattoo>);
+  registerStage("Tattoo_V7 chain", {"photo"}, wholeChain<StencilKind::kTattooV7>);
 }
 
 }  // namespace kestra::bench

@@ -6,7 +6,7 @@
 
 #include "filter/base/number.h"
 #include "filter/base/units.h"
-#include "imaging/kernels/dot_rows.h"
+#include "imaging/kernels/dots.h"
 
 namespace kestra {
 namespace {

@@ -7,8 +7,8 @@
 #include <cstring>
 
 #include "filter/base/log.h"
-#include "imaging/kernels/dot_rows.h"
-#include "imaging/kernels/level_rows.h"
+#include "imaging/kernels/dots.h"
+#include "imaging/kernels/tones.h"
 
 namespace kestra {
 namespace {
@@ -58,7 +58,7 @@ void copyFinishedPixels(const PaletteImage& image, bool negative, unsigned char*
     const std::size_t pixels =
         std::min(static_cast<std::size_t>(std::max(width, 0)), outSize - start);
     copyRow(image, plainRows, y, out + start, pixels);
-    lookUpLevels(table.data(), out + start, pixels);
+    lookUpLevels(table.data(), out + start, out + start, pixels);
   }
 }
 

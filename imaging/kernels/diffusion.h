@@ -1,43 +1,48 @@
-// Error diffusion of a whole page: grey levels in, dots out.
+// Error diffusion of a whole page: grey levels become dots where they are.
 //
-// All levels print the same dots; they differ in how many rows go through the loop side by side.
+// All versions print the same dots; the fast ones let many rows go through the loop side by side.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
 #include "imaging/kernels/diffusion_kernel.h"
-#include "imaging/kernels/level.h"
 
 namespace kestra {
 
-/// A page to diffuse; everything belongs to the caller and must live until the loop returns.
+/// A page to diffuse, in memory of the caller.
 struct DiffusionPage {
   DiffusionMethod method;
-  const std::uint8_t* grey;  ///< width x height levels, 255 is white; read only
-  std::size_t greyStride;    ///< bytes from row to row, at least the width
-  std::uint8_t* dots;        ///< a bit a pixel, leftmost in the highest; 1 is white
-  std::size_t dotStride;     ///< bytes from row to row, at least width / 8, rounded up
+  std::uint8_t* levels;  ///< width x height levels, 255 is white; then dots, 1 is white
+  std::size_t stride;    ///< bytes from row to row, at least the width
   std::size_t width;
   std::size_t height;
-  bool asBytes = false;  ///< `dots` holds a byte a pixel instead, 0 or 1, and may be `grey`
 };
 
-/// Prints a page's levels as dots. Levels from 129 on become 1 with the error level - 255, others 0
-/// with the error level. Each tap adds error * weight / divisor, truncated toward zero and clamped
-/// to 0..255 on its own. What falls outside the page is lost; nothing is renormalised at the edges.
+/// Replaces a page's levels by its dots, 0 and 1. Levels from 129 on become 1 with the error level
+/// - 255, others 0 with the error level. Each tap adds error * weight / divisor, truncated toward
+/// zero and clamped to 0..255 on its own: an error of 3 over 7, 3, 5 and 1 sixteenths passes on 1,
+/// 0, 0 and 0. What falls outside the page is lost; nothing is renormalised at the edges.
 ///
-/// Writes the bytes of `dots` that hold pixels, their unused bits as 0, and no byte behind them.
-/// A page without pixels is left alone.
-/// @return rows that go side by side at this level: 4, or the bytes of its vectors
-std::size_t diffuse(const DiffusionPage& page);
+/// Bytes between the rows stay. A page without pixels is left alone.
+void diffuse(const DiffusionPage& page);
 
-/// The bytes of memory of its own that a level's loop needs for a page of this width.
+/// The bytes of memory of its own that a fast loop needs for a page of this width, with any
+/// content: for each column, and each of the up to 512 columns by which lanes overhang, at most 4
+/// for the levels between blocks of rows and 4 for their dots, a bit a lane.
 inline constexpr std::size_t diffusionScratch(std::size_t width) { return 8 * (width + 512); }
 
-/// The loop of each level, for `diffuse` and for tests that must know that levels differ.
-/// `scratch` holds `diffusionScratch(width)` bytes with any content.
-using DiffusionLoop = std::size_t(const DiffusionPage& page, std::uint8_t* scratch);
-DiffusionLoop* diffusionLoop(KernelLevel level);
+/// Pages of fewer rows are printed by the rule, which needs no memory: the scratch of a fast loop
+/// would be larger than the page.
+inline constexpr std::size_t kFewestRowsForScratch = 4;
+
+// The fast versions, see cpu.h, for pages of any size.
+using DiffusionLoop = void(const DiffusionPage& page, std::uint8_t* scratch);
+namespace baseline {
+DiffusionLoop diffuse;
+}
+namespace avx2 {
+DiffusionLoop diffuse;
+}
 
 }  // namespace kestra

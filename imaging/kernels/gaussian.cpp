@@ -1,8 +1,10 @@
-// The rule of the blur and of the sharpening, a pixel at a time, and the weights in whole numbers:
-// what every faster version is held against.
+// The rule of the blur and of the sharpening, a pixel at a time, the choice of a faster version,
+// and the weights in whole numbers with which that one works.
 #include "imaging/kernels/gaussian.h"
 
 #include <cmath>
+
+#include "imaging/kernels/cpu.h"
 
 namespace kestra {
 namespace {
@@ -22,25 +24,45 @@ unsigned char limitedToByte(float level) {
   return static_cast<unsigned char>(shifted);
 }
 
-}  // namespace
+void blurPlain(const unsigned char* const taps[kGaussianTaps], const GaussianWeights& weights,
+               unsigned char* out, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) out[i] = blurOnePixel(taps, weights, i);
+}
 
-bool makeGaussianWeights(const double* kernel, GaussianWeights& weights) {
+void sharpenPlain(const unsigned char* source, const unsigned char* blurred, unsigned char* out,
+                  std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) {
+    const float sourcePart = static_cast<float>(source[i]) * kSourceWeight;
+    const float blurPart = static_cast<float>(blurred[i]) * kBlurWeight;
+    out[i] = limitedToByte(sourcePart + blurPart);
+  }
+}
+
+bool wholeNumbersServe(const double* kernel) {
   double sum = 0.0;
   for (int k = 0; k < kGaussianTaps; ++k) {
     const double weight = kernel[k];
     // Written so that no number fails, too.
     if (!(weight >= 0.0 && weight < 0.25) || weight != kernel[kGaussianTaps - 1 - k]) return false;
-    weights.exact[k] = weight;
     sum += weight;
   }
-  if (sum > kMostSum) return false;
+  return sum <= kMostSum;
+}
+
+}  // namespace
+
+GaussianWeights gaussianWeights(const double* kernel) {
+  GaussianWeights weights = {};
+  for (int k = 0; k < kGaussianTaps; ++k) weights.exact[k] = kernel[k];
+  weights.haveWhole = wholeNumbersServe(kernel);
+  if (!weights.haveWhole) return weights;
   for (int k = 0; k <= kGaussianReach; ++k) {
     const double coarse = std::floor(kernel[k] * kCoarseUnit);
     const double rest = kernel[k] * kCoarseUnit - coarse;
     weights.coarse[k] = static_cast<std::int16_t>(coarse);
     weights.fine[k] = static_cast<std::int16_t>(std::floor(rest * kFineUnit));
   }
-  return true;
+  return weights;
 }
 
 unsigned char blurOnePixel(const unsigned char* const taps[kGaussianTaps],
@@ -55,47 +77,18 @@ unsigned char blurOnePixel(const unsigned char* const taps[kGaussianTaps],
   return static_cast<unsigned char>(shifted);
 }
 
-std::size_t blurPixels(const unsigned char* const taps[kGaussianTaps],
-                       const GaussianWeights& weights, unsigned char* out, std::size_t count) {
-  if (count >= kGaussianChunk) {
-    switch (kernelLevel()) {
-      case KernelLevel::kPlain:
-        break;
-      case KernelLevel::kBaseline:
-        return baseline::blurPixels(taps, weights, out, count);
-      case KernelLevel::kAvx2:
-#if defined(__x86_64__)
-        return avx2::blurPixels(taps, weights, out, count);
-#else
-        return baseline::blurPixels(taps, weights, out, count);
-#endif
-    }
+void blurPixels(const unsigned char* const taps[kGaussianTaps], const GaussianWeights& weights,
+                unsigned char* out, std::size_t count) {
+  if (count < kGaussianChunk || !weights.haveWhole) {
+    blurPlain(taps, weights, out, count);
+  } else {
+    choose<blurPlain, baseline::blurPixels, avx2::blurPixels>()(taps, weights, out, count);
   }
-  for (std::size_t i = 0; i < count; ++i) out[i] = blurOnePixel(taps, weights, i);
-  return count;
 }
 
 void sharpenPixels(const unsigned char* source, const unsigned char* blurred, unsigned char* out,
                    std::size_t count) {
-  switch (kernelLevel()) {
-    case KernelLevel::kPlain:
-      break;
-    case KernelLevel::kBaseline:
-      baseline::sharpenPixels(source, blurred, out, count);
-      return;
-    case KernelLevel::kAvx2:
-#if defined(__x86_64__)
-      avx2::sharpenPixels(source, blurred, out, count);
-#else
-      baseline::sharpenPixels(source, blurred, out, count);
-#endif
-      return;
-  }
-  for (std::size_t i = 0; i < count; ++i) {
-    const float sourcePart = static_cast<float>(source[i]) * kSourceWeight;
-    const float blurPart = static_cast<float>(blurred[i]) * kBlurWeight;
-    out[i] = limitedToByte(sourcePart + blurPart);
-  }
+  choose<sharpenPlain, baseline::sharpenPixels, avx2::sharpenPixels>()(source, blurred, out, count);
 }
 
 }  // namespace kestra

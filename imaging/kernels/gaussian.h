@@ -8,8 +8,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "imaging/kernels/level.h"
-
 namespace kestra {
 
 constexpr int kGaussianTaps = 11;
@@ -19,45 +17,42 @@ constexpr int kGaussianReach = 5;
 /// middle, as (coarse * 2^15 + fine) / 2^32.
 struct GaussianWeights {
   double exact[kGaussianTaps];
+  bool haveWhole;  ///< whether the whole numbers serve; else the rule is run by all versions
   std::int16_t coarse[kGaussianReach + 1];
   std::int16_t fine[kGaussianReach + 1];
 };
 
-/// Fills `weights`.
-/// @param kernel  11 numbers
-/// @return false where the whole numbers do not serve: unless the kernel is symmetric, each weight
-///         at least 0 and below 1/4, and the sum at most 1.001
-bool makeGaussianWeights(const double* kernel, GaussianWeights& weights);
+/// @param kernel  11 weights of at least 0 whose sum is at most 1.001. Whole numbers serve where it
+/// is
+///                symmetric and each weight below 1/4.
+GaussianWeights gaussianWeights(const double* kernel);
 
 /// out[i] = sum of taps[k][i] * weights[k] from k = 0 to 10, rounded to a byte. The rows read may
 /// be one row at eleven offsets, or eleven rows; `out` may be none of them.
-/// @return the pixels that were summed in double precision
-std::size_t blurPixels(const unsigned char* const taps[kGaussianTaps],
-                       const GaussianWeights& weights, unsigned char* out, std::size_t count);
+void blurPixels(const unsigned char* const taps[kGaussianTaps], const GaussianWeights& weights,
+                unsigned char* out, std::size_t count);
 
 /// The same for one pixel as the rule is told.
 unsigned char blurOnePixel(const unsigned char* const taps[kGaussianTaps],
                            const GaussianWeights& weights, std::size_t at);
 
-/// out[i] = 4 * source[i] - 3 * blurred[i], limited to 0..255: sharpening by 300 per cent.
+/// out[i] = 4 * source[i] - 3 * blurred[i], limited to 0..255: sharpening by 300 per cent. `out`
+/// may be `blurred`.
 void sharpenPixels(const unsigned char* source, const unsigned char* blurred, unsigned char* out,
                    std::size_t count);
 
-/// Pixels that are decided together; a rest is summed in double precision.
+/// Pixels that are decided together; a row of fewer is summed in double precision.
 constexpr std::size_t kGaussianChunk = 32;
 
-// The versions per instruction set, for rows of at least `kGaussianChunk` pixels.
+// The fast versions, see cpu.h, for rows of at least `kGaussianChunk` pixels and weights that have
+// whole numbers.
 namespace baseline {
-std::size_t blurPixels(const unsigned char* const taps[kGaussianTaps],
-                       const GaussianWeights& weights, unsigned char* out, std::size_t count);
-void sharpenPixels(const unsigned char* source, const unsigned char* blurred, unsigned char* out,
-                   std::size_t count);
+decltype(blurPixels) blurPixels;
+decltype(sharpenPixels) sharpenPixels;
 }  // namespace baseline
 namespace avx2 {
-std::size_t blurPixels(const unsigned char* const taps[kGaussianTaps],
-                       const GaussianWeights& weights, unsigned char* out, std::size_t count);
-void sharpenPixels(const unsigned char* source, const unsigned char* blurred, unsigned char* out,
-                   std::size_t count);
+decltype(blurPixels) blurPixels;
+decltype(sharpenPixels) sharpenPixels;
 }  // namespace avx2
 
 }  // namespace kestra

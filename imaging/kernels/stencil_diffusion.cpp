@@ -1,23 +1,59 @@
-// Keeps the band of rows that the wavefront runs through, and what the row above it left behind: of
-// a page's errors no more than one row is ever needed.
+// The rule of the stencil's error diffusion, a pixel at a time, the choice of a faster version, and
+// the band of rows with which that one works: of a page's errors no more than one row is ever
+// needed.
 #include "imaging/kernels/stencil_diffusion.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 
+#include "imaging/kernels/cpu.h"
 #include "imaging/kernels/subnormals.h"
 
 namespace kestra {
 namespace {
 
-std::size_t withMargins(int width) {
-  return static_cast<std::size_t>(width) + 2 * static_cast<std::size_t>(kStencilMargin);
-}
+constexpr std::size_t kMargin = kStencilMargin;
 
-std::atomic<std::uint64_t>& bandCount() {
-  static std::atomic<std::uint64_t> count{0};
-  return count;
+// A pixel takes its shares in the order in which the pixels come that give them:
+//
+//   row above:  from x - 1, x, x + 1, x + 2;   own row:  from x - 2, then x - 1;   then its grey.
+//
+// Shares from beyond an edge are shares of an error 0. They and the 0 from which a sum starts
+// change at most the sign of a zero, and adding a grey level, which is never -0, forgets that.
+void diffusePlain(const StencilBand& band) {
+  float* errors = band.upperErrors;
+  const auto above = [errors](int x) { return errors == nullptr ? 0.0F : errors[x]; };
+  const int end = std::min(band.firstRow + kStencilBandRows, band.height);
+  unsigned char* row = band.rows;
+  for (int y = band.firstRow; y < end; ++y, row += band.stride) {
+    float aboveLeft = 0.0F;  // the row's own errors take the place of those above
+    float secondLeft = 0.0F;
+    float left = 0.0F;
+    for (int x = 0; x < band.width; ++x) {
+      float v = aboveLeft * kStencilBelowRight;
+      v += above(x) * kStencilBelow;
+      v += above(x + 1) * kStencilBelowLeft;
+      v += above(x + 2) * kStencilBelowSecondLeft;
+      v += secondLeft * kStencilSecondRight;
+      v += left * kStencilRight;
+      v += static_cast<float>(row[x]);
+      float error = v;
+      if (v > band.threshold) {
+        float relief = 0.0F;
+        if (y >= 1 && x >= 1 && y < band.height - 1 && x < band.width - 1) {
+          if (row[x - 1] == 0) relief += kStencilRelief;
+          if (*(row + x - band.stride) == 0) relief += kStencilRelief;
+        }
+        const float charge = kStencilCharge * (1.0F - relief);
+        error = v - charge;
+      }
+      row[x] = v > band.threshold ? 255 : 0;
+      aboveLeft = above(x);
+      secondLeft = left;
+      left = error;
+      if (errors != nullptr) errors[x] = error;
+    }
+  }
 }
 
 // Blank paper is where errors fade: below 2^-126 most processors need a hundred cycles for each
@@ -39,64 +75,61 @@ bool remainsCount(float threshold) { return threshold == 0.0F; }
 
 }  // namespace
 
-StencilBandKernel stencilBandKernel(KernelLevel level) {
-  switch (level) {
-    case KernelLevel::kPlain:
-      return nullptr;
-    case KernelLevel::kBaseline:
-      return baseline::diffuseStencilBand;
-    case KernelLevel::kAvx2:
-#if defined(__x86_64__)
-      return avx2::diffuseStencilBand;
-#else
-      return baseline::diffuseStencilBand;
-#endif
-  }
-  return nullptr;
-}
-
-StencilDiffuser::StencilDiffuser(int width, int height, float threshold, StencilBandKernel kernel)
+StencilDiffuser::StencilDiffuser(int width, int height, float threshold, unsigned char* out,
+                                 std::size_t stride)
     : width_(width),
       height_(height),
       threshold_(threshold),
-      kernel_(kernel),
-      stride_(withMargins(width)),
-      rows_(stride_ * static_cast<std::size_t>(kStencilBandRows)),
-      upperErrors_(withMargins(width)),
-      upperBlack_(withMargins(width)) {}
+      out_(out),
+      stride_(stride),
+      kernel_(choose<diffusePlain, baseline::diffuseStencilBand, avx2::diffuseStencilBand>()) {
+  // A band of more rows than the page has would be larger than the page.
+  if (height < kStencilBandRows) kernel_ = diffusePlain;
+  const std::size_t columns = static_cast<std::size_t>(width) + 2 * kMargin;
+  if (kernel_ != diffusePlain) {
+    bandStride_ = columns;
+    band_.resize(bandStride_ * (1 + kStencilBandRows));
+  }
+  if (height > 1) upperErrors_.resize(columns);
+}
 
 unsigned char* StencilDiffuser::nextRow() {
-  const auto row = static_cast<std::size_t>(filled_++);
-  return rows_.data() + row * stride_ + kStencilMargin;
+  if (band_.empty()) return out_ + static_cast<std::size_t>(row_) * stride_;
+  const auto place = static_cast<std::size_t>(1 + row_ % kStencilBandRows);
+  return band_.data() + place * bandStride_ + kMargin;
 }
 
-bool StencilDiffuser::isBandComplete() const {
-  return filled_ == kStencilBandRows || firstRow_ + filled_ == height_;
+void StencilDiffuser::finishRow() {
+  ++row_;
+  const int filled = row_ % kStencilBandRows;
+  if (filled == 0 || row_ == height_) finishBand(filled == 0 ? kStencilBandRows : filled);
 }
 
-void StencilDiffuser::finishBand(unsigned char* out, std::size_t stride) {
-  const StencilBand band = {rows_.data() + kStencilMargin,
-                            stride_,
-                            width_,
-                            firstRow_,
-                            height_,
-                            threshold_,
-                            upperErrors_.data() + kStencilMargin,
-                            upperBlack_.data() + kStencilMargin};
+void StencilDiffuser::finishBand(int count) {
+  const int first = row_ - count;
+  unsigned char* out = out_ + static_cast<std::size_t>(first) * stride_;
+  StencilBand band = {out,
+                      stride_,
+                      width_,
+                      first,
+                      height_,
+                      threshold_,
+                      upperErrors_.empty() ? nullptr : upperErrors_.data() + kMargin};
+  unsigned char* above = band_.data() + kMargin;
+  if (!band_.empty()) {
+    band.rows = above + bandStride_;
+    band.stride = bandStride_;
+  }
   {
     const SubnormalsAsZero mode(!remainsCount(threshold_));
     kernel_(band);
   }
-  for (int row = 0; row < filled_; ++row) {
-    std::memcpy(out + static_cast<std::size_t>(firstRow_ + row) * stride,
-                band.rows + static_cast<std::size_t>(row) * stride_,
-                static_cast<std::size_t>(width_));
+  if (band_.empty()) return;
+  const auto columns = static_cast<std::size_t>(width_);
+  for (int row = 0; row < count; ++row, out += stride_) {
+    std::memcpy(out, band.rows + static_cast<std::size_t>(row) * bandStride_, columns);
   }
-  firstRow_ += filled_;
-  filled_ = 0;
-  bandCount().fetch_add(1, std::memory_order_relaxed);
+  std::memcpy(above, band.rows + (kStencilBandRows - 1) * bandStride_, columns);
 }
-
-std::uint64_t StencilDiffuser::bandsDone() { return bandCount().load(std::memory_order_relaxed); }
 
 }  // namespace kestra

@@ -1,4 +1,7 @@
-// The stencil's error diffusion, sixteen rows at a time.
+// The stencil's error diffusion, in bands of sixteen rows.
+//
+//               X      0.505786  -0.052926
+//   0.226194 0.128835  0.243191  -0.111078    (row below, from x - 2 to x + 1)
 //
 // A pixel needs the error of the pixel before it, so a row alone cannot be hurried; but row after
 // row can run at once if each stays four columns behind the one above:
@@ -12,17 +15,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "imaging/kernels/level.h"
-
 namespace kestra {
 
-/// Rows that are diffused together.
-constexpr int kStencilBandRows = 16;
-
-/// How far each row of a band stays behind the row above it, in columns.
-constexpr int kStencilSkew = 4;
-
-/// Shares of a pixel's error, see `edf_cus`.
+/// Shares of a pixel's error; 6 per cent of it are dropped.
 constexpr float kStencilRight = 0.505786F;
 constexpr float kStencilSecondRight = -0.052926F;
 constexpr float kStencilBelowSecondLeft = 0.226194F;
@@ -30,66 +25,66 @@ constexpr float kStencilBelowLeft = 0.128835F;
 constexpr float kStencilBelow = 0.243191F;
 constexpr float kStencilBelowRight = -0.111078F;
 
-/// What a white dot is charged; less for each black neighbour at its left and above.
+/// What a white dot is charged, and how much less of it for each black neighbour at its left and
+/// above, except on the page's border.
 constexpr float kStencilCharge = 255.0F;
 constexpr float kStencilRelief = 0.1427F;
 
+/// Rows that are diffused together.
+constexpr int kStencilBandRows = 16;
+
+/// How far the fast versions let each row of a band stay behind the row above it, in columns.
+constexpr int kStencilSkew = 4;
+
 /// Bytes, or numbers of the row above, that belong to the caller's buffers before column 0 and from
-/// the last column on: the lanes run into them before and after their rows.
+/// the last column on: the lanes of the fast versions run into them before and after their rows.
 constexpr int kStencilMargin = 96;
 
-/// A band as the kernels see it. All pointers are at column 0, with margins on both sides.
+/// A band as the loops see it. All pointers are at column 0, with margins on both sides for the
+/// fast versions; nothing is owned.
 struct StencilBand {
-  unsigned char* rows;  ///< grey levels in, dots out, `stride` bytes from row to row; not owned
-  std::size_t stride;   ///< at least the width and both margins
+  unsigned char* rows;  ///< grey levels in, dots out, `stride` bytes from row to row; before the
+                        ///< first of them, below the page's top, the dots of the row above
+  std::size_t stride;   ///< at least the width, with margins where there are any
   int width;            ///< columns
   int firstRow;         ///< of the band in the page
   int height;           ///< rows of the page
   float threshold;      ///< above it a level becomes white
-  float* upperErrors;   ///< errors of the row above, then of the band's last row; margins 0
-  std::int32_t* upperBlack;  ///< -1 where that row is black, else 0; not owned
+  float* upperErrors;  ///< of the row above, then of the band's last row; 0 in the margins, and for
+                       ///< the rule up to two columns behind the width; null: a page of one row
 };
 
-using StencilBandKernel = void (*)(const StencilBand&);
-
-/// The kernel of a level; null for `kPlain`, whose version is `edf_cus` as the rule is told.
-StencilBandKernel stencilBandKernel(KernelLevel level);
-
-/// Diffuses a page that comes row by row from the top.
+/// Diffuses a page that comes row by row from the top. A level above the threshold gives 255, any
+/// other 0.
 class StencilDiffuser {
  public:
   /// @param threshold  any number, -1 and 255 among them
-  /// @param kernel     not null
-  StencilDiffuser(int width, int height, float threshold, StencilBandKernel kernel);
+  /// @param out        row 0 of the page that is to be filled, kept
+  /// @param stride     bytes from row to row there, at least `width`; the bytes between stay
+  StencilDiffuser(int width, int height, float threshold, unsigned char* out, std::size_t stride);
 
-  /// Where the next row's `width` grey levels go; the row counts as written by the next call of
-  /// `nextRow` or `finishBand`. Valid until the band is finished.
+  /// Where the next row's `width` grey levels go.
   unsigned char* nextRow();
 
-  /// Whether the rows so far make a whole band or the end of the page: time for `finishBand`.
-  bool isBandComplete() const;
-
-  /// Turns the rows of the band into dots, 0 and 255, and copies them out.
-  /// @param out     row 0 of the page that is to be filled
-  /// @param stride  bytes from row to row there
-  void finishBand(unsigned char* out, std::size_t stride);
-
-  /// Bands that vector kernels have diffused in this process, for tests that ask whether they ran.
-  static std::uint64_t bandsDone();
+  /// Takes that row; after each band, and at the end of the page, its dots are in `out`.
+  void finishRow();
 
  private:
+  void finishBand(int count);
+
   int width_;
   int height_;
   float threshold_;
-  StencilBandKernel kernel_;
-  int firstRow_ = 0;
-  int filled_ = 0;
+  unsigned char* out_;
   std::size_t stride_;
-  std::vector<unsigned char> rows_;
+  void (*kernel_)(const StencilBand&);
+  int row_ = 0;
+  std::size_t bandStride_ = 0;
+  std::vector<unsigned char> band_;  ///< the row above and a band, with margins; empty: in place
   std::vector<float> upperErrors_;
-  std::vector<std::int32_t> upperBlack_;
 };
 
+// The fast versions, see cpu.h. Of a page's last band they write all sixteen rows.
 namespace baseline {
 void diffuseStencilBand(const StencilBand& band);
 }

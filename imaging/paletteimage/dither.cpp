@@ -2,14 +2,15 @@
 #include <array>
 #include <cstring>
 
-#include "imaging/kernels/matrix_rows.h"
-#include "imaging/paletteimage/error_diffusion.h"
+#include "imaging/kernels/diffusion.h"
+#include "imaging/kernels/dots.h"
+#include "imaging/kernels/matrix.h"
 #include "imaging/paletteimage/palette_image.h"
 
 namespace kestra {
 namespace {
 
-// Lowest white level of each cell of a 4x4 square, [y % 4][x % 4].
+// Lowest white level of each cell of a 4x4 square, [y % 4][x % 4]. None is 0: padding stays black.
 using Matrix = std::array<RowThresholds, 4>;
 
 constexpr RowThresholds kFlatRow = {kFirstWhiteLevel, kFirstWhiteLevel, kFirstWhiteLevel,
@@ -78,59 +79,47 @@ const Matrix* matrixOf(std::uint64_t method) {
   }
 }
 
+// The kernel of any other method. Some weights differ from the published ones by design of this
+// printer's methods.
+DiffusionMethod diffusionOf(std::uint64_t method) {
+  switch (method) {
+    case 2:
+      return DiffusionMethod::kBurkes;  // 1988
+    case 3:
+      return DiffusionMethod::kStucki;  // 1981
+    case 4:
+      return DiffusionMethod::kJarvisJudiceNinke;  // 1976
+    case 5:
+      return DiffusionMethod::kSierra;  // 1989
+    case 6:
+      return DiffusionMethod::kStevensonArce;  // 1985
+    default:
+      return DiffusionMethod::kFloydSteinberg;  // 1976
+  }
+}
+
 }  // namespace
 
 bool PaletteImage::Dither(std::int64_t method) {
   if (!IsValid()) return false;
   if (header_.bitCount == 1) return true;
 
+  // Made first, so that the image is left whole where there is no memory for its dots.
   PaletteImage dots;
-  if (!makeDots(dots, static_cast<std::uint64_t>(method))) return false;
-  return Transfer(dots, true);
-}
-
-bool PaletteImage::DitherToBytes(std::int64_t method) {
-  if (!IsValid() || header_.bitCount != 8) return Dither(method) && IncreaseBpp(8);
-
-  // Unsigned, so that negative numbers select the last method as well.
-  const auto number = static_cast<std::uint64_t>(method);
-  const Matrix* matrix = matrixOf(number);
-  if (matrix == nullptr) {
-    diffuseErrorsInPlace(diffusionKernel(number), GetBits(0), info_.effWidth, header_.width,
-                         header_.height);
-  }
-  const std::size_t padding = info_.effWidth - GetWidth();
-  for (std::uint32_t y = 0; y < GetHeight(); ++y) {
-    std::uint8_t* row = GetBits(y);
-    if (matrix != nullptr) ditherRowToBytes(row, GetWidth(), (*matrix)[y % 4], row);
-    std::memset(row + GetWidth(), 0, padding);
-  }
-  std::memset(GetPalette(), 0, GetPaletteSize());
-  SetPaletteColor(1, 255, 255, 255, 0);
-  return true;
-}
-
-bool PaletteImage::makeDots(PaletteImage& dots, std::uint64_t method) {
   createDerived(dots, GetWidth(), GetHeight(), 1);
   if (!dots.IsValid()) {
     setLastError(dots.GetLastError());
     return false;
   }
-  dots.SetPaletteColor(0, 0, 0, 0, 0);
   dots.SetPaletteColor(1, 255, 255, 255, 0);
-
-  const Matrix* matrix = matrixOf(method);
-  // Indices of 4-bit images end at 15 and 24-bit images read as 0: with nothing near white all of
-  // their dots stay black where errors are diffused, whatever error they pass on.
-  if (matrix == nullptr && header_.bitCount != 8) return true;
-  if (matrix == nullptr) {
-    diffuseErrors(diffusionKernel(method), GetBits(0), info_.effWidth, dots.GetBits(0),
-                  dots.info_.effWidth, header_.width, header_.height);
-  } else if (header_.bitCount == 8) {
+  // Unsigned, so that negative numbers select the last method as well.
+  const auto number = static_cast<std::uint64_t>(method);
+  if (header_.bitCount == 8) {
+    turnIntoDots(number);
     for (std::uint32_t y = 0; y < GetHeight(); ++y) {
-      ditherRowToBits(GetBits(y), GetWidth(), (*matrix)[y % 4], dots.GetBits(y));
+      packDots(GetBits(y), GetWidth(), dots.GetBits(y));
     }
-  } else {
+  } else if (const Matrix* matrix = matrixOf(number); matrix != nullptr) {
     for (std::int64_t y = 0; y < header_.height; ++y) {
       const RowThresholds& row = (*matrix)[static_cast<std::size_t>(y % 4)];
       for (std::int64_t x = 0; x < header_.width; ++x) {
@@ -139,7 +128,29 @@ bool PaletteImage::makeDots(PaletteImage& dots, std::uint64_t method) {
       }
     }
   }
+  // Indices of 4-bit images end at 15 and 24-bit images read as 0: with nothing near white all of
+  // their dots stay black where errors are diffused, whatever error they pass on.
+  return Transfer(dots, true);
+}
+
+bool PaletteImage::DitherToBytes(std::int64_t method) {
+  if (!IsValid() || header_.bitCount != 8) return Dither(method) && IncreaseBpp(8);
+  turnIntoDots(static_cast<std::uint64_t>(method));
+  std::memset(GetPalette(), 0, GetPaletteSize());
+  SetPaletteColor(1, 255, 255, 255, 0);
   return true;
+}
+
+void PaletteImage::turnIntoDots(std::uint64_t method) {
+  const Matrix* matrix = matrixOf(method);
+  if (matrix == nullptr) {
+    diffuse({diffusionOf(method), GetBits(0), info_.effWidth, GetWidth(), GetHeight()});
+  }
+  for (std::uint32_t y = 0; y < GetHeight(); ++y) {
+    std::uint8_t* row = GetBits(y);
+    if (matrix != nullptr) ditherRow(row, GetWidth(), (*matrix)[y % 4].data(), row);
+    std::memset(row + GetWidth(), 0, info_.effWidth - GetWidth());
+  }
 }
 
 }  // namespace kestra

@@ -2,7 +2,7 @@
 #include <cstring>
 #include <limits>
 
-#include "imaging/kernels/level_rows.h"
+#include "imaging/kernels/tones.h"
 #include "imaging/paletteimage/palette_image.h"
 
 namespace kestra {

@@ -190,9 +190,8 @@ class PaletteImage {
 
   void setLastError(const char* text);
   bool isInside(std::int64_t x, std::int64_t y) const;
-  /// Makes `dots` the 1-bit image of this one by a dithering method, which may use up this image's
-  /// pixels; false where there is no memory.
-  bool makeDots(PaletteImage& dots, std::uint64_t method);
+  /// Replaces the levels of an 8-bit image by dots, 0 and 1, and its padding by 0.
+  void turnIntoDots(std::uint64_t method);
   /// Makes `derived` an image of this one's type and information, with another size or depth.
   void createDerived(PaletteImage& derived, std::uint32_t width, std::uint32_t height,
                      std::uint32_t bpp) const;

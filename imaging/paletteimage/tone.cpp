@@ -3,8 +3,7 @@
 #include <array>
 
 #include "filter/base/number.h"
-#include "imaging/kernels/dot_rows.h"
-#include "imaging/kernels/level_rows.h"
+#include "imaging/kernels/tones.h"
 #include "imaging/paletteimage/palette_image.h"
 
 namespace kestra {
@@ -39,7 +38,8 @@ bool PaletteImage::Lut(const std::uint8_t* table) {
     const bool gapless = GetWidth() == info_.effWidth;
     const std::size_t run = gapless ? header_.imageSize : GetWidth();
     for (std::size_t at = 0; at < header_.imageSize; at += gapless ? run : info_.effWidth) {
-      lookUpLevels(table, GetBits(0) + at, run);
+      std::uint8_t* levels = GetBits(0) + at;
+      lookUpLevels(table, levels, levels, run);
     }
     return true;
   }
@@ -64,12 +64,6 @@ bool PaletteImage::IncreaseBpp(unsigned int bitsPerPixel) {
     return false;
   }
   deeper.SetPalette(GetPalette(), GetNumColors());
-  if (header_.bitCount == 1 && bitsPerPixel == 8) {
-    for (std::uint32_t y = 0; y < GetHeight(); ++y) {
-      unpackDots(GetBits(y), GetWidth(), deeper.GetBits(y));
-    }
-    return Transfer(deeper, true);
-  }
   for (std::int64_t y = 0; y < header_.height; ++y) {
     for (std::int64_t x = 0; x < header_.width; ++x) {
       const std::uint8_t index = BlindGetPixelIndex(x, y);

@@ -1,6 +1,5 @@
 // The stencil chain's error diffusion: dots that cling to dots already printed.
 #include <cstddef>
-#include <cstring>
 #include <vector>
 
 #include "imaging/kernels/stencil_diffusion.h"
@@ -22,19 +21,11 @@ constexpr Tap kTaps[] = {
     {1, 0, kStencilRight},      {2, 0, kStencilSecondRight}, {-2, 1, kStencilBelowSecondLeft},
     {-1, 1, kStencilBelowLeft}, {0, 1, kStencilBelow},       {1, 1, kStencilBelowRight}};
 
-QMImage diffuseBands(const QMImage& grey, float level, StencilBandKernel kernel) {
-  const auto width = static_cast<std::size_t>(grey.width);
-  QMImage out(grey.width, grey.height, QM_IMG_GRAY);
-  StencilDiffuser diffuser(grey.width, grey.height, level, kernel);
-  for (int y = 0; y < grey.height; ++y) {
-    std::memcpy(diffuser.nextRow(), grey.data + static_cast<std::size_t>(y) * width, width);
-    if (diffuser.isBandComplete()) diffuser.finishBand(out.data, width);
-  }
-  return out;
-}
+}  // namespace
 
-// The rule as it is told, a pixel at a time, with the errors of a whole page.
-QMImage diffusePixels(const QMImage& grey, float level) {
+// Pixel by pixel, with the errors of the whole page.
+QMImage edf_cus(const QMImage& grey, int threshold) {
+  const auto least = static_cast<float>(threshold);
   const int width = grey.width;
   const int height = grey.height;
   QMImage out(width, height, QM_IMG_GRAY);
@@ -46,7 +37,7 @@ QMImage diffusePixels(const QMImage& grey, float level) {
                             static_cast<std::size_t>(x);
       const float v = errors[i] + static_cast<float>(grey.data[i]);
       float e = v;
-      if (v > level) {
+      if (v > least) {
         out.data[i] = kWhite;
         float relief = 0.0F;
         if (y >= 1 && x >= 1 && y < height - 1 && x < width - 1) {
@@ -67,15 +58,6 @@ QMImage diffusePixels(const QMImage& grey, float level) {
     }
   }
   return out;
-}
-
-}  // namespace
-
-QMImage edf_cus(const QMImage& grey, int threshold) {
-  const auto level = static_cast<float>(threshold);
-  const StencilBandKernel kernel = stencilBandKernel(kernelLevel());
-  if (kernel == nullptr || grey.width < 1) return diffusePixels(grey, level);
-  return diffuseBands(grey, level, kernel);
 }
 
 }  // namespace kestra

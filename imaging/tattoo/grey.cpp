@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "filter/base/number.h"
-#include "imaging/kernels/histogram.h"
+#include "imaging/kernels/tones.h"
 #include "imaging/tattoo/fast_math.h"
 
 namespace kestra {
@@ -118,7 +118,7 @@ void enh_piecewise_gamma(QMImage& grey, int knee, float lowGamma, float highGamm
   const std::array<std::uint8_t, kLevels> table = piecewiseGammaTable(knee, lowGamma, highGamma);
   const std::size_t count =
       static_cast<std::size_t>(grey.width) * static_cast<std::size_t>(grey.height);
-  mapLevels(grey.data, table.data(), grey.data, count);
+  lookUpLevels(table.data(), grey.data, grey.data, count);
 }
 
 }  // namespace kestra

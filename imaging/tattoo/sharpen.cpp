@@ -4,21 +4,15 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstring>
 #include <vector>
 
-#include "imaging/kernels/gaussian.h"
 #include "imaging/tattoo/fast_math.h"
-#include "imaging/tattoo/unsharp_rows.h"
 
 namespace kestra {
 namespace {
 
 constexpr float kTwoPiSingle = 6.2831855F;
 constexpr double kTwoPi = 6.283185307179586;
-
-// 300 per cent, for which sharpening has a kernel of its own.
-constexpr float kStencilWeight = 3.0F;
 
 std::size_t taps(int size) { return static_cast<std::size_t>(size / 2) * 2 + 1; }
 
@@ -28,44 +22,6 @@ std::size_t indexOf(const QMImage& image, int x, int y) {
 }
 
 int roundToInt(double sum) { return my_round(static_cast<float>(sum)); }
-
-void blurAlongRows(const QMImage& src, const GaussianWeights& weights, QMImage& out) {
-  const auto count = static_cast<std::size_t>(src.width);
-  std::vector<unsigned char> padded(count + 2 * std::size_t{kGaussianReach});
-  unsigned char* row = padded.data() + kGaussianReach;
-  const unsigned char* along[kGaussianTaps];
-  tapsAlong(row, along);
-  for (int y = 0; y < src.height; ++y) {
-    std::memcpy(row, src.data + indexOf(src, 0, y), count);
-    repeatEdges(row, src.width);
-    blurPixels(along, weights, out.data + indexOf(out, 0, y), count);
-  }
-}
-
-void blurAlongColumns(const QMImage& src, const GaussianWeights& weights, QMImage& out) {
-  for (int y = 0; y < src.height; ++y) {
-    const unsigned char* down[kGaussianTaps];
-    for (int k = 0; k < kGaussianTaps; ++k) {
-      down[k] = src.data + indexOf(src, 0, std::clamp(y + k - kGaussianReach, 0, src.height - 1));
-    }
-    blurPixels(down, weights, out.data + indexOf(out, 0, y), static_cast<std::size_t>(src.width));
-  }
-}
-
-// The eleven taps of a stencil; false for any other kernel, and where the plain version is wanted.
-bool blurFast(const QMImage& src, const double* kernel, int size, bool horizontal, QMImage& out) {
-  GaussianWeights weights;
-  if (kernelLevel() == KernelLevel::kPlain || size / 2 != kGaussianReach || src.width < 1 ||
-      !makeGaussianWeights(kernel, weights)) {
-    return false;
-  }
-  if (horizontal) {
-    blurAlongRows(src, weights, out);
-  } else {
-    blurAlongColumns(src, weights, out);
-  }
-  return true;
-}
 
 }  // namespace
 
@@ -84,7 +40,6 @@ void generateGaussianKernel1D(int size, double sigma, double* kernel) {
 QMImage convolve1D(const QMImage& src, const double* kernel, int size, bool horizontal) {
   const int half = size / 2;
   QMImage out(src);
-  if (blurFast(src, kernel, size, horizontal, out)) return out;
   for (int y = 0; y < src.height; ++y) {
     for (int x = 0; x < src.width; ++x) {
       double sum = 0.0;
@@ -115,10 +70,6 @@ QMImage add_Weighted(const QMImage& src, const QMImage& blurred, float weight) {
   if (src.width < 0) return out;  // no row and no column, whatever their product
   const std::size_t count =
       static_cast<std::size_t>(src.width) * static_cast<std::size_t>(src.height);
-  if (weight == kStencilWeight) {
-    sharpenPixels(src.data, blurred.data, out.data, count);
-    return out;
-  }
   for (std::size_t i = 0; i < count; ++i) {
     const float sourcePart = static_cast<float>(src.data[i]) * sourceWeight;
     const float blurPart = static_cast<float>(blurred.data[i]) * blurWeight;

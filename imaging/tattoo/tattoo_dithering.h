@@ -7,8 +7,9 @@
 
 namespace kestra {
 
-// Both return a new grey image of 0 and 255 and leave their input alone, which may be of any colour
-// type. An image without pixels comes back as a copy. With the K raster 255 is a printed dot.
+// The rule as it is told, step by step on images of their own. Both return a new grey image of 0
+// and 255 and leave their input alone, which may be of any colour type. An image without pixels
+// comes back as a copy. With the K raster 255 is a printed dot.
 
 /// Halftone "Tattoo": the gamma's knee is fixed at 64, exponents 0.85 and 0.7.
 QMImage qmTattooDithering(QMImage& image);
@@ -21,17 +22,15 @@ QMImage qmTattooDitheringV7(QMImage& image);
 enum class StencilKind { kTattoo, kTattooV7 };
 
 /// Makes the same dots as the two functions above from width * height grey bytes, both at least 1,
-/// without copying the page.
+/// row by row: the way of a job, which needs some rows of memory, at most four times the page,
+/// besides the two pages.
 /// @param out     row 0 of `height` rows, not among the grey bytes
 /// @param stride  bytes from row to row there, at least `width`; the bytes between stay
 void ditherStencilPage(StencilKind kind, const unsigned char* grey, int width, int height,
                        unsigned char* out, std::size_t stride);
 
 /// Error diffusion in single precision with six taps, two of them negative; 6 per cent of each
-/// error is dropped.
-///
-///               X      0.505786  -0.052926
-///   0.226194 0.128835  0.243191  -0.111078    (row below, from x - 2 to x + 1)
+/// error is dropped. They are drawn in `imaging/kernels/stencil_diffusion.h`.
 ///
 /// A level above the threshold gives 255, any other 0. A white dot with a black left or upper
 /// neighbour is charged less than 255, by 14.27 per cent for each, except on the image's border.

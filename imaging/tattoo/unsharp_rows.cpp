@@ -4,27 +4,26 @@
 #include <algorithm>
 #include <cstring>
 
-#include "imaging/kernels/histogram.h"
+#include "imaging/kernels/tones.h"
 
 namespace kestra {
 namespace {
 
-// Rows kept: at least the taps, and a power of two.
+// Rows kept, as far as the page has them: at least the taps.
 constexpr int kRing = 16;
+static_assert(kRing >= kGaussianTaps, "all rows of a blurred one are there");
 
 constexpr int kMargin = 16;
 static_assert(kMargin >= kGaussianReach, "edges are repeated into the margin");
 
-}  // namespace
-
+// Repeats the first and the last of `width` bytes beside them: a b c becomes a a a a a a b c c c c
+// c c.
 void repeatEdges(unsigned char* padded, int width) {
   std::memset(padded - kGaussianReach, padded[0], kGaussianReach);
   std::memset(padded + width, padded[width - 1], kGaussianReach);
 }
 
-void tapsAlong(const unsigned char* padded, const unsigned char* taps[kGaussianTaps]) {
-  for (int k = 0; k < kGaussianTaps; ++k) taps[k] = padded + k - kGaussianReach;
-}
+}  // namespace
 
 UnsharpRows::UnsharpRows(const unsigned char* grey, int width, int height,
                          const std::uint8_t* table, const GaussianWeights& weights)
@@ -33,27 +32,27 @@ UnsharpRows::UnsharpRows(const unsigned char* grey, int width, int height,
       height_(height),
       table_(table),
       weights_(weights),
+      ring_(std::min(kRing, height)),
       stride_(static_cast<std::size_t>(width) + 2 * std::size_t{kMargin}),
-      toned_(stride_ * kRing),
-      blurred_(stride_ * kRing),
-      soft_(stride_) {}
+      toned_(stride_ * static_cast<std::size_t>(ring_)),
+      blurred_(stride_ * static_cast<std::size_t>(ring_)) {}
 
 unsigned char* UnsharpRows::toned(int y) {
-  return toned_.data() + static_cast<std::size_t>(y % kRing) * stride_ + kMargin;
+  return toned_.data() + static_cast<std::size_t>(y % ring_) * stride_ + kMargin;
 }
 
 unsigned char* UnsharpRows::blurred(int y) {
-  return blurred_.data() + static_cast<std::size_t>(y % kRing) * stride_ + kMargin;
+  return blurred_.data() + static_cast<std::size_t>(y % ring_) * stride_ + kMargin;
 }
 
 void UnsharpRows::readRow(int y) {
   const auto count = static_cast<std::size_t>(width_);
   const unsigned char* source = grey_ + static_cast<std::size_t>(y) * count;
   unsigned char* row = toned(y);
-  mapLevels(source, table_, row, count);
+  lookUpLevels(table_, source, row, count);
   repeatEdges(row, width_);
   const unsigned char* taps[kGaussianTaps];
-  tapsAlong(row, taps);
+  for (int k = 0; k < kGaussianTaps; ++k) taps[k] = row + k - kGaussianReach;
   blurPixels(taps, weights_, blurred(y), count);
 }
 
@@ -67,8 +66,8 @@ void UnsharpRows::nextRow(unsigned char* out) {
     taps[k] = blurred(std::clamp(y + k - kGaussianReach, 0, height_ - 1));
   }
   const auto count = static_cast<std::size_t>(width_);
-  blurPixels(taps, weights_, soft_.data(), count);
-  sharpenPixels(toned(y), soft_.data(), out, count);
+  blurPixels(taps, weights_, out, count);
+  sharpenPixels(toned(y), out, out, count);
 }
 
 }  // namespace kestra

@@ -31,21 +31,12 @@ class UnsharpRows {
   int height_;
   const std::uint8_t* table_;
   GaussianWeights weights_;
+  int ring_;  ///< rows kept
   int made_ = 0;
   int read_ = 0;
   std::size_t stride_;
   std::vector<unsigned char> toned_;    ///< the last rows, five pixels repeated at both ends
   std::vector<unsigned char> blurred_;  ///< the same rows, blurred along themselves
-  std::vector<unsigned char> soft_;     ///< one row, blurred both ways
 };
-
-/// Repeats the first and the last of `width` bytes `kGaussianReach` times beside them: a b c
-/// becomes a a a a a a b c c c c c c.
-/// @param padded  column 0, with room on both sides
-void repeatEdges(unsigned char* padded, int width);
-
-/// The pointers for a pass along a row: eleven offsets of it.
-/// @param padded  column 0 of a row with repeated edges
-void tapsAlong(const unsigned char* padded, const unsigned char* taps[kGaussianTaps]);
 
 }  // namespace kestra

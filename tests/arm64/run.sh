@@ -64,9 +64,9 @@ export KESTRA_TEST_FILTER=$cross/rastertokestra
 export KESTRA_TEST_FILTER_RELATIVE=$cross/filter/rastertokestra_relative
 export KESTRA_TEST_RUNNER="$emulator -L $sysroot -0 %0"
 # The fastest kernels of arm64 first, then those that go pixel by pixel.
-for level in baseline plain; do
-  echo "The digest list with the arm64 filter, $level kernels"
-  KESTRA_KERNELS=$level run_tests "$native" -L '^digests$'
+for version in baseline plain; do
+  echo "The digest list with the arm64 filter, $version kernels"
+  KESTRA_KERNELS=$version run_tests "$native" -L '^digests$'
 done
 echo "Black-box tests with the arm64 filter"
 run_tests "$native" -L '^blackbox$' -E "^($(IFS='|' && echo "${left_out[*]}"))"

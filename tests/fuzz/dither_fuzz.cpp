@@ -1,9 +1,9 @@
-// A page through each dithering method at each kernel level, against the plain version.
-// Why: the fast kernels must give the same dots as the rule on every page there can be.
+// A page through each dithering method in each version of the loops, against the plain version.
+// Why: the fast loops must give the same dots as the rule on every page there can be.
 #include <algorithm>
 #include <cstring>
 
-#include "imaging/kernels/level.h"
+#include "imaging/kernels/cpu.h"
 #include "imaging/paletteimage/palette_image.h"
 #include "tests/fuzz/byte_source.h"
 #include "tests/fuzz/pixels.h"
@@ -13,7 +13,7 @@
 namespace kestra::fuzz {
 namespace {
 
-void ditherAtEachLevel(ByteSource* source) {
+void ditherInEachVersion(ByteSource* source) {
   const unsigned method = source->below(9);
   const unsigned width = source->word() % 300U + 1U;
   const unsigned height = source->word() % 100U + 1U;
@@ -22,16 +22,16 @@ void ditherAtEachLevel(ByteSource* source) {
       plain::Halftone(plain::RowsFromBytes(pixels, static_cast<int>(width),
                                            static_cast<int>(height), static_cast<int>(width)),
                       method);
-  for (const KernelLevel level : kernelLevels()) {
-    forceKernelLevel(level);
+  for (const KernelVersion version : kernelVersions()) {
+    forceKernelVersion(version);
     PaletteImage image;
     require(image.CreateFromArray(pixels.data(), width, height, 8, width, false), "an image");
     require(image.Dither(method) && image.IncreaseBpp(8), "a dithered image");
     for (unsigned y = 0; y < height; ++y) {
       const std::uint8_t* row = image.GetBits(y);
       for (unsigned x = 0; x < width; ++x) {
-        require(row[x] == expected[y][x],
-                std::string("the dots of the plain version at level ") + kernelLevelName(level));
+        require(row[x] == expected[y][x], std::string("the dots of the plain version in version ") +
+                                              kernelVersionName(version));
       }
     }
     // The way of a page, in one block, leaves the same bytes, padding and palette.
@@ -40,7 +40,7 @@ void ditherAtEachLevel(ByteSource* source) {
     require(page.DitherToBytes(method), "a dithered page");
     require(
         std::equal(image.GetBits(), image.GetBits() + image.GetEffWidth() * height, page.GetBits()),
-        std::string("the same bytes in one block at level ") + kernelLevelName(level));
+        std::string("the same bytes in one block in version ") + kernelVersionName(version));
     require(std::memcmp(image.GetPalette(), page.GetPalette(), image.GetPaletteSize()) == 0,
             "the same palette in one block");
     page.Destroy();
@@ -53,6 +53,6 @@ void ditherAtEachLevel(ByteSource* source) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   kestra::fuzz::ByteSource source(data, size);
-  kestra::fuzz::ditherAtEachLevel(&source);
+  kestra::fuzz::ditherInEachVersion(&source);
   return 0;
 }

@@ -1,7 +1,10 @@
-// A page through both stencil chains, and through their error diffusion at any threshold, at each
-// kernel level, against the plain version.
+// A page through both stencil chains, step by step and row by row in each version of the loops, and
+// through their error diffusion at any threshold, against the plain version.
 // Why: single-precision sums decide these dots, and a faster order of them would change a few.
-#include "imaging/kernels/level.h"
+#include <algorithm>
+
+#include "imaging/kernels/cpu.h"
+#include "imaging/kernels/stencil_diffusion.h"
 #include "imaging/tattoo/tattoo_dithering.h"
 #include "tests/fuzz/byte_source.h"
 #include "tests/fuzz/pixels.h"
@@ -11,13 +14,11 @@
 namespace kestra::fuzz {
 namespace {
 
-void requireSame(const QMImage& image, const plain::Rows& expected, const char* what) {
-  const auto width = static_cast<std::size_t>(image.width);
-  for (std::size_t y = 0; y < expected.size(); ++y) {
-    for (std::size_t x = 0; x < expected[y].size(); ++x) {
-      require(image.data[y * width + x] == expected[y][x],
-              std::string("the dots of the plain version from ") + what + " at level " +
-                  kernelLevelName(kernelLevel()));
+void requireSame(const unsigned char* dots, const plain::Rows& expected, const char* what) {
+  for (const std::vector<int>& row : expected) {
+    for (const int dot : row) {
+      require(*dots++ == dot, std::string("the dots of the plain version from ") + what +
+                                  " in version " + kernelVersionName(kernelVersion()));
     }
   }
 }
@@ -32,12 +33,24 @@ void runChains(ByteSource* source) {
   const plain::Rows tattoo = plain_stencil::Tattoo(grey);
   const plain::Rows tattooV7 = plain_stencil::TattooV7(grey);
   const plain::Rows diffused = plain_stencil::Diffuse(grey, threshold);
-  for (const KernelLevel level : kernelLevels()) {
-    forceKernelLevel(level);
-    QMImage page(width, height, QM_IMG_GRAY, pixels.data());
-    requireSame(qmTattooDithering(page), tattoo, "Tattoo");
-    requireSame(qmTattooDitheringV7(page), tattooV7, "Tattoo_V7");
-    requireSame(edf_cus(page, threshold), diffused, "the diffusion");
+  QMImage page(width, height, QM_IMG_GRAY, pixels.data());
+  requireSame(qmTattooDithering(page).data, tattoo, "Tattoo step by step");
+  requireSame(qmTattooDitheringV7(page).data, tattooV7, "Tattoo_V7 step by step");
+  requireSame(edf_cus(page, threshold).data, diffused, "the rule of diffusion");
+  for (const KernelVersion version : kernelVersions()) {
+    forceKernelVersion(version);
+    std::vector<unsigned char> out(pixels.size());
+    const auto stride = static_cast<std::size_t>(width);
+    ditherStencilPage(StencilKind::kTattoo, pixels.data(), width, height, out.data(), stride);
+    requireSame(out.data(), tattoo, "Tattoo");
+    ditherStencilPage(StencilKind::kTattooV7, pixels.data(), width, height, out.data(), stride);
+    requireSame(out.data(), tattooV7, "Tattoo_V7");
+    StencilDiffuser diffuser(width, height, static_cast<float>(threshold), out.data(), stride);
+    for (auto row = pixels.begin(); row != pixels.end(); row += width) {
+      std::copy(row, row + width, diffuser.nextRow());
+      diffuser.finishRow();
+    }
+    requireSame(out.data(), diffused, "the diffusion");
   }
 }
 

@@ -64,7 +64,8 @@ trap 'rm -rf "$TMPDIR"' EXIT
 
 # The test programs: their place in a build, and the seconds after which they hang.
 declare -A place=([unit]=tests/unit/kestra_unit_tests [stencil]=tests/stencil/kestra_stencil_tests
-  [kernels]=tests/kernels/kestra_kernel_tests [digests]=tests/digests/kestra_digests_tests
+  [kernels]=tests/kernels/kestra_kernel_tests [choice]=tests/kernels/kestra_choice_tests
+  [digests]=tests/digests/kestra_digests_tests
   [tools]=tests/tools/tools_test [paper]=tests/paper/paper_test
   [core]=tests/delivery/core/kestra_delivery_core_tests
   [sinks]=tests/delivery/sinks/kestra_delivery_sinks_tests
@@ -72,7 +73,7 @@ declare -A place=([unit]=tests/unit/kestra_unit_tests [stencil]=tests/stencil/ke
   [delivery]=tests/delivery/tool/delivery_tool_test
   [driver]=tests/driver/driver_test
   [blackbox]=tests/blackbox/kestra_blackbox_tests)
-declare -A limit=([unit]=60 [stencil]=120 [kernels]=60 [digests]=180 [tools]=120 [paper]=60 [core]=60
+declare -A limit=([unit]=60 [stencil]=120 [kernels]=60 [choice]=10 [digests]=180 [tools]=120 [paper]=60 [core]=60
   [sinks]=60 [backend]=60 [delivery]=60 [driver]=120 [scripts]=60 [blackbox]=1200)
 # Those that wait more than they compute run in so many parts side by side.
 declare -A parts=([tools]=2 [paper]=6 [core]=4 [sinks]=8 [backend]=4 [delivery]=4)
@@ -91,10 +92,8 @@ programs_for() {
     tools/*) echo tools ;;
     driver/*) echo driver ;;
     *.sh | packaging/*) echo scripts ;;
-    imaging/kernels/diffusion* | imaging/kernels/byte_lanes.h)
-      echo kernels unit stencil digests blackbox ;;
-    imaging/tattoo/* | imaging/kernels/gaussian* | imaging/kernels/stencil* | \
-      imaging/kernels/histogram* | printer/anti_wrinkle.cpp | printer/page_processing.cpp)
+    imaging/kernels/*) echo kernels choice unit stencil digests blackbox ;;
+    imaging/tattoo/* | printer/anti_wrinkle.cpp | printer/page_processing.cpp)
       echo stencil unit kernels digests blackbox ;;
     filter/*) echo unit digests blackbox ;;
     *) echo unit stencil kernels digests blackbox ;;

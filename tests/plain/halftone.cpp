@@ -8,19 +8,6 @@
 
 namespace kestra::plain {
 
-namespace {
-
-struct Tap {
-  int dx;
-  int dy;
-  int weight;
-};
-
-struct Kernel {
-  int divisor;
-  std::vector<Tap> taps;
-};
-
 Kernel KernelOf(long method) {
   switch (method) {
     case 2:  // Burkes
@@ -84,6 +71,8 @@ Kernel KernelOf(long method) {
   }
 }
 
+namespace {
+
 Rows Diffuse(Rows grey, const Kernel& kernel) {
   Rows dots = grey;
   const int height = static_cast<int>(grey.size());
@@ -136,6 +125,13 @@ Rows Halftone(const Rows& grey, long method) {
     }
   }
   return dots;
+}
+
+std::vector<uint8_t> Halftone(const std::vector<uint8_t>& levels, size_t width, size_t height,
+                              long method) {
+  const auto columns = static_cast<int>(width);
+  return Flatten(
+      Halftone(RowsFromBytes(levels, columns, static_cast<int>(height), columns), method));
 }
 
 }  // namespace kestra::plain

@@ -103,6 +103,18 @@ TEST(Convolve, RoundsHalvesUpAndKeepsOnlyTheLowByte) {
   EXPECT_EQ(rowsOf(convolve1D(greyImage({{1}}), minus, 1, false)), (plain::Rows{{255}}));
 }
 
+TEST(Convolve, EqualsThePlainVersionWhateverTheKernel) {
+  const plain::Rows page = noisePage(47, 19, 8);
+  const std::vector<double> skew = {0.0, 0.1, 0.2, 0.3, 0.4};
+  const std::vector<double> sharp = {-0.5, 0.0, 2.0, 0.0, -0.5};
+  for (const std::vector<double>& kernel : {skew, sharp, kernelOf(5, 3.0)}) {
+    for (const bool horizontal : {true, false}) {
+      EXPECT_EQ(rowsOf(convolve1D(greyImage(page), kernel.data(), 5, horizontal)),
+                plain_stencil::BlurPass(page, kernel, 5, horizontal));
+    }
+  }
+}
+
 TEST(Blur, LeavesUniformPagesUnchanged) {
   for (int level = 0; level < 256; ++level) {
     const plain::Rows page = uniformPage(13, 9, level);

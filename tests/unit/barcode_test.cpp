@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "printer/kestra_printer.h"
+#include "tests/plain/barcode.h"
 #include "tests/unit/capture.h"
-#include "tests/unit/plain_barcode.h"
 #include "tests/unit/test_images.h"
 
 namespace kestra {
@@ -377,14 +377,16 @@ TEST(BarcodeRules, ChangeRandomBarsLikeThePlainVersions) {
           const Page start = bars(width, height, along, longest,
                                   static_cast<std::uint32_t>(width * height) + longest);
           for (const Rule rule : {Rule::Dashes, Rule::First, Rule::Second}) {
-            plain::BarcodePage wanted(width, height, start.bytes);
-            if (rule == Rule::Dashes) plain::applyDashedLine(wanted);
-            if (rule == Rule::First) plain::optimizeBarcode1(wanted);
-            if (rule == Rule::Second) plain::optimizeBarcode2(wanted);
+            plain::Rows wanted =
+                plain::RowsFromBytes(start.bytes, start.stride, height, start.stride);
+            if (rule == Rule::Dashes) plain::DashLongRuns(wanted, width);
+            if (rule == Rule::First) plain::ThinBarcode1(wanted, width);
+            if (rule == Rule::Second) plain::ThinBarcode2(wanted, width);
             Page page = start;
             apply(rule, page);
-            ASSERT_EQ(wanted.bytes(), page.bytes) << width << "x" << height << " along " << along
-                                                  << " rule " << static_cast<int>(rule);
+            ASSERT_EQ(plain::Flatten(wanted), page.bytes)
+                << width << "x" << height << " along " << along << " rule "
+                << static_cast<int>(rule);
             if (page.bytes != start.bytes) changed[static_cast<int>(rule)] = true;
           }
         }
