@@ -283,7 +283,7 @@ case "${1-}" in
     tests/coverage/report.sh build-coverage || fail "too little of the code is tested"
     ;;
   mutate)
-    JOBS=$jobs tests/mutations/run.sh build-mutate ${2+"$2"} || fail "too many faults go unnoticed"
+    JOBS=$jobs tests/mutations/run.py build-mutate ${2+"$2"} || fail "too many faults go unnoticed"
     ;;
   delivery) bear_faults "${2-100}" ;;
   package) tests/package/run.sh || fail "the package has faults" ;;

@@ -9,7 +9,7 @@ cp "$project/test.sh" "$project/.clang-format" "$stage/"
 mkdir -p "$stage/tests/mutations" "$stage/filter" "$stage/.ci"
 printf '// Well formatted.\nint main() { return 0; }\n' >"$stage/filter/a.cpp"
 stand_in tools/setup.sh
-stand_in tests/mutations/run.sh
+stand_in tests/mutations/run.py
 stand_in git 'exit 1' # the copy is no repository
 stand_in cmake 'mkdir -p build-test' \
   'printf "[\n{\n  \"file\": \"%s\"\n}\n]\n" "$PWD/filter/a.cpp" >build-test/compile_commands.json'
@@ -42,7 +42,7 @@ run 1 drawer unit
 fails ctest 0
 
 run 0 mutate
-fails run.sh
+fails run.py
 run 1 mutate
 run 2 no-such-verb
 idle setup.sh
