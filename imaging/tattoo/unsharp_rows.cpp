@@ -33,27 +33,32 @@ UnsharpRows::UnsharpRows(const unsigned char* grey, int width, int height,
       table_(table),
       weights_(weights),
       ring_(std::min(kRing, height)),
+      // Of a page that is as low as the ring, toned rows would be the page once more.
+      tonedRing_(height < kRing ? 1 : kRing),
       stride_(static_cast<std::size_t>(width) + 2 * std::size_t{kMargin}),
-      toned_(stride_ * static_cast<std::size_t>(ring_)),
+      toned_(stride_ * static_cast<std::size_t>(tonedRing_)),
       blurred_(stride_ * static_cast<std::size_t>(ring_)) {}
 
 unsigned char* UnsharpRows::toned(int y) {
-  return toned_.data() + static_cast<std::size_t>(y % ring_) * stride_ + kMargin;
+  return toned_.data() + static_cast<std::size_t>(y % tonedRing_) * stride_ + kMargin;
 }
 
 unsigned char* UnsharpRows::blurred(int y) {
   return blurred_.data() + static_cast<std::size_t>(y % ring_) * stride_ + kMargin;
 }
 
-void UnsharpRows::readRow(int y) {
+void UnsharpRows::toneRow(int y) {
   const auto count = static_cast<std::size_t>(width_);
-  const unsigned char* source = grey_ + static_cast<std::size_t>(y) * count;
+  lookUpLevels(table_, grey_ + static_cast<std::size_t>(y) * count, toned(y), count);
+}
+
+void UnsharpRows::readRow(int y) {
+  toneRow(y);
   unsigned char* row = toned(y);
-  lookUpLevels(table_, source, row, count);
   repeatEdges(row, width_);
   const unsigned char* taps[kGaussianTaps];
   for (int k = 0; k < kGaussianTaps; ++k) taps[k] = row + k - kGaussianReach;
-  blurPixels(taps, weights_, blurred(y), count);
+  blurPixels(taps, weights_, blurred(y), static_cast<std::size_t>(width_));
 }
 
 void UnsharpRows::nextRow(unsigned char* out) {
@@ -67,6 +72,7 @@ void UnsharpRows::nextRow(unsigned char* out) {
   }
   const auto count = static_cast<std::size_t>(width_);
   blurPixels(taps, weights_, out, count);
+  if (tonedRing_ == 1) toneRow(y);
   sharpenPixels(toned(y), out, out, count);
 }
 

@@ -24,6 +24,7 @@ class UnsharpRows {
  private:
   unsigned char* toned(int y);
   unsigned char* blurred(int y);
+  void toneRow(int y);
   void readRow(int y);
 
   const unsigned char* grey_;
@@ -31,12 +32,13 @@ class UnsharpRows {
   int height_;
   const std::uint8_t* table_;
   GaussianWeights weights_;
-  int ring_;  ///< rows kept
+  int ring_;       ///< blurred rows kept
+  int tonedRing_;  ///< toned rows kept; 1: they are toned once more where they are needed again
   int made_ = 0;
   int read_ = 0;
   std::size_t stride_;
   std::vector<unsigned char> toned_;    ///< the last rows, five pixels repeated at both ends
-  std::vector<unsigned char> blurred_;  ///< the same rows, blurred along themselves
+  std::vector<unsigned char> blurred_;  ///< the last rows, blurred along themselves
 };
 
 }  // namespace kestra
