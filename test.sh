@@ -93,7 +93,7 @@ folders of tests/ with a CMakeLists.txt"
 # What decides about dots, and nothing else: the same page must give the same bytes with every
 # compiler. All else is built and tested once with another compiler.
 dots_targets=(rastertokestra rastertokestra_relative kestra_unit_tests kestra_stencil_tests
-  kestra_kernel_tests kestra_choice_tests kestra_digests_tests kestra_blackbox_tests)
+  kestra_kernel_tests kestra_choice_tests kestra_digests_tests kestra_blackbox_tests ppds)
 dots_labels='^(unit|stencil|kernels|digests|blackbox)$'
 
 # build_and_test_dots DIR CMAKE_OPTION...: the same with the filter alone.
@@ -120,7 +120,7 @@ prepare_arm64() {
 
 # check_memory DIR: a job's status, 99 where the checker found something, is part of its digest.
 check_memory() {
-  local directory=$1 checker level
+  local directory=$1 checker version
   configure "$directory" -DCMAKE_BUILD_TYPE=Release
   cmake --build "$directory" -j "$jobs" \
     --target kestra_digests_tests rastertokestra rastertokestra_relative ||
@@ -129,8 +129,10 @@ check_memory() {
   checker=$(command -v valgrind.bin || command -v valgrind) || fail "no valgrind"
   for version in best plain; do
     echo "Under the memory checker, $version inner loops"
-    (cd "$directory" && KESTRA_KERNELS=$version KESTRA_TEST_RUNNER="$checker -q --error-exitcode=99" \
-      ctest -j "$jobs" --output-on-failure -L digests) || fail "memory is misused by the $version inner loops"
+    (cd "$directory" &&
+      KESTRA_KERNELS=$version KESTRA_TEST_RUNNER="$checker -q --error-exitcode=99" \
+      ctest -j "$jobs" --output-on-failure -L digests) ||
+      fail "memory is misused by the $version inner loops"
   done
 }
 
