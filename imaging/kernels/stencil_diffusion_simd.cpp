@@ -56,10 +56,14 @@ KESTRA_INLINE void diffuseBlock(const StencilBand& band, const Charges& charges,
                                 std::int32_t (*upperBlack)[kStencilBandRows],
                                 std::int32_t (*white)[kStencilBandRows], State& state) {
   const Floats full = allFloats(kStencilCharge);
+  std::int32_t black[kSteps];  // what row 0 looks ahead to
+  for (int step = 0; step < kSteps; ++step) {
+    black[step] = blackInRowAbove(band, time + kStencilSkew + step);
+  }
   for (int step = 0; step < kSteps; ++step) {
     const int x = time + step;  // of row 0
     Floats errorAbove = allFloats(band.upperErrors[x + kStencilSkew]);
-    Ints blackAbove = blackInRowAbove(band, x + kStencilSkew) - Ints{};
+    Ints blackAbove = black[step] - Ints{};
     for (std::size_t g = 0; g < kGroups; ++g) {
       Floats v = state.above[4][g] * kStencilBelowRight;
       v = v + state.above[3][g] * kStencilBelow;

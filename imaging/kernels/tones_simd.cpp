@@ -52,13 +52,12 @@ void lookUpLevels(const std::uint8_t* table, const std::uint8_t* levels, std::ui
     return;
   }
   // Eight at a time, so that no entry waits for the byte before it to be stored.
-  std::size_t x = 0;
-  for (; x + 8 <= count; x += 8) {
+  for (const std::uint8_t* end = levels + count / 8 * 8; levels != end; levels += 8, out += 8) {
     std::uint8_t entries[8];
-    for (std::size_t i = 0; i < 8; ++i) entries[i] = table[levels[x + i]];
-    std::memcpy(out + x, entries, sizeof entries);
+    for (std::size_t i = 0; i < 8; ++i) entries[i] = table[levels[i]];
+    std::memcpy(out, entries, sizeof entries);
   }
-  for (; x < count; ++x) out[x] = table[levels[x]];
+  for (std::size_t x = 0; x < count % 8; ++x) out[x] = table[levels[x]];
 }
 
 void reverseLevels(std::uint8_t* levels, std::size_t count) {
