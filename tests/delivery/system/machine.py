@@ -63,7 +63,33 @@ def _furnish(keep):
             run("mount", "--bind", OUTER_TMP + folder[len("/tmp"):], folder)
     run("umount", "-l", OUTER_TMP)
     os.rmdir(OUTER_TMP)
+    for folder in keep:
+        _let_others_enter(os.path.realpath(folder), run)
     os.chdir("/")
+
+
+def _let_others_enter(folder, run):
+    """Programs run as lp, which cannot enter a home folder of mode 0700 above `folder`: here its
+    place is taken by a folder of mode 0755 with the same things in it."""
+    above = [folder[:end] for end, letter in enumerate(folder) if letter == "/" and end > 0]
+    for closed in above:
+        if os.stat(closed).st_mode & 0o001:
+            continue
+        os.mkdir(OUTER_TMP)
+        run("mount", "--rbind", closed, OUTER_TMP)
+        run("mount", "-t", "tmpfs", "-o", "mode=0755", "tmpfs", closed)
+        for entry in os.scandir(OUTER_TMP):
+            place = f"{closed}/{entry.name}"
+            if entry.is_symlink():
+                os.symlink(os.readlink(entry.path), place)
+            elif entry.is_dir():
+                os.mkdir(place)
+                run("mount", "--rbind", entry.path, place)
+            elif entry.is_file():
+                run("touch", place)
+                run("mount", "--bind", entry.path, place)
+        run("umount", "-l", OUTER_TMP)
+        os.rmdir(OUTER_TMP)
 
 
 def _leave_first_process():
