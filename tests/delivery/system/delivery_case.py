@@ -107,7 +107,8 @@ class DeliveryCase(unittest.TestCase):
     def _frames_of_filter(self, document, options):
         path = self.system.document(document)
         environment = {"PPD": self.system.ppd(), "TMPDIR": rig.SPOOL + "/tmp"}
-        subprocess.run([f"{BUILD}/rastertokestra", "900001", "lp", "title", "1", options, path],
+        program = f"{self.system.bin}/filter/rastertokestra"  # there for every user
+        subprocess.run([program, "900001", "lp", "title", "1", options, path],
                        env=environment, user="lp", group="lp", extra_groups=[], umask=0o077,
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
         return self.system.frames(900001)

@@ -98,8 +98,12 @@ class PrintSystem:
                         glob.glob(f"{home}/backend-available/*") if room == "backend" else []):
                     name = os.path.basename(path)
                     # An installed one of ours must not stand for the build's.
-                    if "kestra" not in name and not os.path.lexists(f"{self.bin}/{room}/{name}"):
+                    if "kestra" in name or os.path.lexists(f"{self.bin}/{room}/{name}"):
+                        continue
+                    if home == STOCK:
                         os.symlink(path, f"{self.bin}/{room}/{name}")
+                    else:  # the user of filters may not look into the folder it lies in
+                        shutil.copy(path, f"{self.bin}/{room}/{name}")
         for name in ("rastertokestra", "kestrafit", "kestrasize"):
             self.install("filter", name, f"{self.build}/{name}")
         for room, name, path, mode in (("backend", "kestra", "kestra", 0o744),
