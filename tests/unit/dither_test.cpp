@@ -1,8 +1,12 @@
 // Tests the dithering of images: worked examples of each method, and every method against its plain
 // twin over many sizes.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -129,6 +133,39 @@ TEST(Dither, DiffusesWithinTheDepthOf4BitImages) {
   ASSERT_TRUE(image.Dither(100));
   EXPECT_EQ((Bytes{0, 0}), indicesOf(image));
 }
+
+#if defined(__SANITIZE_ADDRESS__)
+#define KESTRA_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KESTRA_SANITIZED 1
+#endif
+#endif
+
+#ifndef KESTRA_SANITIZED  // which has no limit of address space
+// Whether a page of 16 MB is as it was where there is no room for the 2 MB of its dots.
+bool staysWholeWithoutRoom(std::int64_t method) {
+  const Bytes levels = greyPage(4000, 4000, Fill::Gradient);
+  OwnedImage image;
+  if (!makeGrey(image, levels, 4000, 4000)) return false;
+  std::size_t pages = 0;
+  std::ifstream("/proc/self/statm") >> pages;
+  const rlim_t used = pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
+  const rlimit limit = {used + (1U << 20U), used + (1U << 20U)};
+  if (pages == 0 || setrlimit(RLIMIT_AS, &limit) != 0) return false;
+  const std::string problem = "PaletteImage::Create can't allocate memory";
+  return !image.Dither(method) && image.GetLastError() == problem && image.GetBitsPerPixel() == 8 &&
+         image.GetNumColors() == 256 && std::equal(levels.begin(), levels.end(), image.GetBits());
+}
+
+TEST(Dither, LeavesTheImageWholeWhereThereIsNoMemoryForItsDots) {
+  // In a process of its own, which cannot get its memory back.
+  for (const std::int64_t method : {0, 2}) {
+    EXPECT_EXIT(_exit(staysWholeWithoutRoom(method) ? 0 : 1), testing::ExitedWithCode(0), "")
+        << method;
+  }
+}
+#endif
 
 TEST(Threshold, PrintsWhiteFrom129On) {
   EXPECT_EQ((Bytes{0, 0, 0, 1, 1, 1}), dithered({0, 127, 128, 129, 130, 255}, 6, 1, 0));
