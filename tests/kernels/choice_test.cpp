@@ -31,46 +31,21 @@ bool remainsCount() {
 }
 
 }  // namespace
+}  // namespace kestra
 
-#define KESTRA_STAND_INS(version)                                                               \
-  namespace version {                                                                           \
-  void packDots(const std::uint8_t*, std::size_t, std::uint8_t*) {                              \
-    ran.push_back(#version " packDots");                                                        \
-  }                                                                                             \
-  std::uint64_t countDots(const std::uint8_t*, std::size_t) {                                   \
-    ran.push_back(#version " countDots");                                                       \
-    return 0;                                                                                   \
-  }                                                                                             \
-  void ditherRow(const std::uint8_t*, std::size_t, const std::uint8_t*, std::uint8_t*) {        \
-    ran.push_back(#version " ditherRow");                                                       \
-  }                                                                                             \
-  void lookUpLevels(const std::uint8_t*, const std::uint8_t*, std::uint8_t*, std::size_t) {     \
-    ran.push_back(#version " lookUpLevels");                                                    \
-  }                                                                                             \
-  void reverseLevels(std::uint8_t*, std::size_t) { ran.push_back(#version " reverseLevels"); }  \
-  void countLevels(const std::uint8_t*, std::size_t, std::uint32_t*) {                          \
-    ran.push_back(#version " countLevels");                                                     \
-  }                                                                                             \
-  void diffuse(const DiffusionPage&, std::uint8_t* scratch) {                                   \
-    ran.push_back(scratch == nullptr ? "no scratch" : #version " diffuse");                     \
-  }                                                                                             \
-  void blurPixels(const unsigned char* const*, const GaussianWeights&, unsigned char*,          \
-                  std::size_t) {                                                                \
-    ran.push_back(#version " blurPixels");                                                      \
-  }                                                                                             \
-  void sharpenPixels(const unsigned char*, const unsigned char*, unsigned char*, std::size_t) { \
-    ran.push_back(#version " sharpenPixels");                                                   \
-  }                                                                                             \
-  void diffuseStencilBand(const StencilBand&) {                                                 \
-    ran.push_back(#version " diffuseStencilBand");                                              \
-    remainsCounted = remainsCount();                                                            \
-  }                                                                                             \
-  }
-KESTRA_STAND_INS(baseline)
+// The fast versions of this program: each only says that it ran.
+#define KESTRA_VERSION baseline
+#define KESTRA_VERSION_NAME "baseline "
+#include "tests/kernels/stand_ins.h"
 #if defined(__x86_64__)
-KESTRA_STAND_INS(avx2)
+#undef KESTRA_VERSION
+#undef KESTRA_VERSION_NAME
+#define KESTRA_VERSION avx2
+#define KESTRA_VERSION_NAME "avx2 "
+#include "tests/kernels/stand_ins.h"
 #endif
 
+namespace kestra {
 namespace {
 
 void diffuseStencil(int height, float threshold) {
