@@ -87,7 +87,7 @@ TEST_F(Fit, CutsAPageWiderThanTheHeadAndSaysHowMuch) {
   EXPECT_EQ(Line(report.id, "Page 1 is"),
             "Page 1 is 195.8 mm (1565 dots) wider than the print head: 97.8 mm (782 dots) on the "
             "left and 98.0 mm (783 dots) on the right are not printed; choose a narrower page "
-            "size, or fit-to-page");
+            "size");
   ASSERT_EQ(report.frames.size(), 1U);
   // 832 dots are 104 bytes, which need no margin.
   const std::string& frame = report.frames.begin()->second;

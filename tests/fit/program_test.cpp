@@ -59,7 +59,7 @@ TEST(KestraFit, FitsPagesToTheHeadOfThePrinterDescription) {
   EXPECT_EQ(end.messages,
             "WARNING: Page 1 is 12.5 mm (100 dots) wider than the print head: 6.3 mm (50 dots) on "
             "the left and 6.3 mm (50 dots) on the right are not printed; choose a narrower page "
-            "size, or fit-to-page\n");
+            "size\n");
 }
 
 TEST(KestraFit, WarnsOnceOfPagesThatLoseTheSame) {

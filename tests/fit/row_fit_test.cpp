@@ -75,7 +75,7 @@ TEST(RowFit, SaysInPlainWordsWhatIsCutAndFilled) {
   EXPECT_EQ(cutWarning({3, rowFit(932, kHead), 203}),
             "WARNING: Page 3 is 12.5 mm (100 dots) wider than the print head: 6.3 mm (50 dots) on "
             "the left and 6.3 mm (50 dots) on the right are not printed; choose a narrower page "
-            "size, or fit-to-page");
+            "size");
   EXPECT_EQ(fillMessage({1, rowFit(559, kHead), 203}),
             "DEBUG: Page 1 is 559 dots wide and gets 0.1 mm (1 dot) of paper on the right, so that "
             "it prints straight");

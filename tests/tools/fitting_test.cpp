@@ -52,7 +52,7 @@ TEST(Fitting, WarnsOfEachPageThatIsCutAndOfNoOther) {
   // 100 dots are 100 / 203 * 25.4 = 12.5 mm.
   const std::string words =
       " is 12.5 mm (100 dots) wider than the print head: 6.3 mm (50 dots) on the left and 6.3 mm "
-      "(50 dots) on the right are not printed; choose a narrower page size, or fit-to-page\n";
+      "(50 dots) on the right are not printed; choose a narrower page size\n";
   EXPECT_EQ(result.errors, "kestra-proof: warning: pages.ras: page 2" + words +
                                "kestra-proof: warning: pages.ras: page 4" + words);
 }

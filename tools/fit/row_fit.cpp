@@ -48,7 +48,7 @@ std::string cutWords(const RowFit& fit, std::uint32_t dotsPerInch) {
   return "is " + length(fit.skip + fit.cutRight, dotsPerInch) +
          " wider than the print head: " + length(fit.skip, dotsPerInch) + " on the left and " +
          length(fit.cutRight, dotsPerInch) +
-         " on the right are not printed; choose a narrower page size, or fit-to-page";
+         " on the right are not printed; choose a narrower page size";
 }
 
 std::string cutWarning(const PageChange& change) {

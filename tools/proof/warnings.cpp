@@ -163,7 +163,7 @@ std::vector<std::string> sizeWarnings(const PageFacts& facts) {
         "is " + std::to_string(width) + " dots wide, the print head " +
         (facts.head_dots > 0 ? "has " + std::to_string(facts.head_dots) : "has fewer") +
         (facts.overlapping ? ": rows overlap and garbage is printed" : ": the right edge is lost") +
-        "; choose a page size of the printer, or fit-to-page");
+        "; choose a page size of the printer");
   }
   return warnings;
 }
