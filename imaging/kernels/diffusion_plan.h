@@ -4,7 +4,7 @@
 // gives the same levels: the sources are taken in the order in which they are printed.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 
 #include "imaging/kernels/diffusion_kernel.h"
 
@@ -41,13 +41,6 @@ static constexpr unsigned shareMultiplier(int weight, int divisor) {
 /// kernels (a test goes through them all). With 7/16 and an error of 3: 3 * 28673 / 65536 = 1.
 static inline constexpr unsigned shareOf(unsigned errorSize, unsigned multiplier) {
   return errorSize * multiplier >> 16;
-}
-
-/// The same for an error with its sign: -3 * 28673 / 65536 = -1. The shift rounds down, for errors
-/// below 0 always by something, which their sign makes good (the test again; never multiply by 0).
-static inline constexpr int signedShareOf(int error, int multiplier) {
-  return static_cast<std::int16_t>(error * multiplier >> 16) -
-         static_cast<std::int16_t>(error >> 15);
 }
 
 static constexpr DiffusionPlan planOf(const DiffusionKernel& kernel) {
