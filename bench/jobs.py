@@ -71,6 +71,13 @@ class Bench:
         program = f"{self.build}/filter/rastertokestra_relative"
         return [program, "1", "user", "title", "1", options, raster], environment
 
+    def floor(self, raster):
+        """What a filter must do without looking at a pixel."""
+        _, environment = self.ours("None", raster)
+        options = "HalftoneType=None PageSize=A4 Resolution=300dpi"
+        return [f"{self.build}/bench/kestra_floor", "1", "user", "title", "1", options,
+                raster], environment
+
     def peer(self, program, ppd, raster):
         """Another filter as a job."""
         return [program, "1", "user", "title", "1", "", raster], {"PPD": ppd}
@@ -94,8 +101,8 @@ class Bench:
         line = subprocess.run([f"{self.build}/bench/kestra_run_once"] + command, check=True,
                               env=environment, cwd=self.spool, capture_output=True, text=True)
         wall, processor, peak, status = line.stdout.split()
-        is_ours = os.path.basename(command[0]).startswith("rastertokestra")
-        if int(status) != 0 or (is_ours and self.frames() != pages):
+        leaves_frames = os.path.basename(command[0]).startswith(("rastertokestra", "kestra_floor"))
+        if int(status) != 0 or (leaves_frames and self.frames() != pages):
             sys.exit(f"jobs.py: status {status}, {self.frames()} frames from {command}")
         return [float(wall), float(processor), int(peak)]
 
@@ -160,7 +167,8 @@ def measure(bench, quick):
               "growth": {}, "stations": {}}
 
     for keyword in SOME_KEYWORDS if quick else KEYWORDS:
-        jobs = {"ours": bench.ours(keyword, photo), "rastertoepson": epson, "rastertopclx": pclx}
+        jobs = {"ours": bench.ours(keyword, photo), "floor": bench.floor(photo),
+                "rastertoepson": epson, "rastertopclx": pclx}
         for version in bench.versions[:-1]:
             jobs[version] = bench.ours(keyword, photo, version)
         result["keywords"][keyword] = bench.alternate(jobs, 3 if quick else 9)

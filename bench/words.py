@@ -28,11 +28,10 @@ where the page fits into the processor's cache, a copy costs next to nothing. Pe
 the whole process, libraries included; "page" is the page's bytes, one a pixel. "processor" is the
 ratio of processor times, which tells more than wall time on a machine with other work to do.
 
-Where a job misses its goal, the stations of a page (below) tell why: the start of the process and the
-two debug images, files as large as the page that the peers do not write, take most of a classic
-page's time, and both belong to the job. What error diffusion adds is bound by its operations, up to
-twelve clamped additions a dot: two blocks of rows in one loop, so that neither waits for its last
-dots, were tried and gained nothing for the larger kernels.
+Where a job misses its goal, the stations of a page (below) tell where its time goes. What error
+diffusion adds is bound by its operations, up to twelve clamped additions a dot: two blocks of rows
+in one loop, so that neither waits for its last dots, were tried and gained nothing for the larger
+kernels.
 """
 
 AFTER_STATIONS = """
@@ -46,12 +45,14 @@ halftone up to the finished page's log line; the log line behind the frame ends 
 
 AFTER_JOBS = """
 One photo page in a file as the sixth argument, each filter with a printer description of its own,
-standard output and log to /dev/null. All in turns: ours, `rastertoepson`, `rastertopclx`, ours at
-each slower version of the inner loops (`KESTRA_KERNELS=baseline`, `plain`), and again. Ours also
-writes two debug images and the page frame, as a print system's spool does to a directory on a disk,
-whose writing is the system's business and goes on behind the job. CUPS's `rastertoepson` passes the
-grey bytes through without a halftone: about the least that a filter can do with a page.
-`rastertopclx` of cups-filters turns them into dots, the same kind of work as ours.
+standard output and log to /dev/null. All in turns: ours, the floor, `rastertoepson`,
+`rastertopclx`, ours at each slower version of the inner loops (`KESTRA_KERNELS=baseline`, `plain`),
+and again. Ours also writes two debug images and the page frame, as a print system's spool does to a
+directory on a disk, whose writing is the system's business and goes on behind the job. The *floor*
+is a program of this measurement that opens the description, reads the page and writes files of the
+same sizes, and never looks at a pixel (`bench/floor.cpp`). CUPS's `rastertoepson` passes the grey
+bytes through without a halftone and writes no such files. `rastertopclx` of cups-filters turns them
+into dots, the same kind of work as ours.
 
 The keywords are the PPD's; which halftone runs under which is told in the gallery. No job reaches
 Floyd-Steinberg, which is measured as a stage only.
