@@ -1,8 +1,8 @@
 // The floor under a print job: what a filter must do even if it never looks at a pixel.
 //
 // It is started like the filter, opens the printer description, marks the options, reads every page
-// and leaves files as large as the filter's. What the filter takes longer is what it does with
-// dots.
+// and leaves files as large as the filter's, but for the margin beside each row of a frame. What
+// the filter takes longer is what it does with dots.
 #include <cups/ppd.h>
 #include <cups/raster.h>
 #include <fcntl.h>
