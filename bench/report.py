@@ -1,8 +1,9 @@
 #!/usr/bin/python3
 """Turns the samples of a run into one table of goals, and into docs/performance.md.
 
-The page is written whole by every full run, words included, so that no figure on it can be older
-than another. Usage: report.py WORK BUILD [DOCS], without DOCS only the table is printed.
+The page is written whole by every full run from `performance.md.in`, whose words say how to read
+the figures and never repeat one: no figure on it can be older than another.
+Usage: report.py WORK BUILD [DOCS]; without DOCS only the table is printed.
 """
 
 import glob
@@ -15,8 +16,6 @@ from statistics import median
 
 from goals import PIXELS, Data, Goals, ratio
 from plots import growth_picture, stations_picture
-from words import (AFTER_GOALS, AFTER_JOBS, AFTER_STAGES, AFTER_STATIONS, GROWTH, INTRODUCTION,
-                   KINDS, MEMORY, PLACES)
 
 # Stages in the order of a page, and the library's loop that comes closest.
 STAGES = [("CreateFromArray", None), ("Light", "OpenCV LUT"), ("Mirror", "OpenCV flip"),
@@ -207,14 +206,12 @@ def write_page(data, work, build, docs):
         file.write(stations_picture(median_stations(data)))
     with open(f"{pictures}/performance-growth.svg", "w", encoding="utf-8") as file:
         file.write(growth_picture(growth_lines(data)))
-    parts = [INTRODUCTION, machine(work, build), "## Goals", goal_table(data), AFTER_GOALS,
-             "## Where the time of a page goes", station_table(data), AFTER_STATIONS,
-             "## Whole jobs", job_table(data), AFTER_JOBS, "## What is on the page",
-             kind_table(data), KINDS, "## Where the spool lies", place_table(data), PLACES,
-             "## Stage by stage", stage_table(data), AFTER_STAGES,
-             "## Memory", memory_table(data), MEMORY, "## Long pages", growth_table(data), GROWTH]
+    template = read(os.path.join(os.path.dirname(__file__), "performance.md.in"))
     with open(f"{docs}/performance.md", "w", encoding="utf-8") as file:
-        file.write("\n\n".join(part.strip("\n") for part in parts) + "\n")
+        file.write(template.format(
+            machine=machine(work, build), goals=goal_table(data), stations=station_table(data),
+            jobs=job_table(data), kinds=kind_table(data), places=place_table(data),
+            stages=stage_table(data), memory=memory_table(data), growth=growth_table(data)))
 
 
 def plain_columns(markdown):
