@@ -125,11 +125,20 @@ TEST(WarningWords, TellAHazeOnBlankPaper) {
                       "choose 0 or less"));
   facts.brightness = 0;
   EXPECT_EQ(only(facts), "") << "nothing that a choice could take away";
+  // As many dots as places with ink: a photograph has lost some there and got others on the paper.
   facts.brightness = 30;
   facts.black_dots = 500;
+  EXPECT_TRUE(
+      advises(facts, "may get a haze of dots on blank paper: Brightness=30", "choose 0 or less"));
+  facts.content.inked_pixels = 950;  // a twentieth is blank, and not more
   EXPECT_EQ(only(facts), "");
-  facts.black_dots = 900;
+  facts.content.inked_pixels = 500;
   facts.halftone = "None";
+  EXPECT_TRUE(advises(facts, "may get a haze", "choose 25 or less"));
+  facts.brightness = 25;
+  EXPECT_EQ(only(facts), "") << "the threshold leaves blank paper as it is";
+  facts.brightness = 30;
+  facts.black_dots = 900;
   EXPECT_TRUE(advises(facts, "gets a haze of at least 400 dots", "choose 25 or less"));
   facts.negative = true;
   EXPECT_EQ(only(facts), "");

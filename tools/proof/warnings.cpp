@@ -19,8 +19,13 @@ constexpr std::uint64_t kFullInk = 255;
 // With a skewed page the last dots fall off its end.
 constexpr double kNearlySolid = 0.995;
 
-// The part of the blank paper from which on dots on it can be seen.
+// The part of the blank paper from which on dots on it can be seen, and the part of a page that is
+// worth a word.
 constexpr double kHaze = 0.001;
+constexpr double kMuchPaper = 0.05;
+
+// Up to this Brightness the threshold leaves blank paper as it is; all other halftones never do.
+constexpr int kMostForThreshold = 25;
 
 bool isStencil(const PageFacts& facts) {
   return facts.halftone == "Tattoo" || facts.halftone == "Tattoo_V7";
@@ -41,6 +46,13 @@ bool isHazy(const PageFacts& facts) {
   if (facts.black_dots <= inked) return false;
   const auto blank = static_cast<double>(facts.content.pixels() - inked);
   return static_cast<double>(facts.black_dots - inked) > kHaze * blank;
+}
+
+// Blank paper turns grey, and a photograph that loses dots elsewhere hides how many it gets there.
+bool mayBeHazy(const PageFacts& facts) {
+  if (facts.halftone == "None" && facts.brightness <= kMostForThreshold) return false;
+  const auto pixels = static_cast<double>(facts.content.pixels());
+  return pixels - static_cast<double>(facts.content.inked_pixels) > kMuchPaper * pixels;
 }
 
 // "51", and with a decimal where that matters: "99.2".
@@ -94,7 +106,6 @@ std::string blankReason(const PageFacts& facts) {
   return "it is very light; choose a Brightness above 0, for example 20";
 }
 
-// Only the threshold leaves blank paper as it is, up to a Brightness of 25.
 std::string brightReason(const PageFacts& facts) {
   const std::string words = chosen("Brightness", std::to_string(facts.brightness));
   return facts.halftone == "None" ? words + " turns blank paper black; choose 25 or less"
@@ -138,6 +149,8 @@ std::vector<std::string> dotWarnings(const PageFacts& facts) {
     const std::uint64_t dots = facts.black_dots - content.inked_pixels;
     warnings.push_back("gets a haze of at least " + std::to_string(dots) +
                        " dots on blank paper: " + brightReason(facts));
+  } else if (facts.brightness > 0 && !facts.negative && mayBeHazy(facts)) {
+    warnings.push_back("may get a haze of dots on blank paper: " + brightReason(facts));
   }
   return warnings;
 }
