@@ -12,7 +12,7 @@
 #include "tests/cups/command.h"
 #include "tests/cups/print_server.h"
 #include "tests/support/raster_stream.h"
-#include "tools/frame/page_frame.h"
+#include "tools/frame/frame_reader.h"
 
 namespace kestra::cups_tests {
 

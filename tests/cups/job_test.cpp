@@ -7,7 +7,7 @@
 #include "tests/cups/command.h"
 #include "tests/cups/cups_case.h"
 #include "tests/support/page_makers.h"
-#include "tools/frame/page_frame.h"
+#include "tools/frame/frame_reader.h"
 
 namespace kestra::cups_tests {
 

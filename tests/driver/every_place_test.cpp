@@ -17,7 +17,7 @@
 #include "filter/base/settings.h"
 #include "tests/driver/model.h"
 #include "tests/support/ppd_text.h"
-#include "tools/frame/print_setting.h"
+#include "tools/frame/setting_reader.h"
 #include "tools/paper/stream_parser.h"
 
 namespace kestra::driver {
@@ -68,9 +68,9 @@ TEST_P(EveryPlace, TellsTheChoicesOfDarknessApart) {
 TEST_P(EveryPlace, NamesTheDarknessOfACommand) {
   std::uint8_t level = 0;
   for (const std::string& name : choicesOf(ppd_.get(), "Darkness")) {
-    const std::string words = describe(PrintSetting{2, level});
+    const std::string words = describe(SentSetting{2, level});
     EXPECT_EQ(words.rfind("darkness " + name + ",", 0), 0U)
-        << "tools/frame/print_setting.cpp calls " << name << " \"" << words << "\"";
+        << "tools/frame/setting_reader.cpp calls " << name << " \"" << words << "\"";
     ++level;
   }
 }

@@ -2,8 +2,8 @@
 // Why: proofs are made of files that somebody else sends.
 #include "tests/fuzz/byte_source.h"
 #include "tests/fuzz/require.h"
-#include "tools/frame/page_frame.h"
-#include "tools/frame/print_setting.h"
+#include "tools/frame/frame_reader.h"
+#include "tools/frame/setting_reader.h"
 
 namespace kestra::fuzz {
 namespace {
@@ -45,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   readFrame(bytes);
   const kestra::ParsedSettings parsed = kestra::parsePrintSettings(bytes);
   require(parsed.settings.size() * 7 <= size, "a command has 7 bytes");
-  for (const kestra::PrintSetting& setting : parsed.settings) {
+  for (const kestra::SentSetting& setting : parsed.settings) {
     require(!describe(setting).empty(), "words for a command");
   }
   std::string problem;

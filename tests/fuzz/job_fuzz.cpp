@@ -13,8 +13,8 @@
 #include "tests/support/log_text.h"
 #include "tests/support/ppd_text.h"
 #include "tests/support/raster_stream.h"
-#include "tools/frame/page_frame.h"
-#include "tools/frame/print_setting.h"
+#include "tools/frame/frame_reader.h"
+#include "tools/frame/setting_reader.h"
 
 namespace kestra::fuzz {
 namespace {

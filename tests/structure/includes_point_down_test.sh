@@ -35,7 +35,7 @@ expect 0 tools/proof/a.cpp tools/render/chain.h
 expect 1 tools/frame/a.cpp filter/base/file.h
 expect 1 tools/render/a.cpp tools/proof/json.h
 expect 1 tools/proof/a.cpp filter/job.h
-expect 1 filter/a.cpp tools/frame/page_frame.h
+expect 1 filter/a.cpp tools/frame/frame_reader.h
 expect 0 tools/render/a.cpp tools/size/job_size.h
 expect 1 tools/size/a.cpp tools/render/chain.h
 expect 0 tools/paper/a.cpp tools/proof/json.h

@@ -2,8 +2,7 @@
 //
 // The frames are spelled out here from the layout the print head expects, apart from the reader
 // and from the filter, so that neither can hide a mistake of the other.
-#ifndef TESTS_TOOLS_FRAME_BYTES_H_
-#define TESTS_TOOLS_FRAME_BYTES_H_
+#pragma once
 
 #include <cstdint>
 #include <vector>
@@ -30,5 +29,3 @@ Bytes frameStart(const FrameStart& start);
 Bytes smallFrame();
 
 }  // namespace kestra
-
-#endif  // TESTS_TOOLS_FRAME_BYTES_H_

@@ -2,8 +2,7 @@
 //
 // What the program writes must be what any other program takes for JSON, so the reader here
 // forgives nothing.
-#ifndef TESTS_TOOLS_JSON_VALUE_H_
-#define TESTS_TOOLS_JSON_VALUE_H_
+#pragma once
 
 #include <optional>
 #include <string>
@@ -30,5 +29,3 @@ struct JsonValue {
 std::optional<JsonValue> parseJson(const std::string& text);
 
 }  // namespace kestra
-
-#endif  // TESTS_TOOLS_JSON_VALUE_H_

@@ -1,8 +1,7 @@
 // Runs kestra-proof in a directory of its own and reads its pictures back.
 //
 // The program is tested as people use it: files in, words, pictures and an exit status out.
-#ifndef TESTS_TOOLS_PROOF_RUN_H_
-#define TESTS_TOOLS_PROOF_RUN_H_
+#pragma once
 
 #include <sys/types.h>
 
@@ -83,5 +82,3 @@ std::vector<std::string> cut(const Picture& picture, std::size_t x, std::size_t 
                              std::size_t width, std::size_t height);
 
 }  // namespace kestra
-
-#endif  // TESTS_TOOLS_PROOF_RUN_H_

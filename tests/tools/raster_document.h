@@ -1,8 +1,7 @@
 // Raster documents for proofs, and the dots that the plain version of the filter makes of them.
 //
 // A raster document needs no renderer: what is in the picture can be told dot by dot.
-#ifndef TESTS_TOOLS_RASTER_DOCUMENT_H_
-#define TESTS_TOOLS_RASTER_DOCUMENT_H_
+#pragma once
 
 #include <string>
 #include <vector>
@@ -31,5 +30,3 @@ std::size_t countDots(const std::vector<std::string>& rows);
 std::vector<std::string> enlarge(const std::vector<std::string>& rows, unsigned scale);
 
 }  // namespace kestra
-
-#endif  // TESTS_TOOLS_RASTER_DOCUMENT_H_

@@ -1,8 +1,7 @@
 // Reads the command line of kestra-proof.
 //
 // A wrong line must end before any file is touched, with a sentence that says what to type.
-#ifndef TOOLS_PROOF_ARGUMENTS_H_
-#define TOOLS_PROOF_ARGUMENTS_H_
+#pragma once
 
 #include <optional>
 #include <string>
@@ -52,5 +51,3 @@ struct Arguments {
 const char* helpText();
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_ARGUMENTS_H_

@@ -2,8 +2,7 @@
 //
 // Ten prints of a large page have no room on a screen: what shrinks to fit it shows no dot any
 // more.
-#ifndef TOOLS_PROOF_DETAIL_H_
-#define TOOLS_PROOF_DETAIL_H_
+#pragma once
 
 #include <array>
 #include <cstddef>
@@ -59,5 +58,3 @@ class CutDrawing : public Drawing {
 };
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_DETAIL_H_

@@ -2,13 +2,12 @@
 //
 // A page of a wide head has millions of dots: whatever is drawn around it, only one row at a time
 // is held in bytes.
-#ifndef TOOLS_PROOF_DRAWING_H_
-#define TOOLS_PROOF_DRAWING_H_
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-#include "tools/frame/page_frame.h"
+#include "tools/frame/frame_reader.h"
 
 namespace kestra {
 
@@ -80,5 +79,3 @@ class MarginDrawing : public Drawing {
 };
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_DRAWING_H_

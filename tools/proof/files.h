@@ -1,8 +1,7 @@
 // Reads whole files and decides where a picture may be written.
 //
 // A proof must never destroy what it shows: pages wait in the spool to be printed.
-#ifndef TOOLS_PROOF_FILES_H_
-#define TOOLS_PROOF_FILES_H_
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -58,5 +57,3 @@ class WriteGuard {
 [[nodiscard]] bool makeNewDirectory(const std::string& path, std::string& problem);
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_FILES_H_

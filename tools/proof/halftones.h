@@ -1,8 +1,7 @@
 // The ten halftones by the names that a job chooses them by, and what runs under each.
 //
 // Most names do not say what prints; a caption has to.
-#ifndef TOOLS_PROOF_HALFTONES_H_
-#define TOOLS_PROOF_HALFTONES_H_
+#pragma once
 
 #include <array>
 
@@ -27,5 +26,3 @@ inline constexpr std::array<Halftone, 10> kHalftones = {{
 }};
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_HALFTONES_H_

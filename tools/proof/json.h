@@ -2,8 +2,7 @@
 //
 // File names and messages may hold anything; a program that reads them back must get the same
 // characters or a mark where there were none.
-#ifndef TOOLS_PROOF_JSON_H_
-#define TOOLS_PROOF_JSON_H_
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -49,5 +48,3 @@ class JsonText {
 };
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_JSON_H_

@@ -1,8 +1,7 @@
 // Letters of 5 x 7 dots for captions.
 //
 // A sheet of prints must say which is which, also where no font is installed.
-#ifndef TOOLS_PROOF_LETTERS_H_
-#define TOOLS_PROOF_LETTERS_H_
+#pragma once
 
 #include <cstddef>
 
@@ -17,5 +16,3 @@ inline constexpr std::size_t kLetterAdvance = 6;  // from one letter to the next
 unsigned letterRow(char letter, std::size_t row);
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_LETTERS_H_

@@ -2,8 +2,7 @@
 //
 // Who made a picture, and whether it has transparent places, is told there in a few bytes; nothing
 // has to be decoded for it.
-#ifndef TOOLS_PROOF_PNG_CHUNKS_H_
-#define TOOLS_PROOF_PNG_CHUNKS_H_
+#pragma once
 
 #include <string>
 #include <vector>
@@ -25,5 +24,3 @@ struct PngChunk {
 [[nodiscard]] bool isTransparent(const std::vector<PngChunk>& chunks);
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_PNG_CHUNKS_H_

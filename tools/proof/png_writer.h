@@ -2,8 +2,7 @@
 //
 // PNG keeps every dot, and every viewer shows it; the resolution in the file makes it appear in
 // the size of the print.
-#ifndef TOOLS_PROOF_PNG_WRITER_H_
-#define TOOLS_PROOF_PNG_WRITER_H_
+#pragma once
 
 #include <array>
 #include <string>
@@ -27,5 +26,3 @@ struct PictureFacts {
                             const PictureFacts& facts, std::string& problem);
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_PNG_WRITER_H_

@@ -1,8 +1,7 @@
 // Shows how far a long document is.
 //
 // Whoever waits at a terminal wants to know for how long; a log file does not.
-#ifndef TOOLS_PROOF_PROGRESS_H_
-#define TOOLS_PROOF_PROGRESS_H_
+#pragma once
 
 #include <chrono>
 #include <cstddef>
@@ -37,5 +36,3 @@ std::string progressText(const std::string& document, std::size_t pages,
                          std::optional<unsigned> expected, std::size_t columns);
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_PROGRESS_H_

@@ -1,6 +1,5 @@
 // --crop: the labels on a larger page become a PDF of their own, and that is proofed.
-#ifndef TOOLS_PROOF_PROOF_CROP_H_
-#define TOOLS_PROOF_PROOF_CROP_H_
+#pragma once
 
 #include <string>
 
@@ -19,5 +18,3 @@ void proofCropped(const std::string& path, DocumentType type, const Arguments& a
                   Teller& teller);
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_PROOF_CROP_H_

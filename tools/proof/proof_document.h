@@ -1,8 +1,7 @@
 // Prints a document and turns its pages into pictures and findings.
 //
 // Renderer, filter and pictures meet here; each page is let go before the next one comes.
-#ifndef TOOLS_PROOF_PROOF_DOCUMENT_H_
-#define TOOLS_PROOF_PROOF_DOCUMENT_H_
+#pragma once
 
 #include <string>
 
@@ -28,5 +27,3 @@ void proofDocument(const std::string& path, DocumentType type, const Arguments& 
                    Teller& teller);
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_PROOF_DOCUMENT_H_

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "tools/frame/page_frame.h"
-#include "tools/frame/print_setting.h"
+#include "tools/frame/frame_reader.h"
+#include "tools/frame/setting_reader.h"
 #include "tools/proof/drawing.h"
 #include "tools/proof/png_writer.h"
 

@@ -1,8 +1,7 @@
 // Decodes what a print has left: page frames, page counters, print-setting commands.
 //
 // They are the end of a real job; nothing is rendered or filtered again.
-#ifndef TOOLS_PROOF_PROOF_RECORDS_H_
-#define TOOLS_PROOF_PROOF_RECORDS_H_
+#pragma once
 
 #include <string>
 
@@ -22,5 +21,3 @@ void proofCounter(const std::string& path, Teller& teller);
 void proofCommands(const std::string& path, Teller& teller);
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_PROOF_RECORDS_H_

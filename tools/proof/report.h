@@ -2,8 +2,7 @@
 //
 // The words are for the person who looks for the reason of a bad print: sizes in dots and in mm,
 // and every count that does not fit.
-#ifndef TOOLS_PROOF_REPORT_H_
-#define TOOLS_PROOF_REPORT_H_
+#pragma once
 
 #include <array>
 #include <cstddef>
@@ -11,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/frame/page_frame.h"
+#include "tools/frame/frame_reader.h"
 
 namespace kestra {
 
@@ -37,5 +36,3 @@ struct FrameWords {
 [[nodiscard]] std::string summariseRows(const std::vector<std::size_t>& rows, std::size_t runs);
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_REPORT_H_

@@ -1,8 +1,7 @@
 // Several prints of one page side by side on one picture, each with two lines of words below it.
 //
 // A halftone is chosen by eye; what is compared must be seen at once and in the same size.
-#ifndef TOOLS_PROOF_SHEET_H_
-#define TOOLS_PROOF_SHEET_H_
+#pragma once
 
 #include <cstddef>
 #include <memory>
@@ -52,5 +51,3 @@ class Sheet final : public Drawing {
 };
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_SHEET_H_

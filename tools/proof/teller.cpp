@@ -160,9 +160,9 @@ void Teller::counter(unsigned next_page) {
   if (json_on_) json_.object().name("next_page_number").number(next_page).endObject();
 }
 
-void Teller::commands(const std::vector<PrintSetting>& settings) {
+void Teller::commands(const std::vector<SentSetting>& settings) {
   std::size_t number = 0;
-  for (const PrintSetting& setting : settings) {
+  for (const SentSetting& setting : settings) {
     ++number;
     if (words_on_) {
       say(path_ + ": command " + std::to_string(number) + ": " + describe(setting) + " (" +

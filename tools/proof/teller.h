@@ -2,8 +2,7 @@
 //
 // Warnings and errors go to standard error in both cases, so that neither a log nor a person at a
 // terminal misses them.
-#ifndef TOOLS_PROOF_TELLER_H_
-#define TOOLS_PROOF_TELLER_H_
+#pragma once
 
 #include <array>
 #include <cstddef>
@@ -13,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "tools/frame/page_frame.h"
-#include "tools/frame/print_setting.h"
+#include "tools/frame/frame_reader.h"
+#include "tools/frame/setting_reader.h"
 #include "tools/proof/arguments.h"
 #include "tools/proof/detail.h"
 #include "tools/proof/json.h"
@@ -40,12 +39,12 @@ struct PageReport {
   std::array<unsigned, 2> dpi = {0, 0};  // of the print
   std::uint64_t page_dots = 0;           // dots of the page, black or not
   std::uint64_t black_dots = 0;
-  const PageFrame* frame = nullptr;     // the caller's; null on a comparison sheet
-  std::size_t frame_page_dots = 0;      // width of the frame's page, 0: only what the frame says
-  std::optional<DotRectangle> part;     // of the page, on a sheet that does not show all of it
-  std::vector<TileReport> tiles;        // empty but on a comparison sheet
-  std::string note;                     // on the frame, empty where there is none
-  std::optional<PrintSetting> setting;  // what was sent to the printer before the page
+  const PageFrame* frame = nullptr;    // the caller's; null on a comparison sheet
+  std::size_t frame_page_dots = 0;     // width of the frame's page, 0: only what the frame says
+  std::optional<DotRectangle> part;    // of the page, on a sheet that does not show all of it
+  std::vector<TileReport> tiles;       // empty but on a comparison sheet
+  std::string note;                    // on the frame, empty where there is none
+  std::optional<SentSetting> setting;  // what was sent to the printer before the page
   std::vector<std::string> warnings;
 };
 
@@ -64,7 +63,7 @@ class Teller {
   void begin(const DocumentReport& document);
   void page(const PageReport& page);
   void counter(unsigned next_page);
-  void commands(const std::vector<PrintSetting>& settings);
+  void commands(const std::vector<SentSetting>& settings);
   // Words for a person alone.
   void note(const std::string& sentence);
   // A lasting remark on the document that is no failure.
@@ -96,5 +95,3 @@ class Teller {
 };
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_TELLER_H_

@@ -2,8 +2,7 @@
 //
 // Some settings are right for one picture and lose another without a word; the print system calls
 // such a job completed.
-#ifndef TOOLS_PROOF_WARNINGS_H_
-#define TOOLS_PROOF_WARNINGS_H_
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -38,5 +37,3 @@ struct PageFacts {
 [[nodiscard]] std::vector<std::string> sizeWarnings(const PageFacts& facts);
 
 }  // namespace kestra
-
-#endif  // TOOLS_PROOF_WARNINGS_H_

@@ -1,8 +1,7 @@
 // From a document to its raster stream, by the programs that the print system would use.
 //
 // The filter must get the very pages that a real job would give it.
-#ifndef TOOLS_RENDER_CHAIN_H_
-#define TOOLS_RENDER_CHAIN_H_
+#pragma once
 
 #include <cstddef>
 #include <optional>
@@ -84,5 +83,3 @@ class Chain {
 };
 
 }  // namespace kestra
-
-#endif  // TOOLS_RENDER_CHAIN_H_

@@ -2,8 +2,7 @@
 //
 // A proof runs several programs at once; whoever stops it must find nothing running and no file
 // left behind.
-#ifndef TOOLS_RENDER_CHILD_H_
-#define TOOLS_RENDER_CHILD_H_
+#pragma once
 
 #include <sys/types.h>
 
@@ -62,5 +61,3 @@ class Child {
 std::string endWords(int status);
 
 }  // namespace kestra
-
-#endif  // TOOLS_RENDER_CHILD_H_

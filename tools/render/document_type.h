@@ -2,8 +2,7 @@
 //
 // Each kind goes another way through the print system's programs; a name may lie, the first bytes
 // do not.
-#ifndef TOOLS_RENDER_DOCUMENT_TYPE_H_
-#define TOOLS_RENDER_DOCUMENT_TYPE_H_
+#pragma once
 
 #include <optional>
 #include <string>
@@ -20,5 +19,3 @@ const char* typeWords(DocumentType type);
                                                        std::string& problem);
 
 }  // namespace kestra
-
-#endif  // TOOLS_RENDER_DOCUMENT_TYPE_H_

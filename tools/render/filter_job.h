@@ -2,8 +2,7 @@
 //
 // The dots that are shown must be those of the real filter, and its fixed places must not be the
 // machine's spool.
-#ifndef TOOLS_RENDER_FILTER_JOB_H_
-#define TOOLS_RENDER_FILTER_JOB_H_
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -80,5 +79,3 @@ class FilterJob {
 };
 
 }  // namespace kestra
-
-#endif  // TOOLS_RENDER_FILTER_JOB_H_

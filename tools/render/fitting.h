@@ -1,8 +1,7 @@
 // Fits the pages of a raster stream on their way, as a job of a queue does.
 //
 // The frames that are shown must be those of a print, also of a page of any width.
-#ifndef TOOLS_RENDER_FITTING_H_
-#define TOOLS_RENDER_FITTING_H_
+#pragma once
 
 #include <cstddef>
 #include <map>
@@ -37,5 +36,3 @@ class Fitting {
 };
 
 }  // namespace kestra
-
-#endif  // TOOLS_RENDER_FITTING_H_

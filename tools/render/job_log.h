@@ -2,8 +2,7 @@
 //
 // The log tells which stored frame belongs to which page of the stream, also where a page was
 // skipped, and why a job failed.
-#ifndef TOOLS_RENDER_JOB_LOG_H_
-#define TOOLS_RENDER_JOB_LOG_H_
+#pragma once
 
 #include <cstddef>
 #include <map>
@@ -39,5 +38,3 @@ class JobLog {
 };
 
 }  // namespace kestra
-
-#endif  // TOOLS_RENDER_JOB_LOG_H_

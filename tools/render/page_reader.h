@@ -2,8 +2,7 @@
 // to be printed.
 //
 // Whether a page was meant to be blank or solid can only be seen before the filter has had it.
-#ifndef TOOLS_RENDER_PAGE_READER_H_
-#define TOOLS_RENDER_PAGE_READER_H_
+#pragma once
 
 #include <cups/raster.h>
 
@@ -62,5 +61,3 @@ class PageReader {
 };
 
 }  // namespace kestra
-
-#endif  // TOOLS_RENDER_PAGE_READER_H_

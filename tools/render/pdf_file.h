@@ -2,8 +2,7 @@
 //
 // A broken or locked file is told from a good one by what it is, not by a renderer's complaint; and
 // how much a page was scaled stands in the placed file, whatever rule was followed.
-#ifndef TOOLS_RENDER_PDF_FILE_H_
-#define TOOLS_RENDER_PDF_FILE_H_
+#pragma once
 
 #include <string>
 #include <vector>
@@ -28,5 +27,3 @@ struct PdfLook {
 [[nodiscard]] double contentScale(const std::string& content);
 
 }  // namespace kestra
-
-#endif  // TOOLS_RENDER_PDF_FILE_H_

@@ -2,8 +2,7 @@
 //
 // The proof must use the very description that the queue has: page sizes, head width and choices
 // come from it.
-#ifndef TOOLS_RENDER_PPD_PLACE_H_
-#define TOOLS_RENDER_PPD_PLACE_H_
+#pragma once
 
 #include <string>
 #include <vector>
@@ -21,5 +20,3 @@ std::vector<std::string> ppdPlaces(const std::string& model);
 [[nodiscard]] std::string findPpd(const std::string& model, std::string& problem);
 
 }  // namespace kestra
-
-#endif  // TOOLS_RENDER_PPD_PLACE_H_

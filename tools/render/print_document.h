@@ -2,8 +2,7 @@
 //
 // One rendering can be printed with several halftones at once, so a comparison costs little more
 // than one print.
-#ifndef TOOLS_RENDER_PRINT_DOCUMENT_H_
-#define TOOLS_RENDER_PRINT_DOCUMENT_H_
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -61,5 +60,3 @@ using ProgressTaker = std::function<void(const Progress& progress)>;
                                         const ProgressTaker& progress);
 
 }  // namespace kestra
-
-#endif  // TOOLS_RENDER_PRINT_DOCUMENT_H_

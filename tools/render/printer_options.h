@@ -2,8 +2,7 @@
 //
 // The print system drops an unknown option or value without a word; whoever mistypes one would
 // look for the reason on paper.
-#ifndef TOOLS_RENDER_PRINTER_OPTIONS_H_
-#define TOOLS_RENDER_PRINTER_OPTIONS_H_
+#pragma once
 
 #include <cups/cups.h>
 #include <cups/ppd.h>
@@ -87,5 +86,3 @@ class PrinterOptions {
 };
 
 }  // namespace kestra
-
-#endif  // TOOLS_RENDER_PRINTER_OPTIONS_H_

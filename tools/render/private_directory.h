@@ -1,8 +1,7 @@
 // A directory that nobody else can look into and that vanishes with its object.
 //
 // Pages under way may show anything people print, and the filter writes to fixed names.
-#ifndef TOOLS_RENDER_PRIVATE_DIRECTORY_H_
-#define TOOLS_RENDER_PRIVATE_DIRECTORY_H_
+#pragma once
 
 #include <string>
 
@@ -30,5 +29,3 @@ class PrivateDirectory {
 bool moveFile(const std::string& from, const std::string& to);
 
 }  // namespace kestra
-
-#endif  // TOOLS_RENDER_PRIVATE_DIRECTORY_H_

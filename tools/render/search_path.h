@@ -1,8 +1,7 @@
 // The folders in which programs are looked for.
 //
 // A relative one is whatever folder the documents lie in: a program named gs there is no renderer.
-#ifndef TOOLS_RENDER_SEARCH_PATH_H_
-#define TOOLS_RENDER_SEARCH_PATH_H_
+#pragma once
 
 #include <string>
 
@@ -16,5 +15,3 @@ namespace kestra {
 [[nodiscard]] std::string onPath(const std::string& name);
 
 }  // namespace kestra
-
-#endif  // TOOLS_RENDER_SEARCH_PATH_H_

@@ -2,8 +2,7 @@
 // them.
 //
 // It passes over a value that it does not know, and the page comes out as if nothing had been said.
-#ifndef TOOLS_RENDER_SYSTEM_OPTIONS_H_
-#define TOOLS_RENDER_SYSTEM_OPTIONS_H_
+#pragma once
 
 #include <string>
 
@@ -25,5 +24,3 @@ namespace kestra {
 [[nodiscard]] int copyCount(const std::string& text);
 
 }  // namespace kestra
-
-#endif  // TOOLS_RENDER_SYSTEM_OPTIONS_H_

@@ -2,8 +2,7 @@
 //
 // The command tells the print head how fast to move and how much to heat before each page; the
 // counter tells which number the next page of a print queue gets.
-#ifndef TOOLS_FRAME_PRINT_SETTING_H_
-#define TOOLS_FRAME_PRINT_SETTING_H_
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -13,7 +12,7 @@
 namespace kestra {
 
 // What one print-setting command says.
-struct PrintSetting {
+struct SentSetting {
   std::uint8_t speed_code = 0;  // 0 is the slowest; two less than the job's PrintSpeed from 2 on
   std::uint8_t darkness = 0;    // 0 light, 1 middle, 2 dark
 };
@@ -21,7 +20,7 @@ struct PrintSetting {
 // The commands of a job, one per page in order; `problem` is one sentence where the bytes are not
 // a whole number of good commands, and the commands before the bad one are kept.
 struct ParsedSettings {
-  std::vector<PrintSetting> settings;
+  std::vector<SentSetting> settings;
   std::string problem;
 };
 
@@ -29,15 +28,13 @@ struct ParsedSettings {
 [[nodiscard]] ParsedSettings parsePrintSettings(const std::vector<std::uint8_t>& bytes);
 
 // By the names of the options: "darkness Middle, PrintSpeed 4"
-[[nodiscard]] std::string describe(const PrintSetting& setting);
+[[nodiscard]] std::string describe(const SentSetting& setting);
 
 // As the bytes have it: "speed code 2, darkness code 1"
-[[nodiscard]] std::string describeCodes(const PrintSetting& setting);
+[[nodiscard]] std::string describeCodes(const SentSetting& setting);
 
 // The stored page counter, or nothing and a sentence in `problem`.
 [[nodiscard]] std::optional<std::uint16_t> parsePageCounter(const std::vector<std::uint8_t>& bytes,
                                                             std::string& problem);
 
 }  // namespace kestra
-
-#endif  // TOOLS_FRAME_PRINT_SETTING_H_

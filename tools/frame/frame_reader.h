@@ -2,8 +2,7 @@
 //
 // A frame is what the print head would receive. Reading it back shows the very dots of a page, and
 // tells a broken file from a page that only looks odd.
-#ifndef TOOLS_FRAME_PAGE_FRAME_H_
-#define TOOLS_FRAME_PAGE_FRAME_H_
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -81,5 +80,3 @@ struct ParsedFrame {
 [[nodiscard]] std::vector<std::size_t> rowsWithWrongCount(const PageFrame& frame);
 
 }  // namespace kestra
-
-#endif  // TOOLS_FRAME_PAGE_FRAME_H_

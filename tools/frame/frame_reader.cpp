@@ -2,7 +2,7 @@
 //
 // Every length is checked before anything behind it is read, so a cut or damaged file ends in a
 // sentence that says what is wrong with it and never in dots from elsewhere.
-#include "tools/frame/page_frame.h"
+#include "tools/frame/frame_reader.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // Tests of the decoding of print-setting commands and page counters.
 //
 // Speed codes are two less than the job's speed from 2 on, which the words must undo.
-#include "tools/frame/print_setting.h"
+#include "tools/frame/setting_reader.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 namespace kestra {
 namespace {
 
-TEST(PrintSetting, ReadsOneCommandPerPage) {
+TEST(SentSetting, ReadsOneCommandPerPage) {
   const ParsedSettings parsed =
       parsePrintSettings({0x1B, 0x73, 1, 0, 0, 2, 1, 0x1B, 0x73, 1, 0, 0, 4, 2});
   EXPECT_EQ(parsed.problem, "");
@@ -21,7 +21,7 @@ TEST(PrintSetting, ReadsOneCommandPerPage) {
   EXPECT_EQ(parsed.settings[1].darkness, 2);
 }
 
-TEST(PrintSetting, NamesTheByteThatIsWrong) {
+TEST(SentSetting, NamesTheByteThatIsWrong) {
   const ParsedSettings parsed =
       parsePrintSettings({0x1B, 0x73, 1, 0, 0, 2, 1, 0x1B, 0x74, 1, 0, 0, 4, 2});
   EXPECT_EQ(parsed.settings.size(), 1U);
@@ -29,13 +29,13 @@ TEST(PrintSetting, NamesTheByteThatIsWrong) {
   EXPECT_EQ(parsed.problem, "command 2: byte 8 is 116, expected 115");
 }
 
-TEST(PrintSetting, SaysWhenACommandIsCutOff) {
+TEST(SentSetting, SaysWhenACommandIsCutOff) {
   EXPECT_EQ(parsePrintSettings({0x1B, 0x73, 1, 0, 0, 2}).problem,
             "command 1 is cut off: 6 bytes, a command has 7");
   EXPECT_EQ(parsePrintSettings({}).problem, "empty, a job sends one command of 7 bytes per page");
 }
 
-TEST(PrintSetting, NamesTheJobSpeedsBehindACode) {
+TEST(SentSetting, NamesTheJobSpeedsBehindACode) {
   // Speeds 0 and 1 are sent unchanged, every other speed two less.
   EXPECT_EQ(describe({0, 0}), "darkness Light, PrintSpeed 2 or 0");
   EXPECT_EQ(describe({1, 1}), "darkness Middle, PrintSpeed 3 or 1");
@@ -44,7 +44,7 @@ TEST(PrintSetting, NamesTheJobSpeedsBehindACode) {
   EXPECT_EQ(describe({254, 0}), "darkness Light, a speed that no PrintSpeed gives");
 }
 
-TEST(PrintSetting, TellsTheCodesAsTheyAreSent) {
+TEST(SentSetting, TellsTheCodesAsTheyAreSent) {
   EXPECT_EQ(describeCodes({2, 1}), "speed code 2, darkness code 1");
 }
 

@@ -1,7 +1,7 @@
 // Tests of the frame reader: every field, every way to be broken, and the rows.
 //
 // The reader judges what the filter wrote, so it is tested on frames spelled out by hand.
-#include "tools/frame/page_frame.h"
+#include "tools/frame/frame_reader.h"
 
 #include <gtest/gtest.h>
 

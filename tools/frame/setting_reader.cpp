@@ -2,7 +2,7 @@
 //
 // Both are a handful of bytes; what matters is that a wrong byte is named with its place, so that
 // a page with the wrong heat can be traced.
-#include "tools/frame/print_setting.h"
+#include "tools/frame/setting_reader.h"
 
 #include <array>
 
@@ -41,7 +41,7 @@ ParsedSettings parsePrintSettings(const std::vector<std::uint8_t>& bytes) {
   return result;
 }
 
-std::string describe(const PrintSetting& setting) {
+std::string describe(const SentSetting& setting) {
   static const std::array<const char*, 3> names = {"Light", "Middle", "Dark"};
   std::string text = "darkness ";
   text += setting.darkness < names.size() ? std::string(names[setting.darkness])
@@ -54,7 +54,7 @@ std::string describe(const PrintSetting& setting) {
   return text;
 }
 
-std::string describeCodes(const PrintSetting& setting) {
+std::string describeCodes(const SentSetting& setting) {
   return "speed code " + std::to_string(setting.speed_code) + ", darkness code " +
          std::to_string(setting.darkness);
 }
