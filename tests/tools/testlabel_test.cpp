@@ -85,7 +85,7 @@ std::size_t nearTheEnd(std::size_t count, int dpi) {
 class EveryTestLabel : public testing::TestWithParam<Printed> {};
 INSTANTIATE_TEST_SUITE_P(
     TestLabel, EveryTestLabel,
-    testing::Values(Printed{{"PageSize=w85h57"}, "label", 203, 236, 159},
+    testing::Values(Printed{{"PageSize=w113h57"}, "label", 203, 320, 159},
                     Printed{{"PageSize=w142h85"}, "label", 203, 400, 240},
                     Printed{{"PageSize=w283h425"}, "label", 203, 796, 1198},
                     Printed{{"PageSize=w288h432"}, "label", 203, 812, 1218},

@@ -108,6 +108,15 @@ def _leave_first_process():
             os._exit(code if code >= 0 else 128 - code)
 
 
+def is_stopped(pid):
+    """Whether a process waits for the signal to go on."""
+    try:
+        with open(f"/proc/{pid}/stat", encoding="utf-8", errors="replace") as stat:
+            return stat.read().rsplit(") ", 1)[1][0] == "T"
+    except OSError:
+        return False
+
+
 def processes(name):
     """Ids of the living processes of this namespace whose program's file is called `name`."""
     found = []

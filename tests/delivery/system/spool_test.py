@@ -126,7 +126,9 @@ exec /tmp/real/rastertokestra "$@"
 
     def waiting_filter(self):
         rig.eventually(lambda: not os.path.exists(self.MARK), what="the filter starts")
-        return rig.eventually(lambda: machine.processes("rastertokestra"))
+        # A signal to go on that comes before it stopped is lost.
+        return rig.eventually(lambda: [pid for pid in machine.processes("rastertokestra")
+                                       if machine.is_stopped(pid)])
 
     def planting(self, plant):
         """Prints a job; `plant(number)` puts files beside its frames. Returns (printer, number)."""
