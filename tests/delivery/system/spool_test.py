@@ -26,9 +26,11 @@ class Spool(DeliveryCase):
 
     def planted(self, name, content=b"", owner=LP.pw_uid, age=0):
         path = f"{rig.FRAMES}/{name}"
-        with open(path, "wb") as out:
+        unfinished = f"{rig.FRAMES}/.planted"  # under its name it belongs to its owner at once
+        with open(unfinished, "wb") as out:
             out.write(content)
-        self.owned(path, owner, age)
+        self.owned(unfinished, owner, age)
+        os.rename(unfinished, path)
         return path
 
     def owned(self, path, owner=LP.pw_uid, age=0):
