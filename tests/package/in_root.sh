@@ -15,6 +15,10 @@ state=/var/lib/rastertokestra
 # shellcheck source=tests/package/in_root_deliver.sh
 . "$here/in_root_deliver.sh"
 
+# A command that fails by itself ends the test, and must not do so without a word.
+set -E
+trap 'echo "in the root: line $LINENO, $BASH_COMMAND: status $?" >&2' ERR
+
 fail() {
   echo "in the root: $1" >&2
   tail -n 15 /var/log/cups/error_log >&2 2>/dev/null || true

@@ -101,9 +101,10 @@ a_queue_of_version_1_0_prints_after_one_command() {
   /var/lib/dpkg/info/rastertokestra.postinst configure 1.0.0-1 >/tests/update
   grep -q 'without: old *$' /tests/update ||
     fail "the update does not name just the old queue: $(cat /tests/update)"
-  command=$(grep '^    lpadmin -p label -v kestra:DEVICE-URI$' "$readme" |
-    sed "s|label|old|;s|DEVICE-URI|$device|")
-  bash -ec "${command:?no command in README.Debian}" 2>/dev/null || fail "$command fails"
+  command=$(sed -n "/^    lpadmin -p label -v kestra:DEVICE-URI -m /{s|label|old|;s|DEVICE-URI|$device|;p}" \
+    "$readme")
+  [ -n "$command" ] || fail "README.Debian has no command that upgrades a queue"
+  bash -ec "$command" 2>/dev/null || fail "$command fails"
   switch_on
   print old "${page[@]}" /tests/parcels.pdf
   switch_off || fail "the printer found faults: $(cat /tests/said)"
