@@ -13,7 +13,7 @@ using namespace std::string_view_literals;
 
 constexpr std::string_view kSignature = "\x89PNG\r\n\x1A\n"sv;
 constexpr std::size_t kHeadBytes = 8;          // length and type
-constexpr std::streamoff kChecksumBytes = 4;      //
+constexpr std::streamoff kChecksumBytes = 4;   //
 constexpr std::uint32_t kMostBytes = 1 << 16;  // of a chunk that is kept
 constexpr std::size_t kMostChunks = 1000;
 constexpr std::size_t kColourTypeAt = 9;  // in IHDR: width, height, depth, colour type
