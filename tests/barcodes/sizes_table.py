@@ -132,7 +132,7 @@ class Table:
         self.build = build
         self.is_control = is_control
         self.text = ""
-        self.work = "/tmp/work"
+        self.work = "/tmp/sizes"
         os.makedirs(self.work)
         self.system = rig.PrintSystem(build)
         if is_control:

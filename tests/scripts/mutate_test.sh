@@ -36,8 +36,8 @@ stand_in cmake 'if [ "$1" = --build ]; then' \
   '  ! grep -q unclear "$2/../tools/paper/a.cpp" || exit 1' \
   'fi'
 
-run 1 work
-diff - <(cut -f 1,4 "$stage/work/results.txt") <<'EOF' || wrong "other results"
+run 1 tries
+diff - <(cut -f 1,4 "$stage/tries/results.txt") <<'EOF' || wrong "other results"
 noticed: compiler	what does not compile
 noticed: paper, Paper.IsRight	a test fails
 noticed: paper, status 3	a test crashes
@@ -45,12 +45,12 @@ survived	same: nothing changes
 survived	a test that fails only beside others
 EOF
 grep -qx '3 of 4 faults noticed; 1 more change no result' "$stage/said" || wrong "another verdict"
-grep -qx 'paper: Paper.IsAlone failed once' "$stage/work/busy.txt" || wrong "no busy test"
-for copy in "$stage"/work/copy?; do
+grep -qx 'paper: Paper.IsAlone failed once' "$stage/tries/busy.txt" || wrong "no busy test"
+for copy in "$stage"/tries/copy?; do
   cmp "$stage/tools/paper/a.cpp" "$copy/tools/paper/a.cpp" || wrong "a fault stayed in $copy"
 done
-run 0 work 'fails$|crashes|same:'
-run 2 work 'nothing of the kind'
+run 0 tries 'fails$|crashes|same:'
+run 2 tries 'nothing of the kind'
 
 run 0 --check
 for stale in 'left | wrong' 'l | wrong'; do # a text that is not there, one that is there twice
@@ -58,7 +58,7 @@ for stale in 'left | wrong' 'l | wrong'; do # a text that is not there, one that
     >"$stage/tests/mutations/list.txt"
   run 1 --check
   idle cmake
-  run 1 work
+  run 1 tries
   idle cmake
   run 0 --check 'fails$'
 done
@@ -66,7 +66,7 @@ done
 # Tests that fail without any fault prove nothing.
 cp "$stage/list" "$stage/tests/mutations/list.txt"
 printf '#!/bin/sh\nexit 1\n' >"$stage/paper_test"
-run 1 work
+run 1 tries
 grep -q 'paper fails without any fault' "$stage/said" || wrong "a failing test is no word worth"
 fails cmake
-run 1 work
+run 1 tries

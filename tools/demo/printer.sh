@@ -29,9 +29,9 @@ furnish() {
   local place=/var/spool/demo folder file
   umask 022
   mount -t tmpfs -o mode=0755 tmpfs /var/spool
-  mkdir -p $place/{out,etc,ppd,state,cache,log,home,root/{etc,var/lib}} /var/spool/cups/tmp
+  mkdir -p $place/{out,etc,ppd,state,cache,log,home,machine/{etc,var/lib}} /var/spool/cups/tmp
   mkdir -p $place/bin/{filter,backend,monitor,daemon,notifier}
-  ln -s /var/spool $place/root/var/spool
+  ln -s /var/spool $place/machine/var/spool
   mount --bind "$2" $place/out
   for folder in filter backend daemon notifier; do
     for file in "/usr/lib/cups/$folder"/*; do
@@ -69,7 +69,7 @@ start_print_system() {
   printf '%s\n' "ServerRoot $PWD/etc" 'RequestRoot /var/spool/cups' 'TempDir /var/spool/cups/tmp' \
     "StateDir $PWD/state" "CacheDir $PWD/cache" "ServerBin $PWD/bin" 'DataDir /usr/share/cups' \
     "ErrorLog $PWD/log/error" "AccessLog $PWD/log/access" "PageLog $PWD/log/page" \
-    'SystemGroup root' "SetEnv KESTRA_DELIVERY_ROOT $PWD/root" >files.conf
+    'SystemGroup root' "SetEnv KESTRA_DELIVERY_ROOT $PWD/machine" >files.conf
   printf '%s\n' "Listen $PWD/sock" 'Browsing No' 'DefaultAuthType None' '<Location />' 'Allow all' \
     '</Location>' '<Policy default>' '<Limit All>' 'Allow all' '</Limit>' '</Policy>' >cupsd.conf
   export CUPS_SERVER=$PWD/sock HOME=$PWD/home

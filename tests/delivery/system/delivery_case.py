@@ -18,7 +18,7 @@ from printer import Printer
 HERE = os.path.dirname(os.path.abspath(__file__))
 BUILD = os.path.realpath(os.environ.get("KESTRA_BUILD", "build-test"))
 STOCK = os.environ.get("KESTRA_STOCK", "")
-STATE = "/tmp/rig/root/var/lib/rastertokestra"
+STATE = "/tmp/rig/machine/var/lib/rastertokestra"
 NEWS = ("kestra", "rastertokestra", "gs", "pdftopdf", "gstoraster")
 SKIPPED = 77
 
@@ -60,7 +60,7 @@ class DeliveryCase(unittest.TestCase):
         subprocess.run(["rm", "-rf", "/tmp/rig", rig.SPOOL], check=True)
         cls.system = rig.PrintSystem(BUILD, stock=STOCK or None, rules=cls.rules)
         # Thousands of pages must not fill the machine's memory.
-        with open("/tmp/rig/root/etc/rastertokestra.conf", "w", encoding="utf-8") as out:
+        with open("/tmp/rig/machine/etc/rastertokestra.conf", "w", encoding="utf-8") as out:
             out.write("debug-images 8 MB\n")
         cls.system.install("backend", "nowhere", b"#!/bin/sh\nexec cat >/dev/null\n")
         cls.system.start()

@@ -19,7 +19,7 @@ import rig
 from printer import Printer
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-STATE = "/tmp/rig/root/var/lib/rastertokestra"
+STATE = "/tmp/rig/machine/var/lib/rastertokestra"
 LABELS = 20
 TAIL = 2
 PORT, OTHER_PORT = 9100, 9101
@@ -73,7 +73,7 @@ class Stage:
         self.build = build
         self.system = rig.PrintSystem(build, rules=RULES)
         # A thousand jobs must not fill the machine's memory.
-        with open("/tmp/rig/root/etc/rastertokestra.conf", "w", encoding="utf-8") as out:
+        with open("/tmp/rig/machine/etc/rastertokestra.conf", "w", encoding="utf-8") as out:
             out.write("debug-images 4 MB\n")
         self.system.install("backend", "nowhere", b"#!/bin/sh\nexec cat >/dev/null\n")
         for name, text in (("forgetful", FORGETFUL), ("careless", CARELESS)):

@@ -74,7 +74,7 @@ class PrintSystem:
         self.place = place
         self.socket = f"{place}/sock"
         self.bin = f"{place}/bin"
-        self.root = f"{place}/root"
+        self.root = f"{place}/machine"
         self.rules = rules
         self.environment = {"KESTRA_DELIVERY_ROOT": self.root}
         self.environment.update(environment or {})
