@@ -5,8 +5,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
+
+#include "filter/base/unbroken.h"
 
 namespace kestra {
 namespace {
@@ -18,8 +19,8 @@ constexpr unsigned char kBlank[kFileBlock] = {};
 
 bool writeAt(int descriptor, std::size_t offset, const unsigned char* data, std::size_t size) {
   while (size > 0) {
-    const ssize_t written = pwrite(descriptor, data, size, static_cast<off_t>(offset));
-    if (written < 0 && errno == EINTR) continue;
+    const ssize_t written =
+        unbroken([&] { return pwrite(descriptor, data, size, static_cast<off_t>(offset)); });
     if (written <= 0) return false;
     const auto done = static_cast<std::size_t>(written);
     offset += done;

@@ -9,11 +9,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
 #include "filter/base/file.h"
+#include "filter/base/unbroken.h"
 
 namespace kestra {
 namespace {
@@ -48,15 +48,7 @@ SpoolFile::~SpoolFile() {
 }
 
 bool SpoolFile::write(const void* data, std::size_t size) {
-  const char* rest = static_cast<const char*>(data);
-  while (size > 0) {
-    const ssize_t written = ::write(descriptor_, rest, size);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    rest += written;
-    size -= static_cast<std::size_t>(written);
-  }
-  return true;
+  return writeAll(descriptor_, data, size);
 }
 
 bool SpoolFile::write(const void* first, std::size_t firstSize, const void* second,
@@ -64,10 +56,8 @@ bool SpoolFile::write(const void* first, std::size_t firstSize, const void* seco
   // The system takes bytes that it only reads through pointers to writable ones.
   const std::array<iovec, 2> parts = {iovec{const_cast<void*>(first), firstSize},
                                       iovec{const_cast<void*>(second), secondSize}};
-  ssize_t written = -1;
-  do {
-    written = writev(descriptor_, parts.data(), static_cast<int>(parts.size()));
-  } while (written < 0 && errno == EINTR);
+  const ssize_t written =
+      unbroken([&] { return writev(descriptor_, parts.data(), static_cast<int>(parts.size())); });
   if (written < 0) return false;
   // What a full or slow disk did not take at once follows piece by piece, or fails with a reason.
   const auto done = static_cast<std::size_t>(written);

@@ -12,7 +12,7 @@
 #include <cstddef>
 
 #include "delivery/backend/time_left.h"
-#include "delivery/core/unbroken.h"
+#include "filter/base/unbroken.h"
 
 namespace kestra::delivery {
 namespace {

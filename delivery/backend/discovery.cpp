@@ -21,9 +21,9 @@
 
 #include "delivery/backend/device_line.h"
 #include "delivery/backend/time_left.h"
-#include "delivery/core/unbroken.h"
 #include "delivery/core/watch.h"
 #include "delivery/sinks/count_lines.h"
+#include "filter/base/unbroken.h"
 
 namespace kestra::delivery {
 namespace {

@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "delivery/core/unbroken.h"
+#include "filter/base/unbroken.h"
 
 #include "filter/base/file.h"
 

@@ -15,8 +15,8 @@
 
 #include "delivery/backend/channel.h"
 #include "delivery/backend/time_left.h"
-#include "delivery/core/unbroken.h"
 #include "delivery/core/watch.h"
+#include "filter/base/unbroken.h"
 
 namespace kestra::delivery {
 namespace {

@@ -11,7 +11,7 @@
 #include <ctime>
 #include <tuple>
 
-#include "delivery/core/unbroken.h"
+#include "filter/base/unbroken.h"
 
 namespace kestra::delivery {
 namespace {

@@ -15,7 +15,7 @@
 #include <ctime>
 #include <sstream>
 
-#include "delivery/core/unbroken.h"
+#include "filter/base/unbroken.h"
 
 namespace kestra::delivery {
 namespace {

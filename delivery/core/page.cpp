@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "delivery/core/digest.h"
-#include "delivery/core/unbroken.h"
+#include "filter/base/unbroken.h"
 
 namespace kestra::delivery {
 namespace {

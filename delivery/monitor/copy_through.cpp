@@ -6,7 +6,7 @@
 #include <array>
 #include <cstddef>
 
-#include "delivery/core/unbroken.h"
+#include "filter/base/unbroken.h"
 
 namespace kestra::delivery {
 namespace {

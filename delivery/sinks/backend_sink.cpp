@@ -18,7 +18,7 @@
 #include <cstring>
 #include <utility>
 
-#include "delivery/core/unbroken.h"
+#include "filter/base/unbroken.h"
 
 namespace kestra::delivery {
 namespace {

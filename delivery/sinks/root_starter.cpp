@@ -16,8 +16,8 @@
 #include <cstring>
 #include <utility>
 
-#include "delivery/core/unbroken.h"
 #include "delivery/sinks/count_lines.h"
+#include "filter/base/unbroken.h"
 
 namespace kestra::delivery {
 namespace {

@@ -12,8 +12,8 @@
 #include <csignal>
 #include <vector>
 
-#include "delivery/core/unbroken.h"
 #include "delivery/sinks/count_lines.h"
+#include "filter/base/unbroken.h"
 
 namespace kestra::delivery {
 namespace {

@@ -14,10 +14,10 @@
 #include <cerrno>
 #include <utility>
 
-#include "delivery/core/unbroken.h"
 #include "delivery/sinks/host_lookup.h"
 #include "delivery/sinks/peer.h"
 #include "delivery/sinks/printable.h"
+#include "filter/base/unbroken.h"
 
 namespace kestra::delivery {
 namespace {

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "filter/base/unbroken.h"
+
 namespace kestra {
 namespace {
 
@@ -29,31 +31,22 @@ bool Relay::fill() {
     inEnd_ -= inBegin_;
     inBegin_ = 0;
   }
-  for (;;) {
-    const ssize_t got = read(input_, in_.data() + inEnd_, in_.size() - inEnd_);
-    if (got < 0 && errno == EINTR) continue;
-    if (got > 0) {
-      inEnd_ += static_cast<std::size_t>(got);
-      return true;
-    }
-    state_ = got == 0 ? RelayState::kEnded : RelayState::kReadFailed;
-    error_ = got == 0 ? 0 : errno;
-    return false;
+  const ssize_t got =
+      unbroken([&] { return read(input_, in_.data() + inEnd_, in_.size() - inEnd_); });
+  if (got > 0) {
+    inEnd_ += static_cast<std::size_t>(got);
+    return true;
   }
+  state_ = got == 0 ? RelayState::kEnded : RelayState::kReadFailed;
+  error_ = got == 0 ? 0 : errno;
+  return false;
 }
 
 void Relay::write(const std::uint8_t* bytes, std::size_t size) {
-  while (size > 0 && state_ != RelayState::kReaderGone && state_ != RelayState::kWriteFailed) {
-    const ssize_t written = ::write(output_, bytes, size);
-    if (written < 0 && errno == EINTR) continue;
-    if (written < 0) {
-      state_ = errno == EPIPE ? RelayState::kReaderGone : RelayState::kWriteFailed;
-      error_ = errno;
-      return;
-    }
-    bytes += written;
-    size -= static_cast<std::size_t>(written);
-  }
+  if (state_ == RelayState::kReaderGone || state_ == RelayState::kWriteFailed) return;
+  if (writeAll(output_, bytes, size)) return;
+  state_ = errno == EPIPE ? RelayState::kReaderGone : RelayState::kWriteFailed;
+  error_ = errno;
 }
 
 void Relay::flush() {

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "filter/base/unbroken.h"
 #include "tools/proof/json.h"
 
 namespace kestra::paper {
@@ -21,14 +22,7 @@ double wallClock() {
 }
 
 bool writeAll(int descriptor, const std::string& bytes) {
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const ssize_t written = write(descriptor, bytes.data() + done, bytes.size() - done);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    done += static_cast<std::size_t>(written);
-  }
-  return true;
+  return kestra::writeAll(descriptor, bytes.data(), bytes.size());
 }
 
 JsonLine::JsonLine(const char* event, double time) {

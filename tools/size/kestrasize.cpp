@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -19,6 +18,7 @@
 #include <vector>
 
 #include "filter/base/file.h"
+#include "filter/base/unbroken.h"
 #include "tools/size/first_page.h"
 #include "tools/size/job_size.h"
 #include "tools/size/pipeline.h"
@@ -55,14 +55,9 @@ bool keepInput() {
   unlink(name.c_str());
   std::array<char, 65536> bytes = {};
   for (;;) {
-    const ssize_t got = read(STDIN_FILENO, bytes.data(), bytes.size());
-    if (got < 0 && errno == EINTR) continue;
+    const ssize_t got = unbroken([&] { return read(STDIN_FILENO, bytes.data(), bytes.size()); });
     if (got <= 0) return got == 0 && dup2(file, STDIN_FILENO) >= 0;
-    for (ssize_t done = 0; done < got;) {
-      const ssize_t put = write(file, bytes.data() + done, static_cast<std::size_t>(got - done));
-      if (put < 0 && errno != EINTR) return false;
-      if (put > 0) done += put;
-    }
+    if (!writeAll(file, bytes.data(), static_cast<std::size_t>(got))) return false;
   }
 }
 

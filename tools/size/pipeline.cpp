@@ -14,6 +14,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "filter/base/unbroken.h"
+
 namespace kestra {
 namespace {
 
@@ -71,7 +73,8 @@ int runFilters(const std::vector<Filter>& filters) {
   }
   for (std::size_t i = 0; i < running.size(); ++i) {
     int status = kFailed;
-    while (running[i] > 0 && waitpid(running[i], &status, 0) < 0 && errno == EINTR) {
+    if (running[i] > 0) {
+      static_cast<void>(unbroken([&] { return waitpid(running[i], &status, 0); }));
     }
     if (status == 0) continue;
     // The last in the row: those before it may only have lost their reader.

@@ -1,5 +1,5 @@
 // Calls that signals break off, and parts of writes and reads.
-#include "delivery/core/unbroken.h"
+#include "filter/base/unbroken.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 #include <string>
 #include <thread>
 
-namespace kestra::delivery {
+namespace kestra {
 namespace {
 
 struct Pipe {
@@ -64,4 +64,4 @@ TEST(Unbroken, AnEarlierEndAndAFullDiskAreFailures) {
 }
 
 }  // namespace
-}  // namespace kestra::delivery
+}  // namespace kestra

@@ -1,15 +1,15 @@
 // Parts of a write or read are followed by the rest.
-#include "delivery/core/unbroken.h"
+#include "filter/base/unbroken.h"
 
 #include <unistd.h>
 
-namespace kestra::delivery {
+namespace kestra {
 
 bool writeAll(int descriptor, const void* data, std::size_t size) {
   const char* at = static_cast<const char*>(data);
   while (size > 0) {
     const ssize_t written = unbroken([&] { return write(descriptor, at, size); });
-    if (written < 0) return false;
+    if (written <= 0) return false;
     at += written;
     size -= static_cast<std::size_t>(written);
   }
@@ -27,4 +27,4 @@ bool readAll(int descriptor, void* data, std::size_t size) {
   return true;
 }
 
-}  // namespace kestra::delivery
+}  // namespace kestra

@@ -1,6 +1,6 @@
 // Calls of the system that a signal may break off, done to their end.
 //
-// A signal must cost no byte of a label, and whoever writes each loop anew forgets it in one.
+// A signal must cost no byte of a page, and whoever writes each loop anew forgets it in one.
 #pragma once
 
 #include <sys/types.h>
@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <cstddef>
 
-namespace kestra::delivery {
+namespace kestra {
 
 /// Makes a call that gives a negative number and `errno` on failure, again and again while signals
 /// break it off.
@@ -26,4 +26,4 @@ template <typename Call>
 /// end.
 [[nodiscard]] bool readAll(int descriptor, void* data, std::size_t size);
 
-}  // namespace kestra::delivery
+}  // namespace kestra
