@@ -1,4 +1,4 @@
-// Bytes of the print-setting command, the only thing that reaches the printer directly.
+// Bytes of the print-setting command, all that the filter writes to standard output.
 #pragma once
 
 #include <array>

@@ -1,7 +1,6 @@
 // The six error-diffusion kernels as tables: where the error of a printed dot goes, and how much.
 //
-// One table serves the plain loop, the fast one and the tests, so that a weight stands in one
-// place.
+// One table serves the rule and the fast loop; the tests hold it against one of their own.
 #pragma once
 
 #include <cstddef>
