@@ -19,14 +19,15 @@ delivery/sinks delivery/core filter/base
 delivery/backend delivery/core delivery/sinks filter/base
 delivery/monitor delivery/backend delivery/core delivery/sinks filter/base
 delivery/tool delivery/core delivery/sinks filter/base
+tools/base filter/base
 tools/frame
 tools/fit filter/base
 tools/size filter/base
 tools/render filter filter/base tools/fit tools/size
 tools/crop tools/render
-tools/testlabel tools/render filter/base
-tools/proof tools/crop tools/fit tools/frame tools/render filter/base
-tools/paper tools/frame tools/proof filter/base
+tools/testlabel tools/base tools/render filter/base
+tools/proof tools/base tools/crop tools/fit tools/frame tools/render filter/base
+tools/paper tools/base tools/frame tools/proof filter/base
 tools
 '
 

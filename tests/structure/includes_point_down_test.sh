@@ -7,7 +7,7 @@ check=$1
 tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT
 mkdir -p "$tree/filter/base" "$tree/printer" "$tree/imaging/paletteimage" "$tree/imaging/tattoo" \
-  "$tree/imaging/kernels" "$tree/tools/frame" "$tree/tools/render" "$tree/tools/proof" "$tree/tools/paper" \
+  "$tree/imaging/kernels" "$tree/tools/base" "$tree/tools/frame" "$tree/tools/render" "$tree/tools/proof" "$tree/tools/paper" \
   "$tree/tools/size"
 
 expect() { # STATUS FILE INCLUDED
@@ -33,11 +33,12 @@ expect 1 filter/a.cpp tests/plain/job.h
 expect 0 tools/render/a.cpp filter/job.h
 expect 0 tools/proof/a.cpp tools/render/chain.h
 expect 1 tools/frame/a.cpp filter/base/file.h
-expect 1 tools/render/a.cpp tools/proof/json.h
+expect 1 tools/render/a.cpp tools/proof/sheet.h
 expect 1 tools/proof/a.cpp filter/job.h
 expect 1 filter/a.cpp tools/frame/frame_reader.h
 expect 0 tools/render/a.cpp tools/size/job_size.h
 expect 1 tools/size/a.cpp tools/render/chain.h
-expect 0 tools/paper/a.cpp tools/proof/json.h
+expect 0 tools/paper/a.cpp tools/base/json.h
+expect 1 tools/base/a.cpp tools/proof/sheet.h
 expect 1 tools/paper/a.cpp delivery/core/sender.h
 expect 1 tools/paper/a.cpp printer/page_frame.h

@@ -1,5 +1,5 @@
 // Tests of the JSON that programs read: escaping, and what stands in it for a document.
-#include "tools/proof/json.h"
+#include "tools/base/json.h"
 
 #include <gtest/gtest.h>
 

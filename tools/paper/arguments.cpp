@@ -3,9 +3,9 @@
 // All checks that need no file are made here, so a run either is as asked or does not start.
 #include "tools/paper/arguments.h"
 
-#include <cstddef>
 #include <cstdlib>
-#include <functional>
+
+#include "tools/base/command_line.h"
 
 namespace kestra::paper {
 namespace {
@@ -16,33 +16,9 @@ constexpr std::uint64_t kLargestDpi = 9999;
 constexpr std::uint64_t kLargestBuffer = std::uint64_t{1} << 28;
 constexpr std::uint64_t kLargestCount = 1'000'000'000;
 
-// An option that takes a value; `take` stores it, or returns what is wanted instead.
-struct ValueOption {
-  const char* name;
-  std::function<std::string(const std::string& value)> take;
-};
-
-struct Switch {
-  const char* name;
-  bool* place;
-  bool value = true;
-};
-
-std::string notText(const std::string& value) {
-  return value.empty() ? std::string() : ", not \"" + value + "\"";
-}
-
-std::function<std::string(const std::string&)> textInto(std::string& place, const char* wanted) {
-  return [&place, wanted](const std::string& value) {
-    place = value;
-    return value.empty() ? std::string(wanted) : std::string();
-  };
-}
-
 // A whole number from `least` to `most`.
 template <typename Number>
-std::function<std::string(const std::string&)> numberInto(Number& place, std::uint64_t least,
-                                                          std::uint64_t most) {
+TakeValue numberInto(Number& place, std::uint64_t least, std::uint64_t most) {
   return [&place, least, most](const std::string& value) {
     const bool digits = !value.empty() && value.size() <= 12 &&
                         value.find_first_not_of("0123456789") == std::string::npos;
@@ -58,8 +34,7 @@ std::function<std::string(const std::string&)> numberInto(Number& place, std::ui
 
 // A number with or without a point.
 template <typename Place>
-std::function<std::string(const std::string&)> decimalInto(Place& place, double most,
-                                                           const char* wanted) {
+TakeValue decimalInto(Place& place, double most, const char* wanted) {
   return [&place, most, wanted](const std::string& value) {
     char* end = nullptr;
     const bool digits = !value.empty() && value.size() <= 15 &&
@@ -119,31 +94,6 @@ std::vector<Switch> switches(Arguments& arguments) {
           {"--keep-state", &printer.keepState}};
 }
 
-// Whether the word was an option; what is wrong with it in `problem`.
-bool takeOption(const std::string& word, const std::vector<std::string>& words, std::size_t& next,
-                Arguments& arguments, std::string& problem) {
-  for (const Switch& known : switches(arguments)) {
-    if (word != known.name) continue;
-    *known.place = known.value;
-    return true;
-  }
-  for (const ValueOption& known : valueOptions(arguments)) {
-    const std::string name = known.name;
-    std::string value;
-    if (word == name) {
-      if (next < words.size()) value = words[next++];
-    } else if (word.compare(0, name.size() + 1, name + "=") == 0) {
-      value = word.substr(name.size() + 1);
-    } else {
-      continue;
-    }
-    const std::string wanted = known.take(value);
-    if (!wanted.empty()) problem.append(name).append(" wants ").append(wanted);
-    return true;
-  }
-  return false;
-}
-
 // What does not fit together, as one sentence, or an empty text. Reads the source.
 std::string contradiction(Arguments& arguments) {
   PrinterSettings& printer = arguments.printer;
@@ -177,23 +127,19 @@ std::string contradiction(Arguments& arguments) {
 
 }  // namespace
 
-bool parseArguments(const std::vector<std::string>& words, Arguments& arguments,
-                    std::string& problem) {
-  bool options = true;
-  std::size_t next = 0;
-  problem.clear();
-  while (next < words.size() && problem.empty()) {
-    const std::string& word = words[next++];
-    if (!options || word.size() < 2 || word[0] != '-') {
-      arguments.inputs.push_back(word);
-    } else if (word == "--") {
-      options = false;
-    } else if (!takeOption(word, words, next, arguments, problem)) {
-      problem = "unknown option " + word;
-    }
-  }
-  if (problem.empty() && !arguments.help && !arguments.version) problem = contradiction(arguments);
-  return problem.empty();
+Result<Arguments> parseArguments(const std::vector<std::string>& words) {
+  Arguments arguments;
+  const auto takeInput = [&](const std::string& word) -> Result<void> {
+    arguments.inputs.push_back(word);
+    return {};
+  };
+  const Result<void> taken =
+      takeWords(words, {switches(arguments), valueOptions(arguments), takeInput});
+  if (!taken) return Problem{taken.problem()};
+  if (arguments.help || arguments.version) return arguments;
+  const std::string problem = contradiction(arguments);
+  if (!problem.empty()) return Problem{problem};
+  return arguments;
 }
 
 }  // namespace kestra::paper

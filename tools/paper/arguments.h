@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "filter/base/result.h"
 #include "tools/paper/fault_script.h"
 #include "tools/paper/printer.h"
 
@@ -32,9 +33,8 @@ struct Arguments {
   PrinterSettings printer;
 };
 
-/// Fills `arguments`. Returns false and one sentence in `problem` for a line that makes no sense.
-[[nodiscard]] bool parseArguments(const std::vector<std::string>& words, Arguments& arguments,
-                                  std::string& problem);
+/// @return one sentence for a line that makes no sense
+[[nodiscard]] Result<Arguments> parseArguments(const std::vector<std::string>& words);
 
 /// The text of --help.
 [[nodiscard]] const char* helpText();

@@ -12,7 +12,7 @@
 #include <cstring>
 
 #include "filter/base/unbroken.h"
-#include "tools/proof/json.h"
+#include "tools/base/json.h"
 
 namespace kestra::paper {
 

@@ -17,13 +17,13 @@
 #include <vector>
 
 #include "filter/base/file.h"
+#include "tools/base/json.h"
 #include "tools/paper/arguments.h"
 #include "tools/paper/journal.h"
 #include "tools/paper/judge.h"
 #include "tools/paper/label_list.h"
 #include "tools/paper/printer.h"
 #include "tools/paper/recorder.h"
-#include "tools/proof/json.h"
 
 namespace {
 
@@ -249,12 +249,12 @@ int main(int argc, char** argv) {
   kestra::openMissingStandardStreams();
   std::signal(SIGPIPE, SIG_IGN);  // a reader that goes is a failed write
   const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
-  Arguments arguments;
-  std::string problem;
-  if (!parseArguments(words, arguments, problem)) {
-    std::fprintf(stderr, "kestra-paper: %s\nTry: kestra-paper --help\n", problem.c_str());
+  kestra::Result<Arguments> parsed = parseArguments(words);
+  if (!parsed) {
+    std::fprintf(stderr, "kestra-paper: %s\nTry: kestra-paper --help\n", parsed.problem().c_str());
     return kNotDone;
   }
+  Arguments& arguments = *parsed;
   if (arguments.help || arguments.version) {
     const std::string text =
         arguments.help ? helpText() : "kestra-paper (rastertokestra) " KESTRA_VERSION "\n";

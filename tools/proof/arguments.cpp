@@ -4,8 +4,8 @@
 #include "tools/proof/arguments.h"
 
 #include <cstddef>
-#include <functional>
 
+#include "tools/base/command_line.h"
 #include "tools/crop/crop_document.h"
 
 namespace kestra {
@@ -29,30 +29,6 @@ unsigned parseNumber(const std::string& text, unsigned largest) {
   return value <= largest ? value : 0;
 }
 
-std::string notText(const std::string& value) {
-  return value.empty() ? std::string() : ", not \"" + value + "\"";
-}
-
-// An option that takes a value; `take` stores it, or returns what is wanted instead.
-struct ValueOption {
-  const char* name;
-  std::function<std::string(const std::string& value)> take;
-};
-
-// An option without a value.
-struct Switch {
-  const char* name;
-  bool* on;
-};
-
-// Stores a text that must not be empty.
-std::function<std::string(const std::string&)> textInto(std::string& place, const char* wanted) {
-  return [&place, wanted](const std::string& value) {
-    place = value;
-    return value.empty() ? std::string(wanted) : std::string();
-  };
-}
-
 std::vector<ValueOption> valueOptions(Arguments& arguments) {
   return {
       {"--dpi",
@@ -70,14 +46,7 @@ std::vector<ValueOption> valueOptions(Arguments& arguments) {
                     ? std::string()
                     : "a whole number from 1 to " + std::to_string(kLargestScale) + notText(value);
        }},
-      {"--model",
-       [&](const std::string& value) {
-         arguments.model = value;
-         return value == "label" || value == "stencil"
-                    ? std::string()
-                    : "label (4-inch label printer) or stencil (A4 stencil printer)" +
-                          notText(value);
-       }},
+      {"--model", modelInto(arguments.model)},
       {"--ppd", textInto(arguments.ppd, "the file of a printer description")},
       {"--crop",  // with a value: alone it is a switch
        [&](const std::string& value) {
@@ -140,38 +109,6 @@ std::vector<Switch> switches(Arguments& arguments) {
           {"--force", &arguments.force},     {"--crop", &arguments.crop}};
 }
 
-// Whether `word` is that option, and its value: behind "=", behind a short name, or the next word.
-bool isOption(const std::string& word, const std::string& name,
-              const std::vector<std::string>& words, std::size_t& next, std::string& value) {
-  value.clear();
-  if (word == name) {
-    if (next < words.size()) value = words[next++];
-    return true;
-  }
-  const std::string start = name.size() > 2 ? name + "=" : name;
-  if (word.compare(0, start.size(), start) != 0) return false;
-  value = word.substr(start.size());
-  return true;
-}
-
-// Whether the word was an option; what is wrong with it in `problem`.
-bool takeOption(const std::string& word, const std::vector<std::string>& words, std::size_t& next,
-                Arguments& arguments, std::string& problem) {
-  for (const Switch& known : switches(arguments)) {
-    if (word != known.name) continue;
-    *known.on = true;
-    return true;
-  }
-  std::string value;
-  for (const ValueOption& known : valueOptions(arguments)) {
-    if (!isOption(word, known.name, words, next, value)) continue;
-    const std::string wanted = known.take(value);
-    if (!wanted.empty()) problem = std::string(known.name) + " wants " + wanted;
-    return true;
-  }
-  return false;
-}
-
 // What does not fit together, as one sentence, or an empty text.
 std::string contradiction(const Arguments& arguments) {
   std::size_t documents = 0;
@@ -196,27 +133,23 @@ std::string contradiction(const Arguments& arguments) {
 
 }  // namespace
 
-bool parseArguments(const std::vector<std::string>& words, Arguments& arguments,
-                    std::string& problem) {
-  bool options = true;
-  std::size_t next = 0;
-  problem.clear();
-  while (next < words.size() && problem.empty()) {
-    const std::string& word = words[next++];
-    if (!options || word.size() < 2 || word[0] != '-') {
-      if (word == "-") {
-        problem = "a document cannot be read from standard input; give its file name";
-      }
-      const bool counter = endsWith(word, ".pgc");
-      arguments.inputs.push_back({counter ? InputKind::kPageCounter : InputKind::kDocument, word});
-    } else if (word == "--") {
-      options = false;
-    } else if (!takeOption(word, words, next, arguments, problem)) {
-      problem = "unknown option " + word;
+Result<Arguments> parseArguments(const std::vector<std::string>& words) {
+  Arguments arguments;
+  const auto takeInput = [&](const std::string& word) -> Result<void> {
+    if (word == "-") {
+      return Problem{"a document cannot be read from standard input; give its file name"};
     }
-  }
-  if (problem.empty() && !arguments.help && !arguments.version) problem = contradiction(arguments);
-  return problem.empty();
+    const bool counter = endsWith(word, ".pgc");
+    arguments.inputs.push_back({counter ? InputKind::kPageCounter : InputKind::kDocument, word});
+    return {};
+  };
+  const Result<void> taken =
+      takeWords(words, {switches(arguments), valueOptions(arguments), takeInput});
+  if (!taken) return Problem{taken.problem()};
+  if (arguments.help || arguments.version) return arguments;
+  const std::string problem = contradiction(arguments);
+  if (!problem.empty()) return Problem{problem};
+  return arguments;
 }
 
 }  // namespace kestra

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "filter/base/result.h"
 #include "tools/proof/detail.h"
 
 namespace kestra {
@@ -43,9 +44,8 @@ struct Arguments {
   std::vector<Input> inputs;         // in the order of the command line
 };
 
-// Fills `arguments`. Returns false and one sentence in `problem` for a line that makes no sense.
-[[nodiscard]] bool parseArguments(const std::vector<std::string>& words, Arguments& arguments,
-                                  std::string& problem);
+/// @return one sentence for a line that makes no sense
+[[nodiscard]] Result<Arguments> parseArguments(const std::vector<std::string>& words);
 
 // The text of --help.
 const char* helpText();

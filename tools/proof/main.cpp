@@ -193,9 +193,9 @@ int main(int argc, char** argv) {
   kestra::openMissingStandardStreams();
   std::signal(SIGPIPE, SIG_IGN);  // a filter or a reader that ends early is a failed write
   const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
-  Arguments arguments;
-  std::string problem;
-  if (!parseArguments(words, arguments, problem)) return wrongUsage(problem);
+  const kestra::Result<Arguments> parsed = kestra::parseArguments(words);
+  if (!parsed) return wrongUsage(parsed.problem());
+  const Arguments& arguments = *parsed;
   if (arguments.help) return print(kestra::helpText());
   if (arguments.version) return print("kestra-proof " KESTRA_VERSION "\n");
   if (!arguments.asked.empty()) return answer(arguments);

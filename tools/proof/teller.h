@@ -16,7 +16,7 @@
 #include "tools/frame/setting_reader.h"
 #include "tools/proof/arguments.h"
 #include "tools/proof/detail.h"
-#include "tools/proof/json.h"
+#include "tools/base/json.h"
 #include "tools/proof/progress.h"
 
 namespace kestra {

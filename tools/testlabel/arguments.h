@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "filter/base/result.h"
+
 namespace kestra::testlabel {
 
 struct Arguments {
@@ -21,9 +23,8 @@ struct Arguments {
   std::vector<std::string> steps;    // its values as given; empty: the usual ones
 };
 
-/// Fills `arguments`. False and one sentence in `problem` for a line that makes no sense.
-[[nodiscard]] bool parseArguments(const std::vector<std::string>& words, Arguments& arguments,
-                                  std::string& problem);
+/// @return one sentence for a line that makes no sense
+[[nodiscard]] Result<Arguments> parseArguments(const std::vector<std::string>& words);
 
 /// "100x50mm", "4x6in" as the PageSize of a job, "Custom.100x50mm"; an empty text for anything
 /// else.

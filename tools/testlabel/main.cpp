@@ -269,12 +269,13 @@ int main(int argc, char** argv) {
   kestra::openMissingStandardStreams();
   std::signal(SIGPIPE, SIG_IGN);
   const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
-  kestra::testlabel::Arguments arguments;
-  std::string problem;
-  if (!kestra::testlabel::parseArguments(words, arguments, problem)) {
-    std::fprintf(stderr, "kestra-testlabel: %s\nTry: kestra-testlabel --help\n", problem.c_str());
+  const auto parsed = kestra::testlabel::parseArguments(words);
+  if (!parsed) {
+    std::fprintf(stderr, "kestra-testlabel: %s\nTry: kestra-testlabel --help\n",
+                 parsed.problem().c_str());
     return 2;
   }
+  const kestra::testlabel::Arguments& arguments = *parsed;
   if (arguments.help || arguments.version) {
     std::fputs(
         arguments.help ? kestra::testlabel::helpText() : "kestra-testlabel " KESTRA_VERSION "\n",

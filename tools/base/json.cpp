@@ -1,7 +1,7 @@
 // Escapes texts and keeps track of commas.
 //
 // The text goes out piece by piece, so a document of a thousand pages is never held whole.
-#include "tools/proof/json.h"
+#include "tools/base/json.h"
 
 #include <array>
 #include <cmath>
