@@ -108,7 +108,8 @@ bool printPage(int page, cups_page_header2_t* header, RasterInput* input, Kestra
 
 // Prints page after page until the stream ends. False where a page ends the job: pages already
 // printed stay printed, and no job end follows.
-bool printPages(RasterInput* input, KestraPrinter* printer, Settings* settings) {
+bool printPages(RasterInput* input, KestraPrinter* printer, Settings* settings,
+                const PageDone& pageDone) {
   const float maxMediaWidthMm = settings->MaxMediaWidth;
   cups_page_header2_t header = {};
   int page = 0;
@@ -121,6 +122,7 @@ bool printPages(RasterInput* input, KestraPrinter* printer, Settings* settings) 
     if (header.cupsHeight == 0 || header.cupsBytesPerLine == 0) return true;
     if (!isPageAccepted(++page, header)) return false;
     if (!printPage(page, &header, input, printer, settings, maxMediaWidthMm)) return false;
+    if (pageDone) pageDone(page, printer->takeFramePath());
   }
   return true;
 }
@@ -128,7 +130,7 @@ bool printPages(RasterInput* input, KestraPrinter* printer, Settings* settings) 
 }  // namespace
 
 // Everything that a job opens is closed in reverse order at its end.
-int runJob(int argc, char* argv[]) {
+int runJob(int argc, char* argv[], const PageDone& pageDone) {
   if (argc < 6) {
     printUsage(argc > 0 ? argv[0] : nullptr);
     return kFailed;
@@ -152,7 +154,7 @@ int runJob(int argc, char* argv[]) {
   int status = kFailed;
   if (isPaperLargeEnough(settings)) {
     input.startStream();
-    if (printPages(&input, printer.get(), &settings)) {
+    if (printPages(&input, printer.get(), &settings, pageDone)) {
       jobEnd(printer.get(), &settings);
       status = kDone;
     }

@@ -110,8 +110,8 @@ void KestraPrinter::OutputImage(long totalBytes, int rows, const unsigned char* 
   const PageBlock frame = reserveUntouched(kFrameHeaderSize + static_cast<std::size_t>(totalBytes));
   if (frame == nullptr) return;
   const PageFrameHeader header = pageFrameHeader(bLabelInfo, totalBytes, rows);
-  DumpPageToFile(PageNum, jobNumber(*settings_), header.data(), static_cast<long>(header.size()),
-                 records, totalBytes);
+  framePath_ = DumpPageToFile(PageNum, jobNumber(*settings_), header.data(),
+                              static_cast<long>(header.size()), records, totalBytes);
   ++PageNum;
 }
 

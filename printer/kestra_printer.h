@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <utility>
 
 #include "filter/base/settings.h"
 #include "printer/page_frame.h"
@@ -55,6 +57,9 @@ class KestraPrinter : public WrenPrinter {
   /// Puts label block, raster-image command and records together, stores them and counts the page.
   void OutputImage(long totalBytes, int rows, const unsigned char* records);
 
+  /// Where the last page's frame was stored; empty where none was, and from the second call on.
+  [[nodiscard]] std::string takeFramePath() { return std::exchange(framePath_, {}); }
+
   // --- Barcode enhancement (barcode.cpp) ---
   //
   // All of these work in place on `height` rows of one byte per pixel, `rowStride` (the width
@@ -76,6 +81,7 @@ class KestraPrinter : public WrenPrinter {
 
   std::int32_t rowStride_ = 0;    ///< row length in bytes as the barcode functions address it
   Settings* settings_ = nullptr;  ///< the job's record, owned by `runJob`
+  std::string framePath_;         ///< of the frame stored last, until somebody asks for it
 };
 
 /// Before each page: reads the queue's page counter and sends the print setting.

@@ -35,18 +35,18 @@ void makeDataFolder() {
 
 }  // namespace
 
-void DumpPageToFile(unsigned short pageNumber, int jobNumber, const unsigned char* data,
-                    long size) {
-  if (size == 0) return;
-  DumpPageToFile(pageNumber, jobNumber, data, size, nullptr, 0);
+std::string DumpPageToFile(unsigned short pageNumber, int jobNumber, const unsigned char* data,
+                           long size) {
+  if (size == 0) return {};
+  return DumpPageToFile(pageNumber, jobNumber, data, size, nullptr, 0);
 }
 
-void DumpPageToFile(unsigned short pageNumber, int jobNumber, const unsigned char* header,
-                    long headerSize, const unsigned char* rest, long restSize) {
+std::string DumpPageToFile(unsigned short pageNumber, int jobNumber, const unsigned char* header,
+                           long headerSize, const unsigned char* rest, long restSize) {
   makeDataFolder();
 
   SpoolFile file(spool_paths::kDataDir);
-  if (!file.isOpen()) return;
+  if (!file.isOpen()) return {};
   bool stored = file.write(header, static_cast<std::size_t>(headerSize), rest,
                            static_cast<std::size_t>(restSize));
   FramePath path = {};
@@ -62,10 +62,11 @@ void DumpPageToFile(unsigned short pageNumber, int jobNumber, const unsigned cha
                   "DumpPageToFile: page %d of job %d could not be stored in %s: %s. The page is "
                   "lost; make room there and print it again.",
                   pageNumber, jobNumber, spool_paths::kDataDir, std::strerror(errno));
-    return;
+    return {};
   }
   wrenLogCommon(kLogDebug, "DumpPageToFile: dumped the page data to file:%s, size:%d", path.data(),
                 static_cast<int>(headerSize + restSize));
+  return path.data();
 }
 
 }  // namespace kestra

@@ -1,6 +1,8 @@
 // Stores page frames where the delivery stage finds them.
 #pragma once
 
+#include <string>
+
 namespace kestra {
 
 /// Stores one frame as "page_PPPP_jobid_JJJJJJ_SSSS.dat" in the spool's data folder, which is made
@@ -11,10 +13,12 @@ namespace kestra {
 /// @param jobNumber   at least 6 digits in the name, its sign included
 /// @param data        the frame
 /// @param size        its bytes; 0 stores nothing
-void DumpPageToFile(unsigned short pageNumber, int jobNumber, const unsigned char* data, long size);
+/// @return where the frame lies; empty where none was stored
+std::string DumpPageToFile(unsigned short pageNumber, int jobNumber, const unsigned char* data,
+                           long size);
 
 /// The same for a frame whose first bytes, at least one, lie somewhere else than the rest.
-void DumpPageToFile(unsigned short pageNumber, int jobNumber, const unsigned char* header,
-                    long headerSize, const unsigned char* rest, long restSize);
+std::string DumpPageToFile(unsigned short pageNumber, int jobNumber, const unsigned char* header,
+                           long headerSize, const unsigned char* rest, long restSize);
 
 }  // namespace kestra

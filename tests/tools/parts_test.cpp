@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <sstream>
 
 #include "tests/tools/proof_run.h"
 #include "tools/proof/files.h"
@@ -15,32 +16,26 @@
 namespace kestra {
 namespace {
 
-TEST(JobLog, TellsFramesByThePageTheyBelongTo) {
-  JobLog log;
-  const std::string text =
-      "DEBUG:PAGE: 1 1\n\nDEBUG:DumpPageToFile: dumped the page data to file:a/page_1.dat, size:9\n"
-      "DEBUG:PAGE: 2 1\n\nERROR:Page 2 is bad\nDEBUG:PAGE: 3 1\n\nCRIT: no memory\n"
-      "DEBUG:DumpPageToFile: dumped the page data to file:a/page_2.dat, size:9\n";
-  for (const char c : text) log.take(std::string(1, c));  // cut anywhere
-  EXPECT_EQ(log.page(), 3U);
-  EXPECT_EQ(log.frameOf(1), "a/page_1.dat");
-  EXPECT_EQ(log.frameOf(2), "") << "a page that was skipped";
-  EXPECT_EQ(log.frameOf(3), "a/page_2.dat");
-  EXPECT_EQ(log.errors(), (std::vector<std::string>{"Page 2 is bad", "no memory"}));
+std::vector<std::string> errorsOf(const std::string& text) {
+  std::istringstream log(text);
+  return reportedErrors(log);
 }
 
-TEST(JobLog, WaitsForTheEndOfALine) {
-  JobLog log;
-  log.take("DEBUG:PAGE: 1 1\nDEBUG:PAGE: 2");
-  EXPECT_EQ(log.page(), 1U);
-  log.take("5 1\n");
-  EXPECT_EQ(log.page(), 25U);
+TEST(JobLog, TellsErrorsWithoutTheirPrefix) {
+  EXPECT_EQ(errorsOf("DEBUG:PAGE: 1 1\n\nERROR:Page 2 is bad\nWARN:ERROR: no\nCRIT: no memory\n"),
+            (std::vector<std::string>{"Page 2 is bad", "no memory"}));
+}
+
+TEST(JobLog, LeavesOutAnErrorWithoutWordsAndOneThatBreaksOff) {
+  EXPECT_EQ(errorsOf("ERROR: \nERROR: whole\nERROR: brok"), std::vector<std::string>{"whole"});
 }
 
 TEST(JobLog, KeepsAtMostAHundredErrors) {
-  JobLog log;
-  for (int i = 0; i < 150; ++i) log.take("ERROR:again\n");
-  EXPECT_EQ(log.errors().size(), 100U);
+  std::string text;
+  for (int i = 0; i < 150; ++i) text += "ERROR:" + std::to_string(i) + "\n";
+  const std::vector<std::string> errors = errorsOf(text);
+  ASSERT_EQ(errors.size(), 100U);
+  EXPECT_EQ(errors.back(), "99");
 }
 
 TEST(DocumentType, IsToldByTheFirstBytes) {

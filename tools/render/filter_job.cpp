@@ -21,6 +21,7 @@
 #include <utility>
 
 #include "filter/job.h"
+#include "tools/render/job_log.h"
 #include "tools/render/private_directory.h"
 
 namespace kestra {
@@ -29,6 +30,7 @@ namespace {
 constexpr const char* kSpool = "/var/spool/cups/tmp";  // below the job's directory
 constexpr const char* kCommands = "/commands.bin";
 constexpr const char* kLog = "/filter.log";
+constexpr const char* kPages = "/pages.txt";  // "1 frame", a line for each page that is done
 constexpr const char* kQueue = "proof";
 constexpr std::size_t kCommandBytes = 7;
 constexpr std::size_t kImagesPerPage = 2;
@@ -91,7 +93,11 @@ int FilterJob::runInChild(const std::vector<int>& others, int pages) const {
       kQueue, "1", kQueue, request_.title, std::to_string(request_.copies), request_.options};
   std::array<char*, 7> argv = {};
   for (std::size_t i = 0; i < words.size(); ++i) argv[i] = words[i].data();
-  const int status = runJob(static_cast<int>(words.size()), argv.data());
+  std::ofstream done(request_.directory + kPages);
+  const auto note = [&](int page, const std::string& frame) {
+    done << page << " " << frame << "\n" << std::flush;  // read while the job goes on
+  };
+  const int status = runJob(static_cast<int>(words.size()), argv.data(), note);
   std::fflush(nullptr);
   return status;
 }
@@ -142,32 +148,31 @@ int FilterJob::wait() {
   const int status = child_.wait();
   ended_ = true;
   follow();
+  std::ifstream log(request_.directory + kLog);
+  errors_ = reportedErrors(log);
   return status;
 }
 
 void FilterJob::follow() {
-  std::ifstream file(request_.directory + kLog, std::ios::binary);
-  file.seekg(static_cast<std::streamoff>(log_read_));
-  const std::string piece((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  log_read_ += piece.size();
-  log_.take(piece);
+  std::ifstream file(request_.directory + kPages);
+  file.seekg(static_cast<std::streamoff>(pagesRead_));
+  for (std::string line; std::getline(file, line) && !file.eof(); pagesRead_ += line.size() + 1) {
+    frames_[std::strtoul(line.c_str(), nullptr, 10)] = line.substr(line.find(' ') + 1);
+  }
 }
 
-bool FilterJob::settled(std::size_t page) const {
-  return ended_ || log_.page() > page || !log_.frameOf(page).empty();
-}
+bool FilterJob::settled(std::size_t page) const { return ended_ || frames_.count(page) != 0; }
 
 std::vector<std::uint8_t> FilterJob::takeFrame(std::size_t page) {
-  const std::string name = log_.frameOf(page);
-  if (name.empty()) return {};
-  const std::string path = request_.directory + "/" + name;
+  const auto done = frames_.extract(page);  // a long job's list stays short
+  if (done.empty() || done.mapped().empty()) return {};
+  const std::string path = request_.directory + "/" + done.mapped();
   std::ifstream file(path, std::ios::binary);
   std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>(file),
                                   std::istreambuf_iterator<char>()};
   file.close();
   keepFile(path, baseName(path));
-  log_.forget(page);
-  clearImages(++frames_taken_ * kImagesPerPage);
+  clearImages(++framesTaken_ * kImagesPerPage);
   return bytes;
 }
 

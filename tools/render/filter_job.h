@@ -6,11 +6,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "tools/render/child.h"
-#include "tools/render/job_log.h"
 
 namespace kestra {
 
@@ -47,9 +47,11 @@ class FilterJob {
   // Waits for the end; exit status of the job.
   int wait();
 
-  // Reads what the job has said since the last call.
+  // Takes note of the pages that the job has done since the last call.
   void follow();
-  const JobLog& log() const { return log_; }
+
+  // What the job reported as errors; to be asked once it has ended.
+  const std::vector<std::string>& errors() const { return errors_; }
 
   // Whether nothing more will come for this page of the stream (from 1).
   bool settled(std::size_t page) const;
@@ -73,9 +75,10 @@ class FilterJob {
   Child child_;
   int input_ = -1;
   bool ended_ = false;
-  JobLog log_;
-  std::size_t log_read_ = 0;  // bytes of the log file taken so far
-  std::size_t frames_taken_ = 0;
+  std::size_t pagesRead_ = 0;                  // bytes of the list of pages taken so far
+  std::map<std::size_t, std::string> frames_;  // of the pages done; empty for one without
+  std::vector<std::string> errors_;
+  std::size_t framesTaken_ = 0;
 };
 
 }  // namespace kestra

@@ -125,7 +125,7 @@ class Print {
     }
     deliver();
     for (const auto& job : jobs_) {
-      for (const std::string& error : job->log().errors()) result_.log_errors.push_back(error);
+      for (const std::string& error : job->errors()) result_.log_errors.push_back(error);
       job->keepRest();
     }
     keepRendering();
