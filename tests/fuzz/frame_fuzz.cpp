@@ -48,8 +48,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const kestra::SentSetting& setting : parsed.settings) {
     require(!describe(setting).empty(), "words for a command");
   }
-  std::string problem;
-  const auto counter = kestra::parsePageCounter(bytes, problem);
-  require(counter.has_value() == problem.empty(), "a counter or a problem");
+  const kestra::ParsedCounter counter = kestra::parsePageCounter(bytes);
+  require(counter.counter.has_value() == counter.problem.empty(), "a counter or a problem");
   return 0;
 }

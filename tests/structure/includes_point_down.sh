@@ -24,7 +24,7 @@ tools/frame
 tools/fit filter/base
 tools/size filter/base
 tools/render filter filter/base tools/fit tools/size
-tools/crop tools/render
+tools/crop tools/render filter/base
 tools/testlabel tools/base tools/render filter/base
 tools/proof tools/base tools/crop tools/fit tools/frame tools/render filter/base
 tools/paper tools/base tools/frame tools/proof filter/base

@@ -49,17 +49,18 @@ TEST(SentSetting, TellsTheCodesAsTheyAreSent) {
 }
 
 TEST(PageCounter, IsReadLowByteFirst) {
-  std::string problem;
-  EXPECT_EQ(parsePageCounter({0x27, 0x23}, problem), 8999);  // 0x2327
-  EXPECT_EQ(problem, "");
+  const ParsedCounter parsed = parsePageCounter({0x27, 0x23});
+  EXPECT_EQ(parsed.counter, 8999);  // 0x2327
+  EXPECT_EQ(parsed.problem, "");
 }
 
 TEST(PageCounter, HasExactlyTwoBytes) {
-  std::string problem;
-  EXPECT_FALSE(parsePageCounter({1}, problem).has_value());
-  EXPECT_EQ(problem, "1 bytes, a page counter has exactly 2");
-  EXPECT_FALSE(parsePageCounter({1, 2, 3}, problem).has_value());
-  EXPECT_EQ(problem, "3 bytes, a page counter has exactly 2");
+  const ParsedCounter shorter = parsePageCounter({1});
+  EXPECT_FALSE(shorter.counter.has_value());
+  EXPECT_EQ(shorter.problem, "1 bytes, a page counter has exactly 2");
+  const ParsedCounter longer = parsePageCounter({1, 2, 3});
+  EXPECT_FALSE(longer.counter.has_value());
+  EXPECT_EQ(longer.problem, "3 bytes, a page counter has exactly 2");
 }
 
 }  // namespace

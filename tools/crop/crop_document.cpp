@@ -60,52 +60,60 @@ class Crop {
  public:
   explicit Crop(const CropRequest& request) : request_(request) {}
 
-  CropResult run() {
-    result_.problem = work();
+  Result<Cropped> run() {
+    const Result<void> done = work();
+    if (!done) return Problem{done.problem()};
     return std::move(result_);
   }
 
  private:
-  /// Runs Ghostscript with these words. A sentence where it fails.
-  std::string ghostscript(std::vector<std::string> words) {
+  /// Runs Ghostscript with these words.
+  Result<void> ghostscript(std::vector<std::string> words) {
     words.insert(words.begin(), "-dUseCropBox");
     const GhostscriptRun run = runGhostscript(words, directory_.path());
     said_ = run.said;
-    if (said_.find("requires a password") == std::string::npos) return run.problem;
-    return "is protected by a password; open it in a viewer, print it to a new PDF without one, "
-           "and take that";
+    if (said_.find("requires a password") != std::string::npos) {
+      return Problem{
+          "is protected by a password; open it in a viewer, print it to a new PDF without one, "
+          "and take that"};
+    }
+    if (!run.problem.empty()) return Problem{run.problem};
+    return {};
   }
 
-  std::string work() {
+  Result<void> work() {
     std::string problem;
-    if (!directory_.make(problem)) return problem;
+    if (!directory_.make(problem)) return Problem{problem};
     // Pages that are turned or begin anywhere become upright pages that begin at 0 0.
     const std::string pages = directory_.path() + "/pages.pdf";
-    problem = ghostscript({"-sDEVICE=pdfwrite", "-sOutputFile=" + pages, request_.document});
-    if (!problem.empty()) return problem;
+    Result<void> drawn =
+        ghostscript({"-sDEVICE=pdfwrite", "-sOutputFile=" + pages, request_.document});
+    if (!drawn) return drawn;
     const bool damaged = said_.find("Error") != std::string::npos;
-    problem = ghostscript({"-sDEVICE=pgmraw", "-r72", "-dTextAlphaBits=4", "-dGraphicsAlphaBits=4",
-                           "-sOutputFile=" + directory_.path() + "/page%d.pgm", pages});
-    if (!problem.empty()) return problem;
+    drawn = ghostscript({"-sDEVICE=pgmraw", "-r72", "-dTextAlphaBits=4", "-dGraphicsAlphaBits=4",
+                         "-sOutputFile=" + directory_.path() + "/page%d.pgm", pages});
+    if (!drawn) return drawn;
     int number = 0;
     for (; number < kMostPages; ++number) {
       const std::string picture = directory_.path() + "/page" + std::to_string(number + 1) + ".pgm";
       if (!std::filesystem::exists(picture) || interruptSignal() != 0) break;
       const std::optional<GreyPage> page = readGreyPage(picture);
       std::filesystem::remove(picture);
-      if (!page) return "page " + std::to_string(number + 1) + " is larger than 2.8 x 2.8 m";
+      if (!page) {
+        return Problem{"page " + std::to_string(number + 1) + " is larger than 2.8 x 2.8 m"};
+      }
       look(number + 1, *page);
     }
-    if (number == 0) return "has no page";
+    if (number == 0) return Problem{"has no page"};
     if (cuts_.empty()) return nothing(damaged);
     return write(pages);
   }
 
-  [[nodiscard]] std::string nothing(bool damaged) const {
+  [[nodiscard]] Problem nothing(bool damaged) const {
     std::string text = request_.hand ? "has nothing there" : "has no label on it";
     for (const std::string& reason : reasons_) text += (text.back() == ';' ? " " : ": ") + reason;
     if (damaged) text += "; the document is damaged, get it again";
-    return text;
+    return {text};
   }
 
   void refuse(int number, const std::string& why) {
@@ -221,26 +229,26 @@ class Crop {
     return text.str();
   }
 
-  std::string write(const std::string& pages) {
+  Result<void> write(const std::string& pages) {
     std::vector<std::string> all = {"-sDEVICE=pdfwrite",
                                     "-sOutputFile=" + directory_.path() + "/all.pdf"};
     for (const Cut& cut : cuts_) {
       all.push_back(directory_.path() + "/label" + std::to_string(all.size()) + ".pdf");
       const std::string page = std::to_string(cut.page);
-      std::string problem = ghostscript(
+      Result<void> written = ghostscript(
           {"-sDEVICE=pdfwrite", "-sOutputFile=" + all.back(), "-dFIXEDMEDIA",
            "-dDEVICEWIDTHPOINTS=" + decimal(request_.label.width),
            "-dDEVICEHEIGHTPOINTS=" + decimal(request_.label.height), "-dFirstPage=" + page,
            "-dLastPage=" + page, "-c", layOut(cut), "-f", pages});
-      if (!problem.empty()) return problem;
-      if (interruptSignal() != 0) return "stopped";
+      if (!written) return written;
+      if (interruptSignal() != 0) return Problem{"stopped"};
     }
-    std::string problem = ghostscript(all);
-    if (!problem.empty()) return problem;
+    Result<void> written = ghostscript(all);
+    if (!written) return written;
     if (placePdf(directory_.path() + "/all.pdf", request_.output, markOf(request_.document))) {
       return {};
     }
-    return request_.output + " cannot be written; name another place with --output-dir";
+    return Problem{request_.output + " cannot be written; name another place with --output-dir"};
   }
 
   static std::string decimal(double number) {
@@ -251,7 +259,7 @@ class Crop {
   }
 
   const CropRequest& request_;
-  CropResult result_;
+  Cropped result_;
   PrivateDirectory directory_;
   std::string said_;                  // what the last program said
   std::vector<Cut> cuts_;             // a label each
@@ -280,7 +288,7 @@ std::optional<HandPlace> parseHandPlace(const std::string& text) {
   return HandPlace{numbers[0], numbers[1], numbers[2], numbers[3]};
 }
 
-CropResult cropDocument(const CropRequest& request) {
+Result<Cropped> cropDocument(const CropRequest& request) {
   Crop crop(request);
   return crop.run();
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "filter/base/result.h"
 #include "tools/crop/label_places.h"
 
 namespace kestra::crop {
@@ -16,7 +17,7 @@ namespace kestra::crop {
 struct HandPlace {
   double x = 0;
   double y = 0;
-  double width = 0;  // 0 x 0: as large as the label
+  double width = 0;  ///< 0 x 0: as large as the label
   double height = 0;
 };
 
@@ -24,20 +25,21 @@ struct HandPlace {
 [[nodiscard]] std::optional<HandPlace> parseHandPlace(const std::string& text);
 
 struct CropRequest {
-  std::string document;           // absolute; PDF or PostScript
-  LabelSize label;                // points
-  std::optional<HandPlace> hand;  // nothing is looked for
-  std::string output;             // the PDF to write; whatever is there is replaced
+  std::string document;           ///< absolute; PDF or PostScript
+  LabelSize label;                ///< points
+  std::optional<HandPlace> hand;  ///< nothing is looked for
+  std::string output;             ///< the PDF to write; whatever is there is replaced
 };
 
-struct CropResult {
-  std::string problem;                // one sentence; empty where the PDF was written
-  std::vector<std::string> found;     // "page 1: the label lies at ...", one for each label
-  std::vector<std::string> warnings;  // sentences
+/// What is on the labels of a PDF that was written.
+struct Cropped {
+  std::vector<std::string> found;     ///< "page 1: the label lies at ...", one for each label
+  std::vector<std::string> warnings;  ///< sentences
 };
 
 /// Writes the PDF. Places on each page are found, or are the one named by hand.
-[[nodiscard]] CropResult cropDocument(const CropRequest& request);
+/// @return why there is none, one sentence
+[[nodiscard]] Result<Cropped> cropDocument(const CropRequest& request);
 
 /// Whether a file is a PDF that `cropDocument` made of a document of this name, folders left aside,
 /// and nobody has changed since.

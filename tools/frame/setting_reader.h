@@ -33,8 +33,13 @@ struct ParsedSettings {
 // As the bytes have it: "speed code 2, darkness code 1"
 [[nodiscard]] std::string describeCodes(const SentSetting& setting);
 
-// The stored page counter, or nothing and a sentence in `problem`.
-[[nodiscard]] std::optional<std::uint16_t> parsePageCounter(const std::vector<std::uint8_t>& bytes,
-                                                            std::string& problem);
+/// A page counter, or one sentence on why the bytes are none.
+struct ParsedCounter {
+  std::optional<std::uint16_t> counter;
+  std::string problem;  ///< empty where there is a counter
+};
+
+/// Takes the bytes of a whole counter file.
+[[nodiscard]] ParsedCounter parsePageCounter(const std::vector<std::uint8_t>& bytes);
 
 }  // namespace kestra

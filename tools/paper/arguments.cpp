@@ -94,33 +94,34 @@ std::vector<Switch> switches(Arguments& arguments) {
           {"--keep-state", &printer.keepState}};
 }
 
-// What does not fit together, as one sentence, or an empty text. Reads the source.
-std::string contradiction(Arguments& arguments) {
+// What does not fit together. Reads the source.
+Result<void> contradiction(Arguments& arguments) {
   PrinterSettings& printer = arguments.printer;
   if (arguments.digest) {
-    return arguments.inputs.empty() ? "--digest wants page frames" : std::string();
+    if (arguments.inputs.empty()) return Problem{"--digest wants page frames"};
+    return {};
   }
   if (!arguments.came.empty()) {
-    if (!arguments.inputs.empty()) return "give a source or --came, not both";
-    return arguments.expect.empty() ? "--came needs --expect: nothing to judge by" : std::string();
+    if (!arguments.inputs.empty()) return Problem{"give a source or --came, not both"};
+    if (arguments.expect.empty()) return Problem{"--came needs --expect: nothing to judge by"};
+    return {};
   }
+  if (arguments.inputs.empty()) return Problem{"no source given: tcp:PORT, unix:PATH, - or a file"};
   if (arguments.inputs.size() != 1) {
-    return arguments.inputs.empty()
-               ? "no source given: tcp:PORT, unix:PATH, - or a file"
-               : "one source only, " + std::to_string(arguments.inputs.size()) + " are given";
+    return Problem{"one source only, " + std::to_string(arguments.inputs.size()) + " are given"};
   }
   std::string problem;
   const auto source = parseSource(arguments.inputs[0], problem);
-  if (!source) return problem;
+  if (!source) return Problem{problem};
   printer.source = *source;
   if (printer.control == "-" && source->path == "-") {
-    return "--control and the source cannot both be standard input";
+    return Problem{"--control and the source cannot both be standard input"};
   }
   if (!printer.readyFile.empty() && !source->isSocket()) {
-    return "--ready is for tcp: and unix:, nobody connects to a file";
+    return Problem{"--ready is for tcp: and unix:, nobody connects to a file"};
   }
   if (arguments.list && !arguments.expect.empty()) {
-    return "give --list or --expect, not both";
+    return Problem{"give --list or --expect, not both"};
   }
   return {};
 }
@@ -133,12 +134,9 @@ Result<Arguments> parseArguments(const std::vector<std::string>& words) {
     arguments.inputs.push_back(word);
     return {};
   };
-  const Result<void> taken =
-      takeWords(words, {switches(arguments), valueOptions(arguments), takeInput});
-  if (!taken) return Problem{taken.problem()};
-  if (arguments.help || arguments.version) return arguments;
-  const std::string problem = contradiction(arguments);
-  if (!problem.empty()) return Problem{problem};
+  Result<void> good = takeWords(words, {switches(arguments), valueOptions(arguments), takeInput});
+  if (good && !arguments.help && !arguments.version) good = contradiction(arguments);
+  if (!good) return Problem{good.problem()};
   return arguments;
 }
 

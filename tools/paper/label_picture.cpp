@@ -54,7 +54,9 @@ bool LabelPicture::write(const std::string& path, unsigned dpi, std::string& pro
               std::to_string(record_) + " bytes";
     return false;
   }
-  return writePng(path, RowsDrawing(bytes_, record_), {{dpi, dpi}, 1}, problem);
+  const Result<void> written = writePng(path, RowsDrawing(bytes_, record_), {{dpi, dpi}, 1});
+  problem = written.problem();
+  return bool(written);
 }
 
 }  // namespace kestra::paper

@@ -109,24 +109,24 @@ std::vector<Switch> switches(Arguments& arguments) {
           {"--force", &arguments.force},     {"--crop", &arguments.crop}};
 }
 
-// What does not fit together, as one sentence, or an empty text.
-std::string contradiction(const Arguments& arguments) {
+// What does not fit together.
+Result<void> contradiction(const Arguments& arguments) {
   std::size_t documents = 0;
   for (const Input& input : arguments.inputs) {
     documents += input.kind == InputKind::kDocument ? 1U : 0U;
   }
-  if (arguments.inputs.empty() && arguments.asked.empty()) return "no document given";
+  if (arguments.inputs.empty() && arguments.asked.empty()) return Problem{"no document given"};
   if (!arguments.output.empty() && !arguments.output_directory.empty()) {
-    return "give --output or --output-dir, not both";
+    return Problem{"give --output or --output-dir, not both"};
   }
   if (!arguments.output.empty() && documents != 1 && arguments.asked.empty()) {
-    return "--output names one picture but there are " + std::to_string(documents) +
-           " documents; use --output-dir DIR";
+    return Problem{"--output names one picture but there are " + std::to_string(documents) +
+                   " documents; use --output-dir DIR"};
   }
-  if (arguments.quiet && arguments.verbose) return "give --quiet or --verbose, not both";
-  if (arguments.detail && !arguments.compare) return "--detail is for --compare";
+  if (arguments.quiet && arguments.verbose) return Problem{"give --quiet or --verbose, not both"};
+  if (arguments.detail && !arguments.compare) return Problem{"--detail is for --compare"};
   if (!arguments.model.empty() && !arguments.ppd.empty()) {
-    return "give --model or --ppd, not both: a model stands for its printer description";
+    return Problem{"give --model or --ppd, not both: a model stands for its printer description"};
   }
   return {};
 }
@@ -143,12 +143,9 @@ Result<Arguments> parseArguments(const std::vector<std::string>& words) {
     arguments.inputs.push_back({counter ? InputKind::kPageCounter : InputKind::kDocument, word});
     return {};
   };
-  const Result<void> taken =
-      takeWords(words, {switches(arguments), valueOptions(arguments), takeInput});
-  if (!taken) return Problem{taken.problem()};
-  if (arguments.help || arguments.version) return arguments;
-  const std::string problem = contradiction(arguments);
-  if (!problem.empty()) return Problem{problem};
+  Result<void> good = takeWords(words, {switches(arguments), valueOptions(arguments), takeInput});
+  if (good && !arguments.help && !arguments.version) good = contradiction(arguments);
+  if (!good) return Problem{good.problem()};
   return arguments;
 }
 

@@ -11,7 +11,9 @@
 #include <cstring>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
+#include "filter/base/file.h"
 #include "tools/proof/png_chunks.h"
 
 namespace kestra {
@@ -28,55 +30,40 @@ bool isFile(const std::string& path, const struct stat& status) {
 }
 
 // Whether the file is a proof of `document`, or of any where that is empty.
-bool isProofOf(const std::string& path, const std::string& document, std::string& problem) {
+Result<void> isProofOf(const std::string& path, const std::string& document) {
   const std::vector<PngChunk> chunks = chunksBeforePixels(path);
   const std::string instead =
       "; name another picture with --output or --output-dir, or write over it with --force";
   if (pngText(chunks, "Software") != kProgram) {
-    problem = path + " is there already and was not made by kestra-proof" + instead;
-    return false;
+    return Problem{path + " is there already and was not made by kestra-proof" + instead};
   }
   const std::string made = pngText(chunks, "Title");
-  if (document.empty() || made == document) return true;
-  problem = path + " is there already and shows another document, " + made + instead;
-  return false;
+  if (document.empty() || made == document) return {};
+  return Problem{path + " is there already and shows another document, " + made + instead};
 }
 
 }  // namespace
 
-bool readFile(const std::string& path, std::vector<std::uint8_t>& bytes, std::string& problem) {
+Result<std::vector<std::uint8_t>> readFile(const std::string& path) {
   const bool standardInput = path == "-";
-  if (!standardInput) {
-    struct stat status = {};
-    if (stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
-      problem = "is a directory, give the files in it";
-      return false;
-    }
+  struct stat status = {};
+  if (!standardInput && stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+    return Problem{"is a directory, give the files in it"};
   }
-  std::FILE* file = standardInput ? stdin : std::fopen(path.c_str(), "rb");
-  if (file == nullptr) {
-    problem = std::string("cannot be read: ") + std::strerror(errno);
-    return false;
-  }
-  bytes.clear();
+  const FilePtr opened(standardInput ? nullptr : std::fopen(path.c_str(), "rb"));
+  std::FILE* file = standardInput ? stdin : opened.get();
+  if (file == nullptr) return Problem{std::string("cannot be read: ") + std::strerror(errno)};
+  std::vector<std::uint8_t> bytes;
   std::array<std::uint8_t, 65536> block = {};
-  bool good = true;
-  for (;;) {
-    const std::size_t got = std::fread(block.data(), 1, block.size(), file);
+  for (std::size_t got = block.size(); got == block.size();) {
+    got = std::fread(block.data(), 1, block.size(), file);
     bytes.insert(bytes.end(), block.data(), block.data() + got);
     if (bytes.size() > kLargestFrame) {
-      problem = "is larger than any page frame (" + std::to_string(kLargestFrame) + " bytes)";
-      good = false;
-      break;
+      return Problem{"is larger than any page frame (" + std::to_string(kLargestFrame) + " bytes)"};
     }
-    if (got < block.size()) break;
   }
-  if (good && std::ferror(file) != 0) {
-    problem = std::string("cannot be read: ") + std::strerror(errno);
-    good = false;
-  }
-  if (!standardInput) std::fclose(file);
-  return good;
+  if (std::ferror(file) == 0) return Result<std::vector<std::uint8_t>>(std::move(bytes));
+  return Problem{std::string("cannot be read: ") + std::strerror(errno)};
 }
 
 std::string fileName(const std::string& path) { return path.substr(path.rfind('/') + 1); }
@@ -99,47 +86,43 @@ WriteGuard::WriteGuard(const Arguments& arguments)
   if (!arguments.ppd.empty()) inputs_.push_back(arguments.ppd);
 }
 
-bool WriteGuard::mayWriteFile(const std::string& path, std::string& problem) const {
+Result<void> WriteGuard::mayWriteFile(const std::string& path) const {
   struct stat target = {};
-  if (stat(path.c_str(), &target) != 0) return true;  // not there, or the writer will say why
+  if (stat(path.c_str(), &target) != 0) return {};  // not there, or the writer will say why
   if (!S_ISREG(target.st_mode)) {
-    problem = path + " is no ordinary file; name a picture file";
-    return false;
+    return Problem{path + " is no ordinary file; name a picture file"};
   }
   for (const std::string& input : inputs_) {
     if (isFile(input, target)) {
-      problem = path + " is an input and is not written over; name another picture with --output";
-      return false;
+      return Problem{path +
+                     " is an input and is not written over; name another picture with --output"};
     }
   }
   for (const std::string& picture : written_) {
     if (isFile(picture, target)) {
-      problem = "two pages would become the picture " + path +
-                "; proof the documents one by one with --output or --output-dir";
-      return false;
+      return Problem{"two pages would become the picture " + path +
+                     "; proof the documents one by one with --output or --output-dir"};
     }
   }
-  return true;
+  return {};
 }
 
-bool WriteGuard::mayWrite(const std::string& path, const std::string& document,
-                          std::string& problem) const {
-  if (!mayWriteFile(path, problem)) return false;
+Result<void> WriteGuard::mayWrite(const std::string& path, const std::string& document) const {
+  Result<void> may = mayWriteFile(path);
   std::error_code ignored;
-  if (force_ || !std::filesystem::exists(path, ignored)) return true;
-  return isProofOf(path, named_ ? "" : fileName(document), problem);
+  if (!may || force_ || !std::filesystem::exists(path, ignored)) return may;
+  return isProofOf(path, named_ ? "" : fileName(document));
 }
 
-bool makeNewDirectory(const std::string& path, std::string& problem) {
+Result<void> makeNewDirectory(const std::string& path) {
   std::error_code error;
   if (std::filesystem::exists(path, error) &&
       !(std::filesystem::is_directory(path, error) && std::filesystem::is_empty(path, error))) {
-    problem = path + " is there already; name a new or an empty directory";
-    return false;
+    return Problem{path + " is there already; name a new or an empty directory"};
   }
   std::filesystem::create_directories(path, error);
-  if (error) problem = path + " cannot be made: " + error.message();
-  return !error;
+  if (error) return Problem{path + " cannot be made: " + error.message()};
+  return {};
 }
 
 }  // namespace kestra

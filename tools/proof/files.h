@@ -7,14 +7,14 @@
 #include <string>
 #include <vector>
 
+#include "filter/base/result.h"
 #include "tools/proof/arguments.h"
 
 namespace kestra {
 
-// Reads the file `path`, "-" being standard input. Returns false and the reason in `problem`,
-// also for a file larger than any frame.
-[[nodiscard]] bool readFile(const std::string& path, std::vector<std::uint8_t>& bytes,
-                            std::string& problem);
+/// Reads the file `path`, "-" being standard input.
+/// @return why not, as the end of a sentence about it, also for a file larger than any frame
+[[nodiscard]] Result<std::vector<std::uint8_t>> readFile(const std::string& path);
 
 // What a picture says of who made it.
 inline constexpr const char* kProgram = "kestra-proof";
@@ -33,14 +33,13 @@ class WriteGuard {
  public:
   explicit WriteGuard(const Arguments& arguments);
 
-  // False and the reason in `problem` where `path` is an input, a picture written before in this
-  // run, or something that is no ordinary file. Without --force also where it is no proof, or one
-  // of another document than `document` whose name was not asked for.
-  [[nodiscard]] bool mayWrite(const std::string& path, const std::string& document,
-                              std::string& problem) const;
+  /// @return why not, where `path` is an input, a picture written before in this run, or something
+  /// that is no ordinary file. Without --force also where it is no proof, or one of another
+  /// document than `document` whose name was not asked for
+  [[nodiscard]] Result<void> mayWrite(const std::string& path, const std::string& document) const;
 
-  // The same for a file that is no picture; whether it is a proof is not asked.
-  [[nodiscard]] bool mayWriteFile(const std::string& path, std::string& problem) const;
+  /// The same for a file that is no picture; whether it is a proof is not asked.
+  [[nodiscard]] Result<void> mayWriteFile(const std::string& path) const;
 
   // To be told of each picture.
   void wrote(const std::string& path) { written_.push_back(path); }
@@ -52,8 +51,8 @@ class WriteGuard {
   std::vector<std::string> written_;
 };
 
-// Makes a directory that the caller has to himself. False and the reason in `problem` where there
-// is something of that name, an empty directory excepted.
-[[nodiscard]] bool makeNewDirectory(const std::string& path, std::string& problem);
+/// Makes a directory that the caller has to himself.
+/// @return why not, where there is something of that name, an empty directory excepted
+[[nodiscard]] Result<void> makeNewDirectory(const std::string& path);
 
 }  // namespace kestra

@@ -1,11 +1,13 @@
 // kestra-proof: shows documents and page frames as the print head would print them.
 //
 // What comes out of the print head can be looked at, measured and compared before paper is spent.
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "filter/base/file.h"
@@ -29,6 +31,9 @@ using kestra::Arguments;
 using kestra::DocumentType;
 using kestra::Input;
 using kestra::InputKind;
+using kestra::Printer;
+using kestra::Problem;
+using kestra::Result;
 
 // An input, and what its content says it is.
 struct Job {
@@ -74,8 +79,8 @@ std::vector<Job> lookAt(const std::vector<Input>& inputs) {
 
 bool isPrinted(const Job& job) { return job.type && *job.type != DocumentType::kFrame; }
 
-// An option that has nothing to act on, as one sentence, or an empty text.
-std::string uselessOption(const Arguments& arguments, const std::vector<Job>& jobs) {
+// Whether every option has something to act on.
+Result<void> optionsHaveUse(const Arguments& arguments, const std::vector<Job>& jobs) {
   bool frames = false;
   bool documents = false;
   for (const Job& job : jobs) {
@@ -84,7 +89,8 @@ std::string uselessOption(const Arguments& arguments, const std::vector<Job>& jo
     if (job.input.kind == InputKind::kDocument && !job.type) documents = frames = true;
   }
   if (arguments.dpi_given && !frames) {
-    return "--dpi is for page frames; a document is printed with -o Resolution=203dpi or 300dpi";
+    return Problem{
+        "--dpi is for page frames; a document is printed with -o Resolution=203dpi or 300dpi"};
   }
   const char* option = nullptr;
   if (!arguments.options.empty()) option = "-o";
@@ -93,42 +99,48 @@ std::string uselessOption(const Arguments& arguments, const std::vector<Job>& jo
   if (!arguments.keep.empty()) option = "--keep";
   if (!arguments.ppd.empty()) option = "--ppd";
   if (option == nullptr || documents) return {};
-  return std::string(option) + " is for documents; a page frame is printed already";
+  return Problem{std::string(option) + " is for documents; a page frame is printed already"};
 }
 
-// Finds the printer description and checks the job options against it. An exit status and a
-// sentence where that fails.
-int prepare(const Arguments& arguments, kestra::Printer& printer, std::string& problem) {
+// The printer by its description, without the job's options.
+Result<Printer> describedPrinter(const Arguments& arguments) {
+  Printer printer;
+  std::string problem;
   if (arguments.ppd.empty()) {
     printer.model = arguments.model.empty() ? "label" : arguments.model;
     printer.ppd = kestra::findPpd(printer.model, problem);
-    if (printer.ppd.empty()) return kSomethingBroken;
+    if (printer.ppd.empty()) return Problem{problem};
   } else {
     printer.ppd = std::filesystem::absolute(arguments.ppd).string();
   }
-  if (!printer.options.open(printer.ppd, problem)) return kSomethingBroken;
+  if (!printer.options.open(printer.ppd, problem)) return Problem{problem};
+  return Result<Printer>(std::move(printer));
+}
+
+// Holds the job's options against the description.
+Result<void> takeOptions(const Arguments& arguments, Printer& printer) {
+  std::string problem;
   for (const std::string& words : arguments.options) {
-    if (!printer.options.add(words, problem)) return kWrongUsage;
+    if (!printer.options.add(words, problem)) return Problem{problem};
   }
   if (arguments.compare && !printer.options.givenValue("HalftoneType").empty()) {
-    problem = "--compare shows all ten halftones; leave HalftoneType out";
-    return kWrongUsage;
+    return Problem{"--compare shows all ten halftones; leave HalftoneType out"};
   }
-  return kAllWell;
+  return {};
 }
 
 // Lists the values of the options that are asked for. Exit status.
 int answer(const Arguments& arguments) {
-  kestra::Printer printer;
+  Result<Printer> printer = describedPrinter(arguments);
+  if (!printer) return fail(printer.problem());
+  const Result<void> taken = takeOptions(arguments, *printer);
+  if (!taken) return wrongUsage(taken.problem());
   std::string problem;
-  const int status = prepare(arguments, printer, problem);
-  if (status == kWrongUsage) return wrongUsage(problem);
-  if (status != kAllWell) return fail(problem);
   std::string text;
   for (const std::string& name : arguments.asked) {
-    const std::string values = printer.options.values(name, "\n  ");
+    const std::string values = printer->options.values(name, "\n  ");
     // An option without a list takes anything, one that is not there nothing at all.
-    if (values.empty() && !printer.options.add(name + "=1", problem)) return wrongUsage(problem);
+    if (values.empty() && !printer->options.add(name + "=1", problem)) return wrongUsage(problem);
     text.append(name).append(values.empty() ? " has no list of values" : " can be:");
     text.append(values).append("\n");
   }
@@ -141,8 +153,7 @@ std::string keepPlace(const Arguments& arguments, const std::string& path) {
   return arguments.keep + "/" + kestra::stem(path);
 }
 
-bool proofAll(const Arguments& arguments, const std::vector<Job>& jobs,
-              const kestra::Printer& printer) {
+bool proofAll(const Arguments& arguments, const std::vector<Job>& jobs, const Printer& printer) {
   kestra::WriteGuard guard(arguments);
   kestra::Teller teller(arguments);
   for (const Job& job : jobs) {
@@ -173,18 +184,16 @@ int run(const Arguments& arguments) {
     std::filesystem::create_directories(arguments.output_directory, ignored);
   }
   const std::vector<Job> jobs = lookAt(arguments.inputs);
-  const std::string useless = uselessOption(arguments, jobs);
-  if (!useless.empty()) return wrongUsage(useless);
-  kestra::Printer printer;
-  for (const Job& job : jobs) {
-    if (!isPrinted(job)) continue;
-    std::string problem;
-    const int status = prepare(arguments, printer, problem);
-    if (status == kWrongUsage) return wrongUsage(problem);
-    if (status != kAllWell) return fail(problem);
-    break;
+  const Result<void> useful = optionsHaveUse(arguments, jobs);
+  if (!useful) return wrongUsage(useful.problem());
+  Result<Printer> printer = Printer();
+  if (std::any_of(jobs.begin(), jobs.end(), isPrinted)) {
+    printer = describedPrinter(arguments);
+    if (!printer) return fail(printer.problem());
+    const Result<void> taken = takeOptions(arguments, *printer);
+    if (!taken) return wrongUsage(taken.problem());
   }
-  return proofAll(arguments, jobs, printer) ? kAllWell : kSomethingBroken;
+  return proofAll(arguments, jobs, *printer) ? kAllWell : kSomethingBroken;
 }
 
 }  // namespace

@@ -127,22 +127,20 @@ bool writeRows(std::FILE* file, png_structp png, png_infop info, Rows& rows) {
   return true;
 }
 
-bool writeTo(std::FILE* file, const Drawing& drawing, const PictureFacts& size,
-             std::string& problem) {
+Result<void> writeTo(std::FILE* file, const Drawing& drawing, const PictureFacts& size) {
   Rows rows(drawing, size);
   Failure failure;
   png_structp png =
       png_create_write_struct(PNG_LIBPNG_VER_STRING, &failure, keepError, ignoreWarning);
   png_infop info = png == nullptr ? nullptr : png_create_info_struct(png);
-  bool good = false;
+  Result<void> written;
   if (info == nullptr) {
-    problem = "not enough memory for the picture";
-  } else {
-    good = writeRows(file, png, info, rows);
-    if (!good) problem = failure.text.data();
+    written = Problem{"not enough memory for the picture"};
+  } else if (!writeRows(file, png, info, rows)) {
+    written = Problem{failure.text.data()};
   }
   png_destroy_write_struct(&png, &info);
-  return good;
+  return written;
 }
 
 // The mode that a newly created file would have had; mkstemp makes it private.
@@ -152,35 +150,37 @@ mode_t usualMode() {
   return static_cast<mode_t>(0666) & ~mask;
 }
 
+Problem systemProblem() { return {std::strerror(errno)}; }
+
+// Writes to a new file and closes it. The descriptor is used up.
+Result<void> writeNew(int descriptor, const Drawing& drawing, const PictureFacts& size) {
+  std::FILE* file = fdopen(descriptor, "wb");
+  if (file == nullptr) {
+    const Problem problem = systemProblem();
+    close(descriptor);
+    return problem;
+  }
+  Result<void> written;
+  if (fchmod(descriptor, usualMode()) == 0) {
+    written = writeTo(file, drawing, size);
+  } else {
+    written = systemProblem();
+  }
+  if (std::fclose(file) != 0 && written) return systemProblem();
+  return written;
+}
+
 }  // namespace
 
-bool writePng(const std::string& path, const Drawing& drawing, const PictureFacts& size,
-              std::string& problem) {
+Result<void> writePng(const std::string& path, const Drawing& drawing, const PictureFacts& size) {
   std::string temporary = path + ".XXXXXX";
   const int descriptor = mkstemp(temporary.data());
-  if (descriptor < 0) {
-    problem = path + " cannot be written: " + std::strerror(errno);
-    return false;
-  }
-  std::FILE* file = fdopen(descriptor, "wb");
-  bool good = file != nullptr && fchmod(descriptor, usualMode()) == 0;
-  if (!good) problem = std::strerror(errno);
-  if (good) good = writeTo(file, drawing, size, problem);
-  if (file == nullptr) {
-    close(descriptor);
-  } else if (std::fclose(file) != 0 && good) {
-    problem = std::strerror(errno);
-    good = false;
-  }
-  if (good && std::rename(temporary.c_str(), path.c_str()) != 0) {
-    problem = std::strerror(errno);
-    good = false;
-  }
-  if (!good) {
-    std::remove(temporary.c_str());
-    problem = path + " cannot be written: " + problem;
-  }
-  return good;
+  if (descriptor < 0) return Problem{path + " cannot be written: " + std::strerror(errno)};
+  Result<void> written = writeNew(descriptor, drawing, size);
+  if (written && std::rename(temporary.c_str(), path.c_str()) != 0) written = systemProblem();
+  if (written) return written;
+  std::remove(temporary.c_str());
+  return Problem{path + " cannot be written: " + written.problem()};
 }
 
 }  // namespace kestra

@@ -7,6 +7,7 @@
 #include <array>
 #include <string>
 
+#include "filter/base/result.h"
 #include "tools/proof/drawing.h"
 
 namespace kestra {
@@ -19,10 +20,11 @@ struct PictureFacts {
   std::string document = {};
 };
 
-// Writes `drawing` to `path`, each dot `scale` x `scale` pixels, with a resolution that gives it
-// the size of the print. The file appears whole or not at all: it is written beside `path` and
-// renamed. Returns false and the reason in `problem`.
-[[nodiscard]] bool writePng(const std::string& path, const Drawing& drawing,
-                            const PictureFacts& facts, std::string& problem);
+/// Writes `drawing` to `path`, each dot `scale` x `scale` pixels, with a resolution that gives it
+/// the size of the print. The file appears whole or not at all: it is written beside `path` and
+/// renamed.
+/// @return why not, naming `path`
+[[nodiscard]] Result<void> writePng(const std::string& path, const Drawing& drawing,
+                                    const PictureFacts& facts);
 
 }  // namespace kestra

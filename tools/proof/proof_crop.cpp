@@ -17,29 +17,26 @@ std::string croppedPath(const Arguments& arguments, const std::string& path) {
   return std::filesystem::path(picture).replace_extension(".pdf").string();
 }
 
-bool mayReplace(const std::string& output, const std::string& document, const Arguments& arguments,
-                const WriteGuard& guard, std::string& problem) {
-  if (!guard.mayWriteFile(output, problem)) return false;
+Result<void> mayReplace(const std::string& output, const std::string& document,
+                        const Arguments& arguments, const WriteGuard& guard) {
+  Result<void> may = guard.mayWriteFile(output);
   std::error_code ignored;
-  if (arguments.force || !std::filesystem::exists(output, ignored) ||
+  if (!may || arguments.force || !std::filesystem::exists(output, ignored) ||
       crop::isCroppedFrom(output, document)) {
-    return true;
+    return may;
   }
-  problem = output +
-            " is there already and was not made by --crop of this document; move it away, or name "
-            "another "
-            "place with --output-dir, or write over it with --force";
-  return false;
+  return Problem{
+      output +
+      " is there already and was not made by --crop of this document; move it away, or name "
+      "another place with --output-dir, or write over it with --force"};
 }
 
-// The PDF's path, or an empty text where there is none.
-std::string cropTo(const std::string& path, DocumentType type, const Arguments& arguments,
-                   const Printer& printer, WriteGuard& guard, Teller& teller) {
-  std::string problem;
+// Writes the PDF and tells what was found. Its path.
+Result<std::string> cropTo(const std::string& path, DocumentType type, const Arguments& arguments,
+                           const Printer& printer, WriteGuard& guard, Teller& teller) {
   if (type != DocumentType::kPdf && type != DocumentType::kPostScript) {
-    teller.complain(std::string("--crop finds labels on PDF and PostScript pages, and this is ") +
-                    typeWords(type) + "; make a PDF of it first");
-    return {};
+    return Problem{std::string("--crop finds labels on PDF and PostScript pages, and this is ") +
+                   typeWords(type) + "; make a PDF of it first"};
   }
   crop::CropRequest request;
   request.document = std::filesystem::absolute(path).string();
@@ -47,18 +44,13 @@ std::string cropTo(const std::string& path, DocumentType type, const Arguments& 
   request.label = {page.width, page.height};
   request.output = croppedPath(arguments, path);
   if (!arguments.crop_place.empty()) request.hand = crop::parseHandPlace(arguments.crop_place);
-  if (!mayReplace(request.output, path, arguments, guard, problem)) {
-    teller.complain(problem);
-    return {};
-  }
-  const crop::CropResult result = crop::cropDocument(request);
-  if (interruptSignal() != 0) return {};
-  if (!result.problem.empty()) {
-    teller.complain(result.problem);
-    return {};
-  }
-  for (const std::string& found : result.found) teller.note("label on " + found);
-  for (const std::string& warning : result.warnings) teller.warn(warning);
+  const Result<void> may = mayReplace(request.output, path, arguments, guard);
+  if (!may) return Problem{may.problem()};
+  const Result<crop::Cropped> cropped = crop::cropDocument(request);
+  if (!cropped) return Problem{cropped.problem()};
+  if (interruptSignal() != 0) return Problem{"stopped"};
+  for (const std::string& found : cropped->found) teller.note("label on " + found);
+  for (const std::string& warning : cropped->warnings) teller.warn(warning);
   teller.note("written: " + request.output);
   guard.wrote(request.output);
   return request.output;
@@ -70,10 +62,11 @@ void proofCropped(const std::string& path, DocumentType type, const Arguments& a
                   const Printer& printer, const std::string& keep, WriteGuard& guard,
                   Teller& teller) {
   teller.begin({path, typeWords(type), printer.model, printer.ppd, printer.options.given()});
-  const std::string cropped = cropTo(path, type, arguments, printer, guard, teller);
+  const Result<std::string> cropped = cropTo(path, type, arguments, printer, guard, teller);
+  if (!cropped && interruptSignal() == 0) teller.complain(cropped.problem());
   teller.end({});
-  if (cropped.empty()) return;
-  proofDocument(cropped, DocumentType::kPdf, arguments, printer, keep, guard, teller);
+  if (!cropped) return;
+  proofDocument(*cropped, DocumentType::kPdf, arguments, printer, keep, guard, teller);
 }
 
 }  // namespace kestra

@@ -85,24 +85,22 @@ class DocumentProof {
     request.options = printer_.options.text();
     request.copies = printer_.options.copies();
     request.keep = keep;
-    std::string problem;
-    if (!keep.empty() && !makeNewDirectory(keep, problem)) {
-      teller_.complain(problem);
-      return false;
-    }
+    if (!keep.empty() && !makeKeepPlace(keep)) return false;
     if (!arguments_.compare) return true;
     request.jobs.clear();
     request.keep_names.clear();
     for (const Halftone& halftone : kHalftones) {
       request.jobs.push_back(std::string("HalftoneType=") + halftone.keyword);
       request.keep_names.push_back(std::string("/") + halftone.keyword);
-      if (keep.empty()) continue;
-      if (!makeNewDirectory(keep + request.keep_names.back(), problem)) {
-        teller_.complain(problem);
-        return false;
-      }
+      if (!keep.empty() && !makeKeepPlace(keep + request.keep_names.back())) return false;
     }
     return true;
+  }
+
+  bool makeKeepPlace(const std::string& path) {
+    const Result<void> made = makeNewDirectory(path);
+    if (!made) teller_.complain(made.problem());
+    return bool(made);
   }
 
   bool fail(const PrintedPage& page, const std::string& problem) {
@@ -236,12 +234,12 @@ class DocumentProof {
                                     std::to_string(page.number));
     report.width = drawing.width() * arguments_.scale;
     report.height = drawing.height() * arguments_.scale;
-    std::string problem;
-    if (!guard_.mayWrite(report.picture, path_, problem) ||
-        !writePng(report.picture, drawing,
-                  {page.content.dpi, arguments_.scale, kProgram, fileName(path_)}, problem)) {
-      return fail(page, problem);
+    Result<void> written = guard_.mayWrite(report.picture, path_);
+    if (written) {
+      written = writePng(report.picture, drawing,
+                         {page.content.dpi, arguments_.scale, kProgram, fileName(path_)});
     }
+    if (!written) return fail(page, written.problem());
     guard_.wrote(report.picture);
     teller_.page(report);
     return true;

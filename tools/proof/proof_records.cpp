@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <utility>
 #include <vector>
 
@@ -48,11 +47,13 @@ void drawFrame(const std::string& path, const PageFrame& frame, const Arguments&
   for (std::size_t y = 0; y < frame.row_count; ++y) {
     report.black_dots += countBlackDots(frame.row(y).dots);
   }
-  std::string problem;
-  if (!guard.mayWrite(report.picture, path, problem) ||
-      !writePng(report.picture, *drawing, {report.dpi, arguments.scale, kProgram, fileName(path)},
-                problem)) {
-    teller.complain(problem);
+  Result<void> written = guard.mayWrite(report.picture, path);
+  if (written) {
+    written =
+        writePng(report.picture, *drawing, {report.dpi, arguments.scale, kProgram, fileName(path)});
+  }
+  if (!written) {
+    teller.complain(written.problem());
     return;
   }
   guard.wrote(report.picture);
@@ -64,12 +65,11 @@ void drawFrame(const std::string& path, const PageFrame& frame, const Arguments&
 void proofFrame(const std::string& path, const Arguments& arguments, WriteGuard& guard,
                 Teller& teller) {
   teller.begin({path, "page frame", "", "", {}});
-  std::vector<std::uint8_t> bytes;
-  std::string problem;
-  if (!readFile(path, bytes, problem)) {
-    teller.complain(problem);
+  Result<std::vector<std::uint8_t>> bytes = readFile(path);
+  if (!bytes) {
+    teller.complain(bytes.problem());
   } else {
-    const ParsedFrame parsed = parsePageFrame(std::move(bytes));
+    const ParsedFrame parsed = parsePageFrame(std::move(*bytes));
     if (parsed.frame) {
       drawFrame(path, *parsed.frame, arguments, guard, teller);
     } else {
@@ -81,26 +81,24 @@ void proofFrame(const std::string& path, const Arguments& arguments, WriteGuard&
 
 void proofCounter(const std::string& path, Teller& teller) {
   teller.begin({path, "page counter", "", "", {}});
-  std::vector<std::uint8_t> bytes;
-  std::string problem;
-  std::optional<std::uint16_t> counter;
-  if (readFile(path, bytes, problem)) counter = parsePageCounter(bytes, problem);
-  if (counter) {
-    teller.counter(*counter);
+  const Result<std::vector<std::uint8_t>> bytes = readFile(path);
+  if (!bytes) {
+    teller.complain(bytes.problem());
+  } else if (const ParsedCounter parsed = parsePageCounter(*bytes); parsed.counter) {
+    teller.counter(*parsed.counter);
   } else {
-    teller.complain(problem);
+    teller.complain(parsed.problem);
   }
   teller.end({});
 }
 
 void proofCommands(const std::string& path, Teller& teller) {
   teller.begin({path, "print-setting commands", "", "", {}});
-  std::vector<std::uint8_t> bytes;
-  std::string problem;
-  if (!readFile(path, bytes, problem)) {
-    teller.complain(problem);
+  const Result<std::vector<std::uint8_t>> bytes = readFile(path);
+  if (!bytes) {
+    teller.complain(bytes.problem());
   } else {
-    const ParsedSettings parsed = parsePrintSettings(bytes);
+    const ParsedSettings parsed = parsePrintSettings(*bytes);
     teller.commands(parsed.settings);
     if (!parsed.problem.empty()) teller.complain(parsed.problem);
   }

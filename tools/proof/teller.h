@@ -12,11 +12,11 @@
 #include <utility>
 #include <vector>
 
+#include "tools/base/json.h"
 #include "tools/frame/frame_reader.h"
 #include "tools/frame/setting_reader.h"
 #include "tools/proof/arguments.h"
 #include "tools/proof/detail.h"
-#include "tools/base/json.h"
 #include "tools/proof/progress.h"
 
 namespace kestra {

@@ -50,15 +50,16 @@ std::vector<ValueOption> options(Arguments& arguments) {
   };
 }
 
-std::string contradiction(const Arguments& arguments) {
+Result<void> contradiction(const Arguments& arguments) {
   if (arguments.queue.empty() == arguments.output.empty()) {
-    return "give -d QUEUE to print a test label, or --output FILE.pdf to write one";
+    return Problem{"give -d QUEUE to print a test label, or --output FILE.pdf to write one"};
   }
   if (!arguments.queue.empty() && (!arguments.model.empty() || !arguments.ppd.empty())) {
-    return "a queue has a model and a printer description of its own; leave --model and --ppd out";
+    return Problem{
+        "a queue has a model and a printer description of its own; leave --model and --ppd out"};
   }
   if (!arguments.model.empty() && !arguments.ppd.empty()) {
-    return "give --model or --ppd, not both: a model stands for its printer description";
+    return Problem{"give --model or --ppd, not both: a model stands for its printer description"};
   }
   return {};
 }
@@ -81,11 +82,9 @@ Result<Arguments> parseArguments(const std::vector<std::string>& words) {
   Arguments arguments;
   const std::vector<Switch> switches = {
       {"--help", &arguments.help}, {"-h", &arguments.help}, {"--version", &arguments.version}};
-  const Result<void> taken = takeWords(words, {switches, options(arguments)});
-  if (!taken) return Problem{taken.problem()};
-  if (arguments.help || arguments.version) return arguments;
-  const std::string problem = contradiction(arguments);
-  if (!problem.empty()) return Problem{problem};
+  Result<void> good = takeWords(words, {switches, options(arguments)});
+  if (good && !arguments.help && !arguments.version) good = contradiction(arguments);
+  if (!good) return Problem{good.problem()};
   return arguments;
 }
 
