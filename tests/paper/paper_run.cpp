@@ -170,6 +170,18 @@ Sender::Sender(const std::string& path) : socket_(socket(AF_UNIX, SOCK_STREAM | 
   connected_ = connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
+Sender::Sender(int socket, const sockaddr* address, socklen_t size)
+    : socket_(socket), connected_(connect(socket, address, size) == 0) {}
+
+Sender Sender::toSixthVersion(std::uint16_t port) {
+  sockaddr_in6 address = {};
+  address.sin6_family = AF_INET6;
+  address.sin6_port = htons(port);
+  address.sin6_addr = in6addr_loopback;
+  return {socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0),
+          reinterpret_cast<const sockaddr*>(&address), sizeof address};
+}
+
 Sender::~Sender() { close(socket_); }
 
 bool Sender::send(const Bytes& bytes) const {
@@ -188,6 +200,11 @@ std::size_t Sender::sendWhatFits(const Bytes& bytes) const {
 }
 
 void Sender::endSending() const { shutdown(socket_, SHUT_WR); }
+
+void Sender::resetAtOnce() const {
+  const linger atOnce = {1, 0};
+  setsockopt(socket_, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+}
 
 std::string Sender::await(Bytes* reply) const {
   std::array<char, 256> buffer = {};

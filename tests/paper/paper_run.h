@@ -3,6 +3,7 @@
 // The log is read as others read it: line by line, strictly as JSON, while the program runs.
 #pragma once
 
+#include <sys/socket.h>
 #include <sys/types.h>
 
 #include <cstdint>
@@ -82,6 +83,8 @@ class Sender {
  public:
   explicit Sender(std::uint16_t port);
   explicit Sender(const std::string& path);
+  /// To this machine's own address of the sixth version.
+  static Sender toSixthVersion(std::uint16_t port);
   ~Sender();
   Sender(const Sender&) = delete;
   Sender& operator=(const Sender&) = delete;
@@ -93,6 +96,8 @@ class Sender {
   std::size_t sendWhatFits(const Bytes& bytes) const;
   /// Ends its side in order.
   void endSending() const;
+  /// The end of this object resets the connection.
+  void resetAtOnce() const;
   /// Waits for the other side: "end" or "reset", behind bytes that came.
   std::string await(Bytes* reply = nullptr) const;
   /// Whether the other side has ended or reset the connection by now.
@@ -101,6 +106,8 @@ class Sender {
   [[nodiscard]] int unacknowledged() const;
 
  private:
+  Sender(int socket, const sockaddr* address, socklen_t size);
+
   int socket_ = -1;
   bool connected_ = false;
 };

@@ -205,6 +205,7 @@ TEST(PaperPrinter, ASenderFeelsThePressure) {
   EXPECT_GE(arrived, read);
   EXPECT_LE(arrived, read + 3000 + 65536);
   EXPECT_LT(sent, label.size());
+  EXPECT_EQ(paper.stop(), 1);  // torn
 }
 
 TEST(PaperFaults, PausesInTheMiddleOfALabel) {
@@ -267,6 +268,7 @@ TEST(PaperFaults, SlowsDownForAWhile) {
   ASSERT_TRUE(sender.send(label));
   ASSERT_TRUE(paper.await("label", 3));
   EXPECT_LT(duration(2), 0.1);
+  EXPECT_EQ(paper.stop(), 0);
 }
 
 TEST(PaperFaults, ClosesInOrderBehindWhatWasSent) {

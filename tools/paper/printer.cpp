@@ -39,9 +39,9 @@ std::chrono::steady_clock::duration duration(double seconds) {
 }
 
 std::uint64_t unreadBytes(int descriptor) {
-  int bytes = 0;
-  return ioctl(descriptor, FIONREAD, &bytes) == 0 && bytes > 0 ? static_cast<std::uint64_t>(bytes)
-                                                               : 0;
+  int bytes = 0;  // as it stays where there is no buffer
+  static_cast<void>(ioctl(descriptor, FIONREAD, &bytes));
+  return static_cast<std::uint64_t>(bytes);
 }
 
 // The bytes of a label of `size` that make `percent` of it; at least one.
@@ -63,9 +63,9 @@ Printer::Printer(const PrinterSettings& settings, Recorder& recorder, Journal& j
 
 Printer::~Printer() {
   for (const int descriptor : keptOpen_) close(descriptor);
-  if (connection_ > 0) close(connection_);
-  if (signals_ >= 0) close(signals_);
-  if (control_ > 0) close(control_);
+  for (const int descriptor : {signals_, control_}) {
+    if (descriptor > STDIN_FILENO) close(descriptor);
+  }
   if (controlMade_) unlink(settings_.control.c_str());
 }
 
@@ -257,7 +257,7 @@ void Printer::checkClocks() {
   if (passed(refusingUntil_) && !listener_.listenAgain()) {
     refusingUntil_ = now + duration(kStepSeconds);
   }
-  if (passed(resetAt_) && connection_ >= 0) resetNow("reset by printer, unread");
+  if (passed(resetAt_)) resetNow("reset by printer, unread");
   if (settings_.labels > 0 && recorder_.counters().whole >= settings_.labels) over_ = true;
   if (settings_.runFor && now >= started_ + duration(*settings_.runFor)) over_ = true;
   if (settings_.idleFor && recorder_.begun() > 0 && nothingUnread() && !pausedUntil_ &&
@@ -279,19 +279,20 @@ void Printer::acceptNext() {
   fireDue();
 }
 
-// Bytes that may be read before a fault that is still to come could be due.
+// Bytes that may be read before a fault that is still to come could be due; those that are due have
+// fired.
 std::uint64_t Printer::bytesToFault() const {
   std::uint64_t least = kFar;
   for (const PlannedFault& fault : faults_) {
     const When& when = fault.when;
     if (when.kind == WhenKind::kByte) {
       const std::uint64_t came = recorder_.counters().bytes;
-      if (when.number > came) least = std::min(least, when.number - came);
+      least = std::min(least, when.number - came);
     } else if (when.kind == WhenKind::kLabel || when.kind == WhenKind::kAfter) {
       least = std::min(least, parser_.bytesToBoundary());
       const bool isThis = when.kind == WhenKind::kLabel && when.number == recorder_.begun();
       const std::optional<std::uint64_t> size = parser_.labelSize();
-      if (isThis && size && share(*size, when.percent) > parser_.labelBytes()) {
+      if (isThis && size) {
         least = std::min(least, share(*size, when.percent) - parser_.labelBytes());
       }
     }
@@ -355,7 +356,7 @@ Printer::Ended Printer::readOnce(std::size_t most) {
     return Ended::kNo;
   }
   if (got == 0) return Ended::kAtEnd;
-  if (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR) return Ended::kNo;
+  if (errno == EAGAIN || errno == EINTR) return Ended::kNo;
   return Ended::kByReset;
 }
 
