@@ -15,7 +15,7 @@ namespace {
 
 struct Field {
   const char* name;
-  size_t offset;
+  std::size_t offset;
 };
 
 #define KESTRA_FIELD(name) Field({#name, offsetof(cups_page_header2_t, name)})
@@ -34,12 +34,12 @@ const Field kFields[] = {KESTRA_FIELD(cupsWidth),        KESTRA_FIELD(cupsHeight
 
 using Header = cups_page_header2_t;
 
-void Set(Header& header, size_t offset, uint32_t value) {
+void Set(Header& header, std::size_t offset, std::uint32_t value) {
   std::memcpy(reinterpret_cast<char*>(&header) + offset, &value, sizeof value);
 }
 
 // A good page, the bad one with a few pixels, a good page again.
-ts::Result RunBetweenGoodPages(const Header& bad, size_t pixelBytes = 64) {
+ts::Result RunBetweenGoodPages(const Header& bad, std::size_t pixelBytes = 64) {
   JobCase job;
   const Header good = ts::MakeHeader(16, 4, 16);
   job.stream = ts::RawStream({{good, ts::Noise(16, 4, 1)},
@@ -55,7 +55,7 @@ void ExpectRefused(const Header& bad, const std::vector<std::string>& named) {
   EXPECT_EQ(result.output.size(), 7U) << "the good page's command only";
   EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), Hex("05 00")) << "no job end";
   EXPECT_EQ(result.files.count(std::string(ts::kData) + "/page_0005_jobid_000042_0000.dat"), 1U);
-  const size_t at = result.messages.rfind("\nERROR:");
+  const std::size_t at = result.messages.rfind("\nERROR:");
   ASSERT_NE(at, std::string::npos);
   const std::string message = result.messages.substr(at);
   for (const auto& word : named) EXPECT_NE(message.find(word), std::string::npos) << message;
@@ -66,7 +66,7 @@ void ExpectRefused(const Header& bad, const std::vector<std::string>& named) {
 TEST(BadHeader, EveryFieldAtItsEndsEndsTheJobByTheRules) {
   int cases = 0;
   for (const Field& field : kFields) {
-    for (const uint32_t value : {0U, 1U, 2U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
+    for (const std::uint32_t value : {0U, 1U, 2U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
       SCOPED_TRACE(std::string(field.name) + " = " + std::to_string(value));
       Header bad = ts::MakeHeader(16, 4, 16);
       Set(bad, field.offset, value);
@@ -79,13 +79,13 @@ TEST(BadHeader, EveryFieldAtItsEndsEndsTheJobByTheRules) {
 
 TEST(BadHeader, AnyVerticalAndManyHorizontalResolutionsPrint) {
   // A larger horizontal resolution asks for margins of gigabytes, so it stops at a million.
-  for (const uint32_t dpi : {0U, 1U, 2U, 65535U, 1000000U}) {
+  for (const std::uint32_t dpi : {0U, 1U, 2U, 65535U, 1000000U}) {
     SCOPED_TRACE(dpi);
     Header bad = ts::MakeHeader(16, 4, 16);
     bad.HWResolution[0] = dpi;
     RunBetweenGoodPages(bad);
   }
-  for (const uint32_t dpi : {0U, 1U, 2U, 65535U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
+  for (const std::uint32_t dpi : {0U, 1U, 2U, 65535U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
     SCOPED_TRACE(dpi);
     Header bad = ts::MakeHeader(16, 4, 16);
     bad.HWResolution[1] = dpi;
@@ -138,7 +138,7 @@ TEST(BadHeader, WidthZeroMakesNoImageAndTheJobGoesOn) {
 }
 
 TEST(BadHeader, BitDepthIsCheckedBeforeHeightAndSize) {
-  for (const uint32_t height : {4U, 0x7FFFFFFFU}) {
+  for (const std::uint32_t height : {4U, 0x7FFFFFFFU}) {
     Header bad = ts::MakeHeader(16, height, 2);
     bad.cupsBitsPerPixel = 1;
     bad.cupsBitsPerColor = 1;
@@ -152,7 +152,7 @@ TEST(BadHeader, BitDepthIsCheckedBeforeHeightAndSize) {
 
 TEST(BadHeader, DisagreeingPairsEndByTheRules) {
   struct Pair {
-    uint32_t width, height, bytesPerLine, bitsPerColor, numColors;
+    std::uint32_t width, height, bytesPerLine, bitsPerColor, numColors;
   };
   const Pair pairs[] = {{16, 4, 15, 8, 1}, {16, 4, 17, 8, 1},  {16, 4, 64, 8, 1}, {16, 4, 32, 8, 2},
                         {1, 1, 64, 8, 1},  {64, 1, 64, 8, 1},  {64, 2, 64, 8, 1}, {3, 21, 3, 8, 1},
@@ -166,7 +166,7 @@ TEST(BadHeader, DisagreeingPairsEndByTheRules) {
     bad.cupsNumColors = p.numColors;
     RunBetweenGoodPages(bad);
     // With and without the pixels that the header promises.
-    RunBetweenGoodPages(bad, static_cast<size_t>(p.height) * p.bytesPerLine + 1);
+    RunBetweenGoodPages(bad, static_cast<std::size_t>(p.height) * p.bytesPerLine + 1);
   }
 }
 
@@ -180,13 +180,13 @@ TEST(BadHeader, TextFieldsWithoutEndDoNoHarm) {
 }
 
 TEST(BadHeader, HeaderBytesFromAGeneratorEndWithoutASignal) {
-  for (uint32_t seed = 1; seed <= 40; ++seed) {
+  for (std::uint32_t seed = 1; seed <= 40; ++seed) {
     SCOPED_TRACE(seed);
     Header bad = ts::MakeHeader(16, 4, 16);
     const ts::Pixels noise = ts::Noise(8, 1, seed);
     // Two bytes of the raster fields each time (width to colour space).
-    for (size_t i = 0; i < 4; i += 2) {
-      const size_t at = offsetof(Header, cupsWidth) + noise[i] % 40U;
+    for (std::size_t i = 0; i < 4; i += 2) {
+      const std::size_t at = offsetof(Header, cupsWidth) + noise[i] % 40U;
       reinterpret_cast<char*>(&bad)[at] = static_cast<char>(noise[i + 1]);
     }
     RunBetweenGoodPages(bad);

@@ -21,8 +21,8 @@ Drawing AllBut(unsigned column) {
 }
 
 // Takes the dots from `first` to `last` of a row.
-void Clear(Lines& rows, size_t y, size_t first, size_t last) {
-  for (size_t x = first; x <= last; ++x) rows[y][x] = '.';
+void Clear(Lines& rows, std::size_t y, std::size_t first, std::size_t last) {
+  for (std::size_t x = first; x <= last; ++x) rows[y][x] = '.';
 }
 
 // 200 x 8 for the first choice: white where `white` says so, crossed by a black line in rows `top`
@@ -52,7 +52,7 @@ TEST_P(BarcodeTattoo, LeavesARunOf320AndDashesOneOf321) {
   for (const int choice : {1, 2}) {
     EXPECT_EQ(PrintDrawn(GetParam(), choice, 400, 9, AllBut(320)), DrawnRows(400, 9, AllBut(320)));
     Lines dashed = DrawnRows(400, 9, AllBut(321));
-    for (size_t k = 0; k <= 320; k += 8) Clear(dashed, 2, k, k + 3);
+    for (std::size_t k = 0; k <= 320; k += 8) Clear(dashed, 2, k, k + 3);
     EXPECT_EQ(PrintDrawn(GetParam(), choice, 400, 9, AllBut(321)), dashed);
   }
 }
@@ -62,7 +62,7 @@ TEST_P(BarcodeTattoo, LaysTheDashesOnTheGridOfTheRow) {
   // closing pixel 330.
   const Drawing white = [](unsigned x, unsigned) { return x != 4 && x != 330; };
   Lines want = DrawnRows(400, 9, white);
-  for (size_t k = 8; k <= 328; k += 8) Clear(want, 2, k, k + 3);
+  for (std::size_t k = 8; k <= 328; k += 8) Clear(want, 2, k, k + 3);
   EXPECT_EQ(PrintDrawn(GetParam(), 1, 400, 9, white), want);
 }
 
@@ -72,10 +72,10 @@ TEST_P(BarcodeTattoo, SeesTheEndOfTheLastDashInTheSameScan) {
   for (const unsigned close : {652U, 653U}) {
     const Drawing white = [close](unsigned x, unsigned) { return x != 330 && x != close; };
     Lines want = DrawnRows(700, 9, white);
-    for (size_t k = 0; k <= 328; k += 8) Clear(want, 2, k, k + 3);
+    for (std::size_t k = 0; k <= 328; k += 8) Clear(want, 2, k, k + 3);
     if (close == 653) {
       // 332..652 is 321: dashes from 336 to 648.
-      for (size_t k = 336; k <= 648; k += 8) Clear(want, 2, k, k + 3);
+      for (std::size_t k = 336; k <= 648; k += 8) Clear(want, 2, k, k + 3);
     }
     EXPECT_EQ(PrintDrawn(GetParam(), 1, 700, 9, white), want) << close;
   }
@@ -86,8 +86,8 @@ TEST_P(BarcodeTattoo, DashesFromTheThirdRowToTheSeventhFromBelow) {
   // there has a run above 3 before a black one: the dashes stand in rows 2 to 5 alike.
   for (const int choice : {1, 2}) {
     Lines want = DrawnRows(400, 12, AllBut(330));
-    for (size_t y = 2; y < 6; ++y) {
-      for (size_t k = 0; k <= 328; k += 8) Clear(want, y, k, k + 3);
+    for (std::size_t y = 2; y < 6; ++y) {
+      for (std::size_t k = 0; k <= 328; k += 8) Clear(want, y, k, k + 3);
     }
     EXPECT_EQ(PrintDrawn(GetParam(), choice, 400, 12, AllBut(330)), want);
   }
@@ -104,13 +104,13 @@ TEST_P(BarcodeTattoo, CountsTheGridFromTheLeftOfTheMirroredPage) {
   // Drawn with the black column at 321 from the right: mirrored it stands at 321.
   JobCase job = DrawnJob(GetParam(), 1, 400, 9, AllBut(321));
   ts::Pixels& pixels = job.pages[0].pixels;
-  for (size_t y = 0; y < 9; ++y) {
+  for (std::size_t y = 0; y < 9; ++y) {
     std::reverse(pixels.begin() + static_cast<long>(y * 400),
                  pixels.begin() + static_cast<long>(y * 400 + 400));
   }
   job.Mirror();
   Lines want = DrawnRows(400, 9, AllBut(321));
-  for (size_t k = 0; k <= 320; k += 8) Clear(want, 2, k, k + 3);
+  for (std::size_t k = 0; k <= 320; k += 8) Clear(want, 2, k, k + 3);
   EXPECT_EQ(FrameRows(OnlyFrame(ExpectAsPlain(job)), 400), want);
 }
 
@@ -284,7 +284,8 @@ TEST_P(BarcodeTattoo, TreatsLongRunsAsThePlainVersionDoes) {
       for (unsigned seed = 0; seed < 6; ++seed) {
         const unsigned width = 799 + seed;
         ts::Pixels pixels = ts::LongRuns(width, 10 + seed * 4, seed);
-        for (auto& pixel : pixels) pixel = static_cast<uint8_t>(negative ? pixel : 255 - pixel);
+        for (auto& pixel : pixels)
+          pixel = static_cast<std::uint8_t>(negative ? pixel : 255 - pixel);
         pixels.back() = 100;
         job.pages.push_back({ts::MakeHeader(width, 10 + seed * 4, width), pixels});
       }

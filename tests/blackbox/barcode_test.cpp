@@ -20,7 +20,7 @@ JobCase NegativePage(const std::string& choice, unsigned width, unsigned height,
   job.options = "NegativeImage=True VBarcodeDensity=" + choice;
   job.settings.negativeImage = 1;
   job.settings.barcode = std::stoi(choice);
-  std::vector<uint8_t> pixels;
+  std::vector<std::uint8_t> pixels;
   for (unsigned y = 0; y < height; ++y) {
     for (unsigned x = 0; x < width; ++x) pixels.push_back(ink(x, y) ? 255 : 0);
   }
@@ -29,10 +29,10 @@ JobCase NegativePage(const std::string& choice, unsigned width, unsigned height,
 }
 
 // The dots of row y of a frame.
-std::string RowDots(const std::string& frame, size_t y, size_t width) {
-  const size_t record =
+std::string RowDots(const std::string& frame, std::size_t y, std::size_t width) {
+  const std::size_t record =
       static_cast<unsigned char>(frame[18]) + 256U * static_cast<unsigned char>(frame[19]);
-  const size_t bytes = (width + 7) / 8;
+  const std::size_t bytes = (width + 7) / 8;
   return frame.substr(22 + (y + 1) * record - bytes, bytes);
 }
 
@@ -59,7 +59,7 @@ TEST(Barcode, PutsDashesIntoALongRunAndOverItsEnd) {
   for (const char* choice : {"1", "2"}) {
     JobCase job = NegativePage(choice, 400, 9, [](unsigned x, unsigned) { return x == 330; });
     const std::string frame = OnlyFrame(ExpectAsPlain(job));
-    for (size_t y = 0; y < 9; ++y) {
+    for (std::size_t y = 0; y < 9; ++y) {
       EXPECT_EQ(RowDots(frame, y, 400),
                 y == 2 ? Repeat(42, "0F") + Repeat(8, "FF") : Repeat(50, "FF"))
           << "row " << y;
@@ -85,14 +85,14 @@ TEST(Barcode, LeavesARunOf320AndDashesOneOf321) {
 TEST(Barcode, LeavesARunThatReachesTheRowEnd) {
   JobCase job = NegativePage("1", 400, 12, [](unsigned, unsigned) { return false; });
   const std::string frame = OnlyFrame(ExpectAsPlain(job));
-  for (size_t y = 0; y < 12; ++y) EXPECT_EQ(RowDots(frame, y, 400), Repeat(50, "FF"));
+  for (std::size_t y = 0; y < 12; ++y) EXPECT_EQ(RowDots(frame, y, 400), Repeat(50, "FF"));
 }
 
 TEST(Barcode, LeavesPagesOfEightRowsAlone) {
   for (const char* choice : {"1", "2"}) {
     JobCase job = NegativePage(choice, 400, 8, [](unsigned x, unsigned) { return x == 350; });
     const std::string frame = OnlyFrame(ExpectAsPlain(job));
-    for (size_t y = 0; y < 8; ++y) EXPECT_EQ(RowDots(frame, y, 400), Repeat(50, "FF"));
+    for (std::size_t y = 0; y < 8; ++y) EXPECT_EQ(RowDots(frame, y, 400), Repeat(50, "FF"));
   }
 }
 
@@ -105,7 +105,7 @@ TEST(Barcode, FirstChoiceThinsTheRowAboveTheDashes) {
   // Rows 3 to 7 have nothing black below them; row 2 has only runs of 4.
   JobCase job = NegativePage("1", 800, 9, [](unsigned x, unsigned) { return x >= 330; });
   const std::string frame = OnlyFrame(ExpectAsPlain(job));
-  for (size_t y = 0; y < 9; ++y) {
+  for (std::size_t y = 0; y < 9; ++y) {
     std::string want = Repeat(100, "FF");
     if (y == 1) want = Repeat(1, "CF") + Repeat(40, "0F") + Repeat(1, "3F") + Repeat(58, "FF");
     if (y == 2) want = Repeat(42, "0F") + Repeat(58, "FF");
@@ -163,7 +163,7 @@ TEST(Barcode, SecondChoiceThinsTheColumnsAboveTheDashes) {
       NegativePage("2", 400, 17, [](unsigned x, unsigned y) { return y >= 10 && x == 330; });
   const std::string frame = OnlyFrame(ExpectAsPlain(job));
   const std::string rest = Repeat(8, "FF");
-  for (size_t y = 0; y < 17; ++y) {
+  for (std::size_t y = 0; y < 17; ++y) {
     std::string want = Repeat(50, "FF");
     if (y == 5 || y == 7) want = Repeat(42, "7F") + rest;
     if (y == 6 || y == 8) want = Repeat(42, "DF") + rest;

@@ -18,8 +18,8 @@ std::string TwoPages(bool compressed) {
                          compressed);
 }
 
-void CutEverywhere(const std::string& whole, const std::set<size_t>& positions) {
-  for (const size_t position : positions) {
+void CutEverywhere(const std::string& whole, const std::set<std::size_t>& positions) {
+  for (const std::size_t position : positions) {
     SCOPED_TRACE("cut at byte " + std::to_string(position));
     JobCase job;
     job.stream = whole.substr(0, position);
@@ -30,24 +30,24 @@ void CutEverywhere(const std::string& whole, const std::set<size_t>& positions) 
 }  // namespace
 
 // Every byte of the stream, an eighth of them in each test so that they run side by side.
-constexpr size_t kSlices = 8;
-class CutStream : public testing::TestWithParam<size_t> {};
+constexpr std::size_t kSlices = 8;
+class CutStream : public testing::TestWithParam<std::size_t> {};
 
 TEST_P(CutStream, PrintsThePagesThatAreWholeWhereverItEnds) {
   const std::string whole = TwoPages(false);
   ASSERT_EQ(whole.size(), 4 + 2 * sizeof(cups_page_header2_t) + 24 * 9 + 20 * 12);
-  std::set<size_t> positions;
-  for (size_t at = GetParam(); at <= whole.size(); at += kSlices) positions.insert(at);
+  std::set<std::size_t> positions;
+  for (std::size_t at = GetParam(); at <= whole.size(); at += kSlices) positions.insert(at);
   CutEverywhere(whole, positions);
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryByte, CutStream, testing::Range(size_t{0}, kSlices));
+INSTANTIATE_TEST_SUITE_P(EveryByte, CutStream, testing::Range(std::size_t{0}, kSlices));
 
 TEST(BrokenStream, PrintsTheWholePagesOfACutCompressedStream) {
   const std::string whole = TwoPages(true);
-  std::set<size_t> positions;
-  for (size_t at = 0; at < whole.size(); at += 101) positions.insert(at);
-  for (size_t back = 0; back < 20; ++back) positions.insert(whole.size() - back);
+  std::set<std::size_t> positions;
+  for (std::size_t at = 0; at < whole.size(); at += 101) positions.insert(at);
+  for (std::size_t back = 0; back < 20; ++back) positions.insert(whole.size() - back);
   CutEverywhere(whole, positions);
 }
 
@@ -59,7 +59,7 @@ TEST(BrokenStream, EndsGarbageNormallyWithoutAnyPage) {
                                       std::string(5000, '\0'),
                                       "3SaR" + std::string(1796, '\0'),
                                       "3SaR" + std::string(5000, '\xFF')};
-  for (uint32_t seed = 0; seed < 4; ++seed) {
+  for (std::uint32_t seed = 0; seed < 4; ++seed) {
     const ts::Pixels noise = ts::Noise(3000, 1, seed);
     streams.emplace_back(noise.begin(), noise.end());
   }

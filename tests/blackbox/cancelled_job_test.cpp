@@ -93,7 +93,7 @@ TEST(CancelledJob, IsReallyCancelled) {
 }
 
 TEST(ParallelJobs, OfTheSameNumberLeaveAllTheirPages) {
-  constexpr size_t kJobs = 8;
+  constexpr std::size_t kJobs = 8;
   const JobCase job = ThreePages();
   const plain::Outcome expected = Predict(job);
   ts::Sandbox box;

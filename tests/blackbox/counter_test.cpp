@@ -162,7 +162,7 @@ TEST(Counter, NeverLeavesTheDataDirectoryForAQueueName) {
 }
 
 TEST(Counter, SurvivesQueueNamesThatAreTooLongForAFile) {
-  for (const size_t length : {250U, 251U, 252U, 259U, 260U, 300U, 2000U}) {
+  for (const std::size_t length : {250U, 251U, 252U, 259U, 260U, 300U, 2000U}) {
     SCOPED_TRACE(length);
     JobCase job = Pages(2);
     job.queue = std::string(length, 'q');

@@ -17,8 +17,8 @@ TEST(DebugImage, HasAHeaderThatDisagreesWithItsData) {
   // 10 x 2: the header speaks of rows of 12 bytes (24 = 0x18 in all, file 1078 + 24 = 1102 =
   // 0x44E), but 20 bytes follow the palette.
   JobCase job;
-  std::vector<uint8_t> pixels;
-  for (int i = 0; i < 20; ++i) pixels.push_back(static_cast<uint8_t>(i * 10));
+  std::vector<std::uint8_t> pixels;
+  for (int i = 0; i < 20; ++i) pixels.push_back(static_cast<std::uint8_t>(i * 10));
   job.pages.push_back({ts::MakeHeader(10, 2, 10), pixels});
   const std::string image = Image(ExpectAsPlain(job), "origin_#_0.bmp");
   ASSERT_EQ(image.size(), 1078U + 20);
@@ -54,7 +54,7 @@ TEST(DebugImage, ShowsThePageBeforeTheBarcodeChange) {
   job.options = "NegativeImage=True VBarcodeDensity=1";
   job.settings.negativeImage = 1;
   job.settings.barcode = 1;
-  std::vector<uint8_t> pixels(400 * 9, 0);
+  std::vector<std::uint8_t> pixels(400 * 9, 0);
   pixels[2 * 400 + 350] = 255;
   job.pages.push_back({ts::MakeHeader(400, 9, 400), pixels});
   const std::string image = Image(ExpectAsPlain(job), "dithered_#_1.bmp");

@@ -53,15 +53,15 @@ std::vector<std::string> DrawnRows(unsigned width, unsigned height, const Drawin
 }
 
 std::vector<std::string> FrameRows(const std::string& frame, unsigned width) {
-  const auto byte = [&frame](size_t at) { return static_cast<unsigned char>(frame.at(at)); };
-  const size_t record = byte(18) + 256U * byte(19);
-  const size_t height = byte(20) + 256U * byte(21);
-  const size_t rowBytes = (width + 7) / 8;
+  const auto byte = [&frame](std::size_t at) { return static_cast<unsigned char>(frame.at(at)); };
+  const std::size_t record = byte(18) + 256U * byte(19);
+  const std::size_t height = byte(20) + 256U * byte(21);
+  const std::size_t rowBytes = (width + 7) / 8;
   std::vector<std::string> rows;
-  for (size_t y = 0; y < height; ++y) {
-    const size_t start = 22 + (y + 1) * record - rowBytes;
+  for (std::size_t y = 0; y < height; ++y) {
+    const std::size_t start = 22 + (y + 1) * record - rowBytes;
     std::string row;
-    for (size_t x = 0; x < width; ++x) {
+    for (std::size_t x = 0; x < width; ++x) {
       row += (byte(start + x / 8) >> (7 - x % 8) & 1) != 0 ? '#' : '.';
     }
     rows.push_back(row);

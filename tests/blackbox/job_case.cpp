@@ -32,7 +32,7 @@ std::string StreamOf(const JobCase& job) {
 
 // Pages that are refused before their pixels are read.
 bool PixelsAreRead(const cups_page_header2_t& h) {
-  const uint64_t size = static_cast<uint64_t>(h.cupsBytesPerLine) * h.cupsHeight;
+  const std::uint64_t size = static_cast<std::uint64_t>(h.cupsBytesPerLine) * h.cupsHeight;
   return h.cupsBitsPerPixel == 8 && size > 0 && h.cupsBytesPerLine >= h.cupsWidth &&
          size < (1ULL << 29U);
 }

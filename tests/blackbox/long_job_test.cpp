@@ -23,7 +23,7 @@ namespace ts = testing_support;
 
 namespace {
 
-constexpr size_t kPages = 1000;
+constexpr std::size_t kPages = 1000;
 constexpr unsigned kWidth = 64;
 constexpr unsigned kHeight = 48;
 // Growth from page 2 to page 1,000 that is still none: the least that could be forgotten of a page,
@@ -31,18 +31,18 @@ constexpr unsigned kHeight = 48;
 constexpr long kToleranceKilobytes = 32;
 
 const char* const kPictures[] = {"photo", "text", "bars", "noise"};
-constexpr size_t kKinds = 4;
+constexpr std::size_t kKinds = 4;
 
 // The same pictures over and over.
-JobCase Pages(int halftone, int barcode, size_t count) {
+JobCase Pages(int halftone, int barcode, std::size_t count) {
   JobCase job;
   job.Halftone(halftone);
   job.Barcode(barcode);
-  for (size_t i = 0; i < count; ++i) job.AddPage(kWidth, kHeight, kPictures[i % kKinds]);
+  for (std::size_t i = 0; i < count; ++i) job.AddPage(kWidth, kHeight, kPictures[i % kKinds]);
   return job;
 }
 
-std::string FrameName(size_t page) {
+std::string FrameName(std::size_t page) {
   const int number = static_cast<int>(page);
   return std::string(ts::kData) + plain::Format("/page_%04d_jobid_000042_0000.dat", number);
 }
@@ -63,8 +63,8 @@ TEST_P(LongJob, KeepsItsMemoryAndPrintsEveryPageAlike) {
 
   JobCase job = Pages(halftone, barcode, kPages);
   job.stream = ts::RawStream(job.pages);
-  const size_t pageBytes = sizeof(cups_page_header2_t) + kWidth * kHeight;
-  const size_t syncBytes = job.stream->size() - kPages * pageBytes;
+  const std::size_t pageBytes = sizeof(cups_page_header2_t) + kWidth * kHeight;
+  const std::size_t syncBytes = job.stream->size() - kPages * pageBytes;
   job.milestones = {{syncBytes + 2 * pageBytes, 2}, {job.stream->size(), kPages}};
   job.manyFiles = true;
   const ts::Result result = RunFilter(job);
@@ -72,8 +72,8 @@ TEST_P(LongJob, KeepsItsMemoryAndPrintsEveryPageAlike) {
   EXPECT_EQ(result.output.size(), 7 * kPages);
   EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), Hex("E9 03")) << "1001";
 
-  size_t alike = 0;
-  for (size_t page = 1; page <= kPages; ++page) {
+  std::size_t alike = 0;
+  for (std::size_t page = 1; page <= kPages; ++page) {
     const auto found = result.files.find(FrameName(page));
     ASSERT_NE(found, result.files.end()) << FrameName(page);
     const std::string& frame = found->second;
@@ -85,7 +85,7 @@ TEST_P(LongJob, KeepsItsMemoryAndPrintsEveryPageAlike) {
     if (WithoutNumber(frame) == WithoutNumber({like.begin(), like.end()})) ++alike;
   }
   EXPECT_EQ(alike, kPages);
-  size_t images = 0;
+  std::size_t images = 0;
   for (const auto& [name, bytes] : result.files) {
     if (name.find(".bmp") != std::string::npos) ++images;
   }
@@ -118,7 +118,7 @@ TEST(LongJobMemory, IsMeasuredSoThatALargerPageShows) {
   job.AddPage(kWidth, kHeight, "photo");
   job.AddPage(600, 1000, "photo");
   job.stream = ts::RawStream(job.pages);
-  const size_t small = job.stream->size() - sizeof(cups_page_header2_t) - 600 * 1000;
+  const std::size_t small = job.stream->size() - sizeof(cups_page_header2_t) - 600 * 1000;
   job.milestones = {{small, 1}, {job.stream->size(), 2}};
   const ts::Result result = RunFilter(job);
   ASSERT_EQ(result.residentKilobytes.size(), 2U);

@@ -74,7 +74,7 @@ TEST_P(NoImage, PrintsNothingBeforeTheFirstGoodPage) {
   EXPECT_EQ(Image(result, "dithered_#_3.bmp").substr(1078), DrawnBytes(16, 2, OneGap));
   EXPECT_EQ(FrameOfPage(result, 1).substr(12, 2), Hex("01 00"));
   EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), Hex("02 00"));
-  const size_t first = result.messages.find(kMissing);
+  const std::size_t first = result.messages.find(kMissing);
   ASSERT_NE(first, std::string::npos);
   EXPECT_NE(result.messages.find(kMissing, first + 1), std::string::npos);
 }

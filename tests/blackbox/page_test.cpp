@@ -129,7 +129,7 @@ TEST(Page, WritesOverTheRecordBeforeFromMarginMinusThreeOn) {
   JobCase job;
   job.ppd.SetMaxMediaWidth("");
   job.settings.maxMediaPoints = 0;
-  std::vector<uint8_t> pixels;
+  std::vector<std::uint8_t> pixels;
   for (int x = 0; x < 64; ++x) pixels.push_back(x % 8 < 1 ? 255 : 0);
   for (int x = 0; x < 64; ++x) pixels.push_back(x % 8 < 2 ? 255 : 0);
   job.pages.push_back({ts::MakeHeader(64, 2, 64), pixels});
@@ -217,7 +217,7 @@ TEST(Page, EndsTheJobNormallyAtAPageOfHeightZero) {
 TEST(Page, SendsTheCommandOfAPageWhosePixelsCannotBeRead) {
   JobCase job;
   const auto header = ts::MakeHeader(16, 4, 16);
-  std::vector<uint8_t> half = ts::Noise(16, 4, 2);
+  std::vector<std::uint8_t> half = ts::Noise(16, 4, 2);
   half.resize(30);
   job.stream = ts::RawStream({{header, ts::Noise(16, 4, 1)}, {header, half}});
   const ts::Result result = ExpectAsPlain(job);

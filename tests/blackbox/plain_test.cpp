@@ -112,7 +112,7 @@ TEST(Plain, MarginIsCutTowardZero) {
 }
 
 TEST(Plain, TwoColourImageByHand) {
-  const auto file = DebugImage1(std::vector<uint8_t>(10, 0), 10, 10, 1);
+  const auto file = DebugImage1(std::vector<std::uint8_t>(10, 0), 10, 10, 1);
   ASSERT_EQ(file.size(), 66U);
   EXPECT_EQ(Bytes(file.begin() + 54, file.end()),
             (Bytes{0, 0, 0, 0, 255, 255, 255, 0, 0xFF, 0xFF, 0, 0}));

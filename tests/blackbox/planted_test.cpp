@@ -114,7 +114,7 @@ TEST(Planted, NothingAtTheNameOfADebugImageIsFollowedOrWaitedFor) {
     const ts::Result result = RunFilter(job);
     ExpectFrameAndVictim(job, result);
     const std::string complaint = "WrenPrinter::saveImage: unable to open the file ";
-    const size_t first = result.messages.find(complaint);
+    const std::size_t first = result.messages.find(complaint);
     ASSERT_NE(first, std::string::npos);
     EXPECT_NE(result.messages.find(complaint, first + 1), std::string::npos);
     for (const auto& [name, bytes] : result.files) {

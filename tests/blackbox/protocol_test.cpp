@@ -21,7 +21,7 @@ JobCase SmallPage() {
 TEST(Protocol, FrameOfASmallPageByHand) {
   // Row 0: sixteen levels above 128 -> FF FF, 16 dots. Row 1: only the first pixel above -> 80 00.
   JobCase job = SmallPage();
-  for (size_t x = 17; x < 32; ++x) job.pages[0].pixels[x] = 128;
+  for (std::size_t x = 17; x < 32; ++x) job.pages[0].pixels[x] = 128;
   job.pages[0].pixels[16] = 129;
   const std::string frame = OnlyFrame(ExpectAsPlain(job));
   // Label: gaps (01), 16 x 25.4 / 203 mm back to dots = 16, height 2, gap 2 mm = 15.98 -> 15,

@@ -26,7 +26,7 @@ ts::Run PlainRun(ts::Sandbox& box) {
 
 TEST(Start, ShowsTheUsageForFewerThanSixArguments) {
   const std::vector<std::string> all = {"42", "user", "title", "1"};
-  for (size_t count = 0; count <= all.size(); ++count) {
+  for (std::size_t count = 0; count <= all.size(); ++count) {
     ts::Sandbox box;
     ts::Run run = PlainRun(box);
     run.queueName = "label";

@@ -81,7 +81,7 @@ TEST_P(Tattoo, PrintsNearlyUniformPages) {
   for (const int level : {0, 1, 2, 63, 64, 65, 127, 128, 200, 254, 255}) {
     for (const int other : {0, level - 1, level + 1, 255}) {
       ts::Pixels pixels = ts::Uniform(24, 9, level);
-      pixels[4 * 24 + 11] = static_cast<uint8_t>(std::min(std::max(other, 0), 255));
+      pixels[4 * 24 + 11] = static_cast<std::uint8_t>(std::min(std::max(other, 0), 255));
       Add(job, 24, 9, pixels);
     }
   }
@@ -90,9 +90,9 @@ TEST_P(Tattoo, PrintsNearlyUniformPages) {
 
 TEST_P(Tattoo, PrintsPagesOfTwoLevelsInEveryShare) {
   JobCase job = Job();
-  for (size_t dark = 1; dark < 128; dark += 7) {
+  for (std::size_t dark = 1; dark < 128; dark += 7) {
     ts::Pixels pixels = ts::Uniform(16, 8, 255);
-    for (size_t i = 0; i < dark; ++i) pixels[i * 37 % 128] = 0;
+    for (std::size_t i = 0; i < dark; ++i) pixels[i * 37 % 128] = 0;
     Add(job, 16, 8, pixels);
   }
   ExpectAsPlain(job);
@@ -110,7 +110,7 @@ TEST_P(Tattoo, PrintsASolidPageSolid) {
   JobCase job = Job();
   Add(job, 16, 3, ts::Uniform(16, 3, 255));
   const std::string frame = OnlyFrame(ExpectAsPlain(job));
-  for (size_t y = 0; y < 3; ++y) EXPECT_EQ(frame.substr(22 + y * 54 + 52, 2), Hex("FF FF"));
+  for (std::size_t y = 0; y < 3; ++y) EXPECT_EQ(frame.substr(22 + y * 54 + 52, 2), Hex("FF FF"));
 }
 
 TEST_P(Tattoo, PrintsStrayDotsOnABlankPage) {

@@ -28,7 +28,7 @@ namespace {
   ::dup2(output, 1);
   ::dup2(words, 2);
   for (const auto& setting : command.environment) {
-    const size_t equals = setting.find('=');
+    const std::size_t equals = setting.find('=');
     ::setenv(setting.substr(0, equals).c_str(), setting.substr(equals + 1).c_str(), 1);
   }
   std::vector<std::string> copy = command.words;
@@ -53,7 +53,7 @@ Said RunCommand(const Command& command) {
     const ssize_t count = ::read(ends[0], buffer.data(), buffer.size());
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) break;
-    said.text.append(buffer.data(), static_cast<size_t>(count));
+    said.text.append(buffer.data(), static_cast<std::size_t>(count));
   }
   ::close(ends[0]);
   int status = 0;

@@ -38,10 +38,10 @@ std::string CupsCase::Raster(const std::vector<ts::StreamPage>& pages) {
   return Document("pages.ras", ts::WriteStream(pages, true));
 }
 
-std::string Commands(size_t pages, int speed, int darkness) {
+std::string Commands(std::size_t pages, int speed, int darkness) {
   const char one[] = {0x1B, 0x73, 1, 0, 0, static_cast<char>(speed), static_cast<char>(darkness)};
   std::string all;
-  for (size_t i = 0; i < pages; ++i) all.append(one, sizeof one);
+  for (std::size_t i = 0; i < pages; ++i) all.append(one, sizeof one);
   return all;
 }
 

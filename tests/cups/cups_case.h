@@ -3,6 +3,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <cstddef>
 
 #include <map>
 #include <string>
@@ -28,7 +29,7 @@ class CupsCase : public testing::Test {
 };
 
 // The setting command `pages` times: speed code and darkness as the protocol has them.
-std::string Commands(size_t pages, int speed = 2, int darkness = 1);
+std::string Commands(std::size_t pages, int speed = 2, int darkness = 1);
 
 // "page_0001_jobid_000012_0000.dat"
 std::string FrameName(int page, int job, int sequence = 0);

@@ -24,7 +24,7 @@ std::string BarPdf(int pages, int width, int height) {
   }
   std::string text = "%PDF-1.4\n";
   std::string table;
-  for (size_t i = 0; i < objects.size(); ++i) {
+  for (std::size_t i = 0; i < objects.size(); ++i) {
     const std::string start = std::to_string(text.size());
     table += std::string(10 - start.size(), '0') + start + " 00000 n \n";
     text += std::to_string(i + 1) + " 0 obj\n" + objects[i] + "\nendobj\n";

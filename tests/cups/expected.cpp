@@ -93,10 +93,10 @@ Box BlackBox(const std::string& frame, int marginBytes) {
     return {};
   }
   Box box;
-  int64_t black = 0;
-  for (size_t y = 0; y < parsed.frame->row_count; ++y) {
+  std::int64_t black = 0;
+  for (std::size_t y = 0; y < parsed.frame->row_count; ++y) {
     const FrameRow row = parsed.frame->row(y);
-    for (size_t x = 0; x < row.dots.size * 8; ++x) {
+    for (std::size_t x = 0; x < row.dots.size * 8; ++x) {
       if ((row.dots.data[x / 8] >> (7 - x % 8) & 1) == 0) continue;
       const int column = static_cast<int>(x) - 8 * marginBytes;
       const int line = static_cast<int>(y);
@@ -106,7 +106,7 @@ Box BlackBox(const std::string& frame, int marginBytes) {
       box.bottom = line + 1;
     }
   }
-  if (black != int64_t{box.right - box.left} * (box.bottom - box.top)) {
+  if (black != std::int64_t{box.right - box.left} * (box.bottom - box.top)) {
     ADD_FAILURE() << "the dots are no full rectangle";
     return {};
   }

@@ -14,15 +14,15 @@ class Fit : public CupsCase {
   // The log line of a job that holds the text, without what stands before the message.
   std::string Line(int job, const std::string& text) {
     for (const std::string& line : server().Log(job)) {
-      const size_t at = line.find(text);
+      const std::size_t at = line.find(text);
       if (at != std::string::npos) return line.substr(at);
     }
     return "";
   }
 
   // Bytes 18 and 19 are a record's length: count, margin and dots.
-  static size_t RecordBytes(const std::string& frame) {
-    return static_cast<uint8_t>(frame[18]) + 256U * static_cast<uint8_t>(frame[19]);
+  static std::size_t RecordBytes(const std::string& frame) {
+    return static_cast<std::uint8_t>(frame[18]) + 256U * static_cast<std::uint8_t>(frame[19]);
   }
 };
 

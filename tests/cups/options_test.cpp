@@ -32,7 +32,7 @@ class Options : public CupsCase {
 
 namespace {
 
-int Word(const std::string& bytes, size_t at) {
+int Word(const std::string& bytes, std::size_t at) {
   return (bytes[at] & 255) + 256 * (bytes[at + 1] & 255);
 }
 
@@ -191,7 +191,7 @@ TEST_F(Options, PageWiderThanTheHeadOfAnOlderQueueHasOverlappingRows) {
   plain::Settings settings = LabelSettings();
   SetSize(settings, "Custom", 400, 144);
   std::string ppd = ReadFile(server().Ppd("kestra4"));
-  const size_t stage = ppd.find("*cupsPreFilter:");
+  const std::size_t stage = ppd.find("*cupsPreFilter:");
   ASSERT_NE(stage, std::string::npos);
   ppd.erase(stage, ppd.find('\n', stage) + 1 - stage);
   WriteFile(server().Ppd("older"), ppd);

@@ -169,7 +169,7 @@ void PrintServer::AddQueue(const std::string& name, const std::string& model,
 
 void PrintServer::AddRemoteQueue(const std::string& name, const std::string& shared) {
   std::string socket = place_ + "sock";
-  for (size_t at = 0; (at = socket.find('/', at)) != std::string::npos;)
+  for (std::size_t at = 0; (at = socket.find('/', at)) != std::string::npos;)
     socket.replace(at, 1, "%2F");
   MustRun({"lpadmin", "-p", name, "-E", "-v", "ipp://" + socket + "/printers/" + shared, "-m",
            "everywhere"});
@@ -184,7 +184,7 @@ int PrintServer::Send(const std::string& queue, const std::string& file,
   all.push_back(file);
   // "request id is label-12 (1 file(s))"
   const std::string answer = MustRun(all);
-  const size_t id = answer.find("request id is " + queue + "-");
+  const std::size_t id = answer.find("request id is " + queue + "-");
   if (id == std::string::npos) {
     ADD_FAILURE() << "lp said: " << answer;
     return 0;
@@ -241,7 +241,7 @@ long PrintServer::LineOf(int job, const std::string& text) const {
   std::istringstream all(ReadFile(place_ + "error_log"));
   long number = 0;
   for (std::string line; std::getline(all, line); ++number) {
-    const size_t at = line.find(mark);
+    const std::size_t at = line.find(mark);
     if (at != std::string::npos && line.find(text, at) != std::string::npos) return number;
   }
   ADD_FAILURE() << "job " << job << " never says \"" << text << "\"";

@@ -17,7 +17,7 @@ class TestLabels : public CupsCase {
     const std::string said = MustRun(words);
     const std::string start = "request id is " + queue + "-";
     std::vector<JobReport> reports;
-    for (size_t at = 0; (at = said.find(start, at)) != std::string::npos;) {
+    for (std::size_t at = 0; (at = said.find(start, at)) != std::string::npos;) {
       at += start.size();
       reports.push_back(server().Await(std::atoi(said.c_str() + at)));
     }

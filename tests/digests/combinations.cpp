@@ -15,11 +15,11 @@ using blackbox::JobCase;
 
 class Sequence {
  public:
-  size_t Below(size_t count) {
+  std::size_t Below(std::size_t count) {
     state_ = state_ * 1664525U + 1013904223U;
     return (state_ >> 16U) % count;
   }
-  template <typename T, size_t kCount>
+  template <typename T, std::size_t kCount>
   const T& Pick(const T (&list)[kCount]) {
     return list[Below(kCount)];
   }
@@ -55,7 +55,7 @@ void AddPage(Combination& one, Sequence& sequence, const Size& size) {
   const bool inverted = picture == "runs" && sequence.Below(2) == 1;
   one.job.AddPage(size.width, size.height, picture, line, dpi);
   if (inverted) {
-    for (auto& pixel : one.job.pages.back().pixels) pixel = static_cast<uint8_t>(255 - pixel);
+    for (auto& pixel : one.job.pages.back().pixels) pixel = static_cast<std::uint8_t>(255 - pixel);
   }
   one.name += " " + std::string(inverted ? "inverted-" : "") + picture + "-" +
               std::to_string(size.width) + "x" + std::to_string(size.height) + "-line" +
@@ -68,7 +68,7 @@ void AddBadPage(Combination& one) {
 }
 
 // index: 0..159 choose halftone, mirror, negative and barcode choice.
-Combination Draw(size_t index, Sequence& sequence) {
+Combination Draw(std::size_t index, Sequence& sequence) {
   Combination one;
   const int halftone = static_cast<int>(index % 10);
   const bool mirror = index / 10 % 2 != 0;
@@ -125,11 +125,11 @@ std::vector<Combination> AllCombinations() {
   std::vector<Combination> all;
   Sequence sequence;
   // Twice all switches with a few pages each, the second time with a page as wide as barcodes need.
-  for (size_t index = 0; index < 320; ++index) {
+  for (std::size_t index = 0; index < 320; ++index) {
     Combination one = Draw(index % 160, sequence);
     if (index >= 160) AddPage(one, sequence, sequence.Pick(kLarge));
-    const size_t more = 1 + sequence.Below(3);
-    for (size_t i = 0; i < more; ++i) {
+    const std::size_t more = 1 + sequence.Below(3);
+    for (std::size_t i = 0; i < more; ++i) {
       if (sequence.Below(8) == 0) AddBadPage(one);
       AddPage(one, sequence, sequence.Pick(kSmall));
     }

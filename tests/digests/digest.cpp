@@ -57,8 +57,8 @@ std::string Fold(const Leavings& leavings) {
 
 }  // namespace
 
-uint64_t Fnv1a(const std::string& bytes, uint64_t before) {
-  uint64_t value = before;
+std::uint64_t Fnv1a(const std::string& bytes, std::uint64_t before) {
+  std::uint64_t value = before;
   for (const char c : bytes) {
     value ^= static_cast<unsigned char>(c);
     value *= 0x100000001B3ULL;
@@ -68,7 +68,7 @@ uint64_t Fnv1a(const std::string& bytes, uint64_t before) {
 
 void Digest::Add(const std::string& piece) {
   std::string length;
-  for (size_t rest = piece.size(), i = 0; i < 8; ++i, rest /= 256) {
+  for (std::size_t rest = piece.size(), i = 0; i < 8; ++i, rest /= 256) {
     length += static_cast<char>(rest % 256);
   }
   value_ = Fnv1a(piece, Fnv1a(length, value_));

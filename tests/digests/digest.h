@@ -11,8 +11,8 @@
 namespace kestra::digests {
 
 // 64-bit FNV-1a (Fowler, Noll, Vo) of bytes that follow those of which `before` is the value.
-inline constexpr uint64_t kFnvStart = 0xCBF29CE484222325ULL;
-uint64_t Fnv1a(const std::string& bytes, uint64_t before = kFnvStart);
+inline constexpr std::uint64_t kFnvStart = 0xCBF29CE484222325ULL;
+std::uint64_t Fnv1a(const std::string& bytes, std::uint64_t before = kFnvStart);
 
 // The value of many pieces, each preceded by its length in eight bytes, the low one first.
 class Digest {
@@ -21,7 +21,7 @@ class Digest {
   std::string Text() const;  // 16 hexadecimal digits
 
  private:
-  uint64_t value_ = kFnvStart;
+  std::uint64_t value_ = kFnvStart;
 };
 
 // Exit status, standard output, frames by name, counter file, debug images in order (the time in

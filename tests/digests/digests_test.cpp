@@ -14,7 +14,7 @@ namespace kestra::digests {
 
 namespace {
 
-constexpr size_t kSlices = 12;
+constexpr std::size_t kSlices = 12;
 
 const std::vector<Entry>& List() {
   static const std::vector<Entry> kList = ReadList(KESTRA_DIGEST_LIST);
@@ -28,12 +28,12 @@ const std::vector<Combination>& Combinations() {
 
 }  // namespace
 
-class Digests : public ::testing::TestWithParam<size_t> {};
+class Digests : public ::testing::TestWithParam<std::size_t> {};
 
 TEST_P(Digests, OfTheFilterAreThoseOfTheList) {
   ASSERT_EQ(List().size(), Combinations().size());
-  size_t done = 0;
-  for (size_t i = GetParam(); i < List().size(); i += kSlices) {
+  std::size_t done = 0;
+  for (std::size_t i = GetParam(); i < List().size(); i += kSlices) {
     const testing_support::Result result = blackbox::RunFilter(Combinations()[i].job);
     EXPECT_EQ(result.signal, 0);
     EXPECT_EQ(DigestOf(result), List()[i].digest) << List()[i].name << "\n" << result.messages;
@@ -42,11 +42,11 @@ TEST_P(Digests, OfTheFilterAreThoseOfTheList) {
   EXPECT_GE(done, List().size() / kSlices);
 }
 
-INSTANTIATE_TEST_SUITE_P(Slice, Digests, ::testing::Range(size_t{0}, kSlices));
+INSTANTIATE_TEST_SUITE_P(Slice, Digests, ::testing::Range(std::size_t{0}, kSlices));
 
 TEST(DigestList, IsWhatThePlainVersionGives) {
   ASSERT_EQ(List().size(), Combinations().size());
-  for (size_t i = 0; i < List().size(); ++i) {
+  for (std::size_t i = 0; i < List().size(); ++i) {
     EXPECT_EQ(List()[i].name, Combinations()[i].name);
     EXPECT_EQ(List()[i].digest, DigestOf(blackbox::Predict(Combinations()[i].job)))
         << List()[i].name;

@@ -18,12 +18,13 @@ std::vector<ts::StreamPage> FourPages() {
 }
 
 // The pages of a cut stream are those of the whole one, as far as they are readable in it.
-void ExpectCutAlike(const std::string& whole, size_t size, const std::vector<ts::StreamPage>& fit) {
+void ExpectCutAlike(const std::string& whole, std::size_t size,
+                    const std::vector<ts::StreamPage>& fit) {
   const std::string cut = whole.substr(0, size);
   const auto before = ts::Deliver(cut, AnyPixels);
   const auto behind = ts::Deliver(FitStream(cut, kSmallHead).stream, AnyPixels);
   ASSERT_EQ(behind.size(), before.size()) << size;
-  for (size_t i = 0; i < before.size(); ++i) {
+  for (std::size_t i = 0; i < before.size(); ++i) {
     EXPECT_EQ(behind[i].readable, before[i].readable) << "cut at " << size << ", page " << i;
     if (before[i].readable) {
       EXPECT_TRUE(behind[i].pixels == fit[i].pixels) << size;
@@ -44,14 +45,14 @@ TEST(UnfitStream, StreamHasTheSameReadablePagesWhereverItEnds) {
   const std::vector<ts::StreamPage> fit = PlainFit(pages, 40);
   for (const bool packed : {false, true}) {
     const std::string whole = ts::WriteStream(pages, packed);
-    for (size_t size = 0; size <= whole.size(); ++size) ExpectCutAlike(whole, size, fit);
+    for (std::size_t size = 0; size <= whole.size(); ++size) ExpectCutAlike(whole, size, fit);
   }
 }
 
 TEST(UnfitStream, StreamOfPagesThatFitLeavesAsItCameWhereverItEnds) {
   for (const bool packed : {false, true}) {
     const std::string whole = ts::WriteStream({Page("noise", 16, 4), Page("text", 8, 6)}, packed);
-    for (size_t size = 0; size <= whole.size(); ++size) {
+    for (std::size_t size = 0; size <= whole.size(); ++size) {
       const std::string cut = whole.substr(0, size);
       ASSERT_EQ(FitStream(cut, kSmallHead).stream, cut) << size;
     }
@@ -110,7 +111,7 @@ class MadeUpStream : public testing::Test {
     state_ = state_ * 1664525 + 1013904223;
     return (state_ >> 16) % limit;
   }
-  uint32_t state_ = 20261122;
+  std::uint32_t state_ = 20261122;
 };
 
 // Pieces that reach beyond their row: the raster library's reading of such a page counts.

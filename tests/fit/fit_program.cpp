@@ -61,12 +61,12 @@ FitProgram::~FitProgram() {
 }
 
 bool FitProgram::Give(const std::string& bytes) const {
-  size_t done = 0;
+  std::size_t done = 0;
   while (done < bytes.size()) {
     const ssize_t put = write(input_, bytes.data() + done, bytes.size() - done);
     if (put < 0 && errno == EINTR) continue;
     if (put <= 0) return false;
-    done += static_cast<size_t>(put);
+    done += static_cast<std::size_t>(put);
   }
   return true;
 }
@@ -76,14 +76,14 @@ void FitProgram::EndOfInput() {
   input_ = -1;
 }
 
-std::string FitProgram::Take(size_t size) const {
+std::string FitProgram::Take(std::size_t size) const {
   std::string bytes;
   std::array<char, 65536> buffer{};
   while (bytes.size() < size) {
     const ssize_t got = read(output_, buffer.data(), std::min(buffer.size(), size - bytes.size()));
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) break;
-    bytes.append(buffer.data(), static_cast<size_t>(got));
+    bytes.append(buffer.data(), static_cast<std::size_t>(got));
   }
   return bytes;
 }
@@ -103,7 +103,7 @@ FitEnd FitProgram::Await() {
   if (WIFSIGNALED(status)) end.signal = WTERMSIG(status);
   std::array<char, 65536> buffer{};
   const ssize_t got = pread(messages_, buffer.data(), buffer.size(), 0);
-  if (got > 0) end.messages.assign(buffer.data(), static_cast<size_t>(got));
+  if (got > 0) end.messages.assign(buffer.data(), static_cast<std::size_t>(got));
   return end;
 }
 

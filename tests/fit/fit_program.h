@@ -3,6 +3,7 @@
 #pragma once
 
 #include <sys/types.h>
+#include <cstddef>
 
 #include <optional>
 #include <string>
@@ -32,7 +33,7 @@ class FitProgram {
   bool Give(const std::string& bytes) const;
   void EndOfInput();
   // Reads from its standard output: so many bytes, or all there are until its end.
-  std::string Take(size_t size) const;
+  std::string Take(std::size_t size) const;
   void StopReading();
   // Waits for its end; after a minute it is ended by force.
   FitEnd Await();

@@ -27,7 +27,7 @@ void ExpectFramesOfFittedPages(JobCase job, bool compressed) {
   const ts::Result drawn = blackbox::ExpectAsPlain(job);
   job.stream = FitStream(stream, kSmallHead).stream;
   const ts::Result fitted = blackbox::ExpectAsPlain(job);
-  size_t frames = 0;
+  std::size_t frames = 0;
   for (const auto& [name, bytes] : drawn.files) {
     if (name.find("page_") == std::string::npos) continue;
     ASSERT_EQ(fitted.files.count(name), 1U) << name;
@@ -75,9 +75,9 @@ TEST(FittedFrames, OfAnUprightLineHaveItInTheSameColumnOfEveryRow) {
     one.stream = stream;
     const std::string frame = blackbox::OnlyFrame(blackbox::RunFilter(one));
     // Each record: 2 bytes of count, margin ((812 - 32) / 2 + 7) / 8 = 49 bytes, 4 bytes of dots.
-    constexpr size_t kRecord = 2 + 49 + 4;
+    constexpr std::size_t kRecord = 2 + 49 + 4;
     if (frame.size() != 22 + kRecord * kHeight) return false;
-    for (size_t y = 0; y < kHeight; ++y) {
+    for (std::size_t y = 0; y < kHeight; ++y) {
       // Column 10 is the third bit of the second byte.
       if (frame.substr(22 + y * kRecord + 51, 4) != std::string("\0\x20\0\0", 4)) return false;
     }

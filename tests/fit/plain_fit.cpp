@@ -19,7 +19,7 @@ namespace ts = testing_support;
 
 namespace {
 
-uint8_t PaperOf(cups_cspace_t space) {
+std::uint8_t PaperOf(cups_cspace_t space) {
   const bool light = space == CUPS_CSPACE_W || space == CUPS_CSPACE_RGB ||
                      space == CUPS_CSPACE_RGBW || space == CUPS_CSPACE_SW ||
                      space == CUPS_CSPACE_SRGB || space == CUPS_CSPACE_ADOBERGB;
@@ -27,7 +27,7 @@ uint8_t PaperOf(cups_cspace_t space) {
 }
 
 std::string ReadAll(int file) {
-  std::string text(static_cast<size_t>(lseek(file, 0, SEEK_END)), '\0');
+  std::string text(static_cast<std::size_t>(lseek(file, 0, SEEK_END)), '\0');
   const ssize_t got = pread(file, text.data(), text.size(), 0);
   EXPECT_EQ(got, static_cast<ssize_t>(text.size()));
   return text;
@@ -40,7 +40,7 @@ std::string BytesOf(const cups_page_header2_t& header) {
 }
 
 bool AnyPixels(const cups_page_header2_t& header) {
-  return uint64_t{header.cupsBytesPerLine} * header.cupsHeight < (1U << 24);
+  return std::uint64_t{header.cupsBytesPerLine} * header.cupsHeight < (1U << 24);
 }
 
 }  // namespace
@@ -61,7 +61,7 @@ ts::StreamPage PlainFit(const ts::StreamPage& page, unsigned headDots) {
   result.pixels.clear();
   for (unsigned y = 0; y < page.header.cupsHeight; ++y) {
     for (unsigned x = 0; x < fitted; ++x) {
-      const size_t from = size_t{y} * page.header.cupsBytesPerLine + left + x;
+      const std::size_t from = std::size_t{y} * page.header.cupsBytesPerLine + left + x;
       result.pixels.push_back(left + x < width ? page.pixels[from]
                                                : PaperOf(page.header.cupsColorSpace));
     }
@@ -83,7 +83,7 @@ std::string InForm(const std::vector<ts::StreamPage>& pages, Form form) {
   for (const ts::StreamPage& page : pages) {
     std::string header = BytesOf(page.header);
     if (form.swapped) {
-      for (size_t at = offsetof(cups_page_header2_t, AdvanceDistance);
+      for (std::size_t at = offsetof(cups_page_header2_t, AdvanceDistance);
            at < offsetof(cups_page_header2_t, cupsString); at += 4) {
         std::reverse(header.data() + at, header.data() + at + 4);
       }
@@ -121,7 +121,7 @@ void ExpectSamePages(const std::string& stream, const std::string& wanted) {
   const std::vector<ts::DeliveredPage> got = ts::Deliver(stream, AnyPixels);
   const std::vector<ts::DeliveredPage> want = ts::Deliver(wanted, AnyPixels);
   ASSERT_EQ(got.size(), want.size());
-  for (size_t i = 0; i < got.size(); ++i) {
+  for (std::size_t i = 0; i < got.size(); ++i) {
     EXPECT_TRUE(BytesOf(got[i].header) == BytesOf(want[i].header)) << i;
     EXPECT_EQ(got[i].readable, want[i].readable) << i;
     EXPECT_TRUE(got[i].pixels == want[i].pixels) << i;

@@ -15,7 +15,7 @@ namespace ts = testing_support;
 
 namespace {
 
-constexpr size_t kAll = SIZE_MAX;
+constexpr std::size_t kAll = SIZE_MAX;
 
 // A file that vanishes with its test.
 class Scratch {

@@ -13,13 +13,15 @@ class View {
  public:
   explicit View(Rows& rows) : rows_(rows) {}
   int Height() const { return static_cast<int>(rows_.size()); }
-  int Get(int x, int y) const { return rows_[static_cast<size_t>(y)][static_cast<size_t>(x)]; }
+  int Get(int x, int y) const {
+    return rows_[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)];
+  }
   bool White(int x, int y) const { return Get(x, y) > 254; }
   bool Black(int x, int y) const { return Get(x, y) == 0; }
   void Set(int x, int y, int value) {
     // A pixel right of the row's end is the first of the next row.
     const int stride = static_cast<int>(rows_[0].size());
-    rows_[static_cast<size_t>(y + x / stride)][static_cast<size_t>(x % stride)] = value;
+    rows_[static_cast<std::size_t>(y + x / stride)][static_cast<std::size_t>(x % stride)] = value;
   }
 
  private:

@@ -71,10 +71,10 @@ FinishedPage FinishPage(const Settings& s, const Page& page) {
           processed.log};
 }
 
-Rows PackedInPlace(const Rows& padded, const std::vector<uint8_t>& dots) {
+Rows PackedInPlace(const Rows& padded, const std::vector<std::uint8_t>& dots) {
   Rows block = padded;
-  const size_t stride = padded[0].size();
-  for (size_t i = 0; i < dots.size(); ++i) block[i / stride][i % stride] = dots[i];
+  const std::size_t stride = padded[0].size();
+  for (std::size_t i = 0; i < dots.size(); ++i) block[i / stride][i % stride] = dots[i];
   return block;
 }
 

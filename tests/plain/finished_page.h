@@ -2,6 +2,7 @@
 // log says of it. Why: classic and stencil halftones take different ways to the same kind of image.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "tests/plain/job.h"
@@ -24,6 +25,6 @@ bool IsStencil(const Settings& settings);
 // What lies in the page's block after its dots were packed into it: the dots from the first byte
 // on, behind them the rest of the pixels.
 //   rows 255 0 0 255 | 255 255 0 0, width 4, dots 90 C0  ->  90 C0 0 255 | 255 255 0 0
-Rows PackedInPlace(const Rows& padded, const std::vector<uint8_t>& dots);
+Rows PackedInPlace(const Rows& padded, const std::vector<std::uint8_t>& dots);
 
 }  // namespace kestra::plain

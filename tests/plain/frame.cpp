@@ -10,8 +10,8 @@ namespace {
 
 void Put16(Bytes& out, long value) {
   const auto bits = static_cast<unsigned long>(value);
-  out.push_back(static_cast<uint8_t>(bits & 255U));
-  out.push_back(static_cast<uint8_t>((bits >> 8U) & 255U));
+  out.push_back(static_cast<std::uint8_t>(bits & 255U));
+  out.push_back(static_cast<std::uint8_t>((bits >> 8U) & 255U));
 }
 
 int MediaCode(const std::string& paperType) {
@@ -23,22 +23,22 @@ int MediaCode(const std::string& paperType) {
 }  // namespace
 
 int LeadingNumber(const std::string& text) {
-  size_t at = text.find_first_not_of(" \t\n\v\f\r");
+  std::size_t at = text.find_first_not_of(" \t\n\v\f\r");
   if (at == std::string::npos) return 0;
   const bool minus = text[at] == '-';
   if (text[at] == '-' || text[at] == '+') ++at;
   // 2^63 fits an unsigned 64-bit number; the value stops there (minus) or one below (plus).
-  const uint64_t limit = minus ? 9223372036854775808ULL : 9223372036854775807ULL;
-  uint64_t value = 0;
+  const std::uint64_t limit = minus ? 9223372036854775808ULL : 9223372036854775807ULL;
+  std::uint64_t value = 0;
   bool full = false;
   for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at) {
-    const auto digit = static_cast<uint64_t>(text[at] - '0');
+    const auto digit = static_cast<std::uint64_t>(text[at] - '0');
     if (value > (limit - digit) / 10) full = true;
     if (!full) value = value * 10 + digit;
   }
   if (full) value = limit;
-  const uint64_t signedBits = minus ? 0 - value : value;
-  const auto low = static_cast<int64_t>(signedBits & 0xFFFFFFFFULL);
+  const std::uint64_t signedBits = minus ? 0 - value : value;
+  const auto low = static_cast<std::int64_t>(signedBits & 0xFFFFFFFFULL);
   return static_cast<int>(low >= 2147483648LL ? low - 4294967296LL : low);
 }
 
@@ -50,22 +50,22 @@ Bytes SettingCommand(const std::string& printSpeed, int darkness) {
           0x01,
           0x00,
           0x00,
-          static_cast<uint8_t>(speed),
-          static_cast<uint8_t>(darkness & 255)};
+          static_cast<std::uint8_t>(speed),
+          static_cast<std::uint8_t>(darkness & 255)};
 }
 
 Bytes PackSkewed(const Rows& padded, int width) {
   const Bytes flat = Flatten(padded);
-  const auto lineLength = static_cast<size_t>(width);
+  const auto lineLength = static_cast<std::size_t>(width);
   Bytes dots;
-  for (size_t y = 0; y < padded.size(); ++y) {
-    for (size_t start = 0; start < lineLength; start += 8) {
+  for (std::size_t y = 0; y < padded.size(); ++y) {
+    for (std::size_t start = 0; start < lineLength; start += 8) {
       int byte = 0;
-      for (size_t bit = 0; bit < 8; ++bit) {
+      for (std::size_t bit = 0; bit < 8; ++bit) {
         byte *= 2;
         if (start + bit < lineLength && flat[y * lineLength + start + bit] != 0) byte += 1;
       }
-      dots.push_back(static_cast<uint8_t>(byte));
+      dots.push_back(static_cast<std::uint8_t>(byte));
     }
   }
   return dots;
@@ -73,7 +73,7 @@ Bytes PackSkewed(const Rows& padded, int width) {
 
 Bytes LabelBlock(const Label& label) {
   const double r = label.dotsPerInch;
-  Bytes out = {'S', 'I', 'Z', static_cast<uint8_t>(MediaCode(label.paperType))};
+  Bytes out = {'S', 'I', 'Z', static_cast<std::uint8_t>(MediaCode(label.paperType))};
   Put16(out, ToInt32(static_cast<double>(label.pageWidthMm) / 25.4 * r));
   Put16(out, ToInt32(static_cast<double>(label.pageHeightMm) / 25.4 * r));
   Put16(out, ToInt32(static_cast<double>(label.gapsHeightMm) / 25.4 * r));
@@ -94,26 +94,27 @@ std::optional<Bytes> RowRecords(const Bytes& dots, int height, int margin) {
   const long rowBytes = static_cast<long>(dots.size()) / height;
   const long recordLength = rowBytes + 2 + margin;
   if (recordLength <= 0) return std::nullopt;
-  Bytes out(static_cast<size_t>(recordLength * height), 0);
+  Bytes out(static_cast<std::size_t>(recordLength * height), 0);
   // A page that is too wide writes its rows over the count and the record before. What lies outside
   // the records is lost.
   const auto put = [&out](long at, unsigned value) {
     if (at >= 0 && at < static_cast<long>(out.size())) {
-      out[static_cast<size_t>(at)] = static_cast<uint8_t>(value & 255U);
+      out[static_cast<std::size_t>(at)] = static_cast<std::uint8_t>(value & 255U);
     }
   };
   for (long y = 0; y < height; ++y) {
     unsigned count = 0;
     for (long i = 0; i < rowBytes; ++i) {
       for (unsigned bit = 0; bit < 8; ++bit) {
-        count += (static_cast<unsigned>(dots[static_cast<size_t>(y * rowBytes + i)]) >> bit) & 1U;
+        count +=
+            (static_cast<unsigned>(dots[static_cast<std::size_t>(y * rowBytes + i)]) >> bit) & 1U;
       }
     }
     const long start = y * recordLength;
     put(start, count);
     put(start + 1, count >> 8U);
     for (long i = 0; i < rowBytes; ++i) {
-      put(start + 2 + margin + i, dots[static_cast<size_t>(y * rowBytes + i)]);
+      put(start + 2 + margin + i, dots[static_cast<std::size_t>(y * rowBytes + i)]);
     }
   }
   return out;
@@ -121,7 +122,7 @@ std::optional<Bytes> RowRecords(const Bytes& dots, int height, int margin) {
 
 Bytes Frame(const Bytes& label, const Bytes& records, int height) {
   Bytes out = label;
-  for (const int byte : {0x1D, 0x76, 0x30, 0x00}) out.push_back(static_cast<uint8_t>(byte));
+  for (const int byte : {0x1D, 0x76, 0x30, 0x00}) out.push_back(static_cast<std::uint8_t>(byte));
   Put16(out, static_cast<long>(records.size()) / height);
   Put16(out, height);
   out.insert(out.end(), records.begin(), records.end());

@@ -11,7 +11,7 @@
 
 namespace kestra::plain {
 
-using Bytes = std::vector<uint8_t>;
+using Bytes = std::vector<std::uint8_t>;
 
 // The leading number of a text as the C library reads it (blanks, sign, digits; 64 bits, stopping
 // at the ends of the range), cut to 32 bits.

@@ -79,15 +79,15 @@ Rows Diffuse(Rows grey, const Kernel& kernel) {
   const int width = static_cast<int>(grey[0].size());
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
-      const int level = grey[static_cast<size_t>(y)][static_cast<size_t>(x)];
+      const int level = grey[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)];
       const bool light = level >= 129;
       const int error = light ? level - 255 : level;
-      dots[static_cast<size_t>(y)][static_cast<size_t>(x)] = light ? 1 : 0;
+      dots[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)] = light ? 1 : 0;
       for (const Tap& tap : kernel.taps) {
         const int tx = x + tap.dx;
         const int ty = y + tap.dy;
         if (tx < 0 || ty < 0 || tx >= width || ty >= height) continue;  // this share is lost
-        int& target = grey[static_cast<size_t>(ty)][static_cast<size_t>(tx)];
+        int& target = grey[static_cast<std::size_t>(ty)][static_cast<std::size_t>(tx)];
         // "/" cuts toward zero, for each share on its own.
         target = std::clamp(target + error * tap.weight / kernel.divisor, 0, 255);
       }
@@ -96,7 +96,7 @@ Rows Diffuse(Rows grey, const Kernel& kernel) {
   return dots;
 }
 
-int OrderedSeventeen(int level, size_t x, size_t y) {
+int OrderedSeventeen(int level, std::size_t x, std::size_t y) {
   static const int kMatrix[4][4] = {{0, 8, 2, 10}, {12, 4, 14, 6}, {3, 11, 1, 9}, {15, 7, 13, 5}};
   const int step = level * 16 / 255;  // 0..16
   const int base = step / 16;
@@ -104,7 +104,7 @@ int OrderedSeventeen(int level, size_t x, size_t y) {
   return kMatrix[y % 4][x % 4] < fraction ? base + 1 : base;
 }
 
-int OrderedSixteen(int level, size_t x, size_t y) {
+int OrderedSixteen(int level, std::size_t x, std::size_t y) {
   static const int kMatrix[4][4] = {
       {0, 192, 48, 240}, {128, 64, 176, 112}, {32, 224, 16, 208}, {160, 96, 144, 80}};
   return level > kMatrix[y % 4][x % 4] ? 1 : 0;
@@ -116,8 +116,8 @@ Rows Halftone(const Rows& grey, long method) {
   if (grey.empty() || grey[0].empty()) return grey;
   if (method != 0 && method != 1 && method != 7) return Diffuse(grey, KernelOf(method));
   Rows dots = grey;
-  for (size_t y = 0; y < grey.size(); ++y) {
-    for (size_t x = 0; x < grey[y].size(); ++x) {
+  for (std::size_t y = 0; y < grey.size(); ++y) {
+    for (std::size_t x = 0; x < grey[y].size(); ++x) {
       const int level = grey[y][x];
       if (method == 0) dots[y][x] = level < 129 ? 0 : 1;
       if (method == 1) dots[y][x] = OrderedSeventeen(level, x, y);
@@ -127,8 +127,8 @@ Rows Halftone(const Rows& grey, long method) {
   return dots;
 }
 
-std::vector<uint8_t> Halftone(const std::vector<uint8_t>& levels, size_t width, size_t height,
-                              long method) {
+std::vector<std::uint8_t> Halftone(const std::vector<std::uint8_t>& levels, std::size_t width,
+                                   std::size_t height, long method) {
   const auto columns = static_cast<int>(width);
   return Flatten(
       Halftone(RowsFromBytes(levels, columns, static_cast<int>(height), columns), method));

@@ -32,7 +32,7 @@ Kernel KernelOf(long method);
 Rows Halftone(const Rows& grey, long method);
 
 // The same for width x height bytes without gaps, row behind row.
-std::vector<uint8_t> Halftone(const std::vector<uint8_t>& levels, size_t width, size_t height,
-                              long method);
+std::vector<std::uint8_t> Halftone(const std::vector<std::uint8_t>& levels, std::size_t width,
+                                   std::size_t height, long method);
 
 }  // namespace kestra::plain

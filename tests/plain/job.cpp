@@ -14,7 +14,7 @@ namespace kestra::plain {
 
 namespace {
 
-constexpr uint64_t kLargestPage = (1ULL << 29U) - 1;  // bytes
+constexpr std::uint64_t kLargestPage = (1ULL << 29U) - 1;  // bytes
 
 class Walk {
  public:
@@ -57,8 +57,8 @@ void Walk::WriteMarker() {
   if (pageNumber_ >= 9000) pageNumber_ = 1;
   if (!dataDirectory_ || !job_.place.markerOpen || out_.markerName.size() > 255) return;
   if (out_.markerName.find('/') != std::string::npos) return;
-  out_.marker =
-      Bytes{static_cast<uint8_t>(pageNumber_ % 256), static_cast<uint8_t>(pageNumber_ / 256)};
+  out_.marker = Bytes{static_cast<std::uint8_t>(pageNumber_ % 256),
+                      static_cast<std::uint8_t>(pageNumber_ / 256)};
 }
 
 void Walk::SaveDebugImage(const std::string& kind, const Bytes& data, int width, int height) {
@@ -170,7 +170,7 @@ void Walk::Print(const Page& page) {
 // False: the job ends here with status 1.
 bool Walk::OnePage(const Page& page) {
   const Header& h = page.header;
-  const uint64_t size = static_cast<uint64_t>(h.bytesPerLine) * h.height;
+  const std::uint64_t size = static_cast<std::uint64_t>(h.bytesPerLine) * h.height;
   if (h.bytesPerLine < h.width || size > kLargestPage) {
     out_.log += "ERROR:*\n";
     return false;

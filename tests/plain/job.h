@@ -34,26 +34,26 @@ struct Settings {
 };
 
 struct Header {
-  uint32_t width = 0;
-  uint32_t height = 0;
-  uint32_t bytesPerLine = 0;
-  uint32_t bitsPerPixel = 8;
-  uint32_t bitsPerColor = 8;
-  uint32_t mediaType = 0;
-  uint32_t colorOrder = 0;
-  uint32_t colorSpace = 3;
-  uint32_t compression = 0;
-  uint32_t rowCount = 0;
-  uint32_t rowFeed = 0;
-  uint32_t rowStep = 0;
-  uint32_t copies = 1;
-  uint32_t resolution[2] = {203, 203};
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::uint32_t bytesPerLine = 0;
+  std::uint32_t bitsPerPixel = 8;
+  std::uint32_t bitsPerColor = 8;
+  std::uint32_t mediaType = 0;
+  std::uint32_t colorOrder = 0;
+  std::uint32_t colorSpace = 3;
+  std::uint32_t compression = 0;
+  std::uint32_t rowCount = 0;
+  std::uint32_t rowFeed = 0;
+  std::uint32_t rowStep = 0;
+  std::uint32_t copies = 1;
+  std::uint32_t resolution[2] = {203, 203};
 };
 
 struct Page {
   Header header;
-  std::vector<uint8_t> pixels;  // bytesPerLine x height
-  bool readable = true;         // false: the stream ends inside the pixels
+  std::vector<std::uint8_t> pixels;  // bytesPerLine x height
+  bool readable = true;              // false: the stream ends inside the pixels
 };
 
 // The directories as the job finds them.

@@ -11,7 +11,7 @@ namespace kestra::plain {
 
 namespace {
 
-size_t Size(int n) { return static_cast<size_t>(std::max(n, 0)); }
+std::size_t Size(int n) { return static_cast<std::size_t>(std::max(n, 0)); }
 
 }  // namespace
 
@@ -23,11 +23,12 @@ int ToInt32(double value) {
 
 int PaddedWidth(int width) { return (width + 3) / 4 * 4; }
 
-Rows RowsFromBytes(const std::vector<uint8_t>& bytes, int width, int height, int bytesPerLine) {
+Rows RowsFromBytes(const std::vector<std::uint8_t>& bytes, int width, int height,
+                   int bytesPerLine) {
   Rows rows(Size(height), std::vector<int>(Size(width), 0));
-  for (size_t y = 0; y < rows.size(); ++y) {
-    for (size_t x = 0; x < rows[y].size(); ++x) {
-      const size_t at = y * Size(bytesPerLine) + x;
+  for (std::size_t y = 0; y < rows.size(); ++y) {
+    for (std::size_t x = 0; x < rows[y].size(); ++x) {
+      const std::size_t at = y * Size(bytesPerLine) + x;
       if (at < bytes.size()) rows[y][x] = bytes[at];
     }
   }
@@ -81,10 +82,10 @@ Rows Negative(const Rows& padded) {
   return result;
 }
 
-std::vector<uint8_t> Flatten(const Rows& rows) {
-  std::vector<uint8_t> bytes;
+std::vector<std::uint8_t> Flatten(const Rows& rows) {
+  std::vector<std::uint8_t> bytes;
   for (const auto& row : rows) {
-    for (const int pixel : row) bytes.push_back(static_cast<uint8_t>(pixel));
+    for (const int pixel : row) bytes.push_back(static_cast<std::uint8_t>(pixel));
   }
   return bytes;
 }
@@ -93,7 +94,7 @@ Rows ProcessedPixels(const Rows& padded, int width, bool negative) {
   Rows result;
   for (const auto& row : padded) {
     std::vector<int> out(row.size(), 0);
-    for (size_t x = 0; x < Size(width); ++x) {
+    for (std::size_t x = 0; x < Size(width); ++x) {
       int value = row[x] == 1 ? 255 : row[x];
       if (negative) value = 255 - value;
       out[x] = value;

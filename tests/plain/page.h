@@ -19,7 +19,7 @@ int ToInt32(double value);
 int PaddedWidth(int width);
 
 // The first `width` bytes of `height` lines that lie `bytesPerLine` apart. Missing bytes are 0.
-Rows RowsFromBytes(const std::vector<uint8_t>& bytes, int width, int height, int bytesPerLine);
+Rows RowsFromBytes(const std::vector<std::uint8_t>& bytes, int width, int height, int bytesPerLine);
 
 // Brightness and contrast: the level of each of the 256 input levels, and its use on a page.
 std::vector<int> ToneTable(int brightness, int contrast);
@@ -37,7 +37,7 @@ Rows Pad(const Rows& page);
 Rows Negative(const Rows& padded);
 
 // All bytes of the rows, one row behind the other.
-std::vector<uint8_t> Flatten(const Rows& rows);
+std::vector<std::uint8_t> Flatten(const Rows& rows);
 
 // What the page buffer holds after processing: value 1 becomes 255; with negative print every value
 // is then complemented. The rows of the result are as long as the padded rows, gaps are 0.

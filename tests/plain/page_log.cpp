@@ -15,7 +15,7 @@ std::string Format(const char* format, ...) {
   std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
   va_end(arguments);
   std::string text(buffer.data());
-  for (size_t at = text.find("-nan"); at != std::string::npos; at = text.find("-nan")) {
+  for (std::size_t at = text.find("-nan"); at != std::string::npos; at = text.find("-nan")) {
     text.erase(at, 1);
   }
   return text;
@@ -51,7 +51,7 @@ std::string SettingsLog(const Settings& s, float widthMm, float heightMm, float 
 }
 
 std::string HeaderLog(const Header& h, int pageCount) {
-  const auto number = [](uint32_t value) { return static_cast<int>(value); };
+  const auto number = [](std::uint32_t value) { return static_cast<int>(value); };
   std::string log = Format("DEBUG:PAGE: %d %d\n\n", pageCount, number(h.copies));
   log += Format("DEBUG:header.HWResolution[0]:%d\n\n", number(h.resolution[0]));
   log += Format("DEBUG:header.HWResolution[1]:%d\n", number(h.resolution[1]));

@@ -38,8 +38,8 @@ Rows Diffuse(const Rows& grey, int threshold) {
   std::vector<std::vector<float>> error(grey.size(), std::vector<float>(grey[0].size(), 0.0F));
   for (int row = 0; row < height; ++row) {
     for (int column = 0; column < width; ++column) {
-      const auto y = static_cast<size_t>(row);
-      const auto x = static_cast<size_t>(column);
+      const auto y = static_cast<std::size_t>(row);
+      const auto x = static_cast<std::size_t>(column);
       const float v = error[y][x] + static_cast<float>(grey[y][x]);
       float e = v;
       if (v > static_cast<float>(threshold)) {
@@ -62,7 +62,7 @@ Rows Diffuse(const Rows& grey, int threshold) {
         const int toRow = row + share.down;
         if (toColumn < 0 || toColumn >= width || toRow >= height) continue;
         const float part = e * share.weight;
-        float& target = error[static_cast<size_t>(toRow)][static_cast<size_t>(toColumn)];
+        float& target = error[static_cast<std::size_t>(toRow)][static_cast<std::size_t>(toColumn)];
         target = target + part;
       }
     }

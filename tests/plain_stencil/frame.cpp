@@ -15,21 +15,23 @@ std::string Number(int n) { return std::to_string(n); }
 
 // 32-bit sizes of an image must not wrap, or it cannot be made.
 bool CanBeMade(int width, int height) {
-  const uint32_t pixels = static_cast<uint32_t>(width) * static_cast<uint32_t>(height);
-  const uint32_t bits = pixels * 8U;
+  const std::uint32_t pixels =
+      static_cast<std::uint32_t>(width) * static_cast<std::uint32_t>(height);
+  const std::uint32_t bits = pixels * 8U;
   return bits / 8U == pixels;
 }
 
 Picture Enlarge(const Picture& old, int ex, int ey, int fill) {
   Picture result;
   result.width = old.width + 2 * ex;
-  const auto height = old.rows.size() + 2 * static_cast<size_t>(ey);
-  const auto bytes = static_cast<size_t>(plain::PaddedWidth(result.width));
+  const auto height = old.rows.size() + 2 * static_cast<std::size_t>(ey);
+  const auto bytes = static_cast<std::size_t>(plain::PaddedWidth(result.width));
   // The row padding is filled as well.
   result.rows.assign(height, std::vector<int>(bytes, fill));
-  for (size_t y = 0; y < old.rows.size(); ++y) {
-    for (size_t x = 0; x < static_cast<size_t>(old.width); ++x) {
-      result.rows[y + static_cast<size_t>(ey)][x + static_cast<size_t>(ex)] = old.rows[y][x];
+  for (std::size_t y = 0; y < old.rows.size(); ++y) {
+    for (std::size_t x = 0; x < static_cast<std::size_t>(old.width); ++x) {
+      result.rows[y + static_cast<std::size_t>(ey)][x + static_cast<std::size_t>(ex)] =
+          old.rows[y][x];
     }
   }
   return result;
@@ -42,7 +44,7 @@ std::string Bar(Picture& picture, const std::string& name, int x0, int y0, int w
   const int rows = static_cast<int>(picture.rows.size());
   for (int y = std::max(y0, 0); y < std::min(y1, rows); ++y) {
     for (int x = std::max(x0, 0); x < std::min(x1, picture.width); ++x) {
-      picture.rows[static_cast<size_t>(y)][static_cast<size_t>(x)] = 255;
+      picture.rows[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)] = 255;
     }
   }
   return Line("Drawing " + name + " line. point(" + Number(x0) + ", " + Number(y0) + ", " +

@@ -16,11 +16,11 @@ std::string Line(const std::string& text) { return "DEBUG:PageProcess: " + text 
 
 }  // namespace
 
-Processed Process(const Choices& choices, const std::vector<uint8_t>& data, int bytesPerLine,
+Processed Process(const Choices& choices, const std::vector<std::uint8_t>& data, int bytesPerLine,
                   int width, int height) {
   Processed result;
-  const auto lineBytes = static_cast<size_t>(bytesPerLine);
-  result.buffer.assign(2 * lineBytes * static_cast<size_t>(height), 0);
+  const auto lineBytes = static_cast<std::size_t>(bytesPerLine);
+  result.buffer.assign(2 * lineBytes * static_cast<std::size_t>(height), 0);
 
   const bool stencil = choices.halftone == 8 || choices.halftone == 9;
   result.log += Line(std::string("QM dithering is ") + (stencil ? "enabled" : "disabled"));
@@ -50,9 +50,9 @@ Processed Process(const Choices& choices, const std::vector<uint8_t>& data, int 
   const int paddedWidth = plain::PaddedWidth(width);
   int canvasIndex = 255;
   if (stencil) {
-    for (size_t y = 0; y < page.size(); ++y) {
-      for (size_t x = 0; x < page[y].size(); ++x) {
-        result.buffer[y * lineBytes + x] = static_cast<uint8_t>(page[y][x]);
+    for (std::size_t y = 0; y < page.size(); ++y) {
+      for (std::size_t x = 0; x < page[y].size(); ++x) {
+        result.buffer[y * lineBytes + x] = static_cast<std::uint8_t>(page[y][x]);
       }
     }
     result.log += Line("Copied pixels to the output buffer for QM dithering, with stride " +
@@ -86,14 +86,14 @@ Processed Process(const Choices& choices, const std::vector<uint8_t>& data, int 
   }
 
   // The frame may have made the image larger than the buffer is: what does not fit is left out.
-  const auto stride = static_cast<size_t>(plain::PaddedWidth(result.image.width));
-  for (size_t y = 0; y < result.image.rows.size(); ++y) {
-    for (size_t x = 0; x < static_cast<size_t>(result.image.width); ++x) {
+  const auto stride = static_cast<std::size_t>(plain::PaddedWidth(result.image.width));
+  for (std::size_t y = 0; y < result.image.rows.size(); ++y) {
+    for (std::size_t x = 0; x < static_cast<std::size_t>(result.image.width); ++x) {
       int value = result.image.rows[y][x];
       if (value == 1) value = 255;
       if (choices.negative) value = 255 - value;
-      const size_t at = y * stride + x;
-      if (at < result.buffer.size()) result.buffer[at] = static_cast<uint8_t>(value);
+      const std::size_t at = y * stride + x;
+      if (at < result.buffer.size()) result.buffer[at] = static_cast<std::uint8_t>(value);
     }
   }
   result.length = height * static_cast<int>(stride);

@@ -24,14 +24,14 @@ struct Choices {
 };
 
 struct Processed {
-  int length = 0;               // bytes announced as valid, 0: no image could be made
-  Picture image;                // finished page image
-  std::vector<uint8_t> buffer;  // 2 x bytesPerLine x height bytes, 0 before the page
+  int length = 0;                    // bytes announced as valid, 0: no image could be made
+  Picture image;                     // finished page image
+  std::vector<std::uint8_t> buffer;  // 2 x bytesPerLine x height bytes, 0 before the page
   std::string log;
 };
 
 // data: height lines of bytesPerLine bytes.
-Processed Process(const Choices& choices, const std::vector<uint8_t>& data, int bytesPerLine,
+Processed Process(const Choices& choices, const std::vector<std::uint8_t>& data, int bytesPerLine,
                   int width, int height);
 
 }  // namespace kestra::plain_stencil

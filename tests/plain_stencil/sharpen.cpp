@@ -18,7 +18,7 @@ int SampleAt(const Rows& rows, int x, int y) {
   if (x > WidthOf(rows) - 1) x = WidthOf(rows) - 1;
   if (y < 0) y = 0;
   if (y > HeightOf(rows) - 1) y = HeightOf(rows) - 1;
-  return rows[static_cast<size_t>(y)][static_cast<size_t>(x)];
+  return rows[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)];
 }
 
 }  // namespace
@@ -37,8 +37,8 @@ std::vector<double> Kernel(int size, double sigma) {
     weights.push_back(norm * static_cast<double>(value));
   }
   double sum = 0.0;
-  for (size_t i = 0; i < static_cast<size_t>(size); ++i) sum = sum + weights[i];
-  for (size_t i = 0; i < static_cast<size_t>(size); ++i) weights[i] = weights[i] / sum;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(size); ++i) sum = sum + weights[i];
+  for (std::size_t i = 0; i < static_cast<std::size_t>(size); ++i) weights[i] = weights[i] / sum;
   return weights;
 }
 
@@ -50,11 +50,12 @@ Rows BlurPass(const Rows& grey, const std::vector<double>& kernel, int size, boo
       double sum = 0.0;
       for (int k = -half; k <= half; ++k) {
         const int sample = horizontal ? SampleAt(grey, x + k, y) : SampleAt(grey, x, y + k);
-        const double product = static_cast<double>(sample) * kernel[static_cast<size_t>(k + half)];
+        const double product =
+            static_cast<double>(sample) * kernel[static_cast<std::size_t>(k + half)];
         sum = sum + product;
       }
       const float rounded = static_cast<float>(sum);
-      result[static_cast<size_t>(y)][static_cast<size_t>(x)] = LowByte(Round(rounded));
+      result[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)] = LowByte(Round(rounded));
     }
   }
   return result;
@@ -69,8 +70,8 @@ Rows AddWeighted(const Rows& grey, const Rows& blurred, float weight) {
   const float own = 1.0F + weight;
   const float other = -weight;
   Rows result = grey;
-  for (size_t y = 0; y < grey.size(); ++y) {
-    for (size_t x = 0; x < grey[y].size(); ++x) {
+  for (std::size_t y = 0; y < grey.size(); ++y) {
+    for (std::size_t x = 0; x < grey[y].size(); ++x) {
       const float a = static_cast<float>(grey[y][x]) * own;
       const float b = static_cast<float>(blurred[y][x]) * other;
       const float sum = a + b;
@@ -111,7 +112,7 @@ Rows SquareBlur(const Rows& grey, int size, double sigma1, double sigma2) {
   for (int y = 0; y < HeightOf(grey); ++y) {
     for (int x = 0; x < WidthOf(grey); ++x) {
       double sum = 0.0;
-      size_t tap = 0;
+      std::size_t tap = 0;
       for (int r = -half; r <= half; ++r) {
         for (int c = -half; c <= half; ++c) {
           const double product = static_cast<double>(SampleAt(grey, x + c, y + r)) * kernel[tap];
@@ -120,7 +121,7 @@ Rows SquareBlur(const Rows& grey, int size, double sigma1, double sigma2) {
         }
       }
       const int rounded = Round(static_cast<float>(sum));
-      result[static_cast<size_t>(y)][static_cast<size_t>(x)] = Limit(rounded, 0, 255);
+      result[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)] = Limit(rounded, 0, 255);
     }
   }
   return result;

@@ -23,12 +23,12 @@ int Weighted(int first, float firstWeight, int second, float secondWeight, int t
 
 }  // namespace
 
-Rows Grey(const std::vector<uint8_t>& bytes, int width, int height, int colour) {
-  size_t pixelBytes = 4;
+Rows Grey(const std::vector<std::uint8_t>& bytes, int width, int height, int colour) {
+  std::size_t pixelBytes = 4;
   if (colour == 0) pixelBytes = 1;
   if (colour == 1 || colour == 2) pixelBytes = 3;
   Rows rows;
-  size_t at = 0;
+  std::size_t at = 0;
   for (int y = 0; y < height; ++y) {
     rows.emplace_back();
     for (int x = 0; x < width; ++x) {
@@ -52,7 +52,7 @@ Moments ThresholdOf(const Rows& grey) {
   unsigned pixels = 0;
   for (const auto& row : grey) {
     for (const int level : row) {
-      ++count[static_cast<size_t>(level)];
+      ++count[static_cast<std::size_t>(level)];
       ++pixels;
     }
   }
@@ -62,7 +62,7 @@ Moments ThresholdOf(const Rows& grey) {
   }
   Moments result;
   for (int k = 0; k < 256; ++k) {
-    const float p = share[static_cast<size_t>(k)];
+    const float p = share[static_cast<std::size_t>(k)];
     const float first = static_cast<float>(k) * p;
     const float second = static_cast<float>(k * k) * p;
     const float third = static_cast<float>(k * k * k) * p;
@@ -106,7 +106,7 @@ Moments ThresholdOf(const Rows& grey) {
 
   float running = 0.0F;
   for (int k = 0; k < 256; ++k) {
-    running = running + share[static_cast<size_t>(k)];
+    running = running + share[static_cast<std::size_t>(k)];
     if (running > result.fraction) {
       result.threshold = k;
       return result;
@@ -142,7 +142,7 @@ std::vector<int> GammaTable(int knee, float lowExponent, float highExponent) {
 Rows ApplyTable(const Rows& grey, const std::vector<int>& table) {
   Rows result = grey;
   for (auto& row : result) {
-    for (int& level : row) level = table[static_cast<size_t>(level)];
+    for (int& level : row) level = table[static_cast<std::size_t>(level)];
   }
   return result;
 }

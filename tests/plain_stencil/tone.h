@@ -13,7 +13,7 @@ using plain::Rows;
 
 // Grey rows of an image of any colour type. colour: 0 grey (1 byte a pixel), 1 blue green red, 2
 // red green blue (3 bytes), 3 like 1 and any other like 2 with a fourth byte.
-Rows Grey(const std::vector<uint8_t>& bytes, int width, int height, int colour);
+Rows Grey(const std::vector<std::uint8_t>& bytes, int width, int height, int colour);
 
 // Everything that the threshold goes through, for tests that look inside.
 struct Moments {

@@ -11,8 +11,8 @@ namespace {
 
 std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> lines;
-  size_t start = 0;
-  for (size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', start)) {
+  std::size_t start = 0;
+  for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', start)) {
     lines.push_back(text.substr(start, end - start));
     start = end + 1;
   }
@@ -29,9 +29,9 @@ constexpr char kDigits[] = "0123456789";
 
 // Replaces what follows each `before` and consists of `allowed` characters only by '#'.
 std::string MaskAfter(std::string text, const std::string& before, const char* allowed) {
-  for (size_t at = text.find(before); at != std::string::npos; at = text.find(before, at)) {
+  for (std::size_t at = text.find(before); at != std::string::npos; at = text.find(before, at)) {
     at += before.size();
-    const size_t end = std::min(text.find_first_not_of(allowed, at), text.size());
+    const std::size_t end = std::min(text.find_first_not_of(allowed, at), text.size());
     if (end > at) text.replace(at, end - at, "#");
   }
   return text;
@@ -40,17 +40,17 @@ std::string MaskAfter(std::string text, const std::string& before, const char* a
 // The time between `kind` and the last number before ".bmp": six numbers and their separators.
 std::string MaskTime(std::string text, const std::string& kind) {
   const std::string separators = "--____";
-  for (size_t at = text.find(kind); at != std::string::npos; at = text.find(kind, at)) {
+  for (std::size_t at = text.find(kind); at != std::string::npos; at = text.find(kind, at)) {
     at += kind.size();
-    size_t end = at;
+    std::size_t end = at;
     bool time = true;
     for (const char separator : separators) {
-      const size_t next = std::min(text.find_first_not_of(kDigits, end), text.size());
+      const std::size_t next = std::min(text.find_first_not_of(kDigits, end), text.size());
       time = time && next > end && next < text.size() && text[next] == separator;
       end = next + 1;
     }
     if (!time) continue;
-    const size_t counter = std::min(text.find_first_not_of(kDigits, end), text.size());
+    const std::size_t counter = std::min(text.find_first_not_of(kDigits, end), text.size());
     if (counter == end || text.compare(counter, 4, ".bmp") != 0) continue;
     text.replace(at, end - 1 - at, "#");
   }
@@ -73,12 +73,12 @@ std::string MaskLog(const std::string& log) {
         "DEBUG:KCLSendPaperInfo: settings->pageHeight:"}) {
     text = MaskAfter(text, name, "-.0123456789");
   }
-  for (size_t at = text.find("-nan"); at != std::string::npos; at = text.find("-nan")) {
+  for (std::size_t at = text.find("-nan"); at != std::string::npos; at = text.find("-nan")) {
     text.erase(at, 1);
   }
   // A program built to count covered lines says so where it may not write its counts.
   const std::string counts = "LLVM Profile";
-  for (size_t at = text.find(counts); at != std::string::npos; at = text.find(counts)) {
+  for (std::size_t at = text.find(counts); at != std::string::npos; at = text.find(counts)) {
     text.erase(at, text.find('\n', at) - at + 1);
   }
   return MaskImageName(text);
@@ -87,14 +87,15 @@ std::string MaskLog(const std::string& log) {
 std::string CompareLogs(const std::string& expected, const std::string& actual) {
   const std::vector<std::string> want = Lines(expected);
   const std::vector<std::string> got = Lines(MaskLog(actual));
-  for (size_t i = 0; i < want.size() || i < got.size(); ++i) {
+  for (std::size_t i = 0; i < want.size() || i < got.size(); ++i) {
     const std::string wanted = i < want.size() ? want[i] : "(end)";
     const std::string found = i < got.size() ? got[i] : "(end)";
     if (!Same(wanted, found)) {
       std::string report =
           "line " + std::to_string(i + 1) + "\n  wanted: " + wanted + "\n  found:  " + found;
       // What follows tells more than the first line of, for example, a leak report.
-      for (size_t k = i + 1; k < got.size() && k < i + 9; ++k) report += "\n          " + got[k];
+      for (std::size_t k = i + 1; k < got.size() && k < i + 9; ++k)
+        report += "\n          " + got[k];
       return report;
     }
   }

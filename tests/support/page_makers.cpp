@@ -12,23 +12,23 @@ namespace {
 
 class Lcg {
  public:
-  explicit Lcg(uint32_t seed) : state_(seed) {}
-  uint32_t Next() {
+  explicit Lcg(std::uint32_t seed) : state_(seed) {}
+  std::uint32_t Next() {
     state_ = state_ * 1664525U + 1013904223U;
     return state_ >> 16U;
   }
 
  private:
-  uint32_t state_;
+  std::uint32_t state_;
 };
 
 Pixels Draw(unsigned bytesPerLine, unsigned height,
             const std::function<int(unsigned, unsigned)>& level) {
   Pixels page;
-  page.reserve(static_cast<size_t>(bytesPerLine) * height);
+  page.reserve(static_cast<std::size_t>(bytesPerLine) * height);
   for (unsigned y = 0; y < height; ++y) {
     for (unsigned x = 0; x < bytesPerLine; ++x) {
-      page.push_back(static_cast<uint8_t>(std::clamp(level(x, y), 0, 255)));
+      page.push_back(static_cast<std::uint8_t>(std::clamp(level(x, y), 0, 255)));
     }
   }
   return page;
@@ -73,23 +73,24 @@ Pixels TextLines(unsigned bytesPerLine, unsigned height) {
   });
 }
 
-Pixels Noise(unsigned bytesPerLine, unsigned height, uint32_t seed) {
+Pixels Noise(unsigned bytesPerLine, unsigned height, std::uint32_t seed) {
   Lcg noise(seed);
   return Draw(bytesPerLine, height,
               [&noise](unsigned, unsigned) { return static_cast<int>(noise.Next() & 255U); });
 }
 
-Pixels LongRuns(unsigned bytesPerLine, unsigned height, uint32_t seed) {
+Pixels LongRuns(unsigned bytesPerLine, unsigned height, std::uint32_t seed) {
   Lcg random(seed);
   Pixels page;
   for (unsigned y = 0; y < height; ++y) {
     // A third of the rows stay blank, the others get dots 300 to 400 pixels apart, here and there
     // a solid stretch.
-    std::vector<uint8_t> row(bytesPerLine, 0);
+    std::vector<std::uint8_t> row(bytesPerLine, 0);
     const bool blank = random.Next() % 3 == 0;
-    for (size_t x = random.Next() % 40; !blank && x < row.size(); x += 300 + random.Next() % 100) {
-      const size_t solid = random.Next() % 4 == 0 ? 250 : 1;
-      for (size_t i = x; i < std::min(row.size(), x + solid); ++i) row[i] = 255;
+    for (std::size_t x = random.Next() % 40; !blank && x < row.size();
+         x += 300 + random.Next() % 100) {
+      const std::size_t solid = random.Next() % 4 == 0 ? 250 : 1;
+      for (std::size_t i = x; i < std::min(row.size(), x + solid); ++i) row[i] = 255;
       x += solid - 1;
     }
     page.insert(page.end(), row.begin(), row.end());

@@ -8,7 +8,7 @@
 
 namespace kestra::testing_support {
 
-using Pixels = std::vector<uint8_t>;
+using Pixels = std::vector<std::uint8_t>;
 
 // Each returns bytesPerLine x height bytes; bytes right of the width continue the picture.
 Pixels Uniform(unsigned bytesPerLine, unsigned height, int level);
@@ -21,10 +21,10 @@ Pixels Bars(unsigned bytesPerLine, unsigned height);
 // Small black marks on blank paper, as lines of text look from afar.
 Pixels TextLines(unsigned bytesPerLine, unsigned height);
 // Bytes of a linear congruential generator.
-Pixels Noise(unsigned bytesPerLine, unsigned height, uint32_t seed);
+Pixels Noise(unsigned bytesPerLine, unsigned height, std::uint32_t seed);
 // Long blank stretches closed by dots, with some rows left blank: what the dash rule looks for when
 // the page is printed in negative.
-Pixels LongRuns(unsigned bytesPerLine, unsigned height, uint32_t seed);
+Pixels LongRuns(unsigned bytesPerLine, unsigned height, std::uint32_t seed);
 
 // "gradient", "photo", "bars", "text", "noise", "runs", "blank", "solid".
 Pixels MakePicture(const std::string& kind, unsigned bytesPerLine, unsigned height);

@@ -24,11 +24,11 @@ class MemoryFile {
   int Fd() const { return fd_; }
   void Rewind() const { ::lseek(fd_, 0, SEEK_SET); }
   void Write(const std::string& bytes) const {
-    size_t done = 0;
+    std::size_t done = 0;
     while (done < bytes.size()) {
       const ssize_t put = ::write(fd_, bytes.data() + done, bytes.size() - done);
       if (put <= 0) throw std::runtime_error("memory file");
-      done += static_cast<size_t>(put);
+      done += static_cast<std::size_t>(put);
     }
   }
   std::string Read() const {
@@ -36,7 +36,7 @@ class MemoryFile {
     char buffer[65536];
     for (ssize_t got = 1; got > 0;) {
       got = ::read(fd_, buffer, sizeof buffer);
-      if (got > 0) text.append(buffer, static_cast<size_t>(got));
+      if (got > 0) text.append(buffer, static_cast<std::size_t>(got));
     }
     return text;
   }
@@ -73,7 +73,7 @@ std::string WriteStream(const std::vector<StreamPage>& pages, bool compressed) {
   bool good = true;
   for (const StreamPage& page : pages) {
     cups_page_header2_t header = page.header;
-    std::vector<uint8_t> pixels = page.pixels;
+    std::vector<std::uint8_t> pixels = page.pixels;
     good = good && cupsRasterWriteHeader2(raster, &header) != 0;
     good = good && cupsRasterWritePixels(raster, pixels.data(),
                                          static_cast<unsigned>(pixels.size())) == pixels.size();
@@ -113,7 +113,7 @@ std::vector<DeliveredPage> Deliver(const std::string& stream,
       page.readable = cupsRasterReadPixels(raster, page.pixels.data(), size) >= 1;
     }
     // A page of many megabytes that the stream does not hold is not kept.
-    if (!page.readable) std::vector<uint8_t>().swap(page.pixels);
+    if (!page.readable) std::vector<std::uint8_t>().swap(page.pixels);
     pages.push_back(std::move(page));
     if (!wanted) break;
   }

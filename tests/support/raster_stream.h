@@ -12,7 +12,8 @@ namespace kestra::testing_support {
 
 struct StreamPage {
   cups_page_header2_t header;
-  std::vector<uint8_t> pixels;  // cupsBytesPerLine x cupsHeight, or what a damaged stream holds
+  std::vector<std::uint8_t>
+      pixels;  // cupsBytesPerLine x cupsHeight, or what a damaged stream holds
 };
 
 // 8 bits per pixel, K (255 = ink), one copy, both resolutions `dpi`.
@@ -31,7 +32,7 @@ std::string RawStream(const std::vector<StreamPage>& pages);
 // followed by any other.
 struct DeliveredPage {
   cups_page_header2_t header;
-  std::vector<uint8_t> pixels;
+  std::vector<std::uint8_t> pixels;
   bool readable;
 };
 std::vector<DeliveredPage> Deliver(const std::string& stream,

@@ -104,7 +104,7 @@ std::vector<std::string> Environment(const Run& run) {
 bool Drain(int fd, std::string& text) {
   char buffer[65536];
   const ssize_t got = ::read(fd, buffer, sizeof buffer);
-  if (got > 0) text.append(buffer, static_cast<size_t>(got));
+  if (got > 0) text.append(buffer, static_cast<std::size_t>(got));
   return got > 0 || (got < 0 && (errno == EINTR || errno == EAGAIN));
 }
 
@@ -130,7 +130,7 @@ class Feed {
   // False: nobody reads any more.
   bool Send(int fd) {
     const ssize_t put = ::write(fd, bytes_.data() + sent_, Allowed() - sent_);
-    if (put > 0) sent_ += static_cast<size_t>(put);
+    if (put > 0) sent_ += static_cast<std::size_t>(put);
     return put >= 0 || errno == EAGAIN || errno == EINTR;
   }
 
@@ -138,7 +138,7 @@ class Feed {
   void Follow(Result& result) {
     if (reached_ == milestones_.size()) return;
     const std::string done = "printImage: Image processing completed\n";
-    for (size_t at = result.messages.find(done, seen_); at != std::string::npos;
+    for (std::size_t at = result.messages.find(done, seen_); at != std::string::npos;
          at = result.messages.find(done, seen_)) {
       seen_ = at + done.size();
       ++pages_;
@@ -150,17 +150,17 @@ class Feed {
   }
 
  private:
-  size_t Allowed() const {
+  std::size_t Allowed() const {
     return reached_ < milestones_.size() ? milestones_[reached_].bytes : bytes_.size();
   }
 
   const std::vector<Milestone>& milestones_;  // the caller's, like the bytes
   const std::string& bytes_;
   pid_t child_;
-  size_t sent_ = 0;
-  size_t seen_ = 0;  // bytes of the messages that were searched
-  size_t pages_ = 0;
-  size_t reached_ = 0;
+  std::size_t sent_ = 0;
+  std::size_t seen_ = 0;  // bytes of the messages that were searched
+  std::size_t pages_ = 0;
+  std::size_t reached_ = 0;
 };
 
 // Feeds and reads until the child has closed everything; false when the patience is over.
@@ -290,7 +290,7 @@ std::vector<Result> Sandbox::StartTogether(const std::vector<Run>& runs) {
   CurrentIsolation();  // decided before the threads
   std::vector<Result> results(runs.size());
   std::vector<std::thread> threads;
-  for (size_t i = 0; i < runs.size(); ++i) {
+  for (std::size_t i = 0; i < runs.size(); ++i) {
     threads.emplace_back([&, i] { results[i] = Start(runs[i]); });
   }
   for (std::thread& thread : threads) thread.join();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
@@ -21,8 +22,8 @@ enum class Listener { kReads, kClosed, kGone };
 // A moment at which the filter waits: it was given so many bytes of the stream and has finished so
 // many pages of them.
 struct Milestone {
-  size_t bytes;
-  size_t pages;
+  std::size_t bytes;
+  std::size_t pages;
 };
 
 struct Run {
