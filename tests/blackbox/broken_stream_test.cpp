@@ -12,18 +12,18 @@ namespace ts = testing_support;
 
 namespace {
 
-std::string TwoPages(bool compressed) {
-  return ts::WriteStream({{ts::MakeHeader(24, 9, 24), ts::Noise(24, 9, 1)},
-                          {ts::MakeHeader(16, 12, 20), ts::Photo(20, 12)}},
+std::string twoPages(bool compressed) {
+  return ts::writeStream({{ts::makeHeader(24, 9, 24), ts::noise(24, 9, 1)},
+                          {ts::makeHeader(16, 12, 20), ts::photo(20, 12)}},
                          compressed);
 }
 
-void CutEverywhere(const std::string& whole, const std::set<std::size_t>& positions) {
+void cutEverywhere(const std::string& whole, const std::set<std::size_t>& positions) {
   for (const std::size_t position : positions) {
     SCOPED_TRACE("cut at byte " + std::to_string(position));
     JobCase job;
     job.stream = whole.substr(0, position);
-    ExpectAsPlain(job);
+    expectAsPlain(job);
   }
 }
 
@@ -34,21 +34,21 @@ constexpr std::size_t kSlices = 8;
 class CutStream : public testing::TestWithParam<std::size_t> {};
 
 TEST_P(CutStream, PrintsThePagesThatAreWholeWhereverItEnds) {
-  const std::string whole = TwoPages(false);
+  const std::string whole = twoPages(false);
   ASSERT_EQ(whole.size(), 4 + 2 * sizeof(cups_page_header2_t) + 24 * 9 + 20 * 12);
   std::set<std::size_t> positions;
   for (std::size_t at = GetParam(); at <= whole.size(); at += kSlices) positions.insert(at);
-  CutEverywhere(whole, positions);
+  cutEverywhere(whole, positions);
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryByte, CutStream, testing::Range(std::size_t{0}, kSlices));
 
 TEST(BrokenStream, PrintsTheWholePagesOfACutCompressedStream) {
-  const std::string whole = TwoPages(true);
+  const std::string whole = twoPages(true);
   std::set<std::size_t> positions;
   for (std::size_t at = 0; at < whole.size(); at += 101) positions.insert(at);
   for (std::size_t back = 0; back < 20; ++back) positions.insert(whole.size() - back);
-  CutEverywhere(whole, positions);
+  cutEverywhere(whole, positions);
 }
 
 TEST(BrokenStream, EndsGarbageNormallyWithoutAnyPage) {
@@ -60,14 +60,14 @@ TEST(BrokenStream, EndsGarbageNormallyWithoutAnyPage) {
                                       "3SaR" + std::string(1796, '\0'),
                                       "3SaR" + std::string(5000, '\xFF')};
   for (std::uint32_t seed = 0; seed < 4; ++seed) {
-    const ts::Pixels noise = ts::Noise(3000, 1, seed);
+    const ts::Pixels noise = ts::noise(3000, 1, seed);
     streams.emplace_back(noise.begin(), noise.end());
   }
   for (const auto& stream : streams) {
     SCOPED_TRACE(stream.substr(0, 12));
     JobCase job;
     job.stream = stream;
-    const ts::Result result = ExpectAsPlain(job);
+    const ts::Result result = expectAsPlain(job);
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output, "");
   }
@@ -76,8 +76,8 @@ TEST(BrokenStream, EndsGarbageNormallyWithoutAnyPage) {
 TEST(BrokenStream, PrintsThePageBeforeGarbage) {
   JobCase job;
   job.stream =
-      ts::WriteStream({{ts::MakeHeader(16, 2, 16), ts::Noise(16, 2, 1)}}) + std::string(100, 'x');
-  EXPECT_EQ(ExpectAsPlain(job).output.size(), 7U);
+      ts::writeStream({{ts::makeHeader(16, 2, 16), ts::noise(16, 2, 1)}}) + std::string(100, 'x');
+  EXPECT_EQ(expectAsPlain(job).output.size(), 7U);
 }
 
 }  // namespace kestra::blackbox

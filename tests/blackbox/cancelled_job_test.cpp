@@ -18,23 +18,23 @@ namespace {
 const std::string kData = std::string(ts::kData) + "/";
 
 // Three pages of some size, so that there is a middle of a page to be cancelled in.
-JobCase ThreePages() {
+JobCase threePages() {
   JobCase job;
-  job.Halftone(2);
-  job.AddPage(800, 300, "photo");
-  job.AddPage(812, 200, "noise");
-  job.AddPage(400, 400, "text");
+  job.halftone(2);
+  job.addPage(800, 300, "photo");
+  job.addPage(812, 200, "noise");
+  job.addPage(400, 400, "text");
   return job;
 }
 
-bool IsFrame(const std::string& path) { return path.rfind(kData + "page_", 0) == 0; }
+bool isFrame(const std::string& path) { return path.rfind(kData + "page_", 0) == 0; }
 
 // Everything in the data directory is a whole page of the job, or a whole counter.
-void ExpectWholeFiles(const ts::Result& result, const plain::Outcome& expected) {
+void expectWholeFiles(const ts::Result& result, const plain::Outcome& expected) {
   for (const auto& [path, bytes] : result.files) {
     if (path.rfind(kData, 0) != 0) continue;
     const std::string name = path.substr(kData.size());
-    if (IsFrame(path)) {
+    if (isFrame(path)) {
       const auto page = expected.frames.find(name);
       ASSERT_NE(page, expected.frames.end()) << name;
       EXPECT_EQ(bytes, std::string(page->second.begin(), page->second.end())) << name;
@@ -47,9 +47,9 @@ void ExpectWholeFiles(const ts::Result& result, const plain::Outcome& expected) 
   }
 }
 
-std::chrono::microseconds TimeOfOneRun(const JobCase& job) {
+std::chrono::microseconds timeOfOneRun(const JobCase& job) {
   const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(RunFilter(job).status, 0);
+  EXPECT_EQ(runFilter(job).status, 0);
   return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() -
                                                                start);
 }
@@ -60,52 +60,52 @@ class CancelledJob : public testing::TestWithParam<unsigned> {};
 
 TEST_P(CancelledJob, LeavesWholePagesAndAWholeCounterAtAnyMoment) {
   constexpr int kMoments = 20;
-  JobCase job = ThreePages();
+  JobCase job = threePages();
   job.marker = std::string("\x05\x00", 2);
-  const plain::Outcome expected = Predict(job);
-  const auto whole = TimeOfOneRun(job);
+  const plain::Outcome expected = predict(job);
+  const auto whole = timeOfOneRun(job);
   // Random, but the same ones each time; a little beyond the end of the job as well.
   std::minstd_rand random(GetParam() + 1);
   std::uniform_int_distribution<long> moment(0, whole.count() * 11 / 10);
   for (int i = 0; i < kMoments; ++i) {
     ts::Sandbox box;
-    ts::Run run = Prepare(job, box);
+    ts::Run run = prepare(job, box);
     run.terminateAfter = std::chrono::microseconds(moment(random));
     SCOPED_TRACE("cancelled after " + std::to_string(run.terminateAfter->count()) + " us");
-    const ts::Result result = box.Start(run);
+    const ts::Result result = box.start(run);
     EXPECT_TRUE(result.signal == SIGTERM || result.status == 0);
-    ExpectWholeFiles(result, expected);
+    expectWholeFiles(result, expected);
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(TwentyMoments, CancelledJob, testing::Range(0U, 10U));
 
 TEST(CancelledJob, IsReallyCancelled) {
-  JobCase job = ThreePages();
+  JobCase job = threePages();
   ts::Sandbox box;
-  ts::Run run = Prepare(job, box);
+  ts::Run run = prepare(job, box);
   run.inputBytes.resize(run.inputBytes.size() / 2);
   run.milestones = {{run.inputBytes.size(), 99}};  // waits for pages that never come
   run.terminateAfter = std::chrono::milliseconds(300);
-  const ts::Result result = box.Start(run);
+  const ts::Result result = box.start(run);
   EXPECT_EQ(result.signal, SIGTERM);
-  ExpectWholeFiles(result, Predict(job));
+  expectWholeFiles(result, predict(job));
 }
 
 TEST(ParallelJobs, OfTheSameNumberLeaveAllTheirPages) {
   constexpr std::size_t kJobs = 8;
-  const JobCase job = ThreePages();
-  const plain::Outcome expected = Predict(job);
+  const JobCase job = threePages();
+  const plain::Outcome expected = predict(job);
   ts::Sandbox box;
-  const ts::Run run = Prepare(job, box);
-  const std::vector<ts::Result> results = box.StartTogether(std::vector<ts::Run>(kJobs, run));
+  const ts::Run run = prepare(job, box);
+  const std::vector<ts::Result> results = box.startTogether(std::vector<ts::Run>(kJobs, run));
   for (const ts::Result& result : results) EXPECT_EQ(result.status, 0) << result.messages;
 
   // A job that starts late may find the counter of one that has ended and number its pages anew,
   // so the numbers are open; the label block says them at bytes 12 and 13.
   std::vector<std::string> frames;
   for (const auto& [path, bytes] : results[0].files) {
-    if (IsFrame(path)) frames.push_back(bytes);
+    if (isFrame(path)) frames.push_back(bytes);
   }
   ASSERT_EQ(frames.size(), kJobs * expected.frames.size());
   const auto withoutNumber = [](std::string frame) {

@@ -12,34 +12,34 @@ namespace {
 
 const std::string kDataDir = std::string(ts::kData) + "/";
 
-JobCase Pages(int count) {
+JobCase pages(int count) {
   JobCase job;
-  for (int i = 0; i < count; ++i) job.AddPage(16, 2 + static_cast<unsigned>(i), "noise");
+  for (int i = 0; i < count; ++i) job.addPage(16, 2 + static_cast<unsigned>(i), "noise");
   return job;
 }
 
-bool Has(const ts::Result& result, const std::string& name) {
+bool has(const ts::Result& result, const std::string& name) {
   return result.files.count(kDataDir + name) > 0;
 }
 
 }  // namespace
 
 TEST(Counter, NumbersTheFirstJobOfAQueueOneTwoThree) {
-  const ts::Result result = ExpectAsPlain(Pages(3));
-  EXPECT_TRUE(Has(result, "page_0001_jobid_000042_0000.dat"));
-  EXPECT_TRUE(Has(result, "page_0002_jobid_000042_0000.dat"));
-  EXPECT_TRUE(Has(result, "page_0003_jobid_000042_0000.dat"));
-  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), Hex("04 00"));
+  const ts::Result result = expectAsPlain(pages(3));
+  EXPECT_TRUE(has(result, "page_0001_jobid_000042_0000.dat"));
+  EXPECT_TRUE(has(result, "page_0002_jobid_000042_0000.dat"));
+  EXPECT_TRUE(has(result, "page_0003_jobid_000042_0000.dat"));
+  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), hex("04 00"));
 }
 
 TEST(Counter, GivesAllPagesOfAJobWithACounterFileOneNumber) {
-  JobCase job = Pages(3);
-  job.marker = Hex("05 00");
-  const ts::Result result = ExpectAsPlain(job);
-  EXPECT_TRUE(Has(result, "page_0005_jobid_000042_0000.dat"));
-  EXPECT_TRUE(Has(result, "page_0005_jobid_000042_0001.dat"));
-  EXPECT_TRUE(Has(result, "page_0005_jobid_000042_0002.dat"));
-  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), Hex("06 00"));
+  JobCase job = pages(3);
+  job.marker = hex("05 00");
+  const ts::Result result = expectAsPlain(job);
+  EXPECT_TRUE(has(result, "page_0005_jobid_000042_0000.dat"));
+  EXPECT_TRUE(has(result, "page_0005_jobid_000042_0001.dat"));
+  EXPECT_TRUE(has(result, "page_0005_jobid_000042_0002.dat"));
+  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), hex("06 00"));
 }
 
 TEST(Counter, StartsAgainFrom9000On) {
@@ -48,58 +48,58 @@ TEST(Counter, StartsAgainFrom9000On) {
       {"26 23", "27 23"}, {"27 23", "01 00"}, {"28 23", "01 00"}, {"10 27", "01 00"}};
   for (const auto& [before, after] : cases) {
     SCOPED_TRACE(before);
-    JobCase job = Pages(1);
-    job.marker = Hex(before);
-    EXPECT_EQ(ExpectAsPlain(job).files.at(kDataDir + "label.pgc"), Hex(after));
+    JobCase job = pages(1);
+    job.marker = hex(before);
+    EXPECT_EQ(expectAsPlain(job).files.at(kDataDir + "label.pgc"), hex(after));
   }
 }
 
 TEST(Counter, PrintsNumbersAboveFourDigitsInFull) {
-  JobCase job = Pages(1);
-  job.marker = Hex("FF FF");
-  EXPECT_TRUE(Has(ExpectAsPlain(job), "page_65535_jobid_000042_0000.dat"));
+  JobCase job = pages(1);
+  job.marker = hex("FF FF");
+  EXPECT_TRUE(has(expectAsPlain(job), "page_65535_jobid_000042_0000.dat"));
 }
 
 TEST(Counter, WrapsFrom65535ToZeroInsideAJob) {
-  JobCase job = Pages(2);
-  job.marker = Hex("FF FF");
+  JobCase job = pages(2);
+  job.marker = hex("FF FF");
   // Both pages are 65535, the file is read again; what is stored is 0.
-  const ts::Result result = ExpectAsPlain(job);
-  EXPECT_TRUE(Has(result, "page_65535_jobid_000042_0001.dat"));
-  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), Hex("00 00"));
+  const ts::Result result = expectAsPlain(job);
+  EXPECT_TRUE(has(result, "page_65535_jobid_000042_0001.dat"));
+  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), hex("00 00"));
 }
 
 TEST(Counter, TakesACounterFileOfOneByteForTheLowByte) {
-  JobCase job = Pages(2);
-  job.marker = Hex("09");
-  const ts::Result result = ExpectAsPlain(job);
-  EXPECT_TRUE(Has(result, "page_0009_jobid_000042_0001.dat"));
-  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), Hex("0A 00"));
+  JobCase job = pages(2);
+  job.marker = hex("09");
+  const ts::Result result = expectAsPlain(job);
+  EXPECT_TRUE(has(result, "page_0009_jobid_000042_0001.dat"));
+  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), hex("0A 00"));
 }
 
 TEST(Counter, IgnoresAnEmptyCounterFile) {
-  JobCase job = Pages(3);
+  JobCase job = pages(3);
   job.marker = "";
-  const ts::Result result = ExpectAsPlain(job);
-  EXPECT_TRUE(Has(result, "page_0003_jobid_000042_0000.dat"));
-  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), Hex("04 00"));
+  const ts::Result result = expectAsPlain(job);
+  EXPECT_TRUE(has(result, "page_0003_jobid_000042_0000.dat"));
+  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), hex("04 00"));
 }
 
 TEST(Counter, ReadsTwoBytesOfALongerCounterFileAndShortensIt) {
-  JobCase job = Pages(1);
-  job.marker = Hex("02 01 77 77");
-  const ts::Result result = ExpectAsPlain(job);
-  EXPECT_TRUE(Has(result, "page_0258_jobid_000042_0000.dat"));
-  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), Hex("03 01"));
+  JobCase job = pages(1);
+  job.marker = hex("02 01 77 77");
+  const ts::Result result = expectAsPlain(job);
+  EXPECT_TRUE(has(result, "page_0258_jobid_000042_0000.dat"));
+  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), hex("03 01"));
 }
 
 TEST(Counter, NeverOverwritesAnEarlierFrame) {
-  JobCase job = Pages(2);
+  JobCase job = pages(2);
   job.framesThere = {"page_0001_jobid_000042_0000.dat", "page_0001_jobid_000042_0001.dat",
                      "page_0002_jobid_000042_0001.dat"};
-  const ts::Result result = ExpectAsPlain(job);
-  EXPECT_TRUE(Has(result, "page_0001_jobid_000042_0002.dat"));
-  EXPECT_TRUE(Has(result, "page_0002_jobid_000042_0000.dat"));
+  const ts::Result result = expectAsPlain(job);
+  EXPECT_TRUE(has(result, "page_0001_jobid_000042_0002.dat"));
+  EXPECT_TRUE(has(result, "page_0002_jobid_000042_0000.dat"));
 }
 
 TEST(Counter, ReadsTheJobNumberFromAtMostTwentyCharacters) {
@@ -122,9 +122,9 @@ TEST(Counter, ReadsTheJobNumberFromAtMostTwentyCharacters) {
       {std::string(20, '0') + "1234", "000000"}};  // twenty zeros, then the digits
   for (const auto& [id, shown] : ids) {
     SCOPED_TRACE(id);
-    JobCase job = Pages(1);
+    JobCase job = pages(1);
     job.jobId = id;
-    EXPECT_TRUE(Has(ExpectAsPlain(job), "page_0001_jobid_" + shown + "_0000.dat"));
+    EXPECT_TRUE(has(expectAsPlain(job), "page_0001_jobid_" + shown + "_0000.dat"));
   }
 }
 
@@ -139,54 +139,54 @@ TEST(Counter, NamesTheCounterFileAfterTheQueueWithUnprintableBytesReplaced) {
       {"", ""}};
   for (const auto& [queue, name] : queues) {
     SCOPED_TRACE(name);
-    JobCase job = Pages(1);
+    JobCase job = pages(1);
     job.queue = queue;
-    EXPECT_TRUE(Has(ExpectAsPlain(job), name + ".pgc"));
+    EXPECT_TRUE(has(expectAsPlain(job), name + ".pgc"));
   }
 }
 
 TEST(Counter, TakesAnUnsetQueueForAnEmptyName) {
-  JobCase job = Pages(1);
+  JobCase job = pages(1);
   job.queue.reset();
-  EXPECT_TRUE(Has(ExpectAsPlain(job), ".pgc"));
+  EXPECT_TRUE(has(expectAsPlain(job), ".pgc"));
 }
 
 TEST(Counter, NeverLeavesTheDataDirectoryForAQueueName) {
   // Such a job is counted 1, 2, ... as if its counter file could not be opened.
   for (const char* queue : {"a/b", "../evil", "/tmp/evil", "..", "."}) {
     SCOPED_TRACE(queue);
-    JobCase job = Pages(2);
+    JobCase job = pages(2);
     job.queue = queue;
-    ExpectAsPlain(job);
+    expectAsPlain(job);
   }
 }
 
 TEST(Counter, SurvivesQueueNamesThatAreTooLongForAFile) {
   for (const std::size_t length : {250U, 251U, 252U, 259U, 260U, 300U, 2000U}) {
     SCOPED_TRACE(length);
-    JobCase job = Pages(2);
+    JobCase job = pages(2);
     job.queue = std::string(length, 'q');
     // 251 characters and ".pgc" are the longest name that a file system takes.
-    EXPECT_EQ(Has(ExpectAsPlain(job), std::string(length, 'q') + ".pgc"), length <= 251);
+    EXPECT_EQ(has(expectAsPlain(job), std::string(length, 'q') + ".pgc"), length <= 251);
   }
 }
 
 TEST(Counter, GoesOnFromJobToJob) {
   ts::Sandbox box;
-  box.Write("tmp/test.ppd", ts::PpdText().Text());
+  box.write("tmp/test.ppd", ts::PpdText().text());
   ts::Run run;
-  run.ppd = ts::Sandbox::Inside("tmp/test.ppd");
-  run.inputBytes = ts::WriteStream({{ts::MakeHeader(8, 1, 8), ts::Uniform(8, 1, 255)}});
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(box.Start(run).status, 0);
+  run.ppd = ts::Sandbox::inside("tmp/test.ppd");
+  run.inputBytes = ts::writeStream({{ts::makeHeader(8, 1, 8), ts::uniform(8, 1, 255)}});
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(box.start(run).status, 0);
   run.printer = "other";
-  const ts::Result result = box.Start(run);
-  EXPECT_TRUE(Has(result, "page_0001_jobid_000042_0000.dat"));
-  EXPECT_TRUE(Has(result, "page_0002_jobid_000042_0000.dat"));
-  EXPECT_TRUE(Has(result, "page_0003_jobid_000042_0000.dat"));
-  EXPECT_TRUE(Has(result, "page_0001_jobid_000042_0001.dat"))
+  const ts::Result result = box.start(run);
+  EXPECT_TRUE(has(result, "page_0001_jobid_000042_0000.dat"));
+  EXPECT_TRUE(has(result, "page_0002_jobid_000042_0000.dat"));
+  EXPECT_TRUE(has(result, "page_0003_jobid_000042_0000.dat"));
+  EXPECT_TRUE(has(result, "page_0001_jobid_000042_0001.dat"))
       << "the other queue counts for itself";
-  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), Hex("04 00"));
-  EXPECT_EQ(result.files.at(kDataDir + "other.pgc"), Hex("02 00"));
+  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), hex("04 00"));
+  EXPECT_EQ(result.files.at(kDataDir + "other.pgc"), hex("02 00"));
 }
 
 }  // namespace kestra::blackbox

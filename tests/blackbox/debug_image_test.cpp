@@ -19,34 +19,34 @@ TEST(DebugImage, HasAHeaderThatDisagreesWithItsData) {
   JobCase job;
   std::vector<std::uint8_t> pixels;
   for (int i = 0; i < 20; ++i) pixels.push_back(static_cast<std::uint8_t>(i * 10));
-  job.pages.push_back({ts::MakeHeader(10, 2, 10), pixels});
-  const std::string image = Image(ExpectAsPlain(job), "origin_#_0.bmp");
+  job.pages.push_back({ts::makeHeader(10, 2, 10), pixels});
+  const std::string image = imageNamed(expectAsPlain(job), "origin_#_0.bmp");
   ASSERT_EQ(image.size(), 1078U + 20);
   EXPECT_EQ(
       image.substr(0, 54),
-      Hex("42 4D 4E 04 00 00 00 00 00 00 36 04 00 00 28 00 00 00 0A 00 00 00 02 00 00 00 01 00 "
+      hex("42 4D 4E 04 00 00 00 00 00 00 36 04 00 00 28 00 00 00 0A 00 00 00 02 00 00 00 01 00 "
           "08 00 00 00 00 00 18 00 00 00 00 00 00 00 00 00 00 00 00 01 00 00 00 01 00 00"));
-  EXPECT_EQ(image.substr(54, 8), Hex("00 00 00 00 01 01 01 00"));
-  EXPECT_EQ(image.substr(1074, 4), Hex("FF FF FF 00"));
+  EXPECT_EQ(image.substr(54, 8), hex("00 00 00 00 01 01 01 00"));
+  EXPECT_EQ(image.substr(1074, 4), hex("FF FF FF 00"));
   EXPECT_EQ(image.substr(1078), std::string(pixels.begin(), pixels.end()));
 }
 
 TEST(DebugImage, ShowsTheProcessedPageUnpacked) {
   // Width 5, solid: rows 1 1 1 1 1 0 0 0 in memory, of which the first 10 bytes are written.
   JobCase job;
-  job.AddPage(5, 2, "solid");
-  EXPECT_EQ(Image(ExpectAsPlain(job), "dithered_#_1.bmp").substr(1078),
-            Hex("01 01 01 01 01 00 00 00 01 01"));
+  job.addPage(5, 2, "solid");
+  EXPECT_EQ(imageNamed(expectAsPlain(job), "dithered_#_1.bmp").substr(1078),
+            hex("01 01 01 01 01 00 00 00 01 01"));
 }
 
 TEST(DebugImage, ShowsTheNegativePageWithItsComplementedPadding) {
   // 1 becomes 254 = FE, the padding 0 becomes FF.
   JobCase job;
-  job.Choose("NegativeImage", "True");
+  job.choose("NegativeImage", "True");
   job.settings.negativeImage = 1;
-  job.AddPage(5, 2, "solid");
-  EXPECT_EQ(Image(ExpectAsPlain(job), "dithered_#_1.bmp").substr(1078),
-            Hex("FE FE FE FE FE FF FF FF FE FE"));
+  job.addPage(5, 2, "solid");
+  EXPECT_EQ(imageNamed(expectAsPlain(job), "dithered_#_1.bmp").substr(1078),
+            hex("FE FE FE FE FE FF FF FF FE FE"));
 }
 
 TEST(DebugImage, ShowsThePageBeforeTheBarcodeChange) {
@@ -56,8 +56,8 @@ TEST(DebugImage, ShowsThePageBeforeTheBarcodeChange) {
   job.settings.barcode = 1;
   std::vector<std::uint8_t> pixels(400 * 9, 0);
   pixels[2 * 400 + 350] = 255;
-  job.pages.push_back({ts::MakeHeader(400, 9, 400), pixels});
-  const std::string image = Image(ExpectAsPlain(job), "dithered_#_1.bmp");
+  job.pages.push_back({ts::makeHeader(400, 9, 400), pixels});
+  const std::string image = imageNamed(expectAsPlain(job), "dithered_#_1.bmp");
   EXPECT_EQ(image.find('\0', 1078), std::string::npos) << "no dash is in the picture";
 }
 
@@ -65,17 +65,17 @@ TEST(DebugImage, TakesTheOriginalFromTheStartOfTheBufferWhenLinesAreLonger) {
   // 2 lines of 6 bytes, width 4: 8 bytes from the start, so bytes of the first line's end are in
   // it.
   JobCase job;
-  job.pages.push_back({ts::MakeHeader(4, 2, 6), {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}});
-  EXPECT_EQ(Image(ExpectAsPlain(job), "origin_#_0.bmp").substr(1078),
-            Hex("01 02 03 04 05 06 07 08"));
+  job.pages.push_back({ts::makeHeader(4, 2, 6), {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}});
+  EXPECT_EQ(imageNamed(expectAsPlain(job), "origin_#_0.bmp").substr(1078),
+            hex("01 02 03 04 05 06 07 08"));
 }
 
 TEST(DebugImage, CountsThroughTheJobAndNamesTheTimeWithoutLeadingZeros) {
   JobCase job;
-  job.AddPage(8, 1, "solid");
-  job.AddPage(8, 1, "solid");
+  job.addPage(8, 1, "solid");
+  job.addPage(8, 1, "solid");
   const std::time_t before = std::time(nullptr);
-  const ts::Result result = ExpectAsPlain(job);
+  const ts::Result result = expectAsPlain(job);
   const std::time_t after = std::time(nullptr);
   int images = 0;
   for (const auto& [name, bytes] : result.files) {
@@ -92,7 +92,7 @@ TEST(DebugImage, CountsThroughTheJobAndNamesTheTimeWithoutLeadingZeros) {
     EXPECT_GE(counter, 0);
     EXPECT_LE(counter, 3);
     // Written back without leading zeros it must be the same text.
-    EXPECT_EQ(times, plain::Format("_%d-%d-%d_%d_%d_%d_%d.bmp", time.tm_year, time.tm_mon,
+    EXPECT_EQ(times, plain::format("_%d-%d-%d_%d_%d_%d_%d.bmp", time.tm_year, time.tm_mon,
                                    time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec, counter));
     time.tm_year -= 1900;
     time.tm_mon -= 1;

@@ -8,14 +8,14 @@ namespace kestra::blackbox {
 
 namespace ts = testing_support;
 
-ts::StreamPage DrawnPage(unsigned width, unsigned height, const Drawing& white) {
-  const std::string bytes = DrawnBytes(width, height, white);
-  ts::StreamPage page = {ts::MakeHeader(width, height, width), {bytes.begin(), bytes.end()}};
+ts::StreamPage drawnPage(unsigned width, unsigned height, const Drawing& white) {
+  const std::string bytes = drawnBytes(width, height, white);
+  ts::StreamPage page = {ts::makeHeader(width, height, width), {bytes.begin(), bytes.end()}};
   page.pixels.back() = 100;
   return page;
 }
 
-std::string DrawnBytes(unsigned width, unsigned height, const Drawing& white) {
+std::string drawnBytes(unsigned width, unsigned height, const Drawing& white) {
   std::string bytes;
   for (unsigned y = 0; y < height; ++y) {
     for (unsigned x = 0; x < width; ++x) bytes += white(x, y) ? '\xFF' : '\0';
@@ -24,24 +24,25 @@ std::string DrawnBytes(unsigned width, unsigned height, const Drawing& white) {
   return bytes;
 }
 
-JobCase DrawnJob(int halftone, int barcode, unsigned width, unsigned height, const Drawing& white) {
+JobCase drawnJob(int halftone, int barcode, unsigned width, unsigned height, const Drawing& white) {
   JobCase job;
-  job.Halftone(halftone);
-  job.Barcode(barcode);
-  job.pages.push_back(DrawnPage(width, height, white));
+  job.halftone(halftone);
+  job.barcode(barcode);
+  job.pages.push_back(drawnPage(width, height, white));
   return job;
 }
 
-std::vector<std::string> PrintDrawn(int halftone, int barcode, unsigned width, unsigned height,
+std::vector<std::string> printDrawn(int halftone, int barcode, unsigned width, unsigned height,
                                     const Drawing& white) {
-  const ts::Result result = ExpectAsPlain(DrawnJob(halftone, barcode, width, height, white));
+  const ts::Result result = expectAsPlain(drawnJob(halftone, barcode, width, height, white));
   // The debug image is written between the halftone and the barcode rules.
-  EXPECT_TRUE(Image(result, "dithered_#_1.bmp").substr(1078) == DrawnBytes(width, height, white))
+  EXPECT_TRUE(imageNamed(result, "dithered_#_1.bmp").substr(1078) ==
+              drawnBytes(width, height, white))
       << "the halftone did not hand the drawing on";
-  return FrameRows(OnlyFrame(result), width);
+  return frameRows(onlyFrame(result), width);
 }
 
-std::vector<std::string> DrawnRows(unsigned width, unsigned height, const Drawing& white) {
+std::vector<std::string> drawnRows(unsigned width, unsigned height, const Drawing& white) {
   std::vector<std::string> rows(height, std::string(width, '.'));
   for (unsigned y = 0; y < height; ++y) {
     for (unsigned x = 0; x < width; ++x) {
@@ -52,7 +53,7 @@ std::vector<std::string> DrawnRows(unsigned width, unsigned height, const Drawin
   return rows;
 }
 
-std::vector<std::string> FrameRows(const std::string& frame, unsigned width) {
+std::vector<std::string> frameRows(const std::string& frame, unsigned width) {
   const auto byte = [&frame](std::size_t at) { return static_cast<unsigned char>(frame.at(at)); };
   const std::size_t record = byte(18) + 256U * byte(19);
   const std::size_t height = byte(20) + 256U * byte(21);

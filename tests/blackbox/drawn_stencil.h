@@ -19,23 +19,23 @@ using Drawing = std::function<bool(unsigned x, unsigned y)>;
 // falls into them. So the threshold is 100, and tone curve and sharpening leave 0 and 255 alone. A
 // dot beside black ones passes on less than 73 levels, too few to lift a 0 above 100. The last
 // pixel itself must stand in white: sharpening then makes it 0, and its error goes nowhere.
-testing_support::StreamPage DrawnPage(unsigned width, unsigned height, const Drawing& white);
+testing_support::StreamPage drawnPage(unsigned width, unsigned height, const Drawing& white);
 
 // The bytes 255 and 0 of the finished page: the drawing with 0 for the last pixel, rows unpadded.
-std::string DrawnBytes(unsigned width, unsigned height, const Drawing& white);
+std::string drawnBytes(unsigned width, unsigned height, const Drawing& white);
 
 // A job of that page, halftone 8 or 9.
-JobCase DrawnJob(int halftone, int barcode, unsigned width, unsigned height, const Drawing& white);
+JobCase drawnJob(int halftone, int barcode, unsigned width, unsigned height, const Drawing& white);
 
 // Runs the job, expects that the halftone gave the drawing and that the plain version agrees with
 // everything. Returns the rows of dots as text, '#' for a dot and '.' for paper.
-std::vector<std::string> PrintDrawn(int halftone, int barcode, unsigned width, unsigned height,
+std::vector<std::string> printDrawn(int halftone, int barcode, unsigned width, unsigned height,
                                     const Drawing& white);
 
 // The rows of the drawing in the same letters, before any barcode rule.
-std::vector<std::string> DrawnRows(unsigned width, unsigned height, const Drawing& white);
+std::vector<std::string> drawnRows(unsigned width, unsigned height, const Drawing& white);
 
 // Pixels of the rows of a frame as such text.
-std::vector<std::string> FrameRows(const std::string& frame, unsigned width);
+std::vector<std::string> frameRows(const std::string& frame, unsigned width);
 
 }  // namespace kestra::blackbox

@@ -16,20 +16,20 @@ class HalftoneType : public ::testing::TestWithParam<int> {};
 
 TEST_P(HalftoneType, PrintsEveryPictureAsThePlainVersionDoes) {
   JobCase job;
-  job.Halftone(GetParam());
-  for (const char* picture : kPictures) job.AddPage(120, 67, picture);
-  ExpectAsPlain(job);
+  job.halftone(GetParam());
+  for (const char* picture : kPictures) job.addPage(120, 67, picture);
+  expectAsPlain(job);
 }
 
 TEST_P(HalftoneType, PrintsPagesOfEverySmallSize) {
   const unsigned sizes[] = {1, 2, 3, 4, 5, 7, 8, 9, 12, 15, 16, 17, 31, 33};
   JobCase job;
-  job.Halftone(GetParam());
-  for (const unsigned width : sizes) job.AddPage(width, 11, "noise");
-  for (const unsigned height : sizes) job.AddPage(20, height, "photo");
-  job.AddPage(1, 200, "gradient");
-  job.AddPage(811, 1, "gradient");
-  ExpectAsPlain(job);
+  job.halftone(GetParam());
+  for (const unsigned width : sizes) job.addPage(width, 11, "noise");
+  for (const unsigned height : sizes) job.addPage(20, height, "photo");
+  job.addPage(1, 200, "gradient");
+  job.addPage(811, 1, "gradient");
+  expectAsPlain(job);
 }
 
 TEST_P(HalftoneType, PrintsNegativeMirroredAndTonedPages) {
@@ -37,45 +37,45 @@ TEST_P(HalftoneType, PrintsNegativeMirroredAndTonedPages) {
     for (const int flags : {0, 1, 2, 3}) {
       SCOPED_TRACE(std::to_string(brightness) + " " + std::to_string(flags));
       JobCase job;
-      job.Halftone(GetParam());
-      job.Choose("Brightness", std::to_string(brightness));
+      job.halftone(GetParam());
+      job.choose("Brightness", std::to_string(brightness));
       job.settings.brightness = brightness;
-      if ((flags & 1) != 0) job.Choose("MirrorImage", "True");
-      if ((flags & 2) != 0) job.Choose("NegativeImage", "True");
+      if ((flags & 1) != 0) job.choose("MirrorImage", "True");
+      if ((flags & 2) != 0) job.choose("NegativeImage", "True");
       job.settings.mirrorImage = flags & 1;
       job.settings.negativeImage = flags / 2;
-      job.AddPage(50, 23, "photo");
-      job.AddPage(53, 9, "noise", 57);
-      ExpectAsPlain(job);
+      job.addPage(50, 23, "photo");
+      job.addPage(53, 9, "noise", 57);
+      expectAsPlain(job);
     }
   }
 }
 
 TEST_P(HalftoneType, PrintsAPageOfFullHeadWidth) {
   JobCase job;
-  job.Halftone(GetParam());
-  job.AddPage(812, 300, "photo");
-  ExpectAsPlain(job);
+  job.halftone(GetParam());
+  job.addPage(812, 300, "photo");
+  expectAsPlain(job);
 }
 
 INSTANTIATE_TEST_SUITE_P(Classic, HalftoneType, ::testing::Range(0, 8),
-                         [](const auto& each) { return HalftoneName(each.param); });
+                         [](const auto& each) { return halftoneName(each.param); });
 
 TEST(Halftone, ThresholdPrintsFrom129On) {
   JobCase job;
-  job.pages.push_back({testing_support::MakeHeader(8, 1, 8), {0, 128, 129, 255, 127, 130, 1, 200}});
+  job.pages.push_back({testing_support::makeHeader(8, 1, 8), {0, 128, 129, 255, 127, 130, 1, 200}});
   // 128 stays paper, 129 is ink: 0 0 1 1 0 1 0 1 = 0x35.
-  const std::string frame = OnlyFrame(ExpectAsPlain(job));
+  const std::string frame = onlyFrame(expectAsPlain(job));
   EXPECT_EQ(frame.back(), '\x35');
 }
 
 TEST(Halftone, ClampsBrightnessAtItsEnds) {
   for (const auto& [choice, used] : {std::pair("-250", -100), std::pair("101", 100)}) {
     JobCase job;
-    job.Choose("Brightness", choice);
+    job.choose("Brightness", choice);
     job.settings.brightness = used;
-    job.AddPage(40, 10, "gradient");
-    ExpectAsPlain(job);
+    job.addPage(40, 10, "gradient");
+    expectAsPlain(job);
   }
 }
 
@@ -83,18 +83,18 @@ TEST(Halftone, TheSecondNameRunsTheOrderedMethodWithSeventeenLevels) {
   // "FloydSteinberg" is method 1. Level 128: 128 x 16 / 255 = 8, so the cells below 8 of the first
   // matrix row 0 8 2 10 are ink: 1 0 1 0, twice = 0xAA. Error diffusion would give another pattern.
   JobCase job;
-  job.Halftone(1);
-  job.pages.push_back({testing_support::MakeHeader(8, 1, 8), testing_support::Uniform(8, 1, 128)});
-  EXPECT_EQ(OnlyFrame(ExpectAsPlain(job)).back(), '\xAA');
+  job.halftone(1);
+  job.pages.push_back({testing_support::makeHeader(8, 1, 8), testing_support::uniform(8, 1, 128)});
+  EXPECT_EQ(onlyFrame(expectAsPlain(job)).back(), '\xAA');
 }
 
 TEST(Halftone, TheLastClassicNameRunsTheSixteenThresholds) {
   // "StevensonArce" is method 7. Level 128 lies above 0 and 48 of 0 192 48 240: 1 0 1 0 twice;
   // level 60 does as well, 40 only above 0: 1 0 0 0.
   JobCase job;
-  job.Halftone(7);
-  job.pages.push_back({testing_support::MakeHeader(8, 1, 8), {128, 128, 128, 128, 40, 40, 40, 40}});
-  EXPECT_EQ(OnlyFrame(ExpectAsPlain(job)).back(), '\xA8');
+  job.halftone(7);
+  job.pages.push_back({testing_support::makeHeader(8, 1, 8), {128, 128, 128, 128, 40, 40, 40, 40}});
+  EXPECT_EQ(onlyFrame(expectAsPlain(job)).back(), '\xA8');
 }
 
 }  // namespace kestra::blackbox

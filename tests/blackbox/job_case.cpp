@@ -24,20 +24,20 @@ constexpr char kPpd[] = "tmp/test.ppd";
 constexpr char kPages[] = "tmp/pages.ras";
 const std::string kData = std::string(ts::kData) + "/";
 
-std::string Text(const plain::Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
+std::string text(const plain::Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
 
-std::string StreamOf(const JobCase& job) {
-  return job.stream ? *job.stream : ts::WriteStream(job.pages, job.compressed);
+std::string streamOf(const JobCase& job) {
+  return job.stream ? *job.stream : ts::writeStream(job.pages, job.compressed);
 }
 
 // Pages that are refused before their pixels are read.
-bool PixelsAreRead(const cups_page_header2_t& h) {
+bool pixelsAreRead(const cups_page_header2_t& h) {
   const std::uint64_t size = static_cast<std::uint64_t>(h.cupsBytesPerLine) * h.cupsHeight;
   return h.cupsBitsPerPixel == 8 && size > 0 && h.cupsBytesPerLine >= h.cupsWidth &&
          size < (1ULL << 29U);
 }
 
-std::string FirstDifference(const std::string& expected, const std::string& actual) {
+std::string firstDifference(const std::string& expected, const std::string& actual) {
   const auto pair = std::mismatch(expected.begin(), expected.end(), actual.begin(), actual.end());
   std::ostringstream out;
   out << "sizes " << expected.size() << " (wanted) and " << actual.size()
@@ -48,14 +48,14 @@ std::string FirstDifference(const std::string& expected, const std::string& actu
   return out.str();
 }
 
-void ExpectSameFiles(const std::map<std::string, std::string>& expected,
+void expectSameFiles(const std::map<std::string, std::string>& expected,
                      const std::map<std::string, std::string>& actual) {
   for (const auto& [name, bytes] : expected) {
     const auto found = actual.find(name);
     if (found == actual.end()) {
       ADD_FAILURE() << "missing file " << name;
     } else if (found->second != bytes) {
-      ADD_FAILURE() << name << ": " << FirstDifference(bytes, found->second);
+      ADD_FAILURE() << name << ": " << firstDifference(bytes, found->second);
     }
   }
   for (const auto& [name, bytes] : actual) {
@@ -63,22 +63,22 @@ void ExpectSameFiles(const std::map<std::string, std::string>& expected,
   }
 }
 
-plain::Job ToPlainJob(const JobCase& job) {
+plain::Job toPlainJob(const JobCase& job) {
   plain::Job result;
   result.jobId = job.jobId;
   result.queue = job.queue.value_or("");
   result.settings = job.settings;
   if (job.stream) {
-    for (const auto& page : ts::Deliver(*job.stream, PixelsAreRead)) {
-      result.pages.push_back({ToPlain(page.header), page.pixels, page.readable});
+    for (const auto& page : ts::deliver(*job.stream, pixelsAreRead)) {
+      result.pages.push_back({toPlain(page.header), page.pixels, page.readable});
     }
   } else {
     for (const auto& page : job.pages) {
-      result.pages.push_back({ToPlain(page.header), page.pixels, true});
+      result.pages.push_back({toPlain(page.header), page.pixels, true});
     }
   }
   result.place = job.place;
-  result.place.prefix = ts::Sandbox::Prefix();
+  result.place.prefix = ts::Sandbox::prefix();
   result.place.frameFiles = job.framesThere;
   if (job.marker) result.place.marker = plain::Bytes(job.marker->begin(), job.marker->end());
   return result;
@@ -86,46 +86,46 @@ plain::Job ToPlainJob(const JobCase& job) {
 
 }  // namespace
 
-void JobCase::Choose(const std::string& keyword, const std::string& choice) {
+void JobCase::choose(const std::string& keyword, const std::string& choice) {
   if (!options.empty()) options += ' ';
   options += keyword + "=" + choice;
 }
 
-void JobCase::Halftone(int number) {
-  Choose("HalftoneType", HalftoneName(number));
+void JobCase::halftone(int number) {
+  choose("HalftoneType", halftoneName(number));
   settings.halftone = number;
 }
 
-void JobCase::Brightness(int level) {
-  Choose("Brightness", std::to_string(level));
+void JobCase::brightness(int level) {
+  choose("Brightness", std::to_string(level));
   settings.brightness = level;
 }
 
-void JobCase::Mirror() {
-  Choose("MirrorImage", "True");
+void JobCase::mirror() {
+  choose("MirrorImage", "True");
   settings.mirrorImage = 1;
 }
 
-void JobCase::Negative() {
-  Choose("NegativeImage", "True");
+void JobCase::negative() {
+  choose("NegativeImage", "True");
   settings.negativeImage = 1;
 }
 
-void JobCase::Barcode(int number) {
-  Choose("VBarcodeDensity", std::to_string(number));
+void JobCase::barcode(int number) {
+  choose("VBarcodeDensity", std::to_string(number));
   settings.barcode = number;
 }
 
-void JobCase::AddPage(unsigned width, unsigned height, const std::string& picture,
+void JobCase::addPage(unsigned width, unsigned height, const std::string& picture,
                       unsigned bytesPerLine, unsigned dpi) {
   const unsigned line = bytesPerLine == 0 ? width : bytesPerLine;
   pages.push_back(
-      {ts::MakeHeader(width, height, line, dpi), ts::MakePicture(picture, line, height)});
+      {ts::makeHeader(width, height, line, dpi), ts::makePicture(picture, line, height)});
 }
 
-std::string HalftoneName(int number) { return kNames[number]; }
+std::string halftoneName(int number) { return kNames[number]; }
 
-plain::Header ToPlain(const cups_page_header2_t& h) {
+plain::Header toPlain(const cups_page_header2_t& h) {
   plain::Header p;
   p.width = h.cupsWidth;
   p.height = h.cupsHeight;
@@ -146,28 +146,28 @@ plain::Header ToPlain(const cups_page_header2_t& h) {
   return p;
 }
 
-plain::Outcome Predict(const JobCase& job) {
-  plain::Job plainJob = ToPlainJob(job);
+plain::Outcome predict(const JobCase& job) {
+  plain::Job plainJob = toPlainJob(job);
   if (job.marker || !job.framesThere.empty()) plainJob.place.dataDirectoryThere = true;
-  return plain::RunJob(plainJob);
+  return plain::runJob(plainJob);
 }
 
-ts::Run Prepare(const JobCase& job, ts::Sandbox& box) {
-  box.Write(kPpd, job.ppd.Text());
-  if (job.marker) box.Write(kData + plain::MarkerName(job.queue.value_or("")), *job.marker);
-  for (const auto& name : job.framesThere) box.Write(kData + name, "earlier");
+ts::Run prepare(const JobCase& job, ts::Sandbox& box) {
+  box.write(kPpd, job.ppd.text());
+  if (job.marker) box.write(kData + plain::markerName(job.queue.value_or("")), *job.marker);
+  for (const auto& name : job.framesThere) box.write(kData + name, "earlier");
   ts::Run run;
   run.arguments = {job.jobId, "user", "title", "1", job.options};
-  run.ppd = ts::Sandbox::Inside(kPpd);
+  run.ppd = ts::Sandbox::inside(kPpd);
   run.printer = job.queue;
   run.fileSizeLimit = job.fileSizeLimit;
   run.asNobody = job.asNobody;
   run.listener = job.listener;
   run.milestones = job.milestones;
-  const std::string stream = StreamOf(job);
+  const std::string stream = streamOf(job);
   if (job.fileArgument) {
-    box.Write(kPages, stream);
-    run.arguments.push_back(ts::Sandbox::Inside(kPages));
+    box.write(kPages, stream);
+    run.arguments.push_back(ts::Sandbox::inside(kPages));
     run.input = ts::Input::kDevNull;
   } else {
     run.inputBytes = stream;
@@ -176,51 +176,51 @@ ts::Run Prepare(const JobCase& job, ts::Sandbox& box) {
   return run;
 }
 
-ts::Result RunFilter(const JobCase& job) {
+ts::Result runFilter(const JobCase& job) {
   using Where = ts::Sandbox::Where;
   ts::Sandbox box(job.manyFiles ? Where::kMemory : Where::kCurrentDirectory);
-  return box.Start(Prepare(job, box));
+  return box.start(prepare(job, box));
 }
 
-bool IsInput(const std::string& file) { return file == kPpd || file == kPages; }
+bool isInput(const std::string& file) { return file == kPpd || file == kPages; }
 
-ts::Result ExpectAsPlain(const JobCase& job) {
-  const plain::Outcome expected = Predict(job);
-  ts::Result result = RunFilter(job);
+ts::Result expectAsPlain(const JobCase& job) {
+  const plain::Outcome expected = predict(job);
+  ts::Result result = runFilter(job);
 
   std::map<std::string, std::string> files;
-  for (const auto& [name, bytes] : expected.frames) files[kData + name] = Text(bytes);
+  for (const auto& [name, bytes] : expected.frames) files[kData + name] = text(bytes);
   for (const auto& name : job.framesThere) files[kData + name] = "earlier";
-  if (expected.marker) files[kData + expected.markerName] = Text(*expected.marker);
+  if (expected.marker) files[kData + expected.markerName] = text(*expected.marker);
   for (const auto& image : expected.debugImages) {
-    files[std::string(ts::kSpool) + "/" + image.name] = Text(image.bytes);
+    files[std::string(ts::kSpool) + "/" + image.name] = text(image.bytes);
   }
   if (expected.sideFile) files["tmp/xxxxx.log"] = *expected.sideFile;
   std::map<std::string, std::string> found;
   for (const auto& [name, bytes] : result.files) {
-    if (!IsInput(name)) found[ts::MaskImageName(name)] = bytes;
+    if (!isInput(name)) found[ts::maskImageName(name)] = bytes;
   }
 
   EXPECT_EQ(result.signal, 0);
   EXPECT_EQ(result.status, expected.status);
   if (job.listener == ts::Listener::kReads) {
-    EXPECT_EQ(result.output, Text(expected.output));
+    EXPECT_EQ(result.output, text(expected.output));
   }
-  EXPECT_EQ(ts::CompareLogs(expected.log, result.messages), "");
-  ExpectSameFiles(files, found);
+  EXPECT_EQ(ts::compareLogs(expected.log, result.messages), "");
+  expectSameFiles(files, found);
   return result;
 }
 
-std::string Image(const ts::Result& result, const std::string& maskedName) {
+std::string imageNamed(const ts::Result& result, const std::string& maskedName) {
   for (const auto& [name, bytes] : result.files) {
-    const std::string masked = ts::MaskImageName(name);
+    const std::string masked = ts::maskImageName(name);
     if (masked == std::string(ts::kSpool) + "/" + maskedName) return bytes;
   }
   ADD_FAILURE() << "no image " << maskedName;
   return "";
 }
 
-std::string OnlyFrame(const ts::Result& result) {
+std::string onlyFrame(const ts::Result& result) {
   std::vector<std::string> frames;
   for (const auto& [name, bytes] : result.files) {
     if (name.find("/page_") != std::string::npos) frames.push_back(bytes);
@@ -229,7 +229,7 @@ std::string OnlyFrame(const ts::Result& result) {
   return frames.size() == 1 ? frames[0] : "";
 }
 
-std::string Hex(const std::string& pairs) {
+std::string hex(const std::string& pairs) {
   std::istringstream in(pairs);
   std::string bytes;
   for (std::string pair; in >> pair;) bytes += static_cast<char>(std::stoi(pair, nullptr, 16));

@@ -39,46 +39,46 @@ struct JobCase {
   std::function<void(testing_support::Sandbox&)> prepare;  // last thing before the start
 
   // Adds "keyword=choice" to the options.
-  void Choose(const std::string& keyword, const std::string& choice);
+  void choose(const std::string& keyword, const std::string& choice);
   // Each sets a choice in options and settings: the halftone with this number (0..9), brightness
   // (a choice of the PPD), mirror, negative, the barcode choice (0..3).
-  void Halftone(int number);
-  void Brightness(int level);
-  void Mirror();
-  void Negative();
-  void Barcode(int number);
-  void AddPage(unsigned width, unsigned height, const std::string& picture,
+  void halftone(int number);
+  void brightness(int level);
+  void mirror();
+  void negative();
+  void barcode(int number);
+  void addPage(unsigned width, unsigned height, const std::string& picture,
                unsigned bytesPerLine = 0, unsigned dpi = 203);
 };
 
 // Name of the halftone choice with this number (0..9).
-std::string HalftoneName(int number);
+std::string halftoneName(int number);
 
-plain::Header ToPlain(const cups_page_header2_t& header);
+plain::Header toPlain(const cups_page_header2_t& header);
 
 // The plain version's outcome of the case.
-plain::Outcome Predict(const JobCase& job);
+plain::Outcome predict(const JobCase& job);
 
 // Fills a tree with the job's files and returns what is to be started there.
-testing_support::Run Prepare(const JobCase& job, testing_support::Sandbox& box);
+testing_support::Run prepare(const JobCase& job, testing_support::Sandbox& box);
 
 // Runs the filter alone.
-testing_support::Result RunFilter(const JobCase& job);
+testing_support::Result runFilter(const JobCase& job);
 
 // Files of a run that are the test's own (PPD, stream).
-bool IsInput(const std::string& file);
+bool isInput(const std::string& file);
 
 // The debug image with this masked name ("dithered_#_1.bmp"); an empty text and a failure if there
 // is none. Its pixels start at byte 1078.
-std::string Image(const testing_support::Result& result, const std::string& maskedName);
+std::string imageNamed(const testing_support::Result& result, const std::string& maskedName);
 
 // Runs both, expects that all agree, returns what the filter did.
-testing_support::Result ExpectAsPlain(const JobCase& job);
+testing_support::Result expectAsPlain(const JobCase& job);
 
 // The bytes of the only new frame; an empty text and a failure if there is not exactly one.
-std::string OnlyFrame(const testing_support::Result& result);
+std::string onlyFrame(const testing_support::Result& result);
 
 // Text of hexadecimal pairs ("1B 73 01") to bytes.
-std::string Hex(const std::string& pairs);
+std::string hex(const std::string& pairs);
 
 }  // namespace kestra::blackbox

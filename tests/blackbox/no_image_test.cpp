@@ -11,24 +11,24 @@ namespace ts = testing_support;
 
 namespace {
 
-ts::StreamPage BadPage(unsigned height = 4, unsigned dpi = 203) {
-  return {ts::MakeHeader(0, height, 16, dpi), ts::Noise(16, height, 1)};
+ts::StreamPage badPage(unsigned height = 4, unsigned dpi = 203) {
+  return {ts::makeHeader(0, height, 16, dpi), ts::noise(16, height, 1)};
 }
 
-JobCase Job(int halftone, const std::vector<ts::StreamPage>& pages) {
+JobCase jobOf(int halftone, const std::vector<ts::StreamPage>& pages) {
   JobCase job;
-  job.Halftone(halftone);
-  job.stream = ts::RawStream(pages);
+  job.halftone(halftone);
+  job.stream = ts::rawStream(pages);
   return job;
 }
 
-std::string FrameOfPage(const ts::Result& result, int page) {
+std::string frameOfPage(const ts::Result& result, int page) {
   const std::string name = "page_000" + std::to_string(page) + "_jobid_000042_0000.dat";
   return result.files.at(std::string(ts::kData) + "/" + name);
 }
 
 // 16 x 2: all dots but the left half of the second row (and the last pixel).
-bool OneGap(unsigned x, unsigned y) { return x >= 8 || y == 0; }
+bool oneGap(unsigned x, unsigned y) { return x >= 8 || y == 0; }
 
 constexpr char kMissing[] = "ERROR:printImage: pimage is NULL, unable to print the image\n";
 
@@ -41,17 +41,17 @@ TEST_P(NoImage, PrintsTheStencilOfThePageBeforeFromItsPackedBlock) {
   // four bytes then: FF FF 00 FE 12 x FF | 8 x 00 7 x FF 00. Packed again, any byte but 0 a dot:
   // 1101 1111 = DF, FF | 00, FE. The label block says 0 dots width and the bad page's 4 rows;
   // records are as long as 16 dots ask for, and there are 2 rows.
-  const ts::Result result = ExpectAsPlain(Job(GetParam(), {DrawnPage(16, 2, OneGap), BadPage()}));
-  EXPECT_EQ(Image(result, "dithered_#_1.bmp").substr(1078), DrawnBytes(16, 2, OneGap));
-  EXPECT_EQ(Image(result, "dithered_#_3.bmp").substr(1078),
-            Hex("FF FF 00 FE") + std::string(12, '\xFF') + std::string(8, '\0') +
+  const ts::Result result = expectAsPlain(jobOf(GetParam(), {drawnPage(16, 2, oneGap), badPage()}));
+  EXPECT_EQ(imageNamed(result, "dithered_#_1.bmp").substr(1078), drawnBytes(16, 2, oneGap));
+  EXPECT_EQ(imageNamed(result, "dithered_#_3.bmp").substr(1078),
+            hex("FF FF 00 FE") + std::string(12, '\xFF') + std::string(8, '\0') +
                 std::string(7, '\xFF') + std::string(1, '\0'));
   const std::string margin(50, '\0');
-  EXPECT_EQ(FrameOfPage(result, 1).substr(22),
-            Hex("10 00") + margin + Hex("FF FF") + Hex("07 00") + margin + Hex("00 FE"));
-  EXPECT_EQ(FrameOfPage(result, 2),
-            Hex("53 49 5A 01 00 00 04 00 0F 00 00 00 02 00 1D 76 30 00 36 00 02 00") +
-                Hex("0F 00") + margin + Hex("DF FF") + Hex("07 00") + margin + Hex("00 FE"));
+  EXPECT_EQ(frameOfPage(result, 1).substr(22),
+            hex("10 00") + margin + hex("FF FF") + hex("07 00") + margin + hex("00 FE"));
+  EXPECT_EQ(frameOfPage(result, 2),
+            hex("53 49 5A 01 00 00 04 00 0F 00 00 00 02 00 1D 76 30 00 36 00 02 00") +
+                hex("0F 00") + margin + hex("DF FF") + hex("07 00") + margin + hex("00 FE"));
   EXPECT_EQ(result.status, 0);
 }
 
@@ -59,21 +59,21 @@ TEST_P(NoImage, TakesMarginAndLabelFromTheBadPage) {
   // 300 dpi: 1200 printable dots, margin ((1200 - 16) / 2 + 7) / 8 = 74.9 -> 74, record 78 = 4E;
   // 2 mm gap = 23.6 -> 23; 5 rows.
   const ts::Result result =
-      ExpectAsPlain(Job(GetParam(), {DrawnPage(16, 2, OneGap), BadPage(5, 300)}));
-  EXPECT_EQ(FrameOfPage(result, 2).substr(0, 22),
-            Hex("53 49 5A 01 00 00 05 00 17 00 00 00 02 00 1D 76 30 00 4E 00 02 00"));
+      expectAsPlain(jobOf(GetParam(), {drawnPage(16, 2, oneGap), badPage(5, 300)}));
+  EXPECT_EQ(frameOfPage(result, 2).substr(0, 22),
+            hex("53 49 5A 01 00 00 05 00 17 00 00 00 02 00 1D 76 30 00 4E 00 02 00"));
 }
 
 TEST_P(NoImage, PrintsNothingBeforeTheFirstGoodPage) {
   const ts::Result result =
-      ExpectAsPlain(Job(GetParam(), {BadPage(), BadPage(), DrawnPage(16, 2, OneGap)}));
+      expectAsPlain(jobOf(GetParam(), {badPage(), badPage(), drawnPage(16, 2, oneGap)}));
   // Two original images, then the pair of the good page: the missing images count nothing.
-  Image(result, "origin_#_0.bmp");
-  Image(result, "origin_#_1.bmp");
-  Image(result, "origin_#_2.bmp");
-  EXPECT_EQ(Image(result, "dithered_#_3.bmp").substr(1078), DrawnBytes(16, 2, OneGap));
-  EXPECT_EQ(FrameOfPage(result, 1).substr(12, 2), Hex("01 00"));
-  EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), Hex("02 00"));
+  imageNamed(result, "origin_#_0.bmp");
+  imageNamed(result, "origin_#_1.bmp");
+  imageNamed(result, "origin_#_2.bmp");
+  EXPECT_EQ(imageNamed(result, "dithered_#_3.bmp").substr(1078), drawnBytes(16, 2, oneGap));
+  EXPECT_EQ(frameOfPage(result, 1).substr(12, 2), hex("01 00"));
+  EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), hex("02 00"));
   const std::size_t first = result.messages.find(kMissing);
   ASSERT_NE(first, std::string::npos);
   EXPECT_NE(result.messages.find(kMissing, first + 1), std::string::npos);
@@ -84,28 +84,29 @@ TEST_P(NoImage, ComesBackAfterEveryMixOfGoodAndBadPages) {
     for (const bool negative : {false, true}) {
       SCOPED_TRACE(barcode + (negative ? 10 : 0));
       const auto good = [](unsigned width, unsigned height, const char* picture) {
-        return ts::StreamPage{ts::MakeHeader(width, height, width),
-                              ts::MakePicture(picture, width, height)};
+        return ts::StreamPage{ts::makeHeader(width, height, width),
+                              ts::makePicture(picture, width, height)};
       };
-      JobCase job = Job(GetParam(), {BadPage(), good(50, 23, "photo"), BadPage(1), BadPage(30, 300),
-                                     good(813, 20, "bars"), BadPage(), BadPage(), BadPage(),
-                                     good(5, 3, "noise"), BadPage(2), good(16, 16, "text")});
-      job.Barcode(barcode);
-      if (negative) job.Negative();
-      ExpectAsPlain(job);
+      JobCase job =
+          jobOf(GetParam(), {badPage(), good(50, 23, "photo"), badPage(1), badPage(30, 300),
+                             good(813, 20, "bars"), badPage(), badPage(), badPage(),
+                             good(5, 3, "noise"), badPage(2), good(16, 16, "text")});
+      job.barcode(barcode);
+      if (negative) job.negative();
+      expectAsPlain(job);
     }
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(Stencil, NoImage, ::testing::Values(8, 9),
-                         [](const auto& each) { return HalftoneName(each.param); });
+                         [](const auto& each) { return halftoneName(each.param); });
 
 TEST(NoImageClassic, HasNothingLeftToPrint) {
   for (int halftone = 0; halftone < 8; ++halftone) {
-    const ts::StreamPage good = {ts::MakeHeader(16, 4, 16), ts::Noise(16, 4, 2)};
-    const ts::Result result = ExpectAsPlain(Job(halftone, {good, BadPage(), good}));
+    const ts::StreamPage good = {ts::makeHeader(16, 4, 16), ts::noise(16, 4, 2)};
+    const ts::Result result = expectAsPlain(jobOf(halftone, {good, badPage(), good}));
     EXPECT_NE(result.messages.find(kMissing), std::string::npos);
-    EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), Hex("03 00"));
+    EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), hex("03 00"));
   }
 }
 

@@ -27,19 +27,19 @@ struct Seen {
 };
 
 // A page of 1 MB with less and less memory.
-Seen ExpectWholePagesOrNone(int halftone) {
+Seen expectWholePagesOrNone(int halftone) {
   JobCase job;
-  job.Halftone(halftone);
-  job.AddPage(1000, 1000, "photo");
-  const plain::Outcome expected = Predict(job);
+  job.halftone(halftone);
+  job.addPage(1000, 1000, "photo");
+  const plain::Outcome expected = predict(job);
   const auto& page = expected.frames.begin()->second;
   Seen seen;
   for (long limit = 64 * kMegabyte; limit > 8 * kMegabyte; limit -= kMegabyte) {
     SCOPED_TRACE(std::to_string(limit) + " bytes of memory");
     ts::Sandbox box;
-    ts::Run run = Prepare(job, box);
+    ts::Run run = prepare(job, box);
     run.memoryLimit = limit;
-    const ts::Result result = box.Start(run);
+    const ts::Result result = box.start(run);
     constexpr int kNotLoaded = 127;  // no memory for the program itself
     if (result.status == kNotLoaded) break;
     EXPECT_EQ(result.signal, 0) << result.messages;
@@ -66,12 +66,12 @@ class NoMemory : public testing::TestWithParam<int> {};
 
 TEST_P(NoMemory, PrintsAPageWholeOrNotAtAll) {
   if (kSanitized) GTEST_SKIP() << "the address sanitizer needs more memory than there is";
-  const Seen seen = ExpectWholePagesOrNone(GetParam());
+  const Seen seen = expectWholePagesOrNone(GetParam());
   EXPECT_TRUE(seen.printed);
   EXPECT_TRUE(seen.lost);
 }
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, NoMemory, testing::Values(0, 1, 3, 8),
-                         [](const auto& each) { return HalftoneName(each.param); });
+                         [](const auto& each) { return halftoneName(each.param); });
 
 }  // namespace kestra::blackbox

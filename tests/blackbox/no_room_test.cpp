@@ -13,68 +13,68 @@ namespace ts = testing_support;
 
 namespace {
 
-JobCase TwoPages() {
+JobCase twoPages() {
   JobCase job;
-  job.AddPage(16, 4, "noise");
-  job.AddPage(24, 3, "photo");
+  job.addPage(16, 4, "noise");
+  job.addPage(24, 3, "photo");
   return job;
 }
 
 }  // namespace
 
 TEST(NoRoom, PrintsOnWithoutTheSpoolDirectory) {
-  JobCase job = TwoPages();
-  job.prepare = [](ts::Sandbox& box) { box.Remove(ts::kSpool); };
+  JobCase job = twoPages();
+  job.prepare = [](ts::Sandbox& box) { box.remove(ts::kSpool); };
   job.place.debugImagesOpen = false;
   job.place.framesOpen = false;
-  const ts::Result result = ExpectAsPlain(job);
+  const ts::Result result = expectAsPlain(job);
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output.size(), 14U);
 }
 
 TEST(NoRoom, LosesFramesSilentlyInAClosedDataDirectory) {
-  JobCase job = TwoPages();
+  JobCase job = twoPages();
   job.asNobody = true;
   job.marker = "";  // cannot be replaced in a closed directory
-  job.prepare = [](ts::Sandbox& box) { box.Permit(ts::kData, 0555); };
+  job.prepare = [](ts::Sandbox& box) { box.permit(ts::kData, 0555); };
   job.place.framesOpen = false;
   job.place.markerOpen = false;
-  const ts::Result result = ExpectAsPlain(job);
+  const ts::Result result = expectAsPlain(job);
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output.size(), 14U);
   EXPECT_EQ(result.messages.find("DumpPageToFile"), std::string::npos);
 }
 
 TEST(NoRoom, PrintsOnInAClosedSpoolDirectory) {
-  JobCase job = TwoPages();
+  JobCase job = twoPages();
   job.asNobody = true;
-  job.prepare = [](ts::Sandbox& box) { box.Permit(ts::kSpool, 0555); };
+  job.prepare = [](ts::Sandbox& box) { box.permit(ts::kSpool, 0555); };
   job.place.debugImagesOpen = false;
   job.place.framesOpen = false;
-  EXPECT_EQ(ExpectAsPlain(job).status, 0);
+  EXPECT_EQ(expectAsPlain(job).status, 0);
 }
 
 TEST(NoRoom, CannotReadTheCounterInALockedDataDirectory) {
-  JobCase job = TwoPages();
+  JobCase job = twoPages();
   job.asNobody = true;
-  job.marker = Hex("09 00");
-  job.prepare = [](ts::Sandbox& box) { box.Permit(ts::kData, 0700); };
+  job.marker = hex("09 00");
+  job.prepare = [](ts::Sandbox& box) { box.permit(ts::kData, 0700); };
   if (::geteuid() != 0) GTEST_SKIP() << "needs a second user";
   job.place.framesOpen = false;
   job.place.markerOpen = false;
-  EXPECT_EQ(ExpectAsPlain(job).status, 0);
+  EXPECT_EQ(expectAsPlain(job).status, 0);
 }
 
 TEST(NoRoom, LosesFramesWhenAFileHasTheNameOfTheDataDirectory) {
   ts::Sandbox box;
-  box.Write("tmp/test.ppd", ts::PpdText().Text());
-  box.Write(ts::kData, "in the way");
+  box.write("tmp/test.ppd", ts::PpdText().text());
+  box.write(ts::kData, "in the way");
   ts::Run run;
-  run.ppd = ts::Sandbox::Inside("tmp/test.ppd");
-  run.inputBytes = ts::WriteStream({{ts::MakeHeader(8, 1, 8), ts::Uniform(8, 1, 255)}});
-  const ts::Result result = box.Start(run);
+  run.ppd = ts::Sandbox::inside("tmp/test.ppd");
+  run.inputBytes = ts::writeStream({{ts::makeHeader(8, 1, 8), ts::uniform(8, 1, 255)}});
+  const ts::Result result = box.start(run);
   EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.output, Hex("1B 73 01 00 00 02 01"));
+  EXPECT_EQ(result.output, hex("1B 73 01 00 00 02 01"));
   EXPECT_EQ(result.messages.find("DumpPageToFile"), std::string::npos);
   EXPECT_EQ(result.messages.find("ERROR"), std::string::npos);
   EXPECT_EQ(result.files.at(ts::kData), "in the way");
@@ -82,60 +82,60 @@ TEST(NoRoom, LosesFramesWhenAFileHasTheNameOfTheDataDirectory) {
 }
 
 TEST(NoRoom, IgnoresASideFileThatCannotBeOpened) {
-  JobCase job = TwoPages();
-  job.prepare = [](ts::Sandbox& box) { box.MakeDirectory("tmp/xxxxx.log"); };
+  JobCase job = twoPages();
+  job.prepare = [](ts::Sandbox& box) { box.makeDirectory("tmp/xxxxx.log"); };
   job.place.sideFileOpen = false;
-  EXPECT_EQ(ExpectAsPlain(job).status, 0);
+  EXPECT_EQ(expectAsPlain(job).status, 0);
 }
 
 TEST(NoRoom, MakesTheDataDirectoryAndItsFilesPrivate) {
   ts::Sandbox box;
-  box.Write("tmp/test.ppd", ts::PpdText().Text());
+  box.write("tmp/test.ppd", ts::PpdText().text());
   ts::Run run;
-  run.ppd = ts::Sandbox::Inside("tmp/test.ppd");
-  run.inputBytes = ts::WriteStream({{ts::MakeHeader(8, 1, 8), ts::Uniform(8, 1, 255)}});
-  box.Start(run);
-  EXPECT_EQ(box.Mode(ts::kData), 0700U);
+  run.ppd = ts::Sandbox::inside("tmp/test.ppd");
+  run.inputBytes = ts::writeStream({{ts::makeHeader(8, 1, 8), ts::uniform(8, 1, 255)}});
+  box.start(run);
+  EXPECT_EQ(box.mode(ts::kData), 0700U);
   // The print system starts filters with umask 0077.
-  EXPECT_EQ(box.Mode(std::string(ts::kData) + "/page_0001_jobid_000042_0000.dat"), 0600U);
-  EXPECT_EQ(box.Mode(std::string(ts::kData) + "/label.pgc"), 0600U);
+  EXPECT_EQ(box.mode(std::string(ts::kData) + "/page_0001_jobid_000042_0000.dat"), 0600U);
+  EXPECT_EQ(box.mode(std::string(ts::kData) + "/label.pgc"), 0600U);
 }
 
 TEST(NoRoom, KeepsNoPartOfAFrameThatDoesNotFitAndGoesOn) {
   // 8 x 40 dots: 22 + 40 x (2 + 51 + 1) = 2182 bytes do not fit into 2000; the images (1078 + 320)
   // do, and so does the frame of the second page.
   JobCase job;
-  job.AddPage(8, 40, "noise");
-  job.AddPage(8, 4, "noise");
+  job.addPage(8, 40, "noise");
+  job.addPage(8, 4, "noise");
   job.fileSizeLimit = 2000;
   job.place.largestFrame = 2000;
-  const ts::Result result = ExpectAsPlain(job);
+  const ts::Result result = expectAsPlain(job);
   EXPECT_EQ(result.status, 0);
   const std::string data = std::string(ts::kData) + "/";
   EXPECT_EQ(result.files.count(data + "page_0001_jobid_000042_0000.dat"), 0U);
   EXPECT_EQ(result.files.count(data + "page_0002_jobid_000042_0000.dat"), 1U);
-  EXPECT_EQ(result.files.at(data + "label.pgc"), Hex("03 00"));
+  EXPECT_EQ(result.files.at(data + "label.pgc"), hex("03 00"));
 }
 
 TEST(NoRoom, ReportsAFullDisk) {
-  if (ts::CurrentIsolation() != ts::Isolation::kNamespace) GTEST_SKIP() << "needs a mount";
+  if (ts::currentIsolation() != ts::Isolation::kNamespace) GTEST_SKIP() << "needs a mount";
   // 8 x 100 dots: 22 + 100 x 54 = 5422 bytes on a disk of 4096; 8 x 2 fits.
   JobCase job;
-  job.AddPage(8, 100, "noise");
-  job.AddPage(8, 2, "noise");
+  job.addPage(8, 100, "noise");
+  job.addPage(8, 2, "noise");
   job.place.largestFrame = 4096;
-  const plain::Outcome expected = Predict(job);
+  const plain::Outcome expected = predict(job);
   ts::Sandbox box;
-  box.Write("tmp/test.ppd", job.ppd.Text());
-  box.MakeDirectory(ts::kData);
+  box.write("tmp/test.ppd", job.ppd.text());
+  box.makeDirectory(ts::kData);
   ts::Run run;
-  run.ppd = ts::Sandbox::Inside("tmp/test.ppd");
-  run.inputBytes = ts::WriteStream(job.pages);
+  run.ppd = ts::Sandbox::inside("tmp/test.ppd");
+  run.inputBytes = ts::writeStream(job.pages);
   run.tinyDisk = true;
-  const ts::Result result = box.Start(run);
+  const ts::Result result = box.start(run);
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.signal, 0);
-  EXPECT_EQ(ts::CompareLogs(expected.log, result.messages), "");
+  EXPECT_EQ(ts::compareLogs(expected.log, result.messages), "");
   EXPECT_EQ(result.messages.find("page_0001"), std::string::npos) << "nothing was dumped as page 1";
 }
 

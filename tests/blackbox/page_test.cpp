@@ -10,30 +10,30 @@ namespace ts = testing_support;
 
 TEST(Page, PrintsPagesOfDifferentSizesInOneStream) {
   JobCase job;
-  job.AddPage(400, 60, "photo");
-  job.AddPage(9, 3, "noise");
-  job.AddPage(33, 90, "bars", 40);
-  job.AddPage(800, 7, "text", 0, 300);
-  job.AddPage(12, 12, "solid");
-  ExpectAsPlain(job);
+  job.addPage(400, 60, "photo");
+  job.addPage(9, 3, "noise");
+  job.addPage(33, 90, "bars", 40);
+  job.addPage(800, 7, "text", 0, 300);
+  job.addPage(12, 12, "solid");
+  expectAsPlain(job);
   job.compressed = true;
-  ExpectAsPlain(job);
+  expectAsPlain(job);
   job.fileArgument = true;
-  ExpectAsPlain(job);
+  expectAsPlain(job);
 }
 
 TEST(Page, RecomputesThePrintWidthFromMillimetresForEachPage) {
   // 101.6 mm are 812 dots at 203 dpi and 1200 at 300: margins (812-8)/2 = 402 -> 51 bytes and
   // (1200-8)/2 = 596 -> 75 bytes; record lengths 1 + 2 + 51 = 54 and 1 + 2 + 75 = 78.
   JobCase job;
-  job.AddPage(8, 1, "solid", 0, 203);
-  job.AddPage(8, 1, "solid", 0, 300);
-  job.AddPage(8, 1, "solid", 0, 203);
-  const ts::Result result = ExpectAsPlain(job);
+  job.addPage(8, 1, "solid", 0, 203);
+  job.addPage(8, 1, "solid", 0, 300);
+  job.addPage(8, 1, "solid", 0, 203);
+  const ts::Result result = expectAsPlain(job);
   const std::string data = std::string(ts::kData) + "/page_000";
-  EXPECT_EQ(result.files.at(data + "1_jobid_000042_0000.dat").substr(18, 2), Hex("36 00"));
-  EXPECT_EQ(result.files.at(data + "2_jobid_000042_0000.dat").substr(18, 2), Hex("4E 00"));
-  EXPECT_EQ(result.files.at(data + "3_jobid_000042_0000.dat").substr(18, 2), Hex("36 00"));
+  EXPECT_EQ(result.files.at(data + "1_jobid_000042_0000.dat").substr(18, 2), hex("36 00"));
+  EXPECT_EQ(result.files.at(data + "2_jobid_000042_0000.dat").substr(18, 2), hex("4E 00"));
+  EXPECT_EQ(result.files.at(data + "3_jobid_000042_0000.dat").substr(18, 2), hex("36 00"));
 }
 
 TEST(Page, PrintsSkewedRowsWhenTheWidthIsNoMultipleOfFour) {
@@ -41,11 +41,11 @@ TEST(Page, PrintsSkewedRowsWhenTheWidthIsNoMultipleOfFour) {
     for (const bool negative : {false, true}) {
       SCOPED_TRACE(std::to_string(width) + (negative ? " negative" : ""));
       JobCase job;
-      if (negative) job.Choose("NegativeImage", "True");
+      if (negative) job.choose("NegativeImage", "True");
       job.settings.negativeImage = negative ? 1 : 0;
-      job.AddPage(width, 9, "noise");
-      job.AddPage(width, 1, "solid");
-      ExpectAsPlain(job);
+      job.addPage(width, 9, "noise");
+      job.addPage(width, 1, "solid");
+      expectAsPlain(job);
     }
   }
 }
@@ -54,23 +54,23 @@ TEST(Page, SkewsAFiveDotPageByItsPaddingBytes) {
   // Width 5, rows 8 bytes apart, all ink: 1 1 1 1 1 0 0 0 | 1 1 1 1 1 0 0 0, read 5 by 5:
   // 11111 -> F8, 00011 -> 18.
   JobCase job;
-  job.AddPage(5, 2, "solid");
-  const std::string frame = OnlyFrame(ExpectAsPlain(job));
+  job.addPage(5, 2, "solid");
+  const std::string frame = onlyFrame(expectAsPlain(job));
   // Margin ((812 - 5) / 2 + 7) / 8 = 51.3 -> 51; record = 2 + 51 + 1 = 54 bytes.
   ASSERT_EQ(frame.size(), 22U + 2 * 54);
-  EXPECT_EQ(frame.substr(22 + 53, 1), Hex("F8"));
-  EXPECT_EQ(frame.substr(22 + 54, 2), Hex("02 00"));
-  EXPECT_EQ(frame.substr(22 + 54 + 53, 1), Hex("18"));
+  EXPECT_EQ(frame.substr(22 + 53, 1), hex("F8"));
+  EXPECT_EQ(frame.substr(22 + 54, 2), hex("02 00"));
+  EXPECT_EQ(frame.substr(22 + 54 + 53, 1), hex("18"));
 }
 
 TEST(Page, IgnoresBytesBehindTheWidth) {
   for (const unsigned extra : {1U, 2U, 3U, 4U, 5U, 13U, 100U}) {
     for (const unsigned width : {1U, 5U, 8U, 30U}) {
       JobCase job;
-      job.Halftone(static_cast<int>(extra % 8));
-      job.AddPage(width, 10, "noise", width + extra);
-      job.AddPage(width, 1, "solid", width + extra);
-      ExpectAsPlain(job);
+      job.halftone(static_cast<int>(extra % 8));
+      job.addPage(width, 10, "noise", width + extra);
+      job.addPage(width, 1, "solid", width + extra);
+      expectAsPlain(job);
     }
   }
 }
@@ -80,21 +80,21 @@ TEST(Page, CentresThePageOnTheHead) {
   for (const unsigned width : {8U, 700U, 784U, 796U, 797U, 798U, 799U, 800U, 808U, 812U}) {
     SCOPED_TRACE(width);
     JobCase job;
-    job.AddPage(width, 3, "noise");
-    ExpectAsPlain(job);
+    job.addPage(width, 3, "noise");
+    expectAsPlain(job);
   }
 }
 
 TEST(Page, KeepsMarginZeroUpToTwentyNineDotsTooMany) {
   // (-29 / 2 + 7) / 8 = -0.94 -> 0; (-30 / 2 + 7) / 8 = -1.
   JobCase job;
-  job.AddPage(812 + 29, 2, "solid");
+  job.addPage(812 + 29, 2, "solid");
   // 841 dots: 106 bytes + 2.
-  EXPECT_EQ(OnlyFrame(ExpectAsPlain(job)).substr(18, 2), Hex("6C 00"));
+  EXPECT_EQ(onlyFrame(expectAsPlain(job)).substr(18, 2), hex("6C 00"));
   JobCase wider;
-  wider.AddPage(812 + 30, 2, "solid");
+  wider.addPage(812 + 30, 2, "solid");
   // 842 dots: 106 bytes + 2 - 1.
-  EXPECT_EQ(OnlyFrame(ExpectAsPlain(wider)).substr(18, 2), Hex("6B 00"));
+  EXPECT_EQ(onlyFrame(expectAsPlain(wider)).substr(18, 2), hex("6B 00"));
 }
 
 TEST(Page, LetsRowsOverwriteCountsWhenThePageIsTooWide) {
@@ -102,9 +102,9 @@ TEST(Page, LetsRowsOverwriteCountsWhenThePageIsTooWide) {
   for (unsigned width = 842; width < 842 + 16 * 8; width += 8) {
     SCOPED_TRACE(width);
     JobCase job;
-    job.AddPage(width, 5, "noise");
-    job.AddPage(width, 1, "solid");
-    ExpectAsPlain(job);
+    job.addPage(width, 5, "noise");
+    job.addPage(width, 1, "solid");
+    expectAsPlain(job);
   }
 }
 
@@ -114,11 +114,11 @@ TEST(Page, OverlapsTheRecordsOfANarrowHeadInTheWrittenOrder) {
   //   row 0: count at 0, 1; row at 0 + 2 - 1 = 1..4
   //   row 1: count at 5, 6; row at 6..9
   JobCase job;
-  job.ppd.SetMaxMediaWidth("");
+  job.ppd.setMaxMediaWidth("");
   job.settings.maxMediaPoints = 0;
-  job.AddPage(32, 2, "solid");
-  const std::string frame = OnlyFrame(ExpectAsPlain(job));
-  EXPECT_EQ(frame.substr(16), Hex("30 00 05 00 02 00 20 FF FF FF FF 20 FF FF FF FF"));
+  job.addPage(32, 2, "solid");
+  const std::string frame = onlyFrame(expectAsPlain(job));
+  EXPECT_EQ(frame.substr(16), hex("30 00 05 00 02 00 20 FF FF FF FF 20 FF FF FF FF"));
 }
 
 TEST(Page, WritesOverTheRecordBeforeFromMarginMinusThreeOn) {
@@ -127,14 +127,14 @@ TEST(Page, WritesOverTheRecordBeforeFromMarginMinusThreeOn) {
   //   row 0: 08 00 at 0; eight 80 from 0 + 2 - 3 = -1 on: the first is lost, seven at 0..6
   //   row 1: 10 00 at 7; eight C0 from 6 on: 6..13
   JobCase job;
-  job.ppd.SetMaxMediaWidth("");
+  job.ppd.setMaxMediaWidth("");
   job.settings.maxMediaPoints = 0;
   std::vector<std::uint8_t> pixels;
   for (int x = 0; x < 64; ++x) pixels.push_back(x % 8 < 1 ? 255 : 0);
   for (int x = 0; x < 64; ++x) pixels.push_back(x % 8 < 2 ? 255 : 0);
-  job.pages.push_back({ts::MakeHeader(64, 2, 64), pixels});
-  const std::string frame = OnlyFrame(ExpectAsPlain(job));
-  EXPECT_EQ(frame.substr(18), Hex("07 00 02 00 80 80 80 80 80 80 C0 C0 C0 C0 C0 C0 C0 C0"));
+  job.pages.push_back({ts::makeHeader(64, 2, 64), pixels});
+  const std::string frame = onlyFrame(expectAsPlain(job));
+  EXPECT_EQ(frame.substr(18), hex("07 00 02 00 80 80 80 80 80 80 C0 C0 C0 C0 C0 C0 C0 C0"));
 }
 
 TEST(Page, MakesNoFrameWhenTheRecordsHaveNoBytes) {
@@ -142,23 +142,23 @@ TEST(Page, MakesNoFrameWhenTheRecordsHaveNoBytes) {
   for (const unsigned width : {1U, 8U, 100U, 1000U, 4000U}) {
     SCOPED_TRACE(width);
     JobCase job;
-    job.ppd.SetMaxMediaWidth("");
+    job.ppd.setMaxMediaWidth("");
     job.settings.maxMediaPoints = 0;
-    job.AddPage(width, 2, "noise");
-    ExpectAsPlain(job);
+    job.addPage(width, 2, "noise");
+    expectAsPlain(job);
   }
   // A negative MaxMediaWidth does it: -720 points are -254 mm, -2030 dots, a margin of
   // ((-2030 - 8) / 2 + 7) / 8 = -126.5 -> -126. No frame, no number used up.
   JobCase job;
-  job.ppd.SetMaxMediaWidth("-720");
+  job.ppd.setMaxMediaWidth("-720");
   job.settings.maxMediaPoints = -720;
-  job.AddPage(8, 2, "solid");
-  job.AddPage(8, 2, "solid");
+  job.addPage(8, 2, "solid");
+  job.addPage(8, 2, "solid");
   job.place.dataDirectoryThere = true;
-  job.prepare = [](ts::Sandbox& box) { box.MakeDirectory(ts::kData); };
-  const ts::Result result = ExpectAsPlain(job);
+  job.prepare = [](ts::Sandbox& box) { box.makeDirectory(ts::kData); };
+  const ts::Result result = expectAsPlain(job);
   EXPECT_EQ(result.output.size(), 14U);
-  EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), Hex("01 00"));
+  EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), hex("01 00"));
 }
 
 TEST(Page, DropsWhatFallsOutsideTheRecordsAtTheSmallestRecordLengths) {
@@ -168,10 +168,10 @@ TEST(Page, DropsWhatFallsOutsideTheRecordsAtTheSmallestRecordLengths) {
     for (const unsigned width : {8U, 16U, 24U, 40U}) {
       SCOPED_TRACE(std::to_string(points) + " points, " + std::to_string(width) + " dots");
       JobCase job;
-      job.ppd.SetMaxMediaWidth(std::to_string(points));
+      job.ppd.setMaxMediaWidth(std::to_string(points));
       job.settings.maxMediaPoints = points;
-      job.AddPage(width, 6, "noise");
-      ExpectAsPlain(job);
+      job.addPage(width, 6, "noise");
+      expectAsPlain(job);
     }
   }
 }
@@ -179,7 +179,7 @@ TEST(Page, DropsWhatFallsOutsideTheRecordsAtTheSmallestRecordLengths) {
 TEST(Page, EndsWithStatusOneAtAPageThatHasNotEightBits) {
   for (const unsigned bits : {1U, 16U, 24U, 32U}) {
     SCOPED_TRACE(bits);
-    cups_page_header2_t bad = ts::MakeHeader(16, 2, 16 * bits / 8);
+    cups_page_header2_t bad = ts::makeHeader(16, 2, 16 * bits / 8);
     bad.cupsBitsPerPixel = bits;
     bad.cupsBitsPerColor = bits == 1 ? 1 : bits == 16 ? 16 : 8;
     bad.cupsNumColors = bits == 24 ? 3 : bits == 32 ? 4 : 1;
@@ -187,13 +187,13 @@ TEST(Page, EndsWithStatusOneAtAPageThatHasNotEightBits) {
                          : bits == 32 ? CUPS_CSPACE_CMYK
                                       : CUPS_CSPACE_K;
     JobCase job;
-    const auto good = ts::MakeHeader(16, 2, 16);
-    job.stream = ts::RawStream({{good, ts::Noise(16, 2, 1)},
-                                {bad, ts::Noise(bad.cupsBytesPerLine, 2, 2)},
-                                {good, ts::Noise(16, 2, 3)}});
+    const auto good = ts::makeHeader(16, 2, 16);
+    job.stream = ts::rawStream({{good, ts::noise(16, 2, 1)},
+                                {bad, ts::noise(bad.cupsBytesPerLine, 2, 2)},
+                                {good, ts::noise(16, 2, 3)}});
     job.place.dataDirectoryThere = true;
-    job.prepare = [](ts::Sandbox& box) { box.MakeDirectory(ts::kData); };
-    const ts::Result result = ExpectAsPlain(job);
+    job.prepare = [](ts::Sandbox& box) { box.makeDirectory(ts::kData); };
+    const ts::Result result = expectAsPlain(job);
     EXPECT_EQ(result.status, 1);
     EXPECT_NE(result.messages.find("ERROR:Unsupported bits per pixel : " + std::to_string(bits) +
                                    " ! Requires 8 bits per pixel!\n"),
@@ -205,38 +205,38 @@ TEST(Page, EndsWithStatusOneAtAPageThatHasNotEightBits) {
 
 TEST(Page, EndsTheJobNormallyAtAPageOfHeightZero) {
   JobCase job;
-  const auto good = ts::MakeHeader(16, 2, 16);
-  job.stream = ts::RawStream(
-      {{good, ts::Noise(16, 2, 1)}, {ts::MakeHeader(16, 0, 16), {}}, {good, ts::Noise(16, 2, 3)}});
-  const ts::Result result = ExpectAsPlain(job);
+  const auto good = ts::makeHeader(16, 2, 16);
+  job.stream = ts::rawStream(
+      {{good, ts::noise(16, 2, 1)}, {ts::makeHeader(16, 0, 16), {}}, {good, ts::noise(16, 2, 3)}});
+  const ts::Result result = expectAsPlain(job);
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output.size(), 7U);
-  EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), Hex("02 00"));
+  EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), hex("02 00"));
 }
 
 TEST(Page, SendsTheCommandOfAPageWhosePixelsCannotBeRead) {
   JobCase job;
-  const auto header = ts::MakeHeader(16, 4, 16);
-  std::vector<std::uint8_t> half = ts::Noise(16, 4, 2);
+  const auto header = ts::makeHeader(16, 4, 16);
+  std::vector<std::uint8_t> half = ts::noise(16, 4, 2);
   half.resize(30);
-  job.stream = ts::RawStream({{header, ts::Noise(16, 4, 1)}, {header, half}});
-  const ts::Result result = ExpectAsPlain(job);
+  job.stream = ts::rawStream({{header, ts::noise(16, 4, 1)}, {header, half}});
+  const ts::Result result = expectAsPlain(job);
   EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.output, Hex("1B 73 01 00 00 02 01 1B 73 01 00 00 02 01"));
-  OnlyFrame(result);
+  EXPECT_EQ(result.output, hex("1B 73 01 00 00 02 01 1B 73 01 00 00 02 01"));
+  onlyFrame(result);
 }
 
 TEST(Page, KeepsOnlyTheLastPageInTheSideFile) {
   JobCase job;
-  job.AddPage(16, 4, "noise", 20);
-  job.AddPage(24, 3, "noise");
-  const ts::Result result = ExpectAsPlain(job);
+  job.addPage(16, 4, "noise", 20);
+  job.addPage(24, 3, "noise");
+  const ts::Result result = expectAsPlain(job);
   EXPECT_EQ(result.files.at("tmp/xxxxx.log"),
             "cupsWidth:24, cupsHeight:3, cupsBytesPerLine:24, cupsBitsPerPixel:8\n");
 }
 
 TEST(Page, LogsEveryHeaderField) {
-  cups_page_header2_t header = ts::MakeHeader(16, 2, 16);
+  cups_page_header2_t header = ts::makeHeader(16, 2, 16);
   header.HWResolution[1] = 300;
   header.cupsMediaType = 11;
   header.cupsCompression = 12;
@@ -245,8 +245,8 @@ TEST(Page, LogsEveryHeaderField) {
   header.cupsRowStep = 15;
   header.NumCopies = 16;
   JobCase job;
-  job.pages.push_back({header, ts::Noise(16, 2, 1)});
-  const ts::Result result = ExpectAsPlain(job);
+  job.pages.push_back({header, ts::noise(16, 2, 1)});
+  const ts::Result result = expectAsPlain(job);
   EXPECT_NE(result.messages.find("DEBUG:PAGE: 1 16\n\nDEBUG:header.HWResolution[0]:203\n\n"
                                  "DEBUG:header.HWResolution[1]:300\nDEBUG:header.cupsWidth:16\n"),
             std::string::npos);
@@ -254,10 +254,10 @@ TEST(Page, LogsEveryHeaderField) {
 
 TEST(Page, PrintsAThousandPages) {
   JobCase job;
-  for (int i = 0; i < 1000; ++i) job.AddPage(8, 2, "solid");
-  const ts::Result result = ExpectAsPlain(job);
+  for (int i = 0; i < 1000; ++i) job.addPage(8, 2, "solid");
+  const ts::Result result = expectAsPlain(job);
   // 1000 = 0x3E8 frames, so the next number is 0x3E9.
-  EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), Hex("E9 03"));
+  EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), hex("E9 03"));
 }
 
 }  // namespace kestra::blackbox

@@ -15,14 +15,14 @@
 namespace kestra::plain {
 
 TEST(Plain, ThresholdSplitsAt129) {
-  EXPECT_EQ(Halftone({{0, 128, 129, 255}}, 0), (Rows{{0, 0, 1, 1}}));
+  EXPECT_EQ(halftone({{0, 128, 129, 255}}, 0), (Rows{{0, 0, 1, 1}}));
 }
 
 TEST(Plain, OrderedMatrixTurnsMiddleGreyIntoHalfTheDots) {
   // Level 128 -> 8: below 8 lie 0 2 / 4 6 / 3 1 / 7 5.
-  EXPECT_EQ(Halftone(Rows(4, {128, 128, 128, 128}), 1),
+  EXPECT_EQ(halftone(Rows(4, {128, 128, 128, 128}), 1),
             (Rows{{1, 0, 1, 0}, {0, 1, 0, 1}, {1, 0, 1, 0}, {0, 1, 0, 1}}));
-  EXPECT_EQ(Halftone({{255, 0}}, 1), (Rows{{1, 0}}));
+  EXPECT_EQ(halftone({{255, 0}}, 1), (Rows{{1, 0}}));
 }
 
 TEST(Plain, SixteenThresholdsFollowTheirBitRule) {
@@ -40,9 +40,9 @@ TEST(Plain, SixteenThresholdsFollowTheirBitRule) {
     // Entry i is used at (x mod 4) + 4 (y mod 4).
     Rows page(4, std::vector<int>(4, 0));
     page[i / 4][i % 4] = static_cast<int>(d);
-    EXPECT_EQ(Halftone(page, 7)[i / 4][i % 4], 0) << "equal is not above";
+    EXPECT_EQ(halftone(page, 7)[i / 4][i % 4], 0) << "equal is not above";
     page[i / 4][i % 4] = static_cast<int>(d) + 1;
-    EXPECT_EQ(Halftone(page, 7)[i / 4][i % 4], 1);
+    EXPECT_EQ(halftone(page, 7)[i / 4][i % 4], 1);
   }
 }
 
@@ -51,10 +51,10 @@ TEST(Plain, FloydSteinbergByHand) {
   // -> 131, right below + 100 / 16 = 6 -> 106; then the second pixel gives -112 x 3 / 16 = -21 to
   // the left below -> 110 and -112 x 5 / 16 = -35 below -> 71. 110: off, error 110, right + 48 ->
   // 119: off.
-  EXPECT_EQ(Halftone({{100, 100}, {100, 100}}, 99), (Rows{{0, 1}, {0, 0}}));
+  EXPECT_EQ(halftone({{100, 100}, {100, 100}}, 99), (Rows{{0, 1}, {0, 0}}));
   // 3 passes on 3 x 7 / 16 = 1 only.
-  EXPECT_EQ(Halftone({{3, 128}}, -1), (Rows{{0, 1}}));
-  EXPECT_EQ(Halftone({{2, 128}}, -1), (Rows{{0, 0}}));
+  EXPECT_EQ(halftone({{3, 128}}, -1), (Rows{{0, 1}}));
+  EXPECT_EQ(halftone({{2, 128}}, -1), (Rows{{0, 0}}));
 }
 
 TEST(Plain, KernelsGiveTheirSharesToTheRightNeighbour) {
@@ -62,57 +62,57 @@ TEST(Plain, KernelsGiveTheirSharesToTheRightNeighbour) {
   // 20, Stevenson-Arce gives nothing to +1 but 32/200 -> 20 to +2.
   const std::vector<std::pair<int, int>> shares = {{2, 32}, {3, 24}, {4, 18}, {5, 20}};
   for (const auto& [method, share] : shares) {
-    EXPECT_EQ(Halftone({{128, 129 - share}}, method), (Rows{{0, 1}})) << method;
-    EXPECT_EQ(Halftone({{128, 128 - share}}, method), (Rows{{0, 0}})) << method;
+    EXPECT_EQ(halftone({{128, 129 - share}}, method), (Rows{{0, 1}})) << method;
+    EXPECT_EQ(halftone({{128, 128 - share}}, method), (Rows{{0, 0}})) << method;
   }
-  EXPECT_EQ(Halftone({{128, 0, 109}}, 6), (Rows{{0, 0, 1}}));
-  EXPECT_EQ(Halftone({{128, 0, 108}}, 6), (Rows{{0, 0, 0}}));
+  EXPECT_EQ(halftone({{128, 0, 109}}, 6), (Rows{{0, 0, 1}}));
+  EXPECT_EQ(halftone({{128, 0, 108}}, 6), (Rows{{0, 0, 0}}));
 }
 
 TEST(Plain, ToneTableEnds) {
   std::vector<int> same(256);
   std::iota(same.begin(), same.end(), 0);
-  EXPECT_EQ(ToneTable(0, 0), same);
-  EXPECT_EQ(ToneTable(500, 0), std::vector<int>(256, 255));
-  EXPECT_EQ(ToneTable(-500, 0), std::vector<int>(256, 0));
+  EXPECT_EQ(toneTable(0, 0), same);
+  EXPECT_EQ(toneTable(500, 0), std::vector<int>(256, 255));
+  EXPECT_EQ(toneTable(-500, 0), std::vector<int>(256, 0));
   // Contrast -200: factor -1, (i - 128) x -1 + 128.5: 0 -> 256 -> 255, 1 -> 255, 255 -> 1.
-  EXPECT_EQ(ToneTable(0, -200)[0], 255);
-  EXPECT_EQ(ToneTable(0, -200)[255], 1);
+  EXPECT_EQ(toneTable(0, -200)[0], 255);
+  EXPECT_EQ(toneTable(0, -200)[255], 1);
 }
 
 TEST(Plain, MovesAndComplementsPixels) {
-  EXPECT_EQ(Mirror({{1, 2, 3}}), (Rows{{3, 2, 1}}));
-  EXPECT_EQ(Rotate180({{1, 2}, {3, 4}}), (Rows{{4, 3}, {2, 1}}));
-  EXPECT_EQ(Negative(Pad({{0, 1, 255}})), (Rows{{255, 254, 0, 255}}));
-  EXPECT_EQ(ProcessedPixels({{0, 1, 7, 9}}, 3, false), (Rows{{0, 255, 7, 0}}));
-  EXPECT_EQ(ProcessedPixels({{255, 254, 1, 9}}, 3, true), (Rows{{0, 1, 0, 0}}));
+  EXPECT_EQ(mirror({{1, 2, 3}}), (Rows{{3, 2, 1}}));
+  EXPECT_EQ(rotate180({{1, 2}, {3, 4}}), (Rows{{4, 3}, {2, 1}}));
+  EXPECT_EQ(negative(pad({{0, 1, 255}})), (Rows{{255, 254, 0, 255}}));
+  EXPECT_EQ(processedPixels({{0, 1, 7, 9}}, 3, false), (Rows{{0, 255, 7, 0}}));
+  EXPECT_EQ(processedPixels({{255, 254, 1, 9}}, 3, true), (Rows{{0, 1, 0, 0}}));
 }
 
 TEST(Plain, PacksAcrossTheRowBorders) {
   // Twelve pixels per line: two bytes, the second with its low nibble 0.
-  EXPECT_EQ(PackSkewed({{1, 0, 0, 0, 0, 0, 0, 9, 1, 1, 1, 1}}, 12), (Bytes{0x81, 0xF0}));
+  EXPECT_EQ(packSkewed({{1, 0, 0, 0, 0, 0, 0, 9, 1, 1, 1, 1}}, 12), (Bytes{0x81, 0xF0}));
   // Width 3 of rows of 4: a b c . d e f . -> "abc" and ".de".
-  EXPECT_EQ(PackSkewed({{1, 1, 1, 0}, {1, 0, 1, 0}}, 3), (Bytes{0xE0, 0x40}));
+  EXPECT_EQ(packSkewed({{1, 1, 1, 0}, {1, 0, 1, 0}}, 3), (Bytes{0xE0, 0x40}));
 }
 
 TEST(Plain, ReadsNumbersAsTheLibraryDoes) {
-  EXPECT_EQ(LeadingNumber(" \t-12x"), -12);
-  EXPECT_EQ(LeadingNumber("2147483648"), -2147483647 - 1);
-  EXPECT_EQ(LeadingNumber("9223372036854775807"), -1);
-  EXPECT_EQ(LeadingNumber("9223372036854775808"), -1);
-  EXPECT_EQ(LeadingNumber("-9223372036854775809"), 0);
-  EXPECT_EQ(LeadingNumber("- 5"), 0);
+  EXPECT_EQ(leadingNumber(" \t-12x"), -12);
+  EXPECT_EQ(leadingNumber("2147483648"), -2147483647 - 1);
+  EXPECT_EQ(leadingNumber("9223372036854775807"), -1);
+  EXPECT_EQ(leadingNumber("9223372036854775808"), -1);
+  EXPECT_EQ(leadingNumber("-9223372036854775809"), 0);
+  EXPECT_EQ(leadingNumber("- 5"), 0);
 }
 
 TEST(Plain, MarginIsCutTowardZero) {
-  EXPECT_EQ(MarginBytes(812, 812), 0);  // 7 / 8
-  EXPECT_EQ(MarginBytes(812, 810), 1);  // (1 + 7) / 8
-  EXPECT_EQ(MarginBytes(812, 841), 0);
-  EXPECT_EQ(MarginBytes(812, 842), -1);
+  EXPECT_EQ(marginBytes(812, 812), 0);  // 7 / 8
+  EXPECT_EQ(marginBytes(812, 810), 1);  // (1 + 7) / 8
+  EXPECT_EQ(marginBytes(812, 841), 0);
+  EXPECT_EQ(marginBytes(812, 842), -1);
 }
 
 TEST(Plain, TwoColourImageByHand) {
-  const auto file = DebugImage1(std::vector<std::uint8_t>(10, 0), 10, 10, 1);
+  const auto file = debugImage1(std::vector<std::uint8_t>(10, 0), 10, 10, 1);
   ASSERT_EQ(file.size(), 66U);
   EXPECT_EQ(Bytes(file.begin() + 54, file.end()),
             (Bytes{0, 0, 0, 0, 255, 255, 255, 0, 0xFF, 0xFF, 0, 0}));
@@ -122,45 +122,45 @@ TEST(Plain, DashesNeedARunOf321) {
   Rows page(9, std::vector<int>(324, 255));
   page[2][320] = 254;
   Rows dashed = page;
-  DashLongRuns(dashed, 324);
+  dashLongRuns(dashed, 324);
   EXPECT_EQ(dashed, page);
   page[2][320] = 255;
   page[2][321] = 254;
   dashed = page;
-  DashLongRuns(dashed, 324);
+  dashLongRuns(dashed, 324);
   EXPECT_EQ(dashed[2][320], 0);
   EXPECT_EQ(dashed[2][323], 0) << "the last dash covers the closing pixel";
   EXPECT_EQ(dashed[2][319], 255);
 }
 
 TEST(TestTools, MaskAddressesTimesAndMeaninglessNumbersOnly) {
-  using testing_support::MaskLog;
-  EXPECT_EQ(MaskLog("DEBUG:printImage: Freed the allocated memory, address: 0x7f01\n"),
+  using testing_support::maskLog;
+  EXPECT_EQ(maskLog("DEBUG:printImage: Freed the allocated memory, address: 0x7f01\n"),
             "DEBUG:printImage: Freed the allocated memory, address: #\n");
-  EXPECT_EQ(MaskLog("pointer address: 140, width: 5"), "pointer address: #, width: 5");
-  EXPECT_EQ(MaskLog("DEBUG:settings->VBarcodeOpt:0.000000"), "DEBUG:settings->VBarcodeOpt:#");
-  EXPECT_EQ(MaskLog("DEBUG:settings->pageWidth:1.5"), "DEBUG:settings->pageWidth:1.5");
-  EXPECT_EQ(MaskLog("x/origin_2024-5-7_9_3_12_0.bmp"), "x/origin_#_0.bmp");
+  EXPECT_EQ(maskLog("pointer address: 140, width: 5"), "pointer address: #, width: 5");
+  EXPECT_EQ(maskLog("DEBUG:settings->VBarcodeOpt:0.000000"), "DEBUG:settings->VBarcodeOpt:#");
+  EXPECT_EQ(maskLog("DEBUG:settings->pageWidth:1.5"), "DEBUG:settings->pageWidth:1.5");
+  EXPECT_EQ(maskLog("x/origin_2024-5-7_9_3_12_0.bmp"), "x/origin_#_0.bmp");
 }
 
 TEST(TestTools, CompareLogsShowsTheFirstDifference) {
-  using testing_support::CompareLogs;
-  EXPECT_EQ(CompareLogs("a\nERROR:*\n", "a\nERROR:any\n"), "");
-  EXPECT_NE(CompareLogs("a\nb\n", "a\nc\n"), "");
-  EXPECT_NE(CompareLogs("a\n", "a"), "") << "a missing line end counts";
-  EXPECT_NE(CompareLogs("a\n", "a\nb\n"), "");
-  EXPECT_NE(CompareLogs("ERROR:*\n", "WARN:any\n"), "");
+  using testing_support::compareLogs;
+  EXPECT_EQ(compareLogs("a\nERROR:*\n", "a\nERROR:any\n"), "");
+  EXPECT_NE(compareLogs("a\nb\n", "a\nc\n"), "");
+  EXPECT_NE(compareLogs("a\n", "a"), "") << "a missing line end counts";
+  EXPECT_NE(compareLogs("a\n", "a\nb\n"), "");
+  EXPECT_NE(compareLogs("ERROR:*\n", "WARN:any\n"), "");
 }
 
 TEST(TestTools, RawStreamsAreWhatTheLibraryWrites) {
   using namespace testing_support;  // NOLINT
-  const std::vector<StreamPage> pages = {{MakeHeader(4, 2, 4), {1, 2, 3, 4, 5, 6, 7, 8}}};
-  EXPECT_EQ(RawStream(pages).size(), WriteStream(pages).size());
+  const std::vector<StreamPage> pages = {{makeHeader(4, 2, 4), {1, 2, 3, 4, 5, 6, 7, 8}}};
+  EXPECT_EQ(rawStream(pages).size(), writeStream(pages).size());
   const auto all = [](const cups_page_header2_t&) { return true; };
-  const auto raw = Deliver(RawStream(pages), all);
+  const auto raw = deliver(rawStream(pages), all);
   ASSERT_EQ(raw.size(), 1U);
   EXPECT_EQ(raw[0].pixels, pages[0].pixels);
-  EXPECT_EQ(Deliver(WriteStream(pages, true), all).at(0).pixels, pages[0].pixels);
+  EXPECT_EQ(deliver(writeStream(pages, true), all).at(0).pixels, pages[0].pixels);
 }
 
 }  // namespace kestra::plain

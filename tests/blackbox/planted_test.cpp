@@ -21,10 +21,10 @@ namespace {
 constexpr char kVictim[] = "tmp/victim";
 constexpr char kVictimBytes[] = "somebody's data";
 
-JobCase OnePage() {
+JobCase onePage() {
   JobCase job;
-  job.Halftone(8);
-  job.AddPage(64, 20, "photo");
+  job.halftone(8);
+  job.addPage(64, 20, "photo");
   return job;
 }
 
@@ -33,10 +33,10 @@ enum class Plant { kLink, kDanglingLink, kHardLink, kFifo, kFolder };
 constexpr Plant kPlants[] = {Plant::kLink, Plant::kDanglingLink, Plant::kHardLink, Plant::kFifo,
                              Plant::kFolder};
 
-void Put(ts::Sandbox& box, Plant plant, const std::string& path) {
-  const fs::path full = fs::path(box.Root()) / path;
+void put(ts::Sandbox& box, Plant plant, const std::string& path) {
+  const fs::path full = fs::path(box.root()) / path;
   // In the filter's eyes the tree is elsewhere, so links are relative.
-  const fs::path up = fs::path(box.Root()).lexically_relative(full.parent_path());
+  const fs::path up = fs::path(box.root()).lexically_relative(full.parent_path());
   switch (plant) {
     case Plant::kLink:
       fs::create_symlink(up / kVictim, full);
@@ -45,7 +45,7 @@ void Put(ts::Sandbox& box, Plant plant, const std::string& path) {
       fs::create_symlink(up / "tmp/made", full);
       break;
     case Plant::kHardLink:
-      fs::create_hard_link(fs::path(box.Root()) / kVictim, full);
+      fs::create_hard_link(fs::path(box.root()) / kVictim, full);
       break;
     case Plant::kFifo:
       ASSERT_EQ(::mkfifo(full.c_str(), 0666), 0);
@@ -57,7 +57,7 @@ void Put(ts::Sandbox& box, Plant plant, const std::string& path) {
 }
 
 // Every name that an image of the next half minute can have.
-std::vector<std::string> ImageNames() {
+std::vector<std::string> imageNames() {
   std::vector<std::string> names;
   const std::time_t now = std::time(nullptr);
   for (std::time_t at = now; at < now + 30; ++at) {
@@ -66,7 +66,7 @@ std::vector<std::string> ImageNames() {
     int number = 0;
     for (const char* kind : {"origin", "dithered"}) {
       names.push_back(std::string(ts::kSpool) + "/" +
-                      plain::Format("%s_%d-%d-%d_%d_%d_%d_%d.bmp", kind, t.tm_year + 1900,
+                      plain::format("%s_%d-%d-%d_%d_%d_%d_%d.bmp", kind, t.tm_year + 1900,
                                     t.tm_mon + 1, t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec,
                                     number++));
     }
@@ -75,12 +75,12 @@ std::vector<std::string> ImageNames() {
 }
 
 // The frame and the setting command leave as ever, and nothing came to the victim's place.
-void ExpectFrameAndVictim(const JobCase& job, const ts::Result& result) {
-  const plain::Outcome expected = Predict(job);
+void expectFrameAndVictim(const JobCase& job, const ts::Result& result) {
+  const plain::Outcome expected = predict(job);
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output, std::string(expected.output.begin(), expected.output.end()));
   const plain::Bytes& frame = expected.frames.begin()->second;
-  EXPECT_EQ(OnlyFrame(result), std::string(frame.begin(), frame.end()));
+  EXPECT_EQ(onlyFrame(result), std::string(frame.begin(), frame.end()));
   EXPECT_EQ(result.files.at(kVictim), kVictimBytes);
   EXPECT_EQ(result.files.count("tmp/made"), 0U);
 }
@@ -90,13 +90,13 @@ void ExpectFrameAndVictim(const JobCase& job, const ts::Result& result) {
 TEST(Planted, NothingAtTheSideFilesNameIsFollowedOrWaitedFor) {
   for (const Plant plant : kPlants) {
     SCOPED_TRACE(static_cast<int>(plant));
-    JobCase job = OnePage();
+    JobCase job = onePage();
     job.prepare = [plant](ts::Sandbox& box) {
-      box.Write(kVictim, kVictimBytes);
-      Put(box, plant, "tmp/xxxxx.log");
+      box.write(kVictim, kVictimBytes);
+      put(box, plant, "tmp/xxxxx.log");
     };
-    const ts::Result result = RunFilter(job);
-    ExpectFrameAndVictim(job, result);
+    const ts::Result result = runFilter(job);
+    expectFrameAndVictim(job, result);
     for (const auto& [name, bytes] : result.files) {
       EXPECT_EQ(bytes.find("cupsWidth"), std::string::npos) << name;
     }
@@ -106,13 +106,13 @@ TEST(Planted, NothingAtTheSideFilesNameIsFollowedOrWaitedFor) {
 TEST(Planted, NothingAtTheNameOfADebugImageIsFollowedOrWaitedFor) {
   for (const Plant plant : kPlants) {
     SCOPED_TRACE(static_cast<int>(plant));
-    JobCase job = OnePage();
+    JobCase job = onePage();
     job.prepare = [plant](ts::Sandbox& box) {
-      box.Write(kVictim, kVictimBytes);
-      for (const auto& name : ImageNames()) Put(box, plant, name);
+      box.write(kVictim, kVictimBytes);
+      for (const auto& name : imageNames()) put(box, plant, name);
     };
-    const ts::Result result = RunFilter(job);
-    ExpectFrameAndVictim(job, result);
+    const ts::Result result = runFilter(job);
+    expectFrameAndVictim(job, result);
     const std::string complaint = "WrenPrinter::saveImage: unable to open the file ";
     const std::size_t first = result.messages.find(complaint);
     ASSERT_NE(first, std::string::npos);
@@ -124,13 +124,13 @@ TEST(Planted, NothingAtTheNameOfADebugImageIsFollowedOrWaitedFor) {
 }
 
 TEST(Planted, NoPageIsStoredThroughALinkInPlaceOfTheDataFolder) {
-  JobCase job = OnePage();
+  JobCase job = onePage();
   job.prepare = [](ts::Sandbox& box) {
-    fs::create_directory(fs::path(box.Root()) / "tmp/elsewhere");
+    fs::create_directory(fs::path(box.root()) / "tmp/elsewhere");
     // From var/spool/cups/tmp four folders up to the tree's root.
-    fs::create_symlink("../../../../tmp/elsewhere", fs::path(box.Root()) / ts::kData);
+    fs::create_symlink("../../../../tmp/elsewhere", fs::path(box.root()) / ts::kData);
   };
-  const ts::Result result = RunFilter(job);
+  const ts::Result result = runFilter(job);
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output.size(), 7U);
   for (const auto& [name, bytes] : result.files) {
@@ -142,36 +142,36 @@ TEST(Planted, NoPageIsStoredThroughALinkInPlaceOfTheDataFolder) {
 TEST(Planted, ACounterThatIsALinkOrAFifoIsNeitherReadNorWaitedForAndIsReplaced) {
   for (const Plant plant : {Plant::kLink, Plant::kDanglingLink, Plant::kFifo}) {
     SCOPED_TRACE(static_cast<int>(plant));
-    JobCase job = OnePage();
+    JobCase job = onePage();
     job.place.dataDirectoryThere = true;
     job.prepare = [plant](ts::Sandbox& box) {
-      box.Write(kVictim, kVictimBytes);
-      fs::create_directories(fs::path(box.Root()) / ts::kData);
-      Put(box, plant, std::string(ts::kData) + "/label.pgc");
+      box.write(kVictim, kVictimBytes);
+      fs::create_directories(fs::path(box.root()) / ts::kData);
+      put(box, plant, std::string(ts::kData) + "/label.pgc");
     };
-    const ts::Result result = RunFilter(job);
-    ExpectFrameAndVictim(job, result);  // page number 1: nothing was read
+    const ts::Result result = runFilter(job);
+    expectFrameAndVictim(job, result);  // page number 1: nothing was read
     EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), std::string("\x02\0", 2));
   }
 }
 
 TEST(Listener, PagesReachTheSpoolWithStandardOutputClosed) {
   for (const bool fileArgument : {false, true}) {
-    JobCase job = OnePage();
-    job.AddPage(64, 20, "text");
+    JobCase job = onePage();
+    job.addPage(64, 20, "text");
     job.listener = ts::Listener::kClosed;
     job.fileArgument = fileArgument;
-    const ts::Result result = ExpectAsPlain(job);
+    const ts::Result result = expectAsPlain(job);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.status, 0);
   }
 }
 
 TEST(Listener, PagesReachTheSpoolWhenThePrinterHasGone) {
-  JobCase job = OnePage();
-  for (int i = 0; i < 20; ++i) job.AddPage(64, 20, "text");
+  JobCase job = onePage();
+  for (int i = 0; i < 20; ++i) job.addPage(64, 20, "text");
   job.listener = ts::Listener::kGone;
-  const ts::Result result = ExpectAsPlain(job);
+  const ts::Result result = expectAsPlain(job);
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.signal, 0);
 }

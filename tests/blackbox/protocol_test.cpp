@@ -10,9 +10,9 @@ namespace ts = testing_support;
 
 namespace {
 
-JobCase SmallPage() {
+JobCase smallPage() {
   JobCase job;
-  job.pages.push_back({ts::MakeHeader(16, 2, 16), ts::Uniform(16, 2, 255)});
+  job.pages.push_back({ts::makeHeader(16, 2, 16), ts::uniform(16, 2, 255)});
   return job;
 }
 
@@ -20,26 +20,26 @@ JobCase SmallPage() {
 
 TEST(Protocol, FrameOfASmallPageByHand) {
   // Row 0: sixteen levels above 128 -> FF FF, 16 dots. Row 1: only the first pixel above -> 80 00.
-  JobCase job = SmallPage();
+  JobCase job = smallPage();
   for (std::size_t x = 17; x < 32; ++x) job.pages[0].pixels[x] = 128;
   job.pages[0].pixels[16] = 129;
-  const std::string frame = OnlyFrame(ExpectAsPlain(job));
+  const std::string frame = onlyFrame(expectAsPlain(job));
   // Label: gaps (01), 16 x 25.4 / 203 mm back to dots = 16, height 2, gap 2 mm = 15.98 -> 15,
   // page 1.
-  EXPECT_EQ(frame.substr(0, 14), Hex("53 49 5A 01 10 00 02 00 0F 00 00 00 01 00"));
+  EXPECT_EQ(frame.substr(0, 14), hex("53 49 5A 01 10 00 02 00 0F 00 00 00 01 00"));
   // Margin ((812 - 16) / 2 + 7) / 8 = 50.6 -> 50 bytes; record = 2 + 50 + 2 = 54 = 0x36; 2 rows.
-  EXPECT_EQ(frame.substr(14, 8), Hex("1D 76 30 00 36 00 02 00"));
+  EXPECT_EQ(frame.substr(14, 8), hex("1D 76 30 00 36 00 02 00"));
   const std::string margin(50, '\0');
   EXPECT_EQ(frame.substr(22),
-            Hex("10 00") + margin + Hex("FF FF") + Hex("01 00") + margin + Hex("80 00"));
+            hex("10 00") + margin + hex("FF FF") + hex("01 00") + margin + hex("80 00"));
 }
 
 TEST(Protocol, SendsOneSettingCommandPerPageAndNothingElse) {
-  JobCase job = SmallPage();
-  job.AddPage(30, 5, "noise");
-  job.AddPage(8, 1, "blank");
-  const std::string one = Hex("1B 73 01 00 00 02 01");
-  EXPECT_EQ(ExpectAsPlain(job).output, one + one + one);
+  JobCase job = smallPage();
+  job.addPage(30, 5, "noise");
+  job.addPage(8, 1, "blank");
+  const std::string one = hex("1B 73 01 00 00 02 01");
+  EXPECT_EQ(expectAsPlain(job).output, one + one + one);
 }
 
 TEST(Protocol, TurnsTheSpeedTextIntoItsCode) {
@@ -49,10 +49,10 @@ TEST(Protocol, TurnsTheSpeedTextIntoItsCode) {
       {"4.5", "02"}, {"257", "01"}, {"-1", "FD"}, {"fast", "00"}};
   for (const auto& [speed, code] : codes) {
     SCOPED_TRACE(speed);
-    JobCase job = SmallPage();
-    job.Choose("PrintSpeed", speed);
+    JobCase job = smallPage();
+    job.choose("PrintSpeed", speed);
     job.settings.printSpeed = speed;
-    EXPECT_EQ(ExpectAsPlain(job).output, Hex("1B 73 01 00 00 " + code + " 01"));
+    EXPECT_EQ(expectAsPlain(job).output, hex("1B 73 01 00 00 " + code + " 01"));
   }
 }
 
@@ -62,10 +62,10 @@ TEST(Protocol, CodesThePaperTypeByItsExactName) {
       {"labelmark", 1}, {"continue", 1},  {"Roll", 1}};
   for (const auto& [name, code] : codes) {
     SCOPED_TRACE(name);
-    JobCase job = SmallPage();
-    job.ppd.SetOption("PaperType", name, {name});
+    JobCase job = smallPage();
+    job.ppd.setOption("PaperType", name, {name});
     job.settings.paperType = name;
-    EXPECT_EQ(OnlyFrame(ExpectAsPlain(job)).at(3), code);
+    EXPECT_EQ(onlyFrame(expectAsPlain(job)).at(3), code);
   }
 }
 
@@ -75,68 +75,68 @@ TEST(Protocol, AnnouncesTheGapInDotsCutToWholeOnes) {
       {0, "00 00"}, {1, "07 00"}, {3, "17 00"}, {25, "C7 00"}, {-1, "F9 FF"}};
   for (const auto& [mm, bytes] : gaps) {
     SCOPED_TRACE(mm);
-    JobCase job = SmallPage();
-    job.Choose("GapsHeight", std::to_string(mm));
+    JobCase job = smallPage();
+    job.choose("GapsHeight", std::to_string(mm));
     job.settings.gapsHeight = mm;
-    EXPECT_EQ(OnlyFrame(ExpectAsPlain(job)).substr(8, 2), Hex(bytes));
+    EXPECT_EQ(onlyFrame(expectAsPlain(job)).substr(8, 2), hex(bytes));
   }
 }
 
 TEST(Protocol, AnnouncesSomePagesOneDotSmaller) {
   // 100 dots at 203 dpi are 12.5123148 mm as a float, 99.999996 dots: 99 = 0x63. 10 dots stay 10.
   JobCase job;
-  job.AddPage(100, 10, "noise");
-  EXPECT_EQ(OnlyFrame(ExpectAsPlain(job)).substr(4, 4), Hex("63 00 0A 00"));
+  job.addPage(100, 10, "noise");
+  EXPECT_EQ(onlyFrame(expectAsPlain(job)).substr(4, 4), hex("63 00 0A 00"));
 }
 
 TEST(Protocol, UsesTheHorizontalResolutionForTheHeightToo) {
   // 40 rows at 406 dpi are 2.5025 mm; at 203 dots per inch that is 20 dots.
   JobCase job;
-  job.AddPage(16, 40, "noise");
+  job.addPage(16, 40, "noise");
   job.pages[0].header.HWResolution[1] = 406;
-  EXPECT_EQ(OnlyFrame(ExpectAsPlain(job)).substr(6, 2), Hex("14 00"));
+  EXPECT_EQ(onlyFrame(expectAsPlain(job)).substr(6, 2), hex("14 00"));
 }
 
 TEST(Protocol, WrapsHeightsAndCountsAt16Bits) {
   // 65537 rows of 8 dots: 65537 = 0x10001. Only the low 16 bits are written.
   JobCase job;
-  job.ppd.SetMaxMediaWidth("3");  // 8.46 dots: a margin of 0 keeps the frame small
+  job.ppd.setMaxMediaWidth("3");  // 8.46 dots: a margin of 0 keeps the frame small
   job.settings.maxMediaPoints = 3;
-  job.AddPage(8, 65537, "solid");
-  EXPECT_EQ(OnlyFrame(ExpectAsPlain(job)).substr(20, 2), Hex("01 00"));
+  job.addPage(8, 65537, "solid");
+  EXPECT_EQ(onlyFrame(expectAsPlain(job)).substr(20, 2), hex("01 00"));
   // A row of 65536 dots counts 0. 24000 points are 67666.7 dots: margin ((67666.7 - 65536) / 2 + 7)
   // / 8 = 134, record 2 + 134 + 8192 = 8328 = 0x2088.
   JobCase wide;
-  wide.ppd.SetMaxMediaWidth("24000");
+  wide.ppd.setMaxMediaWidth("24000");
   wide.settings.maxMediaPoints = 24000;
-  wide.AddPage(65536, 2, "solid");
-  const std::string frame = OnlyFrame(ExpectAsPlain(wide));
-  EXPECT_EQ(frame.substr(18, 2), Hex("88 20"));
-  EXPECT_EQ(frame.substr(22, 3), Hex("00 00 00"));
+  wide.addPage(65536, 2, "solid");
+  const std::string frame = onlyFrame(expectAsPlain(wide));
+  EXPECT_EQ(frame.substr(18, 2), hex("88 20"));
+  EXPECT_EQ(frame.substr(22, 3), hex("00 00 00"));
   EXPECT_EQ(frame.back(), '\xFF');
 }
 
 TEST(Protocol, PrintsTheDotCountOfEachRowLowByteFirst) {
   // 300 dots = 0x012C; margin ((812 - 300) / 2 + 7) / 8 = 32.9 -> 32.
   JobCase job;
-  job.AddPage(300, 1, "solid");
-  EXPECT_EQ(OnlyFrame(ExpectAsPlain(job)).substr(22, 2), Hex("2C 01"));
+  job.addPage(300, 1, "solid");
+  EXPECT_EQ(onlyFrame(expectAsPlain(job)).substr(22, 2), hex("2C 01"));
 }
 
 TEST(Protocol, LeavesABlankPageBlank) {
   JobCase job;
-  job.AddPage(48, 4, "blank");
-  const std::string frame = OnlyFrame(ExpectAsPlain(job));
+  job.addPage(48, 4, "blank");
+  const std::string frame = onlyFrame(expectAsPlain(job));
   EXPECT_EQ(frame.substr(22), std::string(frame.size() - 22, '\0'));
 }
 
 TEST(Protocol, PrintsANegativePageSolidBecauseNoByteStaysZero) {
   // 0 and 1 become 255 and 254; both are dots.
   JobCase job;
-  job.Choose("NegativeImage", "True");
+  job.choose("NegativeImage", "True");
   job.settings.negativeImage = 1;
-  job.AddPage(8, 1, "noise");
-  EXPECT_EQ(OnlyFrame(ExpectAsPlain(job)).back(), '\xFF');
+  job.addPage(8, 1, "noise");
+  EXPECT_EQ(onlyFrame(expectAsPlain(job)).back(), '\xFF');
 }
 
 }  // namespace kestra::blackbox

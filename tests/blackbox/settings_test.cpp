@@ -10,13 +10,13 @@ namespace ts = testing_support;
 
 namespace {
 
-JobCase OnePage() {
+JobCase onePage() {
   JobCase job;
-  job.AddPage(16, 3, "noise");
+  job.addPage(16, 3, "noise");
   return job;
 }
 
-void SetPoints(plain::Settings& s, double width, double length, double left, double bottom,
+void setPoints(plain::Settings& s, double width, double length, double left, double bottom,
                double right, double top) {
   const double values[6] = {width, length, left, bottom, right, top};
   for (int i = 0; i < 6; ++i) s.points[i] = static_cast<float>(values[i]);
@@ -25,21 +25,21 @@ void SetPoints(plain::Settings& s, double width, double length, double left, dou
 }  // namespace
 
 TEST(Settings, TakesThePpdDefaultsWithoutOptions) {
-  const ts::Result result = ExpectAsPlain(OnePage());
+  const ts::Result result = expectAsPlain(onePage());
   EXPECT_NE(result.messages.find("DEBUG:Set page size: width 50.803200 mm, height 25.401600 mm\n"),
             std::string::npos);
   EXPECT_NE(result.messages.find("DEBUG:settings->MaxMediaWidth:101.599998\n"), std::string::npos);
 }
 
 TEST(Settings, LetsJobOptionsOverrideThePpd) {
-  JobCase job = OnePage();
+  JobCase job = onePage();
   job.options =
       "PageSize=Wide Resolution=300dpi MediaMethod=ThermalTransfer PaperType=LabelMark "
       "GapsHeight=3 Origin=TopRight PrintSpeed=3 Darkness=Dark HalftoneType=Ordered "
       "unknown=value noOther document-name-supplied=t.pdf date-time-at-creation=";
   plain::Settings& s = job.settings;
   s.pageSize = "Wide";
-  SetPoints(s, 288, 144, 0, 0, 288, 144);
+  setPoints(s, 288, 144, 0, 0, 288, 144);
   s.resolution = "300dpi";
   s.mediaMethod = "ThermalTransfer";
   s.paperType = "LabelMark";
@@ -48,21 +48,21 @@ TEST(Settings, LetsJobOptionsOverrideThePpd) {
   s.printSpeed = "3";
   s.darkness = 2;
   s.halftone = 2;
-  ExpectAsPlain(job);
+  expectAsPlain(job);
 }
 
 TEST(Settings, UsesThePpdSpellingOfAChoice) {
-  JobCase job = OnePage();
+  JobCase job = onePage();
   job.options = "darkness=dark HALFTONETYPE=burkes";
   job.settings.darkness = 2;
   job.settings.halftone = 3;
-  ExpectAsPlain(job);
+  expectAsPlain(job);
 }
 
 TEST(Settings, IgnoresChoicesThatThePpdDoesNotHave) {
-  JobCase job = OnePage();
+  JobCase job = onePage();
   job.options = "Darkness=nonsense HalftoneType=None2 GapsHeight=77";
-  ExpectAsPlain(job);
+  expectAsPlain(job);
 }
 
 TEST(Settings, KnowsThreeDarknessNamesAndTakesOthersForZero) {
@@ -70,15 +70,15 @@ TEST(Settings, KnowsThreeDarknessNamesAndTakesOthersForZero) {
       {"Light", 0}, {"Middle", 1}, {"Dark", 2}, {"Darkest", 0}, {"dark2", 0}};
   for (const auto& [name, value] : names) {
     SCOPED_TRACE(name);
-    JobCase job = OnePage();
-    job.Choose("Darkness", name);
+    JobCase job = onePage();
+    job.choose("Darkness", name);
     job.settings.darkness = value;
-    EXPECT_EQ(ExpectAsPlain(job).output, Hex("1B 73 01 00 00 02 0" + std::to_string(value)));
+    EXPECT_EQ(expectAsPlain(job).output, hex("1B 73 01 00 00 02 0" + std::to_string(value)));
   }
-  JobCase lower = OnePage();
-  lower.ppd.SetOption("Darkness", "dark", {"dark", "light"});  // case-sensitive
+  JobCase lower = onePage();
+  lower.ppd.setOption("Darkness", "dark", {"dark", "light"});  // case-sensitive
   lower.settings.darkness = 0;
-  ExpectAsPlain(lower);
+  expectAsPlain(lower);
 }
 
 TEST(Settings, ReadsTruthValuesAsWordsOrAsTheLowByteOfANumber) {
@@ -88,107 +88,107 @@ TEST(Settings, ReadsTruthValuesAsWordsOrAsTheLowByteOfANumber) {
       {"256", 0}, {"2", 1},    {"255", 1},  {"512x", 0}, {"maybe", 0}, {"1", 1}};
   for (const auto& [word, value] : words) {
     SCOPED_TRACE(word);
-    JobCase job = OnePage();
-    job.ppd.SetOption("MirrorImage", word, {word, "other"});
+    JobCase job = onePage();
+    job.ppd.setOption("MirrorImage", word, {word, "other"});
     job.settings.mirrorImage = value;
-    ExpectAsPlain(job);
-    JobCase negative = OnePage();
-    negative.ppd.SetOption("NegativeImage", word, {word, "other"});
+    expectAsPlain(job);
+    JobCase negative = onePage();
+    negative.ppd.setOption("NegativeImage", word, {word, "other"});
     negative.settings.negativeImage = value;
-    ExpectAsPlain(negative);
+    expectAsPlain(negative);
   }
 }
 
 TEST(Settings, TakesBooleanOptionsWithoutValue) {
-  JobCase job = OnePage();
+  JobCase job = onePage();
   job.options = "MirrorImage noNegativeImage";
   job.settings.mirrorImage = 1;
-  ExpectAsPlain(job);
+  expectAsPlain(job);
 }
 
 TEST(Settings, ReadsNegativeAndUnreadableNumbers) {
-  JobCase job = OnePage();
-  job.ppd.SetOption("GapsHeight", "about5", {"about5", "3mm"});
+  JobCase job = onePage();
+  job.ppd.setOption("GapsHeight", "about5", {"about5", "3mm"});
   job.settings.gapsHeight = 0;
-  ExpectAsPlain(job);
+  expectAsPlain(job);
   job.options = "GapsHeight=3mm Brightness=-20";
   job.settings.gapsHeight = 3;
   job.settings.brightness = -20;
-  ExpectAsPlain(job);
+  expectAsPlain(job);
 }
 
 TEST(Settings, UsesEmptyTextsAndZerosForOptionsThatThePpdDoesNotHave) {
-  JobCase job = OnePage();
+  JobCase job = onePage();
   for (const char* keyword : {"Resolution", "MediaMethod", "PaperType", "GapsHeight", "Origin",
                               "MirrorImage", "NegativeImage", "HalftoneType", "PrintSpeed",
                               "Darkness", "Brightness", "VBarcodeDensity"}) {
-    job.ppd.RemoveOption(keyword);
+    job.ppd.removeOption(keyword);
   }
   plain::Settings& s = job.settings;
   s.resolution = s.mediaMethod = s.paperType = s.origin = s.printSpeed = "";
   s.gapsHeight = s.darkness = 0;
-  EXPECT_EQ(ExpectAsPlain(job).output, Hex("1B 73 01 00 00 00 00"));
+  EXPECT_EQ(expectAsPlain(job).output, hex("1B 73 01 00 00 00 00"));
 }
 
 TEST(Settings, TakesNoHalftoneForAnUnknownName) {
   for (const char* name : {"tattoo", "floydsteinberg", "Tattoo_V8", "JarvisJudiceNinkes"}) {
-    JobCase job = OnePage();
-    job.ppd.SetOption("HalftoneType", name, {name});
+    JobCase job = onePage();
+    job.ppd.setOption("HalftoneType", name, {name});
     job.settings.halftone = 0;
-    ExpectAsPlain(job);
+    expectAsPlain(job);
   }
 }
 
 TEST(Settings, ReadsTheMarginsOfThePageSize) {
-  JobCase job = OnePage();
-  job.ppd.SetSizes("Label", {{"Label", 142.05, 85.04, 0.46, 1, 141.59, 84}});
-  SetPoints(job.settings, 142.05, 85.04, 0.46, 1, 141.59, 84);
-  ExpectAsPlain(job);
+  JobCase job = onePage();
+  job.ppd.setSizes("Label", {{"Label", 142.05, 85.04, 0.46, 1, 141.59, 84}});
+  setPoints(job.settings, 142.05, 85.04, 0.46, 1, 141.59, 84);
+  expectAsPlain(job);
 }
 
 TEST(Settings, TakesTheSizeOfACustomPage) {
-  JobCase job = OnePage();
-  job.ppd.AllowCustomSizes(20, 600);
+  JobCase job = onePage();
+  job.ppd.allowCustomSizes(20, 600);
   job.options = "PageSize=Custom.204.5x113.25";
   job.settings.pageSize = "Custom";
-  SetPoints(job.settings, 204.5, 113.25, 0, 0, 204.5, 113.25);
-  ExpectAsPlain(job);
+  setPoints(job.settings, 204.5, 113.25, 0, 0, 204.5, 113.25);
+  expectAsPlain(job);
 }
 
 TEST(Settings, RefusesThePaperWhenTheSizeIsUnknown) {
-  JobCase job = OnePage();
-  job.ppd.RemoveOption("PageSize").SetSizes("Nowhere", {{"Label", 144, 72}});
+  JobCase job = onePage();
+  job.ppd.removeOption("PageSize").setSizes("Nowhere", {{"Label", 144, 72}});
   // The default names no size: the choice is not found and its name stays empty.
   job.settings.pageSize = "";
   job.settings.pageSizeKnown = false;
-  EXPECT_EQ(ExpectAsPlain(job).status, 1);
+  EXPECT_EQ(expectAsPlain(job).status, 1);
 }
 
 TEST(Settings, CutsLongChoiceTextsAtFortyCharacters) {
   // A choice text in the PPD can have 40 characters; they all arrive.
   const std::string name(40, 'x');
-  JobCase job = OnePage();
-  job.ppd.SetOption("Origin", name, {name});
+  JobCase job = onePage();
+  job.ppd.setOption("Origin", name, {name});
   job.settings.origin = name;
-  ExpectAsPlain(job);
+  expectAsPlain(job);
 }
 
 TEST(Settings, ReadsTheMediaWidthAsANumberWithFraction) {
   for (const auto& [text, points] :
        std::vector<std::pair<std::string, double>>{{"288.5", 288.5}, {"611.9", 611.9}, {"0", 0}}) {
     SCOPED_TRACE(text);
-    JobCase job = OnePage();
-    job.ppd.SetMaxMediaWidth(text);
+    JobCase job = onePage();
+    job.ppd.setMaxMediaWidth(text);
     job.settings.maxMediaPoints = points;
-    ExpectAsPlain(job);
+    expectAsPlain(job);
   }
 }
 
 TEST(Settings, TakesZeroForAMissingMediaWidth) {
-  JobCase job = OnePage();
-  job.ppd.SetMaxMediaWidth("");
+  JobCase job = onePage();
+  job.ppd.setMaxMediaWidth("");
   job.settings.maxMediaPoints = 0;
-  ExpectAsPlain(job);
+  expectAsPlain(job);
 }
 
 }  // namespace kestra::blackbox

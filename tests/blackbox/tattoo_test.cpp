@@ -13,158 +13,159 @@ namespace ts = testing_support;
 
 class Tattoo : public ::testing::TestWithParam<int> {
  protected:
-  static JobCase Job() {
+  static JobCase stencilJob() {
     JobCase job;
-    job.Halftone(GetParam());
+    job.halftone(GetParam());
     return job;
   }
   // A page of the given bytes, line by line.
-  static void Add(JobCase& job, unsigned width, unsigned height, const ts::Pixels& pixels) {
+  static void add(JobCase& job, unsigned width, unsigned height, const ts::Pixels& pixels) {
     const auto line = static_cast<unsigned>(pixels.size() / height);
-    job.pages.push_back({ts::MakeHeader(width, height, line), pixels});
+    job.pages.push_back({ts::makeHeader(width, height, line), pixels});
   }
 };
 
 TEST_P(Tattoo, PrintsEveryPictureAsThePlainVersionDoes) {
-  JobCase job = Job();
+  JobCase job = stencilJob();
   for (const char* picture : {"gradient", "photo", "bars", "text", "noise", "runs"}) {
-    job.AddPage(120, 67, picture);
+    job.addPage(120, 67, picture);
   }
-  ExpectAsPlain(job);
+  expectAsPlain(job);
 }
 
 TEST_P(Tattoo, PrintsEveryToneMirrorNegativeAndBarcodeChoice) {
   for (const int brightness : {-100, -20, -1, 0, 1, 20, 100}) {
     for (int flags = 0; flags < 12; ++flags) {
       SCOPED_TRACE(std::to_string(brightness) + " " + std::to_string(flags));
-      JobCase job = Job();
-      job.Brightness(brightness);
-      if (flags % 2 != 0) job.Mirror();
-      if (flags / 2 % 2 != 0) job.Negative();
-      job.Barcode(flags / 4);
-      job.AddPage(50, 23, "photo");
-      job.AddPage(53, 17, "bars", 57);
-      ExpectAsPlain(job);
+      JobCase job = stencilJob();
+      job.brightness(brightness);
+      if (flags % 2 != 0) job.mirror();
+      if (flags / 2 % 2 != 0) job.negative();
+      job.barcode(flags / 4);
+      job.addPage(50, 23, "photo");
+      job.addPage(53, 17, "bars", 57);
+      expectAsPlain(job);
     }
   }
 }
 
 TEST_P(Tattoo, PrintsPagesOfEverySmallSize) {
   const unsigned sizes[] = {1, 2, 3, 4, 5, 7, 8, 9, 12, 15, 16, 17, 31, 33};
-  JobCase job = Job();
-  for (const unsigned width : sizes) job.AddPage(width, 11, "noise");
-  for (const unsigned height : sizes) job.AddPage(20, height, "photo");
-  job.AddPage(1, 200, "gradient");
-  job.AddPage(811, 1, "gradient");
-  job.AddPage(1, 1, "solid");
-  ExpectAsPlain(job);
+  JobCase job = stencilJob();
+  for (const unsigned width : sizes) job.addPage(width, 11, "noise");
+  for (const unsigned height : sizes) job.addPage(20, height, "photo");
+  job.addPage(1, 200, "gradient");
+  job.addPage(811, 1, "gradient");
+  job.addPage(1, 1, "solid");
+  expectAsPlain(job);
 }
 
 TEST_P(Tattoo, PrintsLongAndWidePages) {
-  JobCase job = Job();
-  job.AddPage(812, 160, "photo");
-  job.AddPage(812, 40, "text");
-  job.AddPage(8, 2000, "blank");
-  job.AddPage(8, 2000, "solid");
-  ExpectAsPlain(job);
+  JobCase job = stencilJob();
+  job.addPage(812, 160, "photo");
+  job.addPage(812, 40, "text");
+  job.addPage(8, 2000, "blank");
+  job.addPage(8, 2000, "solid");
+  expectAsPlain(job);
 }
 
 TEST_P(Tattoo, PrintsUniformPagesOfEveryLevel) {
-  JobCase job = Job();
-  for (int level = 0; level < 256; ++level) Add(job, 16, 5, ts::Uniform(16, 5, level));
-  ExpectAsPlain(job);
+  JobCase job = stencilJob();
+  for (int level = 0; level < 256; ++level) add(job, 16, 5, ts::uniform(16, 5, level));
+  expectAsPlain(job);
 }
 
 TEST_P(Tattoo, PrintsNearlyUniformPages) {
   // One pixel differs by one level or by a lot: the page's moments then nearly cancel.
-  JobCase job = Job();
+  JobCase job = stencilJob();
   for (const int level : {0, 1, 2, 63, 64, 65, 127, 128, 200, 254, 255}) {
     for (const int other : {0, level - 1, level + 1, 255}) {
-      ts::Pixels pixels = ts::Uniform(24, 9, level);
+      ts::Pixels pixels = ts::uniform(24, 9, level);
       pixels[4 * 24 + 11] = static_cast<std::uint8_t>(std::min(std::max(other, 0), 255));
-      Add(job, 24, 9, pixels);
+      add(job, 24, 9, pixels);
     }
   }
-  ExpectAsPlain(job);
+  expectAsPlain(job);
 }
 
 TEST_P(Tattoo, PrintsPagesOfTwoLevelsInEveryShare) {
-  JobCase job = Job();
+  JobCase job = stencilJob();
   for (std::size_t dark = 1; dark < 128; dark += 7) {
-    ts::Pixels pixels = ts::Uniform(16, 8, 255);
+    ts::Pixels pixels = ts::uniform(16, 8, 255);
     for (std::size_t i = 0; i < dark; ++i) pixels[i * 37 % 128] = 0;
-    Add(job, 16, 8, pixels);
+    add(job, 16, 8, pixels);
   }
-  ExpectAsPlain(job);
+  expectAsPlain(job);
 }
 
 TEST_P(Tattoo, PrintsADotOnAPageOfOneBlankDot) {
   // A page of one level has threshold -1, and 0 lies above it: the only pixel becomes 255.
-  JobCase job = Job();
-  Add(job, 1, 1, {0});
-  EXPECT_EQ(OnlyFrame(ExpectAsPlain(job)).back(), '\x80');
+  JobCase job = stencilJob();
+  add(job, 1, 1, {0});
+  EXPECT_EQ(onlyFrame(expectAsPlain(job)).back(), '\x80');
 }
 
 TEST_P(Tattoo, PrintsASolidPageSolid) {
   // 255 > -1 leaves an error of 0 everywhere.
-  JobCase job = Job();
-  Add(job, 16, 3, ts::Uniform(16, 3, 255));
-  const std::string frame = OnlyFrame(ExpectAsPlain(job));
-  for (std::size_t y = 0; y < 3; ++y) EXPECT_EQ(frame.substr(22 + y * 54 + 52, 2), Hex("FF FF"));
+  JobCase job = stencilJob();
+  add(job, 16, 3, ts::uniform(16, 3, 255));
+  const std::string frame = onlyFrame(expectAsPlain(job));
+  for (std::size_t y = 0; y < 3; ++y) EXPECT_EQ(frame.substr(22 + y * 54 + 52, 2), hex("FF FF"));
 }
 
 TEST_P(Tattoo, PrintsStrayDotsOnABlankPage) {
   // The first pixel of a blank page is a dot as above; what it owes (255) keeps the next ones
   // blank.
-  JobCase job = Job();
-  Add(job, 8, 1, ts::Uniform(8, 1, 0));
-  EXPECT_EQ(OnlyFrame(ExpectAsPlain(job)).back() & '\xC0', '\x80' & '\xC0');
+  JobCase job = stencilJob();
+  add(job, 8, 1, ts::uniform(8, 1, 0));
+  EXPECT_EQ(onlyFrame(expectAsPlain(job)).back() & '\xC0', '\x80' & '\xC0');
 }
 
 TEST_P(Tattoo, ReadsLinesWithGapsAsIfThereWereNone) {
   // Two lines of 6 bytes, width 4. The page is laid out a b c d . . e f g h . . with gaps of 0 and
   // read as lines of 4: "abcd" and "..ef". So it prints like a page of those lines.
-  JobCase gaps = Job();
-  Add(gaps, 4, 2, {10, 90, 170, 250, 77, 77, 60, 220, 140, 30, 77, 77});
-  JobCase skewed = Job();
-  Add(skewed, 4, 2, {10, 90, 170, 250, 0, 0, 60, 220});
-  const ts::Result first = ExpectAsPlain(gaps);
-  const ts::Result second = ExpectAsPlain(skewed);
-  EXPECT_EQ(OnlyFrame(first), OnlyFrame(second));
-  EXPECT_EQ(Image(first, "dithered_#_1.bmp"), Image(second, "dithered_#_1.bmp"));
+  JobCase gaps = stencilJob();
+  add(gaps, 4, 2, {10, 90, 170, 250, 77, 77, 60, 220, 140, 30, 77, 77});
+  JobCase skewed = stencilJob();
+  add(skewed, 4, 2, {10, 90, 170, 250, 0, 0, 60, 220});
+  const ts::Result first = expectAsPlain(gaps);
+  const ts::Result second = expectAsPlain(skewed);
+  EXPECT_EQ(onlyFrame(first), onlyFrame(second));
+  EXPECT_EQ(imageNamed(first, "dithered_#_1.bmp"), imageNamed(second, "dithered_#_1.bmp"));
 }
 
 TEST_P(Tattoo, MirrorsBeforeTheGapsComeIn) {
-  JobCase gaps = Job();
-  gaps.Mirror();
-  Add(gaps, 4, 2, {10, 90, 170, 250, 77, 77, 60, 220, 140, 30, 77, 77});
-  JobCase skewed = Job();
-  Add(skewed, 4, 2, {250, 170, 90, 10, 0, 0, 30, 140});
-  EXPECT_EQ(OnlyFrame(ExpectAsPlain(gaps)), OnlyFrame(ExpectAsPlain(skewed)));
+  JobCase gaps = stencilJob();
+  gaps.mirror();
+  add(gaps, 4, 2, {10, 90, 170, 250, 77, 77, 60, 220, 140, 30, 77, 77});
+  JobCase skewed = stencilJob();
+  add(skewed, 4, 2, {250, 170, 90, 10, 0, 0, 30, 140});
+  EXPECT_EQ(onlyFrame(expectAsPlain(gaps)), onlyFrame(expectAsPlain(skewed)));
 }
 
 TEST_P(Tattoo, PrintsManyPagesWithGapsOfAnyLength) {
   for (const bool negative : {false, true}) {
-    JobCase job = Job();
-    if (negative) job.Negative();
+    JobCase job = stencilJob();
+    if (negative) job.negative();
     for (const unsigned width : {1U, 3U, 5U, 8U, 17U, 40U}) {
       for (const unsigned gap : {1U, 2U, 3U, 4U, 9U, 100U}) {
-        job.AddPage(width, 1 + gap % 13, "photo", width + gap);
+        job.addPage(width, 1 + gap % 13, "photo", width + gap);
       }
     }
-    ExpectAsPlain(job);
+    expectAsPlain(job);
   }
 }
 
 TEST_P(Tattoo, ComplementsTheNegativePageWithItsPadding) {
   // Width 5, solid: 255 becomes 0, the padding 0 becomes 255 and is read as a dot in later rows:
   // 0 0 0 0 0 F F F 0 0 in lines of 5 is 00000 and FFF00 = 00 and E0.
-  JobCase job = Job();
-  job.Negative();
-  Add(job, 5, 2, ts::Uniform(5, 2, 255));
-  const ts::Result result = ExpectAsPlain(job);
-  EXPECT_EQ(Image(result, "dithered_#_1.bmp").substr(1078), Hex("00 00 00 00 00 FF FF FF 00 00"));
-  EXPECT_EQ(OnlyFrame(result).back(), '\xE0');
+  JobCase job = stencilJob();
+  job.negative();
+  add(job, 5, 2, ts::uniform(5, 2, 255));
+  const ts::Result result = expectAsPlain(job);
+  EXPECT_EQ(imageNamed(result, "dithered_#_1.bmp").substr(1078),
+            hex("00 00 00 00 00 FF FF FF 00 00"));
+  EXPECT_EQ(onlyFrame(result).back(), '\xE0');
 }
 
 TEST_P(Tattoo, PrintsThroughATooNarrowHeadAndOnEveryPaper) {
@@ -172,28 +173,28 @@ TEST_P(Tattoo, PrintsThroughATooNarrowHeadAndOnEveryPaper) {
   for (const char* points : {"30", "40", "57", "0", "2000"}) {
     for (const char* paper : {"LabelGaps", "LabelMark", "Continue"}) {
       SCOPED_TRACE(std::string(points) + " " + paper);
-      JobCase job = Job();
-      job.ppd.SetMaxMediaWidth(points);
+      JobCase job = stencilJob();
+      job.ppd.setMaxMediaWidth(points);
       job.settings.maxMediaPoints = std::stod(points);
-      job.Choose("PaperType", paper);
+      job.choose("PaperType", paper);
       job.settings.paperType = paper;
-      job.AddPage(160, 12, "photo");
-      job.AddPage(163, 9, "text", 164, 300);
-      ExpectAsPlain(job);
+      job.addPage(160, 12, "photo");
+      job.addPage(163, 9, "text", 164, 300);
+      expectAsPlain(job);
     }
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(Stencil, Tattoo, ::testing::Values(8, 9),
-                         [](const auto& each) { return HalftoneName(each.param); });
+                         [](const auto& each) { return halftoneName(each.param); });
 
 TEST(TattooNames, BothTypesGiveDifferentDots) {
   std::vector<std::string> frames;
   for (const int halftone : {0, 8, 9}) {
     JobCase job;
-    job.Halftone(halftone);
-    job.AddPage(64, 48, "photo");
-    frames.push_back(OnlyFrame(ExpectAsPlain(job)));
+    job.halftone(halftone);
+    job.addPage(64, 48, "photo");
+    frames.push_back(onlyFrame(expectAsPlain(job)));
   }
   EXPECT_NE(frames[0], frames[1]);
   EXPECT_NE(frames[0], frames[2]);
@@ -204,8 +205,8 @@ TEST(TattooNames, TheChoiceIsFoundWithoutRegardToCase) {
   JobCase job;
   job.options = "HalftoneType=tattoo";
   job.settings.halftone = 8;
-  job.AddPage(32, 8, "photo");
-  ExpectAsPlain(job);
+  job.addPage(32, 8, "photo");
+  expectAsPlain(job);
 }
 
 }  // namespace kestra::blackbox

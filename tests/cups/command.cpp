@@ -18,7 +18,7 @@ namespace kestra::cups_tests {
 
 namespace {
 
-[[noreturn]] void Become(const Command& command, int words) {
+[[noreturn]] void become(const Command& command, int words) {
   ::alarm(60);
   const int input = ::open(command.input.c_str(), O_RDONLY);
   const int output =
@@ -41,12 +41,12 @@ namespace {
 
 }  // namespace
 
-Said RunCommand(const Command& command) {
+Said runCommand(const Command& command) {
   Said said;
   std::array<int, 2> ends{};
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) return said;
   const pid_t child = ::fork();
-  if (child == 0) Become(command, ends[1]);
+  if (child == 0) become(command, ends[1]);
   ::close(ends[1]);
   std::array<char, 4096> buffer{};
   for (;;) {
@@ -63,10 +63,10 @@ Said RunCommand(const Command& command) {
   return said;
 }
 
-std::string MustRun(const std::vector<std::string>& words) {
+std::string mustRun(const std::vector<std::string>& words) {
   Command command;
   command.words = words;
-  const Said said = RunCommand(command);
+  const Said said = runCommand(command);
   if (said.status != 0) {
     std::string line;
     for (const auto& word : words) line += word + " ";
@@ -75,12 +75,12 @@ std::string MustRun(const std::vector<std::string>& words) {
   return said.text;
 }
 
-std::string ReadFile(const std::string& path) {
+std::string readFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-void WriteFile(const std::string& path, const std::string& bytes, unsigned mode) {
+void writeFile(const std::string& path, const std::string& bytes, unsigned mode) {
   std::ofstream out(path, std::ios::binary);
   out << bytes;
   out.close();

@@ -20,13 +20,13 @@ struct Command {
 };
 
 // Waits for its end; after 60 seconds the program is ended.
-Said RunCommand(const Command& command);
+Said runCommand(const Command& command);
 
 // As above; a status other than 0 fails the current test.
-std::string MustRun(const std::vector<std::string>& words);
+std::string mustRun(const std::vector<std::string>& words);
 
 // The bytes of a file; empty where there is none.
-std::string ReadFile(const std::string& path);
-void WriteFile(const std::string& path, const std::string& bytes, unsigned mode = 0644);
+std::string readFile(const std::string& path);
+void writeFile(const std::string& path, const std::string& bytes, unsigned mode = 0644);
 
 }  // namespace kestra::cups_tests

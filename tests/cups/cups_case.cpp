@@ -15,43 +15,43 @@ namespace kestra::cups_tests {
 namespace ts = testing_support;
 
 void CupsCase::SetUp() {
-  if (!ThisMachine().obstacle.empty()) {
-    GTEST_SKIP() << "no private place for a print server here (" << ThisMachine().obstacle
+  if (!thisMachine().obstacle.empty()) {
+    GTEST_SKIP() << "no private place for a print server here (" << thisMachine().obstacle
                  << "); run the tests as root, or allow users their own namespaces";
   }
-  ASSERT_EQ(server().Problem(), "");
+  ASSERT_EQ(server().problem(), "");
 }
 
-std::string CupsCase::Queue(const std::vector<std::string>& defaults) {
+std::string CupsCase::makeQueue(const std::vector<std::string>& defaults) {
   const std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
-  server().AddQueue(name, "kestra4", defaults);
+  server().addQueue(name, "kestra4", defaults);
   return name;
 }
 
-std::string CupsCase::Document(const std::string& name, const std::string& bytes) {
-  const std::string path = server().Document(name);
-  WriteFile(path, bytes);
+std::string CupsCase::document(const std::string& name, const std::string& bytes) {
+  const std::string path = server().document(name);
+  writeFile(path, bytes);
   return path;
 }
 
-std::string CupsCase::Raster(const std::vector<ts::StreamPage>& pages) {
-  return Document("pages.ras", ts::WriteStream(pages, true));
+std::string CupsCase::raster(const std::vector<ts::StreamPage>& pages) {
+  return document("pages.ras", ts::writeStream(pages, true));
 }
 
-std::string Commands(std::size_t pages, int speed, int darkness) {
+std::string commands(std::size_t pages, int speed, int darkness) {
   const char one[] = {0x1B, 0x73, 1, 0, 0, static_cast<char>(speed), static_cast<char>(darkness)};
   std::string all;
   for (std::size_t i = 0; i < pages; ++i) all.append(one, sizeof one);
   return all;
 }
 
-std::string FrameName(int page, int job, int sequence) {
+std::string frameName(int page, int job, int sequence) {
   char name[64];
   std::snprintf(name, sizeof name, "page_%04d_jobid_%06d_%04d.dat", page, job, sequence);
   return name;
 }
 
-void ExpectPrinted(const JobReport& report, const std::map<std::string, plain::Bytes>& frames,
+void expectPrinted(const JobReport& report, const std::map<std::string, plain::Bytes>& frames,
                    const std::string& commands) {
   EXPECT_EQ(report.state, JobState::kCompleted) << report.reason << ": " << report.message;
   EXPECT_EQ(report.errors, std::vector<std::string>{});
@@ -69,24 +69,24 @@ void ExpectPrinted(const JobReport& report, const std::map<std::string, plain::B
   }
 }
 
-void ExpectPrinted(const JobReport& report, const plain::Outcome& outcome) {
-  ExpectPrinted(report, outcome.frames, std::string(outcome.output.begin(), outcome.output.end()));
+void expectPrinted(const JobReport& report, const plain::Outcome& outcome) {
+  expectPrinted(report, outcome.frames, std::string(outcome.output.begin(), outcome.output.end()));
 }
 
-std::vector<std::string> InOrder(const JobReport& report) {
+std::vector<std::string> inOrder(const JobReport& report) {
   std::vector<std::string> frames;
   for (const auto& [name, bytes] : report.frames) frames.push_back(bytes);
   return frames;
 }
 
-Box Bar(int k) { return {0, 812, 203 * k, 1015}; }
+Box bar(int k) { return {0, 812, 203 * k, 1015}; }
 
-std::vector<int> Bars(const JobReport& report) {
+std::vector<int> bars(const JobReport& report) {
   std::vector<int> bars;
-  for (const auto& frame : InOrder(report)) {
-    const Box box = BlackBox(frame, kLabelMargin);
+  for (const auto& frame : inOrder(report)) {
+    const Box box = blackBox(frame, kLabelMargin);
     const int k = box.right / 203;
-    bars.push_back(box == Bar(k) ? k : 0);
+    bars.push_back(box == bar(k) ? k : 0);
   }
   return bars;
 }
@@ -96,6 +96,6 @@ std::vector<int> Bars(const JobReport& report) {
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
   if (testing::GTEST_FLAG(list_tests)) return RUN_ALL_TESTS();
-  kestra::cups_tests::KeepBuildFiles();
-  return kestra::cups_tests::RunInPrivateMachine([] { return RUN_ALL_TESTS(); });
+  kestra::cups_tests::keepBuildFiles();
+  return kestra::cups_tests::runInPrivateMachine([] { return RUN_ALL_TESTS(); });
 }

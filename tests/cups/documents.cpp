@@ -8,7 +8,7 @@ namespace kestra::cups_tests {
 
 namespace ts = testing_support;
 
-std::string BarPdf(int pages, int width, int height) {
+std::string barPdf(int pages, int width, int height) {
   // Objects: 1 catalogue, 2 page tree, then a page and its content for each page.
   std::vector<std::string> objects = {"<< /Type /Catalog /Pages 2 0 R >>"};
   std::string kids;
@@ -34,7 +34,7 @@ std::string BarPdf(int pages, int width, int height) {
          count + " /Root 1 0 R >>\nstartxref\n" + std::to_string(text.size()) + "\n%%EOF\n";
 }
 
-std::string BarPostScript(int pages, int width, int height) {
+std::string barPostScript(int pages, int width, int height) {
   std::string text = "%!PS-Adobe-3.0\n<< /PageSize [" + std::to_string(width) + " " +
                      std::to_string(height) + "] >> setpagedevice\n";
   for (int k = 1; k <= pages; ++k) {
@@ -43,9 +43,9 @@ std::string BarPostScript(int pages, int width, int height) {
   return text;
 }
 
-ts::StreamPage RasterPage(const std::string& picture, unsigned width, unsigned height,
+ts::StreamPage rasterPage(const std::string& picture, unsigned width, unsigned height,
                           unsigned dpi) {
-  return {ts::MakeHeader(width, height, width, dpi), ts::MakePicture(picture, width, height)};
+  return {ts::makeHeader(width, height, width, dpi), ts::makePicture(picture, width, height)};
 }
 
 }  // namespace kestra::cups_tests

@@ -16,81 +16,82 @@ namespace ts = testing_support;
 class Documents : public CupsCase {};
 
 TEST_F(Documents, PdfOfSeveralPagesGivesAFramePerPage) {
-  const std::string queue = Queue();
-  const JobReport report = server().Print(queue, Document("bars.pdf", BarPdf(4, 288, 432)));
+  const std::string queue = makeQueue();
+  const JobReport report = server().print(queue, document("bars.pdf", barPdf(4, 288, 432)));
   EXPECT_EQ(report.state, JobState::kCompleted);
   EXPECT_EQ(report.errors, std::vector<std::string>{});
-  EXPECT_EQ(report.sent, Commands(4));
+  EXPECT_EQ(report.sent, commands(4));
   ASSERT_EQ(report.frames.size(), 4U);
   for (int page = 1; page <= 4; ++page) {
-    const auto frame = report.frames.find(FrameName(page, report.id));
+    const auto frame = report.frames.find(frameName(page, report.id));
     ASSERT_NE(frame, report.frames.end()) << page;
     // 4 inches at 203 dpi are 812 dots, 6 inches 1218; a record is 2 + 2 + 102 bytes.
     EXPECT_EQ(frame->second.size(), 22U + 1218 * 106);
   }
-  EXPECT_EQ(Bars(report), (std::vector<int>{1, 2, 3, 4}));
+  EXPECT_EQ(bars(report), (std::vector<int>{1, 2, 3, 4}));
   // The queue's next page is number 5.
-  EXPECT_EQ(server().Counter(queue + ".pgc"), std::string("\x05\0", 2));
+  EXPECT_EQ(server().counter(queue + ".pgc"), std::string("\x05\0", 2));
 }
 
 TEST_F(Documents, PostScriptPrintsLikePdf) {
-  const JobReport report = server().Print(Queue(), Document("bars.ps", BarPostScript(2, 288, 432)));
+  const JobReport report =
+      server().print(makeQueue(), document("bars.ps", barPostScript(2, 288, 432)));
   EXPECT_EQ(report.state, JobState::kCompleted) << report.message;
   EXPECT_EQ(report.errors, std::vector<std::string>{});
-  EXPECT_EQ(report.sent, Commands(2));
-  EXPECT_EQ(Bars(report), (std::vector<int>{1, 2}));
+  EXPECT_EQ(report.sent, commands(2));
+  EXPECT_EQ(bars(report), (std::vector<int>{1, 2}));
 }
 
 TEST_F(Documents, TextPrintsAsTheServersProgramsDrawIt) {
-  const std::string queue = Queue();
-  const std::string text = Document("note.txt", "A label\nof two lines\n\fand a second page\n");
-  const std::string stream = RenderByHand({"texttopdf", "pdftopdf", "gstoraster"}, text,
-                                          "text/plain", server().Ppd("kestra4"), "");
-  const JobReport report = server().Print(queue, text);
-  const plain::Outcome expected = Predict(stream, LabelSettings(), report.id, queue);
+  const std::string queue = makeQueue();
+  const std::string text = document("note.txt", "A label\nof two lines\n\fand a second page\n");
+  const std::string stream = renderByHand({"texttopdf", "pdftopdf", "gstoraster"}, text,
+                                          "text/plain", server().ppd("kestra4"), "");
+  const JobReport report = server().print(queue, text);
+  const plain::Outcome expected = predict(stream, labelSettings(), report.id, queue);
   EXPECT_EQ(expected.frames.size(), 2U);
-  ExpectPrinted(report, expected);
+  expectPrinted(report, expected);
 }
 
 TEST_F(Documents, PngPrintsAsLargeAsThePicture) {
   // A picture of 400 x 500 pixels is enlarged until it fills the width of 4 x 6 inches: 812 dots,
   // and 812 * 500 / 400 = 1015 rows, not the page's 1218.
-  const std::string picture = server().Document("picture.png");
-  MustRun({"gs", "-q", "-dBATCH", "-dNOPAUSE", "-dSAFER", "-sDEVICE=pnggray", "-r100", "-g400x500",
+  const std::string picture = server().document("picture.png");
+  mustRun({"gs", "-q", "-dBATCH", "-dNOPAUSE", "-dSAFER", "-sDEVICE=pnggray", "-r100", "-g400x500",
            "-sOutputFile=" + picture, "-c", "0.5 setgray 72 36 144 72 rectfill showpage"});
-  const std::string queue = Queue();
-  const std::string stream = RenderByHand({"imagetoraster"}, picture, "image/png",
-                                          server().Ppd("kestra4"), "HalftoneType=Ordered");
-  const JobReport report = server().Print(queue, picture, {"-o", "HalftoneType=Ordered"});
-  plain::Settings settings = LabelSettings();
+  const std::string queue = makeQueue();
+  const std::string stream = renderByHand({"imagetoraster"}, picture, "image/png",
+                                          server().ppd("kestra4"), "HalftoneType=Ordered");
+  const JobReport report = server().print(queue, picture, {"-o", "HalftoneType=Ordered"});
+  plain::Settings settings = labelSettings();
   settings.halftone = 2;
-  const plain::Outcome expected = Predict(stream, settings, report.id, queue);
-  ExpectPrinted(report, expected);
+  const plain::Outcome expected = predict(stream, settings, report.id, queue);
+  expectPrinted(report, expected);
   ASSERT_EQ(report.frames.size(), 1U);
   // 812 dots are 102 bytes, with margin and count 106 = 0x6A; 1015 = 0x03F7; low byte first.
   EXPECT_EQ(report.frames.begin()->second.substr(18, 4), std::string("\x6A\0\xF7\x03", 4));
 }
 
 TEST_F(Documents, RasterDocumentReachesTheFilterUnchanged) {
-  const std::string queue = Queue();
-  const std::vector<ts::StreamPage> pages = {RasterPage("photo", 812, 1218),
-                                             RasterPage("bars", 400, 240)};
+  const std::string queue = makeQueue();
+  const std::vector<ts::StreamPage> pages = {rasterPage("photo", 812, 1218),
+                                             rasterPage("bars", 400, 240)};
   const JobReport report =
-      server().Print(queue, Raster(pages), {"-o", "HalftoneType=Stucki", "-o", "Brightness=-20"});
-  plain::Settings settings = LabelSettings();
+      server().print(queue, raster(pages), {"-o", "HalftoneType=Stucki", "-o", "Brightness=-20"});
+  plain::Settings settings = labelSettings();
   settings.halftone = 4;
   settings.brightness = -20;
-  ExpectPrinted(report, Predict(ts::WriteStream(pages), settings, report.id, queue));
+  expectPrinted(report, predict(ts::writeStream(pages), settings, report.id, queue));
 }
 
 TEST_F(Documents, StencilPrintsOnTheWidePrinter) {
   const std::string queue = "StencilQueue";
-  server().AddQueue(queue, "kestraa4");
-  const std::vector<ts::StreamPage> pages = {RasterPage("photo", 836, 500)};
-  const JobReport report = server().Print(
-      queue, Raster(pages),
+  server().addQueue(queue, "kestraa4");
+  const std::vector<ts::StreamPage> pages = {rasterPage("photo", 836, 500)};
+  const JobReport report = server().print(
+      queue, raster(pages),
       {"-o", "PageSize=Tattoo_A6", "-o", "HalftoneType=Tattoo", "-o", "Resolution=203dpi"});
-  plain::Settings settings = LabelSettings();
+  plain::Settings settings = labelSettings();
   settings.pageSize = "Tattoo_A6";
   // 105 x 148 mm, 0.52 points of margin left and right.
   const float points[6] = {297.637817382812F, 419.527557373047F, 0.519999980927F, 0,
@@ -101,7 +102,7 @@ TEST_F(Documents, StencilPrintsOnTheWidePrinter) {
   settings.paperType = "Continue";
   settings.gapsHeight = 0;
   settings.halftone = 8;
-  ExpectPrinted(report, Predict(ts::WriteStream(pages), settings, report.id, queue));
+  expectPrinted(report, predict(ts::writeStream(pages), settings, report.id, queue));
 }
 
 }  // namespace kestra::cups_tests

@@ -21,11 +21,11 @@ namespace ts = testing_support;
 
 namespace {
 
-bool AnyPixels(const cups_page_header2_t&) { return true; }
+bool anyPixels(const cups_page_header2_t&) { return true; }
 
 }  // namespace
 
-plain::Settings LabelSettings() {
+plain::Settings labelSettings() {
   plain::Settings settings;
   settings.pageSize = "w288h432";
   const float points[6] = {288, 432, 0, 0, 288, 432};
@@ -34,10 +34,10 @@ plain::Settings LabelSettings() {
   return settings;
 }
 
-std::string RenderByHand(const std::vector<std::string>& programs, const std::string& document,
+std::string renderByHand(const std::vector<std::string>& programs, const std::string& document,
                          const std::string& contentType, const std::string& ppd,
                          const std::string& options) {
-  std::string name = PrintServer::Running().Document("by-hand-XXXXXX");
+  std::string name = PrintServer::running().document("by-hand-XXXXXX");
   if (::mkdtemp(name.data()) == nullptr) return "";
   std::string input = document;
   for (const auto& program : programs) {
@@ -57,28 +57,28 @@ std::string RenderByHand(const std::vector<std::string>& programs, const std::st
                            "TMPDIR=" + name,
                            "CONTENT_TYPE=" + contentType,
                            "FINAL_CONTENT_TYPE=application/vnd.cups-raster"};
-    const Said said = RunCommand(command);
+    const Said said = runCommand(command);
     if (said.status != 0) {
       ADD_FAILURE() << program << " ended with " << said.status << ": " << said.text;
       return "";
     }
     input = command.output;
   }
-  std::string stream = ReadFile(input);
+  std::string stream = readFile(input);
   fs::remove_all(name);
   return stream;
 }
 
-plain::Outcome Predict(const std::string& stream, const plain::Settings& settings, int job,
+plain::Outcome predict(const std::string& stream, const plain::Settings& settings, int job,
                        const std::string& queue) {
   plain::Job work;
   work.jobId = std::to_string(job);
   work.queue = queue;
   work.settings = settings;
-  for (const auto& page : ts::Deliver(stream, AnyPixels)) {
-    work.pages.push_back({blackbox::ToPlain(page.header), page.pixels, page.readable});
+  for (const auto& page : ts::deliver(stream, anyPixels)) {
+    work.pages.push_back({blackbox::toPlain(page.header), page.pixels, page.readable});
   }
-  return plain::RunJob(work);
+  return plain::runJob(work);
 }
 
 void PrintTo(const Box& box, std::ostream* out) {
@@ -86,7 +86,7 @@ void PrintTo(const Box& box, std::ostream* out) {
        << box.bottom;
 }
 
-Box BlackBox(const std::string& frame, int marginBytes) {
+Box blackBox(const std::string& frame, int marginBytes) {
   const ParsedFrame parsed = parsePageFrame({frame.begin(), frame.end()});
   if (!parsed.frame) {
     ADD_FAILURE() << "no frame: " << parsed.problem;

@@ -15,15 +15,15 @@ namespace ts = testing_support;
 
 class Jobs : public CupsCase {
  protected:
-  std::string SmallRaster() { return Raster({RasterPage("text", 400, 100)}); }
+  std::string smallRaster() { return raster({rasterPage("text", 400, 100)}); }
 
   // The user sees the filter's words as the reason of the stop, or the print system's own two where
   // it noticed the end of the filter before it read those words.
-  static bool IsReasonOf(const JobReport& bad) {
+  static bool isReasonOf(const JobReport& bad) {
     return bad.message == bad.errors[0] || bad.message == "Filter failed";
   }
 
-  static bool Says(const std::vector<std::string>& log, const std::string& text) {
+  static bool says(const std::vector<std::string>& log, const std::string& text) {
     return std::any_of(log.begin(), log.end(), [&text](const std::string& line) {
       return line.find(text) != std::string::npos;
     });
@@ -31,54 +31,54 @@ class Jobs : public CupsCase {
 };
 
 TEST_F(Jobs, OfTwoQueuesPrintAtOnceWithoutMixing) {
-  const std::string first = Queue();
+  const std::string first = makeQueue();
   const std::string second = first + "Other";
-  server().AddQueue(second, "kestra4", {"HalftoneType=Burkes", "Darkness=Dark"});
+  server().addQueue(second, "kestra4", {"HalftoneType=Burkes", "Darkness=Dark"});
   std::vector<ts::StreamPage> ones;
   std::vector<ts::StreamPage> others;
   for (int i = 0; i < 8; ++i) {
-    ones.push_back(RasterPage("photo", 812, 900));
-    others.push_back(RasterPage("gradient", 636, 700));
+    ones.push_back(rasterPage("photo", 812, 900));
+    others.push_back(rasterPage("gradient", 636, 700));
   }
   // Both wait in stopped queues, so that the two jobs start within a moment of each other.
-  MustRun({"cupsdisable", first, second});
-  const int job1 = server().Send(first, Document("ones.ras", ts::WriteStream(ones, true)));
-  const int job2 = server().Send(second, Document("others.ras", ts::WriteStream(others, true)));
-  MustRun({"cupsenable", first, second});
-  const JobReport report1 = server().Await(job1);
-  const JobReport report2 = server().Await(job2);
+  mustRun({"cupsdisable", first, second});
+  const int job1 = server().send(first, document("ones.ras", ts::writeStream(ones, true)));
+  const int job2 = server().send(second, document("others.ras", ts::writeStream(others, true)));
+  mustRun({"cupsenable", first, second});
+  const JobReport report1 = server().await(job1);
+  const JobReport report2 = server().await(job2);
 
   // Each filter had started before the other one ended.
   const std::string started = "Started filter";
   const std::string ended = "/rastertokestra) exited with no errors";
-  EXPECT_LT(server().LineOf(job1, started), server().LineOf(job2, ended));
-  EXPECT_LT(server().LineOf(job2, started), server().LineOf(job1, ended));
-  ExpectPrinted(report1, Predict(ts::WriteStream(ones), LabelSettings(), job1, first));
-  plain::Settings settings = LabelSettings();
+  EXPECT_LT(server().lineOf(job1, started), server().lineOf(job2, ended));
+  EXPECT_LT(server().lineOf(job2, started), server().lineOf(job1, ended));
+  expectPrinted(report1, predict(ts::writeStream(ones), labelSettings(), job1, first));
+  plain::Settings settings = labelSettings();
   settings.halftone = 3;
   settings.darkness = 2;
-  ExpectPrinted(report2, Predict(ts::WriteStream(others), settings, job2, second));
+  expectPrinted(report2, predict(ts::writeStream(others), settings, job2, second));
 }
 
 TEST_F(Jobs, CancelledInTheMiddleLeaveWholeFramesOnly) {
-  const std::string queue = Queue();
-  const std::vector<ts::StreamPage> pages(120, RasterPage("gradient", 812, 1218));
-  const int job = server().Send(queue, Raster(pages), {"-o", "HalftoneType=Sierra"});
-  server().AwaitFrame(job);
-  MustRun({"cancel", std::to_string(job)});
-  server().AwaitLog(job, "/rastertokestra) was terminated normally with signal 15");
-  const JobReport report = server().Await(job);
+  const std::string queue = makeQueue();
+  const std::vector<ts::StreamPage> pages(120, rasterPage("gradient", 812, 1218));
+  const int job = server().send(queue, raster(pages), {"-o", "HalftoneType=Sierra"});
+  server().awaitFrame(job);
+  mustRun({"cancel", std::to_string(job)});
+  server().awaitLog(job, "/rastertokestra) was terminated normally with signal 15");
+  const JobReport report = server().await(job);
   EXPECT_EQ(report.state, JobState::kCanceled);
   EXPECT_EQ(report.reason, "job-canceled-by-user");
   EXPECT_GE(report.frames.size(), 1U);
   EXPECT_LT(report.frames.size(), pages.size());
   // The same page again and again: each frame is the predicted one but for its page number.
   const plain::Settings settings = [] {
-    plain::Settings sierra = LabelSettings();
+    plain::Settings sierra = labelSettings();
     sierra.halftone = 6;
     return sierra;
   }();
-  const plain::Outcome expected = Predict(ts::WriteStream({pages[0]}), settings, job, queue);
+  const plain::Outcome expected = predict(ts::writeStream({pages[0]}), settings, job, queue);
   ASSERT_EQ(expected.frames.size(), 1U);
   const plain::Bytes& wanted = expected.frames.begin()->second;
   const std::string dots = std::string(wanted.begin(), wanted.end()).substr(14);
@@ -89,76 +89,76 @@ TEST_F(Jobs, CancelledInTheMiddleLeaveWholeFramesOnly) {
   EXPECT_GE(report.sent.size(), 7 * report.frames.size());
   EXPECT_LE(report.sent.size(), 7 * (report.frames.size() + 1));
   // The job did not end well, so the queue's page numbers start at 1 for the next job.
-  EXPECT_EQ(server().Counter(queue + ".pgc"), "");
-  const JobReport next = server().Print(queue, SmallRaster());
+  EXPECT_EQ(server().counter(queue + ".pgc"), "");
+  const JobReport next = server().print(queue, smallRaster());
   EXPECT_EQ(next.state, JobState::kCompleted);
-  EXPECT_EQ(next.frames.count(FrameName(1, next.id)), 1U);
+  EXPECT_EQ(next.frames.count(frameName(1, next.id)), 1U);
 }
 
 TEST_F(Jobs, WithOneBitPagesStopAndTheNextOnePrints) {
-  const std::string queue = Queue();
-  cups_page_header2_t header = ts::MakeHeader(400, 100, 50);
+  const std::string queue = makeQueue();
+  cups_page_header2_t header = ts::makeHeader(400, 100, 50);
   header.cupsBitsPerColor = 1;
   header.cupsBitsPerPixel = 1;
-  const JobReport bad = server().Print(
-      queue, Document("onebit.ras", ts::RawStream({{header, ts::Uniform(50, 100, 255)}})));
+  const JobReport bad = server().print(
+      queue, document("onebit.ras", ts::rawStream({{header, ts::uniform(50, 100, 255)}})));
   EXPECT_EQ(bad.state, JobState::kStopped);
   EXPECT_EQ(bad.frames.size(), 0U);
   ASSERT_FALSE(bad.errors.empty());
   EXPECT_NE(bad.errors[0].find("Requires 8 bits per pixel!"), std::string::npos) << bad.errors[0];
-  EXPECT_TRUE(IsReasonOf(bad)) << bad.message;
-  EXPECT_TRUE(Says(server().Log(bad.id), "stopped with status 1"));
+  EXPECT_TRUE(isReasonOf(bad)) << bad.message;
+  EXPECT_TRUE(says(server().log(bad.id), "stopped with status 1"));
 
-  const std::string good = SmallRaster();
-  const JobReport next = server().Print(queue, good);
-  ExpectPrinted(next, Predict(ReadFile(good), LabelSettings(), next.id, queue));
+  const std::string good = smallRaster();
+  const JobReport next = server().print(queue, good);
+  expectPrinted(next, predict(readFile(good), labelSettings(), next.id, queue));
 }
 
 TEST_F(Jobs, OnPaperBelowAMillimetreStopAndTheNextOnePrints) {
-  const std::string queue = Queue();
+  const std::string queue = makeQueue();
   // 2 points are 0.7 mm.
-  const JobReport bad = server().Print(queue, SmallRaster(), {"-o", "PageSize=Custom.2x2"});
+  const JobReport bad = server().print(queue, smallRaster(), {"-o", "PageSize=Custom.2x2"});
   EXPECT_EQ(bad.state, JobState::kStopped);
   EXPECT_EQ(bad.frames.size(), 0U);
   EXPECT_EQ(bad.sent, "");
   ASSERT_FALSE(bad.errors.empty());
   EXPECT_NE(bad.errors[0].find("Paper size must not less than 1.0"), std::string::npos)
       << bad.errors[0];
-  EXPECT_TRUE(IsReasonOf(bad)) << bad.message;
+  EXPECT_TRUE(isReasonOf(bad)) << bad.message;
 
-  const std::string good = SmallRaster();
-  const JobReport next = server().Print(queue, good);
-  ExpectPrinted(next, Predict(ReadFile(good), LabelSettings(), next.id, queue));
+  const std::string good = smallRaster();
+  const JobReport next = server().print(queue, good);
+  expectPrinted(next, predict(readFile(good), labelSettings(), next.id, queue));
 }
 
 TEST_F(Jobs, WithATruncatedRasterDocumentPrintTheWholePagesBeforeTheCut) {
-  const std::string queue = Queue();
-  const std::vector<ts::StreamPage> pages(2, RasterPage("text", 400, 100));
-  const std::string whole = ts::RawStream(pages);
+  const std::string queue = makeQueue();
+  const std::vector<ts::StreamPage> pages(2, rasterPage("text", 400, 100));
+  const std::string whole = ts::rawStream(pages);
   // Cut 1000 bytes before the end: the second page's last rows are missing.
   const std::string cut = whole.substr(0, whole.size() - 1000);
-  const JobReport report = server().Print(queue, Document("cut.ras", cut));
-  const plain::Outcome expected = Predict(cut, LabelSettings(), report.id, queue);
+  const JobReport report = server().print(queue, document("cut.ras", cut));
+  const plain::Outcome expected = predict(cut, labelSettings(), report.id, queue);
   EXPECT_EQ(expected.frames.size(), 1U);
   ASSERT_EQ(report.frames.size(), 1U);
-  EXPECT_EQ(report.frames.begin()->first, FrameName(1, report.id));
-  EXPECT_EQ(report.sent, Commands(2));
+  EXPECT_EQ(report.frames.begin()->first, frameName(1, report.id));
+  EXPECT_EQ(report.sent, commands(2));
 }
 
 TEST_F(Jobs, OfAQueueCountTheirPagesOn) {
-  const std::string queue = Queue();
-  const std::string two = Raster({RasterPage("text", 400, 100), RasterPage("bars", 400, 100)});
-  const JobReport first = server().Print(queue, two);
-  EXPECT_EQ(first.frames.count(FrameName(1, first.id)), 1U);
-  EXPECT_EQ(first.frames.count(FrameName(2, first.id)), 1U);
+  const std::string queue = makeQueue();
+  const std::string two = raster({rasterPage("text", 400, 100), rasterPage("bars", 400, 100)});
+  const JobReport first = server().print(queue, two);
+  EXPECT_EQ(first.frames.count(frameName(1, first.id)), 1U);
+  EXPECT_EQ(first.frames.count(frameName(2, first.id)), 1U);
   EXPECT_EQ(first.frames.size(), 2U);
-  EXPECT_EQ(server().Counter(queue + ".pgc"), std::string("\x03\0", 2));
+  EXPECT_EQ(server().counter(queue + ".pgc"), std::string("\x03\0", 2));
   // With a counter file every page of the job carries its number: 3, told apart by the sequence.
-  const JobReport second = server().Print(queue, two);
-  EXPECT_EQ(second.frames.count(FrameName(3, second.id, 0)), 1U);
-  EXPECT_EQ(second.frames.count(FrameName(3, second.id, 1)), 1U);
+  const JobReport second = server().print(queue, two);
+  EXPECT_EQ(second.frames.count(frameName(3, second.id, 0)), 1U);
+  EXPECT_EQ(second.frames.count(frameName(3, second.id, 1)), 1U);
   EXPECT_EQ(second.frames.size(), 2U);
-  EXPECT_EQ(server().Counter(queue + ".pgc"), std::string("\x04\0", 2));
+  EXPECT_EQ(server().counter(queue + ".pgc"), std::string("\x04\0", 2));
 }
 
 TEST_F(Jobs, OfAQueueWithAnUmlautCountInAFileWithoutIt) {
@@ -166,11 +166,11 @@ TEST_F(Jobs, OfAQueueWithAnUmlautCountInAFileWithoutIt) {
   const std::string queue =
       "Dr\xC3\xBC"
       "ck";
-  server().AddQueue(queue, "kestra4");
-  const std::string page = SmallRaster();
-  const JobReport report = server().Print(queue, page);
-  ExpectPrinted(report, Predict(ReadFile(page), LabelSettings(), report.id, queue));
-  EXPECT_EQ(server().Counter("Dr__ck.pgc"), std::string("\x02\0", 2));
+  server().addQueue(queue, "kestra4");
+  const std::string page = smallRaster();
+  const JobReport report = server().print(queue, page);
+  expectPrinted(report, predict(readFile(page), labelSettings(), report.id, queue));
+  EXPECT_EQ(server().counter("Dr__ck.pgc"), std::string("\x02\0", 2));
 }
 
 }  // namespace kestra::cups_tests

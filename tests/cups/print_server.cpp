@@ -31,7 +31,7 @@ namespace {
 constexpr char kServer[] = "/usr/sbin/cupsd";
 
 // Asks every 20 ms, for half a minute at most.
-bool Eventually(const std::function<bool()>& question) {
+bool eventually(const std::function<bool()>& question) {
   for (int i = 0; i < 1500; ++i) {
     if (question()) return true;
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -39,18 +39,18 @@ bool Eventually(const std::function<bool()>& question) {
   return false;
 }
 
-std::string TextOf(ipp_t* answer, const char* name) {
+std::string textOf(ipp_t* answer, const char* name) {
   ipp_attribute_t* found = ippFindAttribute(answer, name, IPP_TAG_ZERO);
   const char* text = found == nullptr ? nullptr : ippGetString(found, 0, nullptr);
   return text == nullptr ? "" : text;
 }
 
-int NumberOf(ipp_t* answer, const char* name) {
+int numberOf(ipp_t* answer, const char* name) {
   ipp_attribute_t* found = ippFindAttribute(answer, name, IPP_TAG_ZERO);
   return found == nullptr ? -1 : ippGetInteger(found, 0);
 }
 
-JobReport Ask(int job) {
+JobReport ask(int job) {
   JobReport report;
   report.id = job;
   ipp_t* request = ippNewRequest(IPP_OP_GET_JOB_ATTRIBUTES);
@@ -59,45 +59,45 @@ JobReport Ask(int job) {
   ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_NAME, "requesting-user-name", nullptr, "tests");
   ipp_t* answer = cupsDoRequest(CUPS_HTTP_DEFAULT, request, "/");
   if (answer == nullptr) return report;
-  report.state = static_cast<JobState>(NumberOf(answer, "job-state"));
-  report.reason = TextOf(answer, "job-state-reasons");
-  report.message = TextOf(answer, "job-printer-state-message");
-  report.sheets = NumberOf(answer, "job-media-sheets-completed");
-  report.copies = NumberOf(answer, "copies");
+  report.state = static_cast<JobState>(numberOf(answer, "job-state"));
+  report.reason = textOf(answer, "job-state-reasons");
+  report.message = textOf(answer, "job-printer-state-message");
+  report.sheets = numberOf(answer, "job-media-sheets-completed");
+  report.copies = numberOf(answer, "copies");
   ippDelete(answer);
   return report;
 }
 
 }  // namespace
 
-PrintServer& PrintServer::Running() {
+PrintServer& PrintServer::running() {
   static PrintServer server;
   return server;
 }
 
-PrintServer::PrintServer() : place_(ThisMachine().root + "tmp/cups/") {
-  problem_ = ThisMachine().obstacle;
+PrintServer::PrintServer() : place_(thisMachine().root + "tmp/cups/") {
+  problem_ = thisMachine().obstacle;
   if (!problem_.empty()) return;
   if (::access(kServer, X_OK) != 0) {
     problem_ = std::string(kServer) + " is missing: install the package cups-daemon";
     return;
   }
-  Prepare();
-  Configure(Temporary::kInSpool);
-  Start();
+  prepare();
+  configure(Temporary::kInSpool);
+  start();
 }
 
-PrintServer::~PrintServer() { Stop(); }
+PrintServer::~PrintServer() { stop(); }
 
-std::string PrintServer::SpoolTmp() const { return ThisMachine().root + "var/spool/cups/tmp/"; }
+std::string PrintServer::spoolTmp() const { return thisMachine().root + "var/spool/cups/tmp/"; }
 
-void PrintServer::Prepare() {
+void PrintServer::prepare() {
   for (const char* name : {"", "etc", "state", "cache", "home", "elsewhere", "documents"}) {
     fs::create_directories(place_ + name);
   }
   fs::create_directory(place_ + "captured");
   fs::permissions(place_ + "captured", fs::perms::all);
-  problem_ = WriteServerFiles(place_);
+  problem_ = writeServerFiles(place_);
   // What lp, lpadmin and lpoptions of this process use; lpoptions of root writes to the second.
   ::setenv("CUPS_SERVER", (place_ + "sock").c_str(), 1);
   ::setenv("CUPS_SERVERROOT", (place_ + "home").c_str(), 1);
@@ -108,15 +108,15 @@ void PrintServer::Prepare() {
   cupsSetServer((place_ + "sock").c_str());
 }
 
-void PrintServer::Configure(Temporary where) {
-  const std::string spool = ThisMachine().root + "var/spool/cups";
+void PrintServer::configure(Temporary where) {
+  const std::string spool = thisMachine().root + "var/spool/cups";
   const std::string temporary =
       where == Temporary::kInSpool ? spool + "/tmp" : place_ + "elsewhere";
-  WriteFile(place_ + "cups-files.conf", ServerPlaces(place_, spool, temporary));
-  WriteFile(place_ + "cupsd.conf", ServerRules(place_));
+  writeFile(place_ + "cups-files.conf", serverPlaces(place_, spool, temporary));
+  writeFile(place_ + "cupsd.conf", serverRules(place_));
 }
 
-void PrintServer::Start() {
+void PrintServer::start() {
   if (!problem_.empty()) return;
   std::fflush(nullptr);
   server_ = ::fork();
@@ -129,61 +129,61 @@ void PrintServer::Start() {
     ::execl(kServer, "cupsd", "-f", "-c", rules.c_str(), "-s", places.c_str(), nullptr);
     ::_exit(127);
   }
-  const bool up = Eventually([this] {
+  const bool up = eventually([this] {
     if (::waitpid(server_, nullptr, WNOHANG) == server_) server_ = -1;
     if (server_ < 0) return true;
     Command ask;
     ask.words = {"lpstat", "-r"};
-    return RunCommand(ask).text.find("is running") != std::string::npos;
+    return runCommand(ask).text.find("is running") != std::string::npos;
   });
   if (up && server_ >= 0) return;
   Command why;
   why.words = {kServer, "-t", "-c", place_ + "cupsd.conf", "-s", place_ + "cups-files.conf"};
-  problem_ = "cupsd does not start: " + RunCommand(why).text + ReadFile(place_ + "server.txt");
+  problem_ = "cupsd does not start: " + runCommand(why).text + readFile(place_ + "server.txt");
 }
 
-void PrintServer::Stop() {
+void PrintServer::stop() {
   if (server_ <= 0) return;
   ::kill(server_, SIGTERM);
   ::waitpid(server_, nullptr, 0);
   server_ = -1;
 }
 
-void PrintServer::Restart(Temporary where) {
-  Stop();
-  Configure(where);
-  Start();
+void PrintServer::restart(Temporary where) {
+  stop();
+  configure(where);
+  start();
   EXPECT_EQ(problem_, "");
 }
 
-void PrintServer::AddQueue(const std::string& name, const std::string& model,
+void PrintServer::addQueue(const std::string& name, const std::string& model,
                            const std::vector<std::string>& defaults) {
   std::vector<std::string> words = {
-      "lpadmin", "-p", name, "-E", "-v", "capture:" + place_ + "captured", "-P", Ppd(model)};
+      "lpadmin", "-p", name, "-E", "-v", "capture:" + place_ + "captured", "-P", ppd(model)};
   for (const auto& choice : defaults) {
     words.emplace_back("-o");
     words.push_back(choice);
   }
-  MustRun(words);
+  mustRun(words);
 }
 
-void PrintServer::AddRemoteQueue(const std::string& name, const std::string& shared) {
+void PrintServer::addRemoteQueue(const std::string& name, const std::string& shared) {
   std::string socket = place_ + "sock";
   for (std::size_t at = 0; (at = socket.find('/', at)) != std::string::npos;)
     socket.replace(at, 1, "%2F");
-  MustRun({"lpadmin", "-p", name, "-E", "-v", "ipp://" + socket + "/printers/" + shared, "-m",
+  mustRun({"lpadmin", "-p", name, "-E", "-v", "ipp://" + socket + "/printers/" + shared, "-m",
            "everywhere"});
   // The server asks the shared queue in its own time.
-  EXPECT_TRUE(Eventually([&] { return fs::exists(place_ + "etc/ppd/" + name + ".ppd"); })) << name;
+  EXPECT_TRUE(eventually([&] { return fs::exists(place_ + "etc/ppd/" + name + ".ppd"); })) << name;
 }
 
-int PrintServer::Send(const std::string& queue, const std::string& file,
+int PrintServer::send(const std::string& queue, const std::string& file,
                       const std::vector<std::string>& words) {
   std::vector<std::string> all = {"lp", "-d", queue};
   all.insert(all.end(), words.begin(), words.end());
   all.push_back(file);
   // "request id is label-12 (1 file(s))"
-  const std::string answer = MustRun(all);
+  const std::string answer = mustRun(all);
   const std::size_t id = answer.find("request id is " + queue + "-");
   if (id == std::string::npos) {
     ADD_FAILURE() << "lp said: " << answer;
@@ -192,16 +192,16 @@ int PrintServer::Send(const std::string& queue, const std::string& file,
   return std::atoi(answer.c_str() + id + 14 + queue.size() + 1);
 }
 
-JobReport PrintServer::Await(int job) {
+JobReport PrintServer::await(int job) {
   JobReport report;
-  const bool done = Eventually([&report, job] {
-    report = Ask(job);
+  const bool done = eventually([&report, job] {
+    report = ask(job);
     return report.state >= JobState::kStopped;
   });
   if (!done) ADD_FAILURE() << "job " << job << " does not end";
-  report.sent = ReadFile(place_ + "captured/" + std::to_string(job) + ".bin");
-  report.frames = Frames(job);
-  for (const auto& line : Log(job)) {
+  report.sent = readFile(place_ + "captured/" + std::to_string(job) + ".bin");
+  report.frames = frames(job);
+  for (const auto& line : log(job)) {
     // "E [21/Nov/2026:07:39:21 +0000] [Job 12] text"
     if (line.rfind("E ", 0) != 0) continue;
     report.errors.push_back(line.substr(line.find("] ", line.find("[Job ")) + 2));
@@ -209,26 +209,26 @@ JobReport PrintServer::Await(int job) {
   return report;
 }
 
-void PrintServer::AwaitFrame(int job) {
-  EXPECT_TRUE(Eventually([this, job] { return !Frames(job).empty(); })) << "no frame came";
+void PrintServer::awaitFrame(int job) {
+  EXPECT_TRUE(eventually([this, job] { return !frames(job).empty(); })) << "no frame came";
 }
 
-void PrintServer::AwaitLog(int job, const std::string& text) {
-  const bool said = Eventually([this, job, &text] {
-    for (const auto& line : Log(job)) {
+void PrintServer::awaitLog(int job, const std::string& text) {
+  const bool said = eventually([this, job, &text] {
+    for (const auto& line : log(job)) {
       if (line.find(text) != std::string::npos) return true;
     }
     return false;
   });
   if (said) return;
   std::string all;
-  for (const auto& line : Log(job)) all += line + "\n";
+  for (const auto& line : log(job)) all += line + "\n";
   ADD_FAILURE() << "the log never says \"" << text << "\":\n" << all;
 }
 
-std::vector<std::string> PrintServer::Log(int job) const {
+std::vector<std::string> PrintServer::log(int job) const {
   const std::string mark = "[Job " + std::to_string(job) + "] ";
-  std::istringstream all(ReadFile(place_ + "error_log"));
+  std::istringstream all(readFile(place_ + "error_log"));
   std::vector<std::string> lines;
   for (std::string line; std::getline(all, line);) {
     if (line.find(mark) != std::string::npos) lines.push_back(line);
@@ -236,9 +236,9 @@ std::vector<std::string> PrintServer::Log(int job) const {
   return lines;
 }
 
-long PrintServer::LineOf(int job, const std::string& text) const {
+long PrintServer::lineOf(int job, const std::string& text) const {
   const std::string mark = "[Job " + std::to_string(job) + "] ";
-  std::istringstream all(ReadFile(place_ + "error_log"));
+  std::istringstream all(readFile(place_ + "error_log"));
   long number = 0;
   for (std::string line; std::getline(all, line); ++number) {
     const std::size_t at = line.find(mark);
@@ -248,22 +248,22 @@ long PrintServer::LineOf(int job, const std::string& text) const {
   return -1;
 }
 
-std::map<std::string, std::string> PrintServer::Frames(int job) const {
+std::map<std::string, std::string> PrintServer::frames(int job) const {
   char mark[32];
   std::snprintf(mark, sizeof mark, "_jobid_%06d_", job);
   std::map<std::string, std::string> frames;
   std::error_code none;
-  for (const auto& entry : fs::directory_iterator(SpoolTmp() + "kcv6data", none)) {
+  for (const auto& entry : fs::directory_iterator(spoolTmp() + "kcv6data", none)) {
     const std::string name = entry.path().filename();
     if (name.rfind("page_", 0) == 0 && name.find(mark) != std::string::npos) {
-      frames[name] = ReadFile(entry.path());
+      frames[name] = readFile(entry.path());
     }
   }
   return frames;
 }
 
-std::string PrintServer::Counter(const std::string& fileName) const {
-  return ReadFile(SpoolTmp() + "kcv6data/" + fileName);
+std::string PrintServer::counter(const std::string& fileName) const {
+  return readFile(spoolTmp() + "kcv6data/" + fileName);
 }
 
 }  // namespace kestra::cups_tests

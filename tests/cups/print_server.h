@@ -33,63 +33,63 @@ struct JobReport {
 class PrintServer {
  public:
   // The one of this process, started at the first call; `Problem` says if that failed.
-  static PrintServer& Running();
+  static PrintServer& running();
   ~PrintServer();
   PrintServer(const PrintServer&) = delete;
   PrintServer& operator=(const PrintServer&) = delete;
 
-  const std::string& Problem() const { return problem_; }
+  const std::string& problem() const { return problem_; }
 
   // Ends the server and starts it again; its temporary files from now on lie in the spool's tmp
   // (what a fresh installation does), or somewhere else.
   enum class Temporary { kInSpool, kElsewhere };
-  void Restart(Temporary where);
+  void restart(Temporary where);
 
   // model: "kestra4" or "kestraa4"; defaults: "Darkness=Dark" and so on, given to lpadmin -o.
-  void AddQueue(const std::string& name, const std::string& model,
+  void addQueue(const std::string& name, const std::string& model,
                 const std::vector<std::string>& defaults = {});
 
   // A queue as another computer has it that shares no files with this one: it knows `shared` only
   // by what the server tells over IPP, and hands its documents on to it as jobs.
-  void AddRemoteQueue(const std::string& name, const std::string& shared);
+  void addRemoteQueue(const std::string& name, const std::string& shared);
 
   // lp -d QUEUE WORDS FILE; the job's number, or 0 and a failure.
-  int Send(const std::string& queue, const std::string& file,
+  int send(const std::string& queue, const std::string& file,
            const std::vector<std::string>& words = {});
   // Waits until the server has done with the job.
-  JobReport Await(int job);
-  JobReport Print(const std::string& queue, const std::string& file,
+  JobReport await(int job);
+  JobReport print(const std::string& queue, const std::string& file,
                   const std::vector<std::string>& words = {}) {
-    return Await(Send(queue, file, words));
+    return await(send(queue, file, words));
   }
   // Waits until at least one frame of the job is there.
-  void AwaitFrame(int job);
+  void awaitFrame(int job);
   // Waits until the job's log holds the text.
-  void AwaitLog(int job, const std::string& text);
+  void awaitLog(int job, const std::string& text);
 
   // Log lines of a job, in order.
-  std::vector<std::string> Log(int job) const;
+  std::vector<std::string> log(int job) const;
   // Number of the first line of the whole log in which the job says the text; -1 and a failure
   // where it never does.
-  long LineOf(int job, const std::string& text) const;
+  long lineOf(int job, const std::string& text) const;
   // Names and bytes of the job's frames at this moment.
-  std::map<std::string, std::string> Frames(int job) const;
+  std::map<std::string, std::string> frames(int job) const;
   // Bytes of a queue's counter file; empty where there is none.
-  std::string Counter(const std::string& fileName) const;
+  std::string counter(const std::string& fileName) const;
 
   // A directory for documents, and a printer description of the build.
-  std::string Document(const std::string& name) const { return place_ + "documents/" + name; }
-  std::string Ppd(const std::string& model) const { return place_ + model + ".ppd"; }
-  std::string SpoolTmp() const;
+  std::string document(const std::string& name) const { return place_ + "documents/" + name; }
+  std::string ppd(const std::string& model) const { return place_ + model + ".ppd"; }
+  std::string spoolTmp() const;
   // The build's kestra-testlabel.
-  std::string TestLabelProgram() const { return place_ + "kestra-testlabel"; }
+  std::string testLabelProgram() const { return place_ + "kestra-testlabel"; }
 
  private:
   PrintServer();
-  void Prepare();
-  void Configure(Temporary where);
-  void Start();
-  void Stop();
+  void prepare();
+  void configure(Temporary where);
+  void start();
+  void stop();
 
   std::string place_;  // all that is the server's own, with a slash at the end
   std::string problem_;

@@ -29,7 +29,7 @@ namespace {
 
 Machine g_machine;
 
-bool WriteText(const std::string& path, const std::string& text) {
+bool writeText(const std::string& path, const std::string& text) {
   std::ofstream out(path);
   out << text;
   out.flush();
@@ -37,7 +37,7 @@ bool WriteText(const std::string& path, const std::string& text) {
 }
 
 // An ordinary user becomes the same user again, with the right to mount until the next exec.
-std::string EnterNamespaces() {
+std::string enterNamespaces() {
   const std::string user = std::to_string(::geteuid());
   const std::string group = std::to_string(::getegid());
   const bool root = ::geteuid() == 0;
@@ -45,16 +45,16 @@ std::string EnterNamespaces() {
   if (!root) flags |= CLONE_NEWUSER;
   if (::unshare(flags) != 0) return std::string("unshare: ") + std::strerror(errno);
   if (root) return "";
-  if (!WriteText("/proc/self/setgroups", "deny") ||
-      !WriteText("/proc/self/uid_map", user + " " + user + " 1") ||
-      !WriteText("/proc/self/gid_map", group + " " + group + " 1")) {
+  if (!writeText("/proc/self/setgroups", "deny") ||
+      !writeText("/proc/self/uid_map", user + " " + user + " 1") ||
+      !writeText("/proc/self/gid_map", group + " " + group + " 1")) {
     return "the user could not be mapped into a namespace";
   }
   return "";
 }
 
 // In the child: the parent's own /proc must stay as it is.
-std::string MountPrivatePlaces() {
+std::string mountPrivatePlaces() {
   if (::unshare(CLONE_NEWNS) != 0 ||
       ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
     return std::string("private mounts: ") + std::strerror(errno);
@@ -70,7 +70,7 @@ std::string MountPrivatePlaces() {
   return "";
 }
 
-int WaitFor(pid_t child) {
+int waitFor(pid_t child) {
   int status = 0;
   while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
@@ -81,25 +81,25 @@ int WaitFor(pid_t child) {
 
 // The child is the first process of the namespace: when it ends, or when this process does, the
 // kernel ends every process in it.
-int RunInNamespaces(const std::function<int()>& body) {
-  g_machine.obstacle = EnterNamespaces();
+int runInNamespaces(const std::function<int()>& body) {
+  g_machine.obstacle = enterNamespaces();
   if (!g_machine.obstacle.empty()) return body();
   const pid_t child = ::fork();
   // No exit handlers here: this process did nothing, and a leak check at its end could not start
   // its helper, which would belong to the namespace that is gone.
-  if (child != 0) ::_exit(WaitFor(child));
+  if (child != 0) ::_exit(waitFor(child));
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-  g_machine.obstacle = MountPrivatePlaces();
+  g_machine.obstacle = mountPrivatePlaces();
   std::exit(body());
 }
 
 pid_t g_body = -1;
 
-void EndBody(int) { ::kill(g_body, SIGKILL); }
+void endBody(int) { ::kill(g_body, SIGKILL); }
 
 // The user that runs filters must be able to walk into the directory, so it cannot lie below a
 // build directory in somebody's home.
-int RunInDirectory(const std::function<int()>& body) {
+int runInDirectory(const std::function<int()>& body) {
   std::string root = "/tmp/kestra-cups-XXXXXX";
   if (::mkdtemp(root.data()) == nullptr) {
     g_machine.obstacle = "no directory can be made in /tmp";
@@ -116,9 +116,9 @@ int RunInDirectory(const std::function<int()>& body) {
     std::exit(body());
   }
   // An interrupt ends the tests but not this process: the directory is removed in any case.
-  std::signal(SIGINT, EndBody);
-  std::signal(SIGTERM, EndBody);
-  const int result = WaitFor(g_body);
+  std::signal(SIGINT, endBody);
+  std::signal(SIGTERM, endBody);
+  const int result = waitFor(g_body);
   // A server whose tests were interrupted needs a moment to end, and may write until then.
   std::error_code problem;
   for (int i = 0; i < 20; ++i) {
@@ -131,13 +131,13 @@ int RunInDirectory(const std::function<int()>& body) {
 
 }  // namespace
 
-const Machine& ThisMachine() { return g_machine; }
+const Machine& thisMachine() { return g_machine; }
 
-int RunInPrivateMachine(const std::function<int()>& body) {
-  if (testing_support::CurrentIsolation() == testing_support::Isolation::kNamespace) {
-    return RunInNamespaces(body);
+int runInPrivateMachine(const std::function<int()>& body) {
+  if (testing_support::currentIsolation() == testing_support::Isolation::kNamespace) {
+    return runInNamespaces(body);
   }
-  return RunInDirectory(body);
+  return runInDirectory(body);
 }
 
 }  // namespace kestra::cups_tests

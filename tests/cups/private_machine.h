@@ -16,11 +16,11 @@ struct Machine {
 };
 
 // The machine of this process; valid inside the body of RunInPrivateMachine.
-const Machine& ThisMachine();
+const Machine& thisMachine();
 
 // Runs the body in namespaces of its own (mounts, network, processes: whatever it started ends with
 // it, and the places are in memory), or in a fresh directory where namespaces are refused. Returns
 // the body's result.
-int RunInPrivateMachine(const std::function<int()>& body);
+int runInPrivateMachine(const std::function<int()>& body);
 
 }  // namespace kestra::cups_tests

@@ -26,31 +26,31 @@ constexpr char kCapture[] =
 
 // Starts the build with relative paths inside the private directory, under the queue's name as the
 // server would.
-std::string Wrapper(const std::string& program) {
-  return "#!/bin/bash\ncd '" + ThisMachine().root + "' && exec -a \"$PRINTER\" '" + program +
+std::string wrapper(const std::string& program) {
+  return "#!/bin/bash\ncd '" + thisMachine().root + "' && exec -a \"$PRINTER\" '" + program +
          "' \"$@\"\n";
 }
 
-std::map<std::string, std::string>& BuildFiles() {
+std::map<std::string, std::string>& buildFiles() {
   static std::map<std::string, std::string> files;
   return files;
 }
 
 }  // namespace
 
-void KeepBuildFiles() {
-  BuildFiles()["filter"] = ReadFile(KESTRA_FILTER);
-  BuildFiles()["relative"] = ReadFile(KESTRA_FILTER_RELATIVE);
-  BuildFiles()["kestrafit"] = ReadFile(KESTRA_FIT);
-  BuildFiles()["kestrasize"] = ReadFile(KESTRA_SIZE);
-  BuildFiles()["kestra-testlabel"] = ReadFile(KESTRA_TESTLABEL);
+void keepBuildFiles() {
+  buildFiles()["filter"] = readFile(KESTRA_FILTER);
+  buildFiles()["relative"] = readFile(KESTRA_FILTER_RELATIVE);
+  buildFiles()["kestrafit"] = readFile(KESTRA_FIT);
+  buildFiles()["kestrasize"] = readFile(KESTRA_SIZE);
+  buildFiles()["kestra-testlabel"] = readFile(KESTRA_TESTLABEL);
   for (const char* model : {"kestra4.ppd", "kestraa4.ppd"}) {
-    BuildFiles()[model] = ReadFile(std::string(KESTRA_PPD_DIR) + "/" + model);
+    buildFiles()[model] = readFile(std::string(KESTRA_PPD_DIR) + "/" + model);
   }
 }
 
-std::string WriteServerFiles(const std::string& place) {
-  for (const auto& [name, bytes] : BuildFiles()) {
+std::string writeServerFiles(const std::string& place) {
+  for (const auto& [name, bytes] : buildFiles()) {
     if (bytes.empty()) return "the build has no " + name;
   }
   const std::string bin = place + "bin/";
@@ -75,24 +75,24 @@ std::string WriteServerFiles(const std::string& place) {
              " is missing: install the packages cups-filters and cups-filters-core-drivers";
     }
   }
-  WriteFile(bin + "backend/capture", kCapture, 0755);
-  WriteFile(place + "kestra-testlabel", BuildFiles()["kestra-testlabel"], 0755);
-  WriteFile(bin + "filter/kestrafit", BuildFiles()["kestrafit"], 0755);
-  WriteFile(bin + "filter/kestrasize", BuildFiles()["kestrasize"], 0755);
-  if (ThisMachine().root == "/") {
-    WriteFile(bin + "filter/rastertokestra", BuildFiles()["filter"], 0755);
+  writeFile(bin + "backend/capture", kCapture, 0755);
+  writeFile(place + "kestra-testlabel", buildFiles()["kestra-testlabel"], 0755);
+  writeFile(bin + "filter/kestrafit", buildFiles()["kestrafit"], 0755);
+  writeFile(bin + "filter/kestrasize", buildFiles()["kestrasize"], 0755);
+  if (thisMachine().root == "/") {
+    writeFile(bin + "filter/rastertokestra", buildFiles()["filter"], 0755);
   } else {
     const std::string program = place + "rastertokestra_relative";
-    WriteFile(program, BuildFiles()["relative"], 0755);
-    WriteFile(bin + "filter/rastertokestra", Wrapper(program), 0755);
+    writeFile(program, buildFiles()["relative"], 0755);
+    writeFile(bin + "filter/rastertokestra", wrapper(program), 0755);
   }
   for (const char* model : {"kestra4.ppd", "kestraa4.ppd"}) {
-    WriteFile(place + model, BuildFiles()[model]);
+    writeFile(place + model, buildFiles()[model]);
   }
   return "";
 }
 
-std::string ServerPlaces(const std::string& place, const std::string& spool,
+std::string serverPlaces(const std::string& place, const std::string& spool,
                          const std::string& temporary) {
   std::string text = "ServerRoot " + place + "etc\n" +        //
                      "RequestRoot " + spool + "\n" +          //
@@ -110,7 +110,7 @@ std::string ServerPlaces(const std::string& place, const std::string& spool,
   return text;
 }
 
-std::string ServerRules(const std::string& place) {
+std::string serverRules(const std::string& place) {
   return "Listen " + place +
          "sock\n"
          "LogLevel debug\n"

@@ -7,17 +7,17 @@
 namespace kestra::cups_tests {
 
 // Writes programs and printer descriptions below `place`; returns an empty text or what is missing.
-std::string WriteServerFiles(const std::string& place);
+std::string writeServerFiles(const std::string& place);
 
 // Text of cups-files.conf: where things lie, and who runs filters.
-std::string ServerPlaces(const std::string& place, const std::string& spool,
+std::string serverPlaces(const std::string& place, const std::string& spool,
                          const std::string& temporary);
 
 // Text of cupsd.conf: everybody who reaches the socket may do everything.
-std::string ServerRules(const std::string& place);
+std::string serverRules(const std::string& place);
 
 // Keeps copies of the filter and the printer descriptions in memory: their places in the build may
 // be hidden behind the private /tmp later on. To be called first.
-void KeepBuildFiles();
+void keepBuildFiles();
 
 }  // namespace kestra::cups_tests

@@ -29,32 +29,32 @@ class Sharing : public CupsCase {
   // Prints with options on a queue, and awaits the job on the shared queue `shared` that comes of
   // it. What is printed must be what the server's programs make of the size in the description's
   // words.
-  void ExpectSize(const std::string& queue, const std::string& shared, const Size& size,
+  void expectSize(const std::string& queue, const std::string& shared, const Size& size,
                   const std::vector<std::string>& words) {
     SCOPED_TRACE(size.name + " by " + words.back() + " on " + queue);
-    const std::string pdf = Document("label.pdf", BarPdf(1, static_cast<int>(size.width + 0.5F),
+    const std::string pdf = document("label.pdf", barPdf(1, static_cast<int>(size.width + 0.5F),
                                                          static_cast<int>(size.height + 0.5F)));
-    const std::string stream = RenderByHand({"pdftopdf", "gstoraster"}, pdf, "application/pdf",
-                                            server().Ppd("kestra4"), "PageSize=" + size.name);
-    JobReport report = server().Print(queue, pdf, words);
+    const std::string stream = renderByHand({"pdftopdf", "gstoraster"}, pdf, "application/pdf",
+                                            server().ppd("kestra4"), "PageSize=" + size.name);
+    JobReport report = server().print(queue, pdf, words);
     EXPECT_EQ(report.state, JobState::kCompleted) << report.message;
-    if (queue != shared) report = server().Await(report.id + 1);
-    plain::Settings settings = LabelSettings();
+    if (queue != shared) report = server().await(report.id + 1);
+    plain::Settings settings = labelSettings();
     settings.pageSize = size.settingsName.empty() ? size.name : size.settingsName;
     const float points[6] = {size.width, size.height, 0, 0, size.width, size.height};
     std::memcpy(settings.points, points, sizeof points);
     // Each job is the first of its queue here: page numbers begin with 1.
-    ExpectPrinted(report, Predict(stream, settings, report.id, shared));
+    expectPrinted(report, predict(stream, settings, report.id, shared));
   }
 
   // Every way of asking is tried on a queue of its own, by itself and from another computer.
-  void ExpectEverywhere(const Size& size, const std::vector<std::string>& ways) {
+  void expectEverywhere(const Size& size, const std::vector<std::string>& ways) {
     for (const std::string& way : ways) {
       for (const bool isRemote : {false, true}) {
-        const std::string queue = Queue() + std::to_string(++queues_);
-        server().AddQueue(queue, "kestra4");
-        if (isRemote) server().AddRemoteQueue(queue + "remote", queue);
-        ExpectSize(isRemote ? queue + "remote" : queue, queue, size, {"-o", way});
+        const std::string queue = makeQueue() + std::to_string(++queues_);
+        server().addQueue(queue, "kestra4");
+        if (isRemote) server().addRemoteQueue(queue + "remote", queue);
+        expectSize(isRemote ? queue + "remote" : queue, queue, size, {"-o", way});
       }
     }
   }
@@ -63,34 +63,34 @@ class Sharing : public CupsCase {
 };
 
 TEST_F(Sharing, PrintsNamedSizes) {
-  ExpectEverywhere({"w283h142", 283.4646F, 141.7323F, ""},
+  expectEverywhere({"w283h142", 283.4646F, 141.7323F, ""},
                    {"PageSize=w283h142", "PageSize=100x50mm", "media=100x50mm",
                     "media=custom_100x50mm_100x50mm"});
-  ExpectEverywhere({"w227h170", 226.7717F, 170.0787F, ""}, {"media=80x60mm"});
+  expectEverywhere({"w227h170", 226.7717F, 170.0787F, ""}, {"media=80x60mm"});
 }
 
 TEST_F(Sharing, PrintsSizesWithoutMargins) {
-  ExpectEverywhere({"w288h288", 288, 288, ""}, {"media=4x4.Borderless", "PageSize=4x4.Borderless"});
-  ExpectEverywhere({"w142h85", 142.0441F, 85.0394F, ""},
+  expectEverywhere({"w288h288", 288, 288, ""}, {"media=4x4.Borderless", "PageSize=4x4.Borderless"});
+  expectEverywhere({"w142h85", 142.0441F, 85.0394F, ""},
                    {"media=50.11x30mm.Borderless", "media=50x30mm"});
 }
 
 // 74.53 mm are 211.265 points, and 595.65 dots: 596, a multiple of 4. 33 mm are 93.543 points.
 TEST_F(Sharing, PrintsCustomSizesToTheHundredth) {
-  ExpectEverywhere({"Custom.74.53x33mm", 211.2652F, 93.5433F, "Custom"},
+  expectEverywhere({"Custom.74.53x33mm", 211.2652F, 93.5433F, "Custom"},
                    {"PageSize=Custom.74.53x33mm", "media=Custom.74.53x33mm",
                     "media=custom_74.53x33mm_74.53x33mm"});
 }
 
 TEST_F(Sharing, WarnsOfASizeThatThePrinterDoesNotHave) {
-  const std::string queue = Queue();
-  const std::string pdf = Document("bars.pdf", BarPdf(1, 288, 432));
-  const JobReport report = server().Print(queue, pdf, {"-o", "media=A4"});
+  const std::string queue = makeQueue();
+  const std::string pdf = document("bars.pdf", barPdf(1, 288, 432));
+  const JobReport report = server().print(queue, pdf, {"-o", "media=A4"});
   EXPECT_EQ(report.state, JobState::kCompleted);
   EXPECT_EQ(report.message,
             "The printer does not have the page size \"A4, 210 x 297 mm\"; it prints on w288h432 "
             "(Label 102 x 152 mm (4 x 6 inch)).");
-  EXPECT_EQ(Bars(report), std::vector<int>{1});
+  EXPECT_EQ(bars(report), std::vector<int>{1});
 }
 
 // A phone's page of 796 x 400 dots at 203 dpi, black from the left edge to the middle in its upper
@@ -99,7 +99,7 @@ TEST_F(Sharing, GivesDotsWithoutASizeTheirOwn) {
   for (const cups_mode_t mode : {CUPS_RASTER_WRITE_PWG, CUPS_RASTER_WRITE_APPLE}) {
     const bool isPwg = mode == CUPS_RASTER_WRITE_PWG;
     SCOPED_TRACE(isPwg ? "PWG" : "Apple");
-    const std::string page = Document(isPwg ? "page.pwg" : "page.urf", "");
+    const std::string page = document(isPwg ? "page.pwg" : "page.urf", "");
     const int file = ::open(page.c_str(), O_WRONLY);
     cups_raster_t* raster = cupsRasterOpen(file, mode);
     cups_page_header2_t header;
@@ -118,13 +118,13 @@ TEST_F(Sharing, GivesDotsWithoutASizeTheirOwn) {
     }
     cupsRasterClose(raster);
     ::close(file);
-    const std::string queue = Queue() + std::to_string(++queues_);
-    server().AddQueue(queue, "kestra4");
-    const JobReport report = server().Print(queue, page);
+    const std::string queue = makeQueue() + std::to_string(++queues_);
+    server().addQueue(queue, "kestra4");
+    const JobReport report = server().print(queue, page);
     EXPECT_EQ(report.state, JobState::kCompleted) << report.message;
     ASSERT_EQ(report.frames.size(), 1U);
     // ((832.02 - 796) / 2 + 7) / 8 = 3.1 margin bytes; the picture may be drawn a dot wider.
-    const Box box = BlackBox(report.frames.begin()->second, 3);
+    const Box box = blackBox(report.frames.begin()->second, 3);
     EXPECT_NEAR(box.left, 0, 1);
     EXPECT_NEAR(box.top, 0, 1);
     EXPECT_NEAR(box.right, 398, 2);

@@ -12,20 +12,20 @@ namespace kestra::cups_tests {
 class TestLabels : public CupsCase {
  protected:
   // Runs the program and waits for the jobs that it says it sent, in order.
-  std::vector<JobReport> PrintOn(const std::string& queue, std::vector<std::string> words) {
-    words.insert(words.begin(), {server().TestLabelProgram(), "-d", queue});
-    const std::string said = MustRun(words);
+  std::vector<JobReport> printOn(const std::string& queue, std::vector<std::string> words) {
+    words.insert(words.begin(), {server().testLabelProgram(), "-d", queue});
+    const std::string said = mustRun(words);
     const std::string start = "request id is " + queue + "-";
     std::vector<JobReport> reports;
     for (std::size_t at = 0; (at = said.find(start, at)) != std::string::npos;) {
       at += start.size();
-      reports.push_back(server().Await(std::atoi(said.c_str() + at)));
+      reports.push_back(server().await(std::atoi(said.c_str() + at)));
     }
     return reports;
   }
 
   // Rows of a job's only frame; 0 where it has another number of frames.
-  static int Rows(const JobReport& report) {
+  static int rows(const JobReport& report) {
     if (report.frames.size() != 1) return 0;
     const std::string& frame = report.frames.begin()->second;
     return (frame[20] & 255) + 256 * (frame[21] & 255);
@@ -33,30 +33,30 @@ class TestLabels : public CupsCase {
 };
 
 TEST_F(TestLabels, HaveTheSizeOfTheQueue) {
-  const std::vector<JobReport> reports = PrintOn(Queue({"PageSize=w142h85"}), {});
+  const std::vector<JobReport> reports = printOn(makeQueue({"PageSize=w142h85"}), {});
   ASSERT_EQ(reports.size(), 1U);
   EXPECT_EQ(reports[0].state, JobState::kCompleted);
   // 30 mm at 203 dpi: 239.8.
-  EXPECT_EQ(Rows(reports[0]), 240);
+  EXPECT_EQ(rows(reports[0]), 240);
 }
 
 TEST_F(TestLabels, TakeTheOptionsOfTheJobFirst) {
   const std::vector<JobReport> reports =
-      PrintOn(Queue({"PageSize=w142h85"}), {"--size", "100x150mm", "-o", "Resolution=300dpi"});
+      printOn(makeQueue({"PageSize=w142h85"}), {"--size", "100x150mm", "-o", "Resolution=300dpi"});
   ASSERT_EQ(reports.size(), 1U);
   // 150 mm at 300 dpi: 1771.7.
-  EXPECT_EQ(Rows(reports[0]), 1772);
+  EXPECT_EQ(rows(reports[0]), 1772);
 }
 
 TEST_F(TestLabels, AreAJobForEachStep) {
   const std::vector<JobReport> reports =
-      PrintOn(Queue({"PrintSpeed=2"}), {"--steps", "Darkness=Dark,Light,Middle"});
+      printOn(makeQueue({"PrintSpeed=2"}), {"--steps", "Darkness=Dark,Light,Middle"});
   ASSERT_EQ(reports.size(), 3U);
-  EXPECT_EQ(reports[0].sent, Commands(1, 0, 2));
-  EXPECT_EQ(reports[1].sent, Commands(1, 0, 0));
-  EXPECT_EQ(reports[2].sent, Commands(1, 0, 1));
+  EXPECT_EQ(reports[0].sent, commands(1, 0, 2));
+  EXPECT_EQ(reports[1].sent, commands(1, 0, 0));
+  EXPECT_EQ(reports[2].sent, commands(1, 0, 1));
   // The value is written on each; the rows begin behind 22 bytes, which hold the page's number.
-  ASSERT_TRUE(Rows(reports[0]) > 0 && Rows(reports[1]) > 0);
+  ASSERT_TRUE(rows(reports[0]) > 0 && rows(reports[1]) > 0);
   EXPECT_NE(reports[0].frames.begin()->second.substr(22),
             reports[1].frames.begin()->second.substr(22));
 }

@@ -15,13 +15,13 @@ using blackbox::JobCase;
 
 class Sequence {
  public:
-  std::size_t Below(std::size_t count) {
+  std::size_t below(std::size_t count) {
     state_ = state_ * 1664525U + 1013904223U;
     return (state_ >> 16U) % count;
   }
   template <typename T, std::size_t kCount>
-  const T& Pick(const T (&list)[kCount]) {
-    return list[Below(kCount)];
+  const T& pick(const T (&list)[kCount]) {
+    return list[below(kCount)];
   }
 
  private:
@@ -48,12 +48,12 @@ constexpr const char* kPaper[] = {"LabelGaps", "LabelMark", "Continue"};
 constexpr const char* kHead[] = {"288", "288", "288", "30", "57", "120", "0", "595"};
 constexpr const char* kCounter[] = {"", "", "07 00", "28 23", "FF FF"};
 
-void AddPage(Combination& one, Sequence& sequence, const Size& size) {
-  const unsigned line = size.width + sequence.Pick(kGaps);
-  const std::string picture = sequence.Pick(kPictures);
-  const unsigned dpi = sequence.Pick(kDpi);
-  const bool inverted = picture == "runs" && sequence.Below(2) == 1;
-  one.job.AddPage(size.width, size.height, picture, line, dpi);
+void addPage(Combination& one, Sequence& sequence, const Size& size) {
+  const unsigned line = size.width + sequence.pick(kGaps);
+  const std::string picture = sequence.pick(kPictures);
+  const unsigned dpi = sequence.pick(kDpi);
+  const bool inverted = picture == "runs" && sequence.below(2) == 1;
+  one.job.addPage(size.width, size.height, picture, line, dpi);
   if (inverted) {
     for (auto& pixel : one.job.pages.back().pixels) pixel = static_cast<std::uint8_t>(255 - pixel);
   }
@@ -62,41 +62,41 @@ void AddPage(Combination& one, Sequence& sequence, const Size& size) {
               std::to_string(line) + "-" + std::to_string(dpi) + "dpi";
 }
 
-void AddBadPage(Combination& one) {
-  one.job.pages.push_back({ts::MakeHeader(0, 4, 16), ts::Noise(16, 4, 1)});
+void addBadPage(Combination& one) {
+  one.job.pages.push_back({ts::makeHeader(0, 4, 16), ts::noise(16, 4, 1)});
   one.name += " no-columns";
 }
 
 // index: 0..159 choose halftone, mirror, negative and barcode choice.
-Combination Draw(std::size_t index, Sequence& sequence) {
+Combination draw(std::size_t index, Sequence& sequence) {
   Combination one;
   const int halftone = static_cast<int>(index % 10);
   const bool mirror = index / 10 % 2 != 0;
   const bool negative = index / 20 % 2 != 0;
   const int barcode = static_cast<int>(index / 40 % 4);
-  one.job.Halftone(halftone);
-  one.name = blackbox::HalftoneName(halftone);
-  if (mirror) one.job.Mirror();
+  one.job.halftone(halftone);
+  one.name = blackbox::halftoneName(halftone);
+  if (mirror) one.job.mirror();
   if (mirror) one.name += " mirror";
-  if (negative) one.job.Negative();
+  if (negative) one.job.negative();
   if (negative) one.name += " negative";
-  one.job.Barcode(barcode);
+  one.job.barcode(barcode);
   one.name += " barcode" + std::to_string(barcode);
 
-  const int brightness = sequence.Pick(kBrightness);
-  one.job.Brightness(brightness);
+  const int brightness = sequence.pick(kBrightness);
+  one.job.brightness(brightness);
   one.name += " brightness" + std::to_string(brightness);
-  const std::string paper = sequence.Pick(kPaper);
-  one.job.Choose("PaperType", paper);
+  const std::string paper = sequence.pick(kPaper);
+  one.job.choose("PaperType", paper);
   one.job.settings.paperType = paper;
   one.name += " " + paper;
-  const std::string head = sequence.Pick(kHead);
-  one.job.ppd.SetMaxMediaWidth(head);
+  const std::string head = sequence.pick(kHead);
+  one.job.ppd.setMaxMediaWidth(head);
   one.job.settings.maxMediaPoints = std::stod(head);
   one.name += " head" + head + "pt";
-  const std::string counter = sequence.Pick(kCounter);
+  const std::string counter = sequence.pick(kCounter);
   if (!counter.empty()) {
-    one.job.marker = blackbox::Hex(counter);
+    one.job.marker = blackbox::hex(counter);
     one.name += " counter " + counter;
   }
   one.name += " |";
@@ -106,7 +106,7 @@ Combination Draw(std::size_t index, Sequence& sequence) {
 // White stretches (two of them long, one for the last pixel to stand in), crossed by lines of one
 // to four rows: dashes and both barcode choices act on it. Its one grey pixel makes the stencil
 // halftones hand it on as it is.
-ts::Pixels Stretches(unsigned width, unsigned height) {
+ts::Pixels stretches(unsigned width, unsigned height) {
   ts::Pixels pixels;
   for (unsigned y = 0; y < height; ++y) {
     const bool line = y % 12 >= 8 && y % 12 <= 8 + y / 12 % 4;
@@ -121,30 +121,30 @@ ts::Pixels Stretches(unsigned width, unsigned height) {
 
 }  // namespace
 
-std::vector<Combination> AllCombinations() {
+std::vector<Combination> allCombinations() {
   std::vector<Combination> all;
   Sequence sequence;
   // Twice all switches with a few pages each, the second time with a page as wide as barcodes need.
   for (std::size_t index = 0; index < 320; ++index) {
-    Combination one = Draw(index % 160, sequence);
-    if (index >= 160) AddPage(one, sequence, sequence.Pick(kLarge));
-    const std::size_t more = 1 + sequence.Below(3);
+    Combination one = draw(index % 160, sequence);
+    if (index >= 160) addPage(one, sequence, sequence.pick(kLarge));
+    const std::size_t more = 1 + sequence.below(3);
     for (std::size_t i = 0; i < more; ++i) {
-      if (sequence.Below(8) == 0) AddBadPage(one);
-      AddPage(one, sequence, sequence.Pick(kSmall));
+      if (sequence.below(8) == 0) addBadPage(one);
+      addPage(one, sequence, sequence.pick(kSmall));
     }
-    if (sequence.Below(8) == 0) AddBadPage(one);
-    one.job.stream = ts::RawStream(one.job.pages);
+    if (sequence.below(8) == 0) addBadPage(one);
+    one.job.stream = ts::rawStream(one.job.pages);
     all.push_back(one);
   }
   // Pages as wide as the head of a 300 dpi printer, long enough for every rule.
   for (int halftone = 0; halftone < 10; ++halftone) {
     for (const char* picture : {"photo", "text"}) {
       Combination one;
-      one.job.Halftone(halftone);
-      one.name = blackbox::HalftoneName(halftone) + " | " + picture + "-1200x64-line1200-300dpi";
-      one.job.AddPage(1200, 64, picture, 1200, 300);
-      one.job.stream = ts::RawStream(one.job.pages);
+      one.job.halftone(halftone);
+      one.name = blackbox::halftoneName(halftone) + " | " + picture + "-1200x64-line1200-300dpi";
+      one.job.addPage(1200, 64, picture, 1200, 300);
+      one.job.stream = ts::rawStream(one.job.pages);
       all.push_back(one);
     }
   }
@@ -153,10 +153,10 @@ std::vector<Combination> AllCombinations() {
     for (const int barcode : {1, 2}) {
       for (const unsigned width : {897U, 900U}) {
         Combination one;
-        one.job.Halftone(halftone);
-        one.job.Barcode(barcode);
-        one.job.stream = ts::RawStream({{ts::MakeHeader(width, 60, width), Stretches(width, 60)}});
-        one.name = blackbox::HalftoneName(halftone) + " barcode" + std::to_string(barcode) +
+        one.job.halftone(halftone);
+        one.job.barcode(barcode);
+        one.job.stream = ts::rawStream({{ts::makeHeader(width, 60, width), stretches(width, 60)}});
+        one.name = blackbox::halftoneName(halftone) + " barcode" + std::to_string(barcode) +
                    " | stretches-" + std::to_string(width) + "x60";
         all.push_back(one);
       }

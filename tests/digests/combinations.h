@@ -15,6 +15,6 @@ struct Combination {
 };
 
 // Always the same ones in the same order; new ones are added at the end.
-std::vector<Combination> AllCombinations();
+std::vector<Combination> allCombinations();
 
 }  // namespace kestra::digests

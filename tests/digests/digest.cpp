@@ -25,39 +25,39 @@ struct Leavings {
   Files sideFile;
 };
 
-std::string Text(const plain::Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
+std::string text(const plain::Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
 
 // "dithered_#_12.bmp" -> 12
-long ImageNumber(const std::string& maskedName) {
+long imageNumber(const std::string& maskedName) {
   return std::atol(maskedName.c_str() + maskedName.rfind('_') + 1);
 }
 
-void AddFiles(Digest& digest, const std::string& tag, const Files& files) {
-  digest.Add(tag + std::to_string(files.size()));
+void addFiles(Digest& digest, const std::string& tag, const Files& files) {
+  digest.add(tag + std::to_string(files.size()));
   for (const auto& [name, bytes] : files) {
-    digest.Add(name);
-    digest.Add(bytes);
+    digest.add(name);
+    digest.add(bytes);
   }
 }
 
-std::string Fold(const Leavings& leavings) {
+std::string fold(const Leavings& leavings) {
   Digest digest;
-  digest.Add("status " + std::to_string(leavings.status));
-  digest.Add(leavings.output);
-  AddFiles(digest, "frames ", leavings.frames);
-  AddFiles(digest, "counters ", leavings.counters);
-  digest.Add("images " + std::to_string(leavings.images.size()));
+  digest.add("status " + std::to_string(leavings.status));
+  digest.add(leavings.output);
+  addFiles(digest, "frames ", leavings.frames);
+  addFiles(digest, "counters ", leavings.counters);
+  digest.add("images " + std::to_string(leavings.images.size()));
   for (const auto& [number, image] : leavings.images) {
-    digest.Add(image.first);
-    digest.Add(image.second);
+    digest.add(image.first);
+    digest.add(image.second);
   }
-  AddFiles(digest, "side file ", leavings.sideFile);
-  return digest.Text();
+  addFiles(digest, "side file ", leavings.sideFile);
+  return digest.text();
 }
 
 }  // namespace
 
-std::uint64_t Fnv1a(const std::string& bytes, std::uint64_t before) {
+std::uint64_t fnv1a(const std::string& bytes, std::uint64_t before) {
   std::uint64_t value = before;
   for (const char c : bytes) {
     value ^= static_cast<unsigned char>(c);
@@ -66,34 +66,34 @@ std::uint64_t Fnv1a(const std::string& bytes, std::uint64_t before) {
   return value;
 }
 
-void Digest::Add(const std::string& piece) {
+void Digest::add(const std::string& piece) {
   std::string length;
   for (std::size_t rest = piece.size(), i = 0; i < 8; ++i, rest /= 256) {
     length += static_cast<char>(rest % 256);
   }
-  value_ = Fnv1a(piece, Fnv1a(length, value_));
+  value_ = fnv1a(piece, fnv1a(length, value_));
 }
 
-std::string Digest::Text() const {
+std::string Digest::text() const {
   char text[17];
   std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(value_));
   return text;
 }
 
-std::string DigestOf(const plain::Outcome& outcome) {
+std::string digestOf(const plain::Outcome& outcome) {
   Leavings leavings;
   leavings.status = outcome.status;
-  leavings.output = Text(outcome.output);
-  for (const auto& [name, bytes] : outcome.frames) leavings.frames[name] = Text(bytes);
-  if (outcome.marker) leavings.counters[outcome.markerName] = Text(*outcome.marker);
+  leavings.output = text(outcome.output);
+  for (const auto& [name, bytes] : outcome.frames) leavings.frames[name] = text(bytes);
+  if (outcome.marker) leavings.counters[outcome.markerName] = text(*outcome.marker);
   for (const auto& image : outcome.debugImages) {
-    leavings.images[ImageNumber(image.name)] = {image.name, Text(image.bytes)};
+    leavings.images[imageNumber(image.name)] = {image.name, text(image.bytes)};
   }
   if (outcome.sideFile) leavings.sideFile["xxxxx.log"] = *outcome.sideFile;
-  return Fold(leavings);
+  return fold(leavings);
 }
 
-std::string DigestOf(const ts::Result& result) {
+std::string digestOf(const ts::Result& result) {
   Leavings leavings;
   leavings.status = result.status;
   leavings.output = result.output;
@@ -105,13 +105,13 @@ std::string DigestOf(const ts::Result& result) {
     } else if (folder == ts::kData) {
       leavings.frames[name] = bytes;
     } else if (folder == ts::kSpool) {
-      const std::string masked = ts::MaskImageName(name);
-      leavings.images[ImageNumber(masked)] = {masked, bytes};
+      const std::string masked = ts::maskImageName(name);
+      leavings.images[imageNumber(masked)] = {masked, bytes};
     } else if (name == "xxxxx.log") {
       leavings.sideFile[name] = bytes;
     }
   }
-  return Fold(leavings);
+  return fold(leavings);
 }
 
 }  // namespace kestra::digests

@@ -12,13 +12,13 @@ namespace kestra::digests {
 
 // 64-bit FNV-1a (Fowler, Noll, Vo) of bytes that follow those of which `before` is the value.
 inline constexpr std::uint64_t kFnvStart = 0xCBF29CE484222325ULL;
-std::uint64_t Fnv1a(const std::string& bytes, std::uint64_t before = kFnvStart);
+std::uint64_t fnv1a(const std::string& bytes, std::uint64_t before = kFnvStart);
 
 // The value of many pieces, each preceded by its length in eight bytes, the low one first.
 class Digest {
  public:
-  void Add(const std::string& piece);
-  std::string Text() const;  // 16 hexadecimal digits
+  void add(const std::string& piece);
+  std::string text() const;  // 16 hexadecimal digits
 
  private:
   std::uint64_t value_ = kFnvStart;
@@ -26,7 +26,7 @@ class Digest {
 
 // Exit status, standard output, frames by name, counter file, debug images in order (the time in
 // their names left out), side file. Both give the same number for the same job.
-std::string DigestOf(const plain::Outcome& outcome);
-std::string DigestOf(const testing_support::Result& result);
+std::string digestOf(const plain::Outcome& outcome);
+std::string digestOf(const testing_support::Result& result);
 
 }  // namespace kestra::digests

@@ -7,7 +7,7 @@
 
 namespace kestra::digests {
 
-std::vector<Entry> ReadList(const std::string& path) {
+std::vector<Entry> readList(const std::string& path) {
   std::ifstream in(path);
   if (!in) throw std::runtime_error("cannot read " + path);
   std::vector<Entry> entries;
@@ -21,7 +21,7 @@ std::vector<Entry> ReadList(const std::string& path) {
   return entries;
 }
 
-std::string ListText(const std::vector<Entry>& entries) {
+std::string listText(const std::vector<Entry>& entries) {
   std::string text =
       "# One 64-bit FNV-1a digest over everything that each job leaves. See README.md before "
       "changing one.\n";

@@ -13,8 +13,8 @@ struct Entry {
 };
 
 // Throws where the file cannot be read or a line is not of that form. Lines with '#' are skipped.
-std::vector<Entry> ReadList(const std::string& path);
+std::vector<Entry> readList(const std::string& path);
 
-std::string ListText(const std::vector<Entry>& entries);
+std::string listText(const std::vector<Entry>& entries);
 
 }  // namespace kestra::digests

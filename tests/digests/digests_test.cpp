@@ -16,13 +16,13 @@ namespace {
 
 constexpr std::size_t kSlices = 12;
 
-const std::vector<Entry>& List() {
-  static const std::vector<Entry> kList = ReadList(KESTRA_DIGEST_LIST);
+const std::vector<Entry>& list() {
+  static const std::vector<Entry> kList = readList(KESTRA_DIGEST_LIST);
   return kList;
 }
 
-const std::vector<Combination>& Combinations() {
-  static const std::vector<Combination> kAll = AllCombinations();
+const std::vector<Combination>& combinations() {
+  static const std::vector<Combination> kAll = allCombinations();
   return kAll;
 }
 
@@ -31,37 +31,37 @@ const std::vector<Combination>& Combinations() {
 class Digests : public ::testing::TestWithParam<std::size_t> {};
 
 TEST_P(Digests, OfTheFilterAreThoseOfTheList) {
-  ASSERT_EQ(List().size(), Combinations().size());
+  ASSERT_EQ(list().size(), combinations().size());
   std::size_t done = 0;
-  for (std::size_t i = GetParam(); i < List().size(); i += kSlices) {
-    const testing_support::Result result = blackbox::RunFilter(Combinations()[i].job);
+  for (std::size_t i = GetParam(); i < list().size(); i += kSlices) {
+    const testing_support::Result result = blackbox::runFilter(combinations()[i].job);
     EXPECT_EQ(result.signal, 0);
-    EXPECT_EQ(DigestOf(result), List()[i].digest) << List()[i].name << "\n" << result.messages;
+    EXPECT_EQ(digestOf(result), list()[i].digest) << list()[i].name << "\n" << result.messages;
     ++done;
   }
-  EXPECT_GE(done, List().size() / kSlices);
+  EXPECT_GE(done, list().size() / kSlices);
 }
 
 INSTANTIATE_TEST_SUITE_P(Slice, Digests, ::testing::Range(std::size_t{0}, kSlices));
 
 TEST(DigestList, IsWhatThePlainVersionGives) {
-  ASSERT_EQ(List().size(), Combinations().size());
-  for (std::size_t i = 0; i < List().size(); ++i) {
-    EXPECT_EQ(List()[i].name, Combinations()[i].name);
-    EXPECT_EQ(List()[i].digest, DigestOf(blackbox::Predict(Combinations()[i].job)))
-        << List()[i].name;
+  ASSERT_EQ(list().size(), combinations().size());
+  for (std::size_t i = 0; i < list().size(); ++i) {
+    EXPECT_EQ(list()[i].name, combinations()[i].name);
+    EXPECT_EQ(list()[i].digest, digestOf(blackbox::predict(combinations()[i].job)))
+        << list()[i].name;
   }
 }
 
 TEST(DigestList, HasAtLeastTwoHundredDifferentEntries) {
   std::set<std::string> names;
   std::set<std::string> digests;
-  for (const Entry& entry : List()) {
+  for (const Entry& entry : list()) {
     names.insert(entry.name);
     digests.insert(entry.digest);
   }
   EXPECT_GE(digests.size(), 200U);
-  EXPECT_EQ(names.size(), List().size()) << "two combinations are the same";
+  EXPECT_EQ(names.size(), list().size()) << "two combinations are the same";
 }
 
 TEST(DigestList, TouchesEveryHalftoneAndSwitch) {
@@ -74,27 +74,27 @@ TEST(DigestList, TouchesEveryHalftoneAndSwitch) {
                            " LabelMark ", " Continue ",       " head30pt ",
                            " no-columns", " counter "}) {
     const auto has = [word](const Entry& e) { return e.name.find(word) != std::string::npos; };
-    EXPECT_GE(std::count_if(List().begin(), List().end(), has), 5) << word;
+    EXPECT_GE(std::count_if(list().begin(), list().end(), has), 5) << word;
   }
 }
 
 TEST(Digest, IsTheKnownFunction) {
   // Values published with the function by its authors.
-  EXPECT_EQ(Fnv1a(""), 0xCBF29CE484222325ULL);
-  EXPECT_EQ(Fnv1a("a"), 0xAF63DC4C8601EC8CULL);
-  EXPECT_EQ(Fnv1a("foobar"), 0x85944171F73967E8ULL);
-  EXPECT_EQ(Fnv1a("bar", Fnv1a("foo")), Fnv1a("foobar"));
+  EXPECT_EQ(fnv1a(""), 0xCBF29CE484222325ULL);
+  EXPECT_EQ(fnv1a("a"), 0xAF63DC4C8601EC8CULL);
+  EXPECT_EQ(fnv1a("foobar"), 0x85944171F73967E8ULL);
+  EXPECT_EQ(fnv1a("bar", fnv1a("foo")), fnv1a("foobar"));
 }
 
 TEST(Digest, PutsTheLengthBeforeEachPiece) {
   Digest digest;
-  EXPECT_EQ(digest.Text(), "cbf29ce484222325");
+  EXPECT_EQ(digest.text(), "cbf29ce484222325");
   Digest other;
-  digest.Add("ab");
-  digest.Add("c");
-  other.Add("a");
-  other.Add("bc");
-  EXPECT_NE(digest.Text(), other.Text());
+  digest.add("ab");
+  digest.add("c");
+  other.add("a");
+  other.add("bc");
+  EXPECT_NE(digest.text(), other.text());
 }
 
 TEST(Digest, SeesEveryPartOfAJob) {
@@ -106,11 +106,11 @@ TEST(Digest, SeesEveryPartOfAJob) {
   outcome.marker = plain::Bytes{4, 0};
   outcome.debugImages = {{"origin_#_0.bmp", {5}}, {"dithered_#_1.bmp", {6}}};
   outcome.sideFile = "7";
-  std::set<std::string> different = {DigestOf(outcome)};
+  std::set<std::string> different = {digestOf(outcome)};
   const auto changed = [&different, &outcome](const std::function<void(plain::Outcome&)>& change) {
     plain::Outcome other = outcome;
     change(other);
-    different.insert(DigestOf(other));
+    different.insert(digestOf(other));
   };
   changed([](plain::Outcome& o) { o.status = 1; });
   changed([](plain::Outcome& o) { o.output = {1}; });
@@ -143,7 +143,7 @@ TEST(Digest, IsTheSameForAPredictedAndARealOutcome) {
                 {"var/spool/cups/tmp/origin_2026-1-2_3_4_5_0.bmp", "o"},
                 {"var/spool/cups/tmp/kcv6data/label.pgc", "mm"},
                 {"var/spool/cups/tmp/kcv6data/page_0001_jobid_000042_0000.dat", "f"}};
-  EXPECT_EQ(DigestOf(real), DigestOf(predicted));
+  EXPECT_EQ(digestOf(real), digestOf(predicted));
 }
 
 }  // namespace kestra::digests

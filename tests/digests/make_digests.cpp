@@ -9,9 +9,9 @@
 int main() {
   using namespace kestra::digests;  // NOLINT
   std::vector<Entry> entries;
-  for (const Combination& one : AllCombinations()) {
-    entries.push_back({DigestOf(kestra::blackbox::Predict(one.job)), one.name});
+  for (const Combination& one : allCombinations()) {
+    entries.push_back({digestOf(kestra::blackbox::predict(one.job)), one.name});
   }
-  const std::string text = ListText(entries);
+  const std::string text = listText(entries);
   return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() ? 0 : 1;
 }

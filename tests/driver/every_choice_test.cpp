@@ -46,21 +46,21 @@ class EveryChoice : public testing::TestWithParam<const char*> {
   void expectPrint(const std::string& options, const Chosen& chosen, const PageShape& shape) {
     SCOPED_TRACE(options);
     ts::StreamPage page{
-        ts::MakeHeader(static_cast<unsigned>(shape.width), static_cast<unsigned>(shape.height),
+        ts::makeHeader(static_cast<unsigned>(shape.width), static_cast<unsigned>(shape.height),
                        static_cast<unsigned>(shape.width), static_cast<unsigned>(chosen.dpi)),
-        ts::MakePicture(shape.picture, static_cast<unsigned>(shape.width),
+        ts::makePicture(shape.picture, static_cast<unsigned>(shape.width),
                         static_cast<unsigned>(shape.height))};
     const plain::Outcome expected = predict(chosen, page);
     ASSERT_EQ(expected.frames.size(), 1U);
     ASSERT_EQ(expected.output.size(), 7U);
 
     ts::Sandbox box;
-    box.Write(kPpd, text_);
+    box.write(kPpd, text_);
     ts::Run run;
     run.arguments = {"42", "user", "title", "1", options};
-    run.ppd = ts::Sandbox::Inside(kPpd);
-    run.inputBytes = ts::WriteStream({page});
-    const ts::Result result = box.Start(run);
+    run.ppd = ts::Sandbox::inside(kPpd);
+    run.inputBytes = ts::writeStream({page});
+    const ts::Result result = box.start(run);
     EXPECT_EQ(result.status, 0) << result.messages;
     EXPECT_EQ(result.output, textOf(expected.output))
         << "filter/base/job_settings.cpp and tests/driver/chosen.cpp differ about an option";
@@ -86,7 +86,7 @@ class EveryChoice : public testing::TestWithParam<const char*> {
     header.bytesPerLine = page.header.cupsBytesPerLine;
     header.resolution[0] = header.resolution[1] = page.header.HWResolution[0];
     job.pages.push_back({header, page.pixels, true});
-    return plain::RunJob(job);
+    return plain::runJob(job);
   }
 
   std::string text_;  // the description

@@ -103,7 +103,7 @@ TEST_P(EveryPlace, SendsByHandWithTheDarkness) {
 TEST_P(EveryPlace, IsADescriptionForTestsWithTheSameWords) {
   std::FILE* file = std::tmpfile();
   ASSERT_NE(file, nullptr);
-  const std::string text = testing_support::PpdText().Text();
+  const std::string text = testing_support::PpdText().text();
   std::fwrite(text.data(), 1, text.size(), file);
   std::rewind(file);
   const Ppd tests(ppdOpen(file));

@@ -10,19 +10,20 @@ namespace ts = testing_support;
 
 namespace {
 
-bool AnyPixels(const cups_page_header2_t&) { return true; }
+bool anyPixels(const cups_page_header2_t&) { return true; }
 
 // A page that fits, one to fill, one to cut, one that fits.
-std::vector<ts::StreamPage> FourPages() {
-  return {Page("noise", 16, 4), Page("noise", 7, 5), Page("noise", 45, 4), Page("text", 8, 6)};
+std::vector<ts::StreamPage> fourPages() {
+  return {makePage("noise", 16, 4), makePage("noise", 7, 5), makePage("noise", 45, 4),
+          makePage("text", 8, 6)};
 }
 
 // The pages of a cut stream are those of the whole one, as far as they are readable in it.
-void ExpectCutAlike(const std::string& whole, std::size_t size,
+void expectCutAlike(const std::string& whole, std::size_t size,
                     const std::vector<ts::StreamPage>& fit) {
   const std::string cut = whole.substr(0, size);
-  const auto before = ts::Deliver(cut, AnyPixels);
-  const auto behind = ts::Deliver(FitStream(cut, kSmallHead).stream, AnyPixels);
+  const auto before = ts::deliver(cut, anyPixels);
+  const auto behind = ts::deliver(throughStage(cut, kSmallHead).stream, anyPixels);
   ASSERT_EQ(behind.size(), before.size()) << size;
   for (std::size_t i = 0; i < before.size(); ++i) {
     EXPECT_EQ(behind[i].readable, before[i].readable) << "cut at " << size << ", page " << i;
@@ -32,8 +33,8 @@ void ExpectCutAlike(const std::string& whole, std::size_t size,
   }
 }
 
-ts::StreamPage With(void (*change)(cups_page_header2_t*)) {
-  ts::StreamPage page = Page("noise", 7, 3);
+ts::StreamPage with(void (*change)(cups_page_header2_t*)) {
+  ts::StreamPage page = makePage("noise", 7, 3);
   change(&page.header);
   return page;
 }
@@ -41,20 +42,21 @@ ts::StreamPage With(void (*change)(cups_page_header2_t*)) {
 }  // namespace
 
 TEST(UnfitStream, StreamHasTheSameReadablePagesWhereverItEnds) {
-  const std::vector<ts::StreamPage> pages = FourPages();
-  const std::vector<ts::StreamPage> fit = PlainFit(pages, 40);
+  const std::vector<ts::StreamPage> pages = fourPages();
+  const std::vector<ts::StreamPage> fit = plainFit(pages, 40);
   for (const bool packed : {false, true}) {
-    const std::string whole = ts::WriteStream(pages, packed);
-    for (std::size_t size = 0; size <= whole.size(); ++size) ExpectCutAlike(whole, size, fit);
+    const std::string whole = ts::writeStream(pages, packed);
+    for (std::size_t size = 0; size <= whole.size(); ++size) expectCutAlike(whole, size, fit);
   }
 }
 
 TEST(UnfitStream, StreamOfPagesThatFitLeavesAsItCameWhereverItEnds) {
   for (const bool packed : {false, true}) {
-    const std::string whole = ts::WriteStream({Page("noise", 16, 4), Page("text", 8, 6)}, packed);
+    const std::string whole =
+        ts::writeStream({makePage("noise", 16, 4), makePage("text", 8, 6)}, packed);
     for (std::size_t size = 0; size <= whole.size(); ++size) {
       const std::string cut = whole.substr(0, size);
-      ASSERT_EQ(FitStream(cut, kSmallHead).stream, cut) << size;
+      ASSERT_EQ(throughStage(cut, kSmallHead).stream, cut) << size;
     }
   }
 }
@@ -64,28 +66,29 @@ TEST(UnfitStream, BytesThatAreNoStreamLeaveAsTheyCame) {
        {std::string(), std::string("x"), std::string("3Sa"), std::string("%PDF-1.4\n%%EOF\n"),
         std::string(200000, '\0'), "3SaR" + std::string(1796, '\0'), std::string("UNIRAST\0", 8),
         "2SaR" + std::string(70000, '\xFF')}) {
-    EXPECT_EQ(FitStream(bytes, kSmallHead).stream, bytes) << bytes.size();
+    EXPECT_EQ(throughStage(bytes, kSmallHead).stream, bytes) << bytes.size();
   }
 }
 
 // The filter ends the job at such a page, with words of its own; nothing behind it is looked at.
 TEST(UnfitStream, PagesThatTheFilterRefusesLeaveAsTheyCameWithAllBehindThem) {
   const std::vector<ts::StreamPage> refused = {
-      With([](cups_page_header2_t* header) { header->cupsBitsPerPixel = 1; }),
-      With([](cups_page_header2_t* header) { header->cupsBitsPerPixel = 16; }),
-      With([](cups_page_header2_t* header) { header->cupsHeight = 0; }),
-      With([](cups_page_header2_t* header) { header->cupsBytesPerLine = 0; }),
-      With([](cups_page_header2_t* header) { header->cupsBytesPerLine = 6; }),
-      With([](cups_page_header2_t* header) { header->cupsWidth = 0; }),
-      With([](cups_page_header2_t* header) { header->cupsWidth = 0xFFFFFFFF; }),
-      With([](cups_page_header2_t* header) {
+      with([](cups_page_header2_t* header) { header->cupsBitsPerPixel = 1; }),
+      with([](cups_page_header2_t* header) { header->cupsBitsPerPixel = 16; }),
+      with([](cups_page_header2_t* header) { header->cupsHeight = 0; }),
+      with([](cups_page_header2_t* header) { header->cupsBytesPerLine = 0; }),
+      with([](cups_page_header2_t* header) { header->cupsBytesPerLine = 6; }),
+      with([](cups_page_header2_t* header) { header->cupsWidth = 0; }),
+      with([](cups_page_header2_t* header) { header->cupsWidth = 0xFFFFFFFF; }),
+      with([](cups_page_header2_t* header) {
         header->cupsBytesPerLine = 0xFFFFFFFF;
         header->cupsHeight = 0xFFFFFFFF;
       }),
-      With([](cups_page_header2_t* header) { header->cupsColorOrder = CUPS_ORDER_PLANAR; })};
+      with([](cups_page_header2_t* header) { header->cupsColorOrder = CUPS_ORDER_PLANAR; })};
   for (const ts::StreamPage& page : refused) {
-    const std::string stream = ts::RawStream({Page("noise", 8, 2), page, Page("noise", 7, 3)});
-    const Fitted fitted = FitStream(stream, kSmallHead);
+    const std::string stream =
+        ts::rawStream({makePage("noise", 8, 2), page, makePage("noise", 7, 3)});
+    const Fitted fitted = throughStage(stream, kSmallHead);
     EXPECT_EQ(fitted.stream, stream);
     EXPECT_TRUE(fitted.changes.empty());
   }
@@ -93,11 +96,11 @@ TEST(UnfitStream, PagesThatTheFilterRefusesLeaveAsTheyCameWithAllBehindThem) {
 
 // A header may promise half a gigabyte in one row; memory is taken for what comes.
 TEST(UnfitStream, RowThatNeverComesTakesNoMemory) {
-  ts::StreamPage page = Page("noise", 7, 1);
+  ts::StreamPage page = makePage("noise", 7, 1);
   page.header.cupsWidth = (1U << 29) - 1;
   page.header.cupsBytesPerLine = page.header.cupsWidth;
   for (const double head : {0.0, kSmallHead}) {
-    const auto pages = ts::Deliver(FitStream(ts::RawStream({page}), head).stream,
+    const auto pages = ts::deliver(throughStage(ts::rawStream({page}), head).stream,
                                    [](const cups_page_header2_t&) { return false; });
     ASSERT_EQ(pages.size(), 1U);
     EXPECT_EQ(pages[0].header.cupsWidth, head == 0 ? 1U << 29 : 40U);
@@ -107,7 +110,7 @@ TEST(UnfitStream, RowThatNeverComesTakesNoMemory) {
 // Bytes that nobody would write, the same ones in every run.
 class MadeUpStream : public testing::Test {
  protected:
-  unsigned Below(unsigned limit) {
+  unsigned below(unsigned limit) {
     state_ = state_ * 1664525 + 1013904223;
     return (state_ >> 16) % limit;
   }
@@ -119,28 +122,28 @@ TEST_F(MadeUpStream, CompressedBytesOfAPageThatFitsLeaveAsTheyCame) {
   for (int round = 0; round < 2000; ++round) {
     std::string stream = "2SaR";
     for (int page = 0; page < 2; ++page) {
-      stream += ts::RawStream({{ts::MakeHeader(12, 5, 12), {}}}).substr(4);
-      for (unsigned i = Below(60); i > 0; --i) stream += static_cast<char>(Below(256));
+      stream += ts::rawStream({{ts::makeHeader(12, 5, 12), {}}}).substr(4);
+      for (unsigned i = below(60); i > 0; --i) stream += static_cast<char>(below(256));
     }
-    ASSERT_EQ(FitStream(stream, kSmallHead).stream, stream) << round;
+    ASSERT_EQ(throughStage(stream, kSmallHead).stream, stream) << round;
   }
 }
 
 TEST_F(MadeUpStream, CompressedBytesOfAPageToFitGiveThePageThatTheLibraryReads) {
   int readable = 0;
   for (int round = 0; round < 2000; ++round) {
-    const unsigned width = 1 + Below(50);
-    std::string stream = "2SaR" + ts::RawStream({{ts::MakeHeader(width, 3, width), {}}}).substr(4);
-    for (unsigned i = Below(200); i > 0; --i) stream += static_cast<char>(Below(256));
-    const auto before = ts::Deliver(stream, AnyPixels);
-    const auto behind = ts::Deliver(FitStream(stream, kSmallHead).stream, AnyPixels);
+    const unsigned width = 1 + below(50);
+    std::string stream = "2SaR" + ts::rawStream({{ts::makeHeader(width, 3, width), {}}}).substr(4);
+    for (unsigned i = below(200); i > 0; --i) stream += static_cast<char>(below(256));
+    const auto before = ts::deliver(stream, anyPixels);
+    const auto behind = ts::deliver(throughStage(stream, kSmallHead).stream, anyPixels);
     ASSERT_FALSE(before.empty());
     ASSERT_FALSE(behind.empty());
     ASSERT_EQ(behind[0].readable, before[0].readable) << round;
     if (!before[0].readable) continue;
     ++readable;
     const ts::StreamPage page = {before[0].header, before[0].pixels};
-    ASSERT_TRUE(behind[0].pixels == PlainFit(page, 40).pixels) << round;
+    ASSERT_TRUE(behind[0].pixels == plainFit(page, 40).pixels) << round;
   }
   EXPECT_GT(readable, 500);
 }

@@ -53,14 +53,14 @@ FitProgram::FitProgram(const std::vector<std::string>& arguments,
 FitProgram::~FitProgram() {
   if (child_ > 0) {
     kill(child_, SIGKILL);
-    Await();
+    await();
   }
-  EndOfInput();
-  StopReading();
+  endOfInput();
+  stopReading();
   close(messages_);
 }
 
-bool FitProgram::Give(const std::string& bytes) const {
+bool FitProgram::give(const std::string& bytes) const {
   std::size_t done = 0;
   while (done < bytes.size()) {
     const ssize_t put = write(input_, bytes.data() + done, bytes.size() - done);
@@ -71,12 +71,12 @@ bool FitProgram::Give(const std::string& bytes) const {
   return true;
 }
 
-void FitProgram::EndOfInput() {
+void FitProgram::endOfInput() {
   if (input_ >= 0) close(input_);
   input_ = -1;
 }
 
-std::string FitProgram::Take(std::size_t size) const {
+std::string FitProgram::take(std::size_t size) const {
   std::string bytes;
   std::array<char, 65536> buffer{};
   while (bytes.size() < size) {
@@ -88,12 +88,12 @@ std::string FitProgram::Take(std::size_t size) const {
   return bytes;
 }
 
-void FitProgram::StopReading() {
+void FitProgram::stopReading() {
   if (output_ >= 0) close(output_);
   output_ = -1;
 }
 
-FitEnd FitProgram::Await() {
+FitEnd FitProgram::await() {
   FitEnd end;
   int status = 0;
   while (waitpid(child_, &status, 0) < 0 && errno == EINTR) {
@@ -107,7 +107,7 @@ FitEnd FitProgram::Await() {
   return end;
 }
 
-std::vector<std::string> JobWords(const std::string& file) {
+std::vector<std::string> jobWords(const std::string& file) {
   std::vector<std::string> words = {"42", "user", "title", "1", ""};
   if (!file.empty()) words.push_back(file);
   return words;

@@ -28,15 +28,15 @@ class FitProgram {
   FitProgram(const FitProgram&) = delete;
   FitProgram& operator=(const FitProgram&) = delete;
 
-  pid_t Pid() const { return child_; }
+  pid_t pid() const { return child_; }
   // Writes to its standard input; false where it does not read any more.
-  bool Give(const std::string& bytes) const;
-  void EndOfInput();
+  bool give(const std::string& bytes) const;
+  void endOfInput();
   // Reads from its standard output: so many bytes, or all there are until its end.
-  std::string Take(std::size_t size) const;
-  void StopReading();
+  std::string take(std::size_t size) const;
+  void stopReading();
   // Waits for its end; after a minute it is ended by force.
-  FitEnd Await();
+  FitEnd await();
 
  private:
   pid_t child_ = -1;
@@ -46,6 +46,6 @@ class FitProgram {
 };
 
 // The arguments of a job.
-std::vector<std::string> JobWords(const std::string& file = "");
+std::vector<std::string> jobWords(const std::string& file = "");
 
 }  // namespace kestra::fit_tests

@@ -13,20 +13,20 @@ using blackbox::JobCase;
 namespace {
 
 // The job with a description whose head has 40 dots at 203 dots per inch.
-JobCase SmallHead() {
+JobCase smallHead() {
   JobCase job;
-  job.ppd.SetMaxMediaWidth("14.19");
+  job.ppd.setMaxMediaWidth("14.19");
   job.settings.maxMediaPoints = 14.19;
   return job;
 }
 
 // The frames behind the stage must be those of pages that had been drawn to fit.
-void ExpectFramesOfFittedPages(JobCase job, bool compressed) {
-  const std::string stream = ts::WriteStream(job.pages, compressed);
-  job.pages = PlainFit(job.pages, 40);
-  const ts::Result drawn = blackbox::ExpectAsPlain(job);
-  job.stream = FitStream(stream, kSmallHead).stream;
-  const ts::Result fitted = blackbox::ExpectAsPlain(job);
+void expectFramesOfFittedPages(JobCase job, bool compressed) {
+  const std::string stream = ts::writeStream(job.pages, compressed);
+  job.pages = plainFit(job.pages, 40);
+  const ts::Result drawn = blackbox::expectAsPlain(job);
+  job.stream = throughStage(stream, kSmallHead).stream;
+  const ts::Result fitted = blackbox::expectAsPlain(job);
   std::size_t frames = 0;
   for (const auto& [name, bytes] : drawn.files) {
     if (name.find("page_") == std::string::npos) continue;
@@ -43,23 +43,23 @@ void ExpectFramesOfFittedPages(JobCase job, bool compressed) {
 TEST(FittedFrames, OfFittedPagesAreThoseOfPagesDrawnToFit) {
   for (const bool compressed : {false, true}) {
     for (const int halftone : {0, 3, 8}) {
-      JobCase job = SmallHead();
-      job.Halftone(halftone);
+      JobCase job = smallHead();
+      job.halftone(halftone);
       for (const unsigned width : {1U, 2U, 3U, 5U, 6U, 7U, 30U, 39U, 40U, 41U, 43U, 70U, 90U}) {
-        job.AddPage(width, 11, "photo");
+        job.addPage(width, 11, "photo");
       }
-      ExpectFramesOfFittedPages(job, compressed);
+      expectFramesOfFittedPages(job, compressed);
     }
   }
 }
 
 TEST(FittedFrames, OfNegativeAndMirroredPagesTreatTheAddedPaperAsThePages) {
-  JobCase job = SmallHead();
-  job.Halftone(8);
-  job.Negative();
-  job.Mirror();
-  for (const unsigned width : {33U, 34U, 35U, 45U}) job.AddPage(width, 9, "text");
-  ExpectFramesOfFittedPages(job, false);
+  JobCase job = smallHead();
+  job.halftone(8);
+  job.negative();
+  job.mirror();
+  for (const unsigned width : {33U, 34U, 35U, 45U}) job.addPage(width, 9, "text");
+  expectFramesOfFittedPages(job, false);
 }
 
 // One upright line of dots in every row's same column; without the stage it wanders.
@@ -68,12 +68,12 @@ TEST(FittedFrames, OfAnUprightLineHaveItInTheSameColumnOfEveryRow) {
   constexpr unsigned kHeight = 20;
   constexpr unsigned kColumn = 10;
   JobCase job;
-  ts::StreamPage page = {ts::MakeHeader(kWidth, kHeight, kWidth), ts::Uniform(kWidth, kHeight, 0)};
+  ts::StreamPage page = {ts::makeHeader(kWidth, kHeight, kWidth), ts::uniform(kWidth, kHeight, 0)};
   for (unsigned y = 0; y < kHeight; ++y) page.pixels[y * kWidth + kColumn] = 255;
   const auto isUpright = [&](const std::string& stream) {
     JobCase one = job;
     one.stream = stream;
-    const std::string frame = blackbox::OnlyFrame(blackbox::RunFilter(one));
+    const std::string frame = blackbox::onlyFrame(blackbox::runFilter(one));
     // Each record: 2 bytes of count, margin ((812 - 32) / 2 + 7) / 8 = 49 bytes, 4 bytes of dots.
     constexpr std::size_t kRecord = 2 + 49 + 4;
     if (frame.size() != 22 + kRecord * kHeight) return false;
@@ -83,9 +83,9 @@ TEST(FittedFrames, OfAnUprightLineHaveItInTheSameColumnOfEveryRow) {
     }
     return true;
   };
-  const std::string stream = ts::RawStream({page});
+  const std::string stream = ts::rawStream({page});
   EXPECT_FALSE(isUpright(stream));
-  EXPECT_TRUE(isUpright(FitStream(stream, 288).stream));
+  EXPECT_TRUE(isUpright(throughStage(stream, 288).stream));
 }
 
 }  // namespace kestra::fit_tests

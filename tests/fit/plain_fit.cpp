@@ -19,33 +19,33 @@ namespace ts = testing_support;
 
 namespace {
 
-std::uint8_t PaperOf(cups_cspace_t space) {
+std::uint8_t paperOf(cups_cspace_t space) {
   const bool light = space == CUPS_CSPACE_W || space == CUPS_CSPACE_RGB ||
                      space == CUPS_CSPACE_RGBW || space == CUPS_CSPACE_SW ||
                      space == CUPS_CSPACE_SRGB || space == CUPS_CSPACE_ADOBERGB;
   return light ? 255 : 0;
 }
 
-std::string ReadAll(int file) {
+std::string readAll(int file) {
   std::string text(static_cast<std::size_t>(lseek(file, 0, SEEK_END)), '\0');
   const ssize_t got = pread(file, text.data(), text.size(), 0);
   EXPECT_EQ(got, static_cast<ssize_t>(text.size()));
   return text;
 }
 
-std::string BytesOf(const cups_page_header2_t& header) {
+std::string bytesOf(const cups_page_header2_t& header) {
   std::string bytes(sizeof header, '\0');
   std::memcpy(bytes.data(), &header, sizeof header);
   return bytes;
 }
 
-bool AnyPixels(const cups_page_header2_t& header) {
+bool anyPixels(const cups_page_header2_t& header) {
   return std::uint64_t{header.cupsBytesPerLine} * header.cupsHeight < (1U << 24);
 }
 
 }  // namespace
 
-ts::StreamPage PlainFit(const ts::StreamPage& page, unsigned headDots) {
+ts::StreamPage plainFit(const ts::StreamPage& page, unsigned headDots) {
   const unsigned width = page.header.cupsWidth;
   unsigned fitted = width;
   while (fitted % 4 != 0) ++fitted;
@@ -63,25 +63,25 @@ ts::StreamPage PlainFit(const ts::StreamPage& page, unsigned headDots) {
     for (unsigned x = 0; x < fitted; ++x) {
       const std::size_t from = std::size_t{y} * page.header.cupsBytesPerLine + left + x;
       result.pixels.push_back(left + x < width ? page.pixels[from]
-                                               : PaperOf(page.header.cupsColorSpace));
+                                               : paperOf(page.header.cupsColorSpace));
     }
   }
   return result;
 }
 
-std::vector<ts::StreamPage> PlainFit(const std::vector<ts::StreamPage>& pages, unsigned headDots) {
+std::vector<ts::StreamPage> plainFit(const std::vector<ts::StreamPage>& pages, unsigned headDots) {
   std::vector<ts::StreamPage> result;
   result.reserve(pages.size());
-  for (const ts::StreamPage& page : pages) result.push_back(PlainFit(page, headDots));
+  for (const ts::StreamPage& page : pages) result.push_back(plainFit(page, headDots));
   return result;
 }
 
-std::string InForm(const std::vector<ts::StreamPage>& pages, Form form) {
+std::string inForm(const std::vector<ts::StreamPage>& pages, Form form) {
   // "RaS3" and "RaSt" are numbers, so a machine of low bytes first writes them backwards.
   std::string stream = form.version == 1 ? "tSaR" : "3SaR";
   if (form.swapped) std::reverse(stream.begin(), stream.end());
   for (const ts::StreamPage& page : pages) {
-    std::string header = BytesOf(page.header);
+    std::string header = bytesOf(page.header);
     if (form.swapped) {
       for (std::size_t at = offsetof(cups_page_header2_t, AdvanceDistance);
            at < offsetof(cups_page_header2_t, cupsString); at += 4) {
@@ -95,13 +95,13 @@ std::string InForm(const std::vector<ts::StreamPage>& pages, Form form) {
   return stream;
 }
 
-ts::StreamPage Page(const std::string& picture, unsigned width, unsigned height,
-                    unsigned bytesPerLine, unsigned dpi) {
+ts::StreamPage makePage(const std::string& picture, unsigned width, unsigned height,
+                        unsigned bytesPerLine, unsigned dpi) {
   const unsigned line = bytesPerLine == 0 ? width : bytesPerLine;
-  return {ts::MakeHeader(width, height, line, dpi), ts::MakePicture(picture, line, height)};
+  return {ts::makeHeader(width, height, line, dpi), ts::makePicture(picture, line, height)};
 }
 
-Fitted FitStream(const std::string& stream, double headPoints) {
+Fitted throughStage(const std::string& stream, double headPoints) {
   Fitted fitted;
   const int in = memfd_create("in", MFD_CLOEXEC);
   const int out = memfd_create("out", MFD_CLOEXEC);
@@ -111,18 +111,18 @@ Fitted FitStream(const std::string& stream, double headPoints) {
       in, out, headPoints, [&](const PageChange& change) { fitted.changes.push_back(change); });
   EXPECT_EQ(result.state, RelayState::kEnded);
   EXPECT_EQ(result.error, 0);
-  fitted.stream = ReadAll(out);
+  fitted.stream = readAll(out);
   close(in);
   close(out);
   return fitted;
 }
 
-void ExpectSamePages(const std::string& stream, const std::string& wanted) {
-  const std::vector<ts::DeliveredPage> got = ts::Deliver(stream, AnyPixels);
-  const std::vector<ts::DeliveredPage> want = ts::Deliver(wanted, AnyPixels);
+void expectSamePages(const std::string& stream, const std::string& wanted) {
+  const std::vector<ts::DeliveredPage> got = ts::deliver(stream, anyPixels);
+  const std::vector<ts::DeliveredPage> want = ts::deliver(wanted, anyPixels);
   ASSERT_EQ(got.size(), want.size());
   for (std::size_t i = 0; i < got.size(); ++i) {
-    EXPECT_TRUE(BytesOf(got[i].header) == BytesOf(want[i].header)) << i;
+    EXPECT_TRUE(bytesOf(got[i].header) == bytesOf(want[i].header)) << i;
     EXPECT_EQ(got[i].readable, want[i].readable) << i;
     EXPECT_TRUE(got[i].pixels == want[i].pixels) << i;
   }

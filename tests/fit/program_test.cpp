@@ -28,21 +28,21 @@ class Scratch {
   ~Scratch() { static_cast<void>(std::remove(path_.c_str())); }
   Scratch(const Scratch&) = delete;
   Scratch& operator=(const Scratch&) = delete;
-  const std::string& Path() const { return path_; }
+  const std::string& path() const { return path_; }
 
  private:
   std::string path_;
 };
 
-std::string Head832() { return "*PPD-Adobe: \"4.3\"\n*MaxMediaWidth: \"295.1\"\n"; }
+std::string head832() { return "*PPD-Adobe: \"4.3\"\n*MaxMediaWidth: \"295.1\"\n"; }
 
 // Gives all input and takes all output.
-std::string Through(FitProgram* program, const std::string& input) {
+std::string through(FitProgram* program, const std::string& input) {
   std::thread giver([&] {
-    program->Give(input);
-    program->EndOfInput();
+    program->give(input);
+    program->endOfInput();
   });
-  std::string output = program->Take(kAll);
+  std::string output = program->take(kAll);
   giver.join();
   return output;
 }
@@ -50,11 +50,12 @@ std::string Through(FitProgram* program, const std::string& input) {
 }  // namespace
 
 TEST(KestraFit, FitsPagesToTheHeadOfThePrinterDescription) {
-  const Scratch ppd(".ppd", Head832());
-  const std::vector<ts::StreamPage> pages = {Page("noise", 932, 400), Page("text", 812, 900)};
-  FitProgram program(JobWords(), ppd.Path());
-  EXPECT_EQ(Through(&program, ts::RawStream(pages)), ts::RawStream(PlainFit(pages, 832)));
-  const FitEnd end = program.Await();
+  const Scratch ppd(".ppd", head832());
+  const std::vector<ts::StreamPage> pages = {makePage("noise", 932, 400),
+                                             makePage("text", 812, 900)};
+  FitProgram program(jobWords(), ppd.path());
+  EXPECT_EQ(through(&program, ts::rawStream(pages)), ts::rawStream(plainFit(pages, 832)));
+  const FitEnd end = program.await();
   EXPECT_EQ(end.status, 0);
   EXPECT_EQ(end.messages,
             "WARNING: Page 1 is 12.5 mm (100 dots) wider than the print head: 6.3 mm (50 dots) on "
@@ -63,13 +64,13 @@ TEST(KestraFit, FitsPagesToTheHeadOfThePrinterDescription) {
 }
 
 TEST(KestraFit, WarnsOnceOfPagesThatLoseTheSame) {
-  const Scratch ppd(".ppd", Head832());
+  const Scratch ppd(".ppd", head832());
   std::vector<ts::StreamPage> pages;
   for (const unsigned width : {832U, 852U, 852U, 840U, 831U})
-    pages.push_back(Page("text", width, 1));
-  FitProgram program(JobWords(), ppd.Path());
-  Through(&program, ts::RawStream(pages));
-  const std::string said = program.Await().messages;
+    pages.push_back(makePage("text", width, 1));
+  FitProgram program(jobWords(), ppd.path());
+  through(&program, ts::rawStream(pages));
+  const std::string said = program.await().messages;
   std::vector<std::string> lines;
   std::istringstream in(said);
   for (std::string line; std::getline(in, line);) lines.push_back(line);
@@ -82,34 +83,35 @@ TEST(KestraFit, WarnsOnceOfPagesThatLoseTheSame) {
 }
 
 TEST(KestraFit, ReadsTheFileThatIsItsSixthArgument) {
-  const std::vector<ts::StreamPage> pages = {Page("noise", 833, 200), Page("noise", 400, 9)};
-  const Scratch file(".ras", ts::RawStream(pages));
-  FitProgram program(JobWords(file.Path()));
+  const std::vector<ts::StreamPage> pages = {makePage("noise", 833, 200),
+                                             makePage("noise", 400, 9)};
+  const Scratch file(".ras", ts::rawStream(pages));
+  FitProgram program(jobWords(file.path()));
   // Without a printer description the head is not known, and nothing is cut.
-  EXPECT_EQ(program.Take(kAll), ts::RawStream(PlainFit(pages, 0)));
-  EXPECT_EQ(program.Await().status, 0);
+  EXPECT_EQ(program.take(kAll), ts::rawStream(plainFit(pages, 0)));
+  EXPECT_EQ(program.await().status, 0);
 }
 
 TEST(KestraFit, FailsWithoutTheFile) {
-  FitProgram program(JobWords("/nowhere/at/all.ras"));
-  EXPECT_EQ(program.Take(kAll), "");
-  const FitEnd end = program.Await();
+  FitProgram program(jobWords("/nowhere/at/all.ras"));
+  EXPECT_EQ(program.take(kAll), "");
+  const FitEnd end = program.await();
   EXPECT_EQ(end.status, 1);
   EXPECT_EQ(end.messages, "ERROR: The raster file cannot be opened: No such file or directory\n");
 }
 
 TEST(KestraFit, FailsWhereTheFileCannotBeRead) {
-  FitProgram program(JobWords("/"));
-  const FitEnd end = program.Await();
+  FitProgram program(jobWords("/"));
+  const FitEnd end = program.await();
   EXPECT_EQ(end.status, 1);
   EXPECT_EQ(end.messages, "ERROR: The pages cannot be read: Is a directory\n");
 }
 
 TEST(KestraFit, FailsWhereThePagesCannotBeHandedOn) {
-  FitProgram program(JobWords(), std::nullopt, "/dev/full");
-  program.Give(ts::RawStream({Page("noise", 812, 100)}));
-  program.EndOfInput();
-  const FitEnd end = program.Await();
+  FitProgram program(jobWords(), std::nullopt, "/dev/full");
+  program.give(ts::rawStream({makePage("noise", 812, 100)}));
+  program.endOfInput();
+  const FitEnd end = program.await();
   EXPECT_EQ(end.status, 1);
   EXPECT_EQ(end.messages,
             "ERROR: The pages cannot be handed to the filter: No space left on device\n");
@@ -117,53 +119,53 @@ TEST(KestraFit, FailsWhereThePagesCannotBeHandedOn) {
 
 TEST(KestraFit, TellsHowItIsStarted) {
   FitProgram program({"42", "user", "title", "1"});
-  const FitEnd end = program.Await();
+  const FitEnd end = program.await();
   EXPECT_EQ(end.status, 1);
   EXPECT_EQ(end.messages, "Usage: kestrafit job_id user title copies options [file]\n");
 }
 
 // The filter ends a job early at a page that it refuses: its own status is the job's.
 TEST(KestraFit, EndsWellWhereTheFilterReadsNoMore) {
-  FitProgram program(JobWords());
-  program.StopReading();
+  FitProgram program(jobWords());
+  program.stopReading();
   // More than the pipe holds: the last piece finds nobody.
-  EXPECT_FALSE(program.Give(ts::RawStream({Page("noise", 812, 4000)})));
-  const FitEnd end = program.Await();
+  EXPECT_FALSE(program.give(ts::rawStream({makePage("noise", 812, 4000)})));
+  const FitEnd end = program.await();
   EXPECT_EQ(end.status, 0);
   EXPECT_EQ(end.messages, "");
 }
 
 TEST(KestraFit, IsEndedByTheSignalThatCancelsAJob) {
-  FitProgram program(JobWords());
-  program.Give("3SaR");
-  ASSERT_EQ(program.Take(4), "3SaR");
-  kill(program.Pid(), SIGTERM);
-  EXPECT_EQ(program.Await().signal, SIGTERM);
+  FitProgram program(jobWords());
+  program.give("3SaR");
+  ASSERT_EQ(program.take(4), "3SaR");
+  kill(program.pid(), SIGTERM);
+  EXPECT_EQ(program.await().signal, SIGTERM);
 }
 
 // A label must not wait in the stage for the next one.
 TEST(KestraFit, HandsOnEachPageBeforeItWaitsForTheNext) {
-  FitProgram program(JobWords());
+  FitProgram program(jobWords());
   std::string so_far = "3SaR";
-  program.Give(so_far);
-  EXPECT_EQ(program.Take(4), so_far);
+  program.give(so_far);
+  EXPECT_EQ(program.take(4), so_far);
   for (const unsigned width : {6U, 8U, 2001U}) {
-    const std::vector<ts::StreamPage> page = {Page("noise", width, 5)};
-    program.Give(ts::RawStream(page).substr(4));
-    const std::string wanted = ts::RawStream(PlainFit(page, 0)).substr(4);
-    EXPECT_EQ(program.Take(wanted.size()), wanted) << width;
+    const std::vector<ts::StreamPage> page = {makePage("noise", width, 5)};
+    program.give(ts::rawStream(page).substr(4));
+    const std::string wanted = ts::rawStream(plainFit(page, 0)).substr(4);
+    EXPECT_EQ(program.take(wanted.size()), wanted) << width;
   }
-  program.EndOfInput();
-  EXPECT_EQ(program.Await().status, 0);
+  program.endOfInput();
+  EXPECT_EQ(program.await().status, 0);
 }
 
 // The print system's pipes break pieces where they like.
 TEST(KestraFit, TakesInputThatComesByteByByte) {
-  const std::vector<ts::StreamPage> pages = {Page("noise", 7, 3), Page("noise", 8, 3)};
-  FitProgram program(JobWords());
-  for (const char byte : ts::RawStream(pages)) ASSERT_TRUE(program.Give(std::string(1, byte)));
-  program.EndOfInput();
-  EXPECT_EQ(program.Take(kAll), ts::RawStream(PlainFit(pages, 0)));
+  const std::vector<ts::StreamPage> pages = {makePage("noise", 7, 3), makePage("noise", 8, 3)};
+  FitProgram program(jobWords());
+  for (const char byte : ts::rawStream(pages)) ASSERT_TRUE(program.give(std::string(1, byte)));
+  program.endOfInput();
+  EXPECT_EQ(program.take(kAll), ts::rawStream(plainFit(pages, 0)));
 }
 
 }  // namespace kestra::fit_tests

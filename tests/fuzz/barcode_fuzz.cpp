@@ -16,28 +16,28 @@ void applyRules(ByteSource* source) {
   const int width = source->word() % 700 + 1;
   const int height = source->word() % 60 + 1;
   const unsigned rules = source->below(4);
-  const int stride = plain::PaddedWidth(width);
+  const int stride = plain::paddedWidth(width);
   std::vector<std::uint8_t> page =
       makePixels(source, static_cast<std::size_t>(stride) * static_cast<std::size_t>(height));
-  plain::Rows expected = plain::RowsFromBytes(page, stride, height, stride);
+  plain::Rows expected = plain::rowsFromBytes(page, stride, height, stride);
 
   std::FILE* messages = stderr;
   stderr = std::fopen("/dev/null", "w");
   KestraPrinter printer;
   if (rules != 3) {
     printer.ApplyDashedLine(page.data(), width, height);
-    plain::DashLongRuns(expected, width);
+    plain::dashLongRuns(expected, width);
   }
   if (rules == 1 || rules == 3) {
     printer.OptimazeBarcode1(page.data(), width, height);
-    plain::ThinBarcode1(expected, width);
+    plain::thinBarcode1(expected, width);
   } else if (rules == 2) {
     printer.OptimazeBarcode2(page.data(), width, height);
-    plain::ThinBarcode2(expected, width);
+    plain::thinBarcode2(expected, width);
   }
   std::fclose(stderr);
   stderr = messages;
-  require(page == plain::Flatten(expected), "the page of the plain version");
+  require(page == plain::flatten(expected), "the page of the plain version");
 }
 
 }  // namespace

@@ -35,9 +35,9 @@ void writeImage(ByteSource* source) {
   printer.saveImage(pixels.data(), width + spare, height, width, isTwoColour ? 1 : 8);
   const std::map<std::string, std::string> files = takeFiles();
   const std::vector<std::uint8_t> expected =
-      isTwoColour ? plain::DebugImage1(pixels, static_cast<int>(width + spare),
+      isTwoColour ? plain::debugImage1(pixels, static_cast<int>(width + spare),
                                        static_cast<int>(width), static_cast<int>(height))
-                  : plain::DebugImage8(pixels, static_cast<int>(width), static_cast<int>(height));
+                  : plain::debugImage8(pixels, static_cast<int>(width), static_cast<int>(height));
   require(files.size() == 1, "one image");
   require(files.begin()->second == std::string(expected.begin(), expected.end()),
           "the bytes of the plain version");

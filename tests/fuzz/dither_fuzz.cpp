@@ -19,7 +19,7 @@ void ditherInEachVersion(ByteSource* source) {
   const unsigned height = source->word() % 100U + 1U;
   const std::vector<std::uint8_t> pixels = makePixels(source, std::size_t{width} * height);
   const plain::Rows expected =
-      plain::Halftone(plain::RowsFromBytes(pixels, static_cast<int>(width),
+      plain::halftone(plain::rowsFromBytes(pixels, static_cast<int>(width),
                                            static_cast<int>(height), static_cast<int>(width)),
                       method);
   for (const KernelVersion version : kernelVersions()) {

@@ -51,7 +51,7 @@ ts::StreamPage makePage(ByteSource* source) {
   const unsigned height = source->word() % 200U;
   const unsigned spare = source->below(4) == 3 ? source->below(9) : 0;
   ts::StreamPage page;
-  page.header = ts::MakeHeader(width, height, width + spare, source->flag() ? 300 : 203);
+  page.header = ts::makeHeader(width, height, width + spare, source->flag() ? 300 : 203);
   switch (source->below(16)) {  // one field that does not fit the others
     case 1:
       page.header.HWResolution[0] = source->number();
@@ -165,23 +165,23 @@ void runDescribedJob(ByteSource* source) {
            pageBytes(page.header.cupsBytesPerLine, page.header.cupsHeight) == page.pixels.size();
   });
   const std::string stream =
-      isCompressed && areGood ? ts::WriteStream(pages, true) : ts::RawStream(pages);
-  const std::vector<ts::DeliveredPage> delivered = ts::Deliver(stream, isSmallAndRead);
+      isCompressed && areGood ? ts::writeStream(pages, true) : ts::rawStream(pages);
+  const std::vector<ts::DeliveredPage> delivered = ts::deliver(stream, isSmallAndRead);
   if (isSlow(delivered)) return;
   for (const ts::DeliveredPage& page : delivered) {
-    job.pages.push_back({blackbox::ToPlain(page.header), page.pixels, page.readable});
+    job.pages.push_back({blackbox::toPlain(page.header), page.pixels, page.readable});
   }
 
   setenv("PRINTER", job.queue.c_str(), 1);
   ts::PpdText ppd;
-  ppd.SetMaxMediaWidth(std::to_string(static_cast<int>(s.maxMediaPoints)));
-  putFile(kPpd, ppd.Text());
+  ppd.setMaxMediaWidth(std::to_string(static_cast<int>(s.maxMediaPoints)));
+  putFile(kPpd, ppd.text());
   putFile(kPages, stream);
-  if (hasCounter) putCounter(plain::MarkerName(job.queue), textOf(*job.place.marker));
+  if (hasCounter) putCounter(plain::markerName(job.queue), textOf(*job.place.marker));
   const JobResult result = runJobHere({job.jobId, "user", "title", "1", options, kPages});
   requireCleanEnd(result);
 
-  const plain::Outcome expected = plain::RunJob(job);
+  const plain::Outcome expected = plain::runJob(job);
   require(result.status == expected.status, "the exit status of the plain version");
   require(result.output == textOf(expected.output), "the commands of the plain version");
   std::size_t frames = 0;
@@ -210,22 +210,22 @@ void runHostileJob(ByteSource* source) {
     ppd = source->text('\0');
   } else {
     ts::PpdText text;
-    text.SetMaxMediaWidth(source->text('\n'));
+    text.setMaxMediaWidth(source->text('\n'));
     for (std::string keyword = source->text(' '); !keyword.empty(); keyword = source->text(' ')) {
       const std::string choice = source->text('\n');
-      text.SetOption(keyword, choice, {choice});
+      text.setOption(keyword, choice, {choice});
     }
-    ppd = text.Text();
+    ppd = text.text();
   }
   std::string stream;
   if (isRaw) {
     const std::vector<std::uint8_t> rest = source->rest();
     stream.assign(rest.begin(), rest.end());
   } else {
-    stream = ts::RawStream({makePage(source), makePage(source)});
+    stream = ts::rawStream({makePage(source), makePage(source)});
     stream.resize(stream.size() - std::min<std::size_t>(stream.size(), source->word()));
   }
-  if (isSlow(ts::Deliver(stream, isSmallAndRead))) return;
+  if (isSlow(ts::deliver(stream, isSmallAndRead))) return;
 
   setenv("PRINTER", queue.c_str(), 1);
   putFile(kPpd, ppd);

@@ -45,13 +45,13 @@ void writeJobs(const std::filesystem::path& folder) {
                      60 + halftone * 37));
   }
   const std::string stream =
-      ts::RawStream({{ts::MakeHeader(24, 4, 24), ts::MakePicture("noise", 24, 4)}});
+      ts::rawStream({{ts::makeHeader(24, 4, 24), ts::makePicture("noise", 24, 4)}});
   const std::string start =
       low(1) + low(1) + low(1) + "7\nlabel\nHalftoneType=Tattoo Darkness=Dark\n";
-  put(folder / "own-description", start + ts::PpdText().Text() + low(0) + stream);
+  put(folder / "own-description", start + ts::PpdText().text() + low(0) + stream);
   put(folder / "compressed",
       low(1) + low(0) + low(1) + "7\nlabel\nnoMirrorImage\n288\nBrightness 20\n " +
-          ts::WriteStream({{ts::MakeHeader(24, 4, 24), ts::MakePicture("bars", 24, 4)}}, true));
+          ts::writeStream({{ts::makeHeader(24, 4, 24), ts::makePicture("bars", 24, 4)}}, true));
   put(folder / "cut-stream", low(1) + low(0) + low(0) +
                                  "1\n../a/b\nPrintSpeed=9\n100\nPrintSpeed 9\n " + page(40, 20, 1) +
                                  page(40, 20, 2) + word(100));
@@ -61,14 +61,14 @@ void writeSettings(const std::filesystem::path& folder) {
   put(folder / "every-option",
       "label\nPageSize=Wide Resolution=300dpi Darkness=Dark noMirrorImage NegativeImage=True "
       "Brightness=-20 HalftoneType=tattoo x=\"a b\" y='c' z={d=e}\n" +
-          ts::PpdText().Text());
+          ts::PpdText().text());
   put(folder / "custom-size",
-      "a_b\nPageSize=Custom.100x50mm\n" + ts::PpdText().AllowCustomSizes(20, 2000).Text());
+      "a_b\nPageSize=Custom.100x50mm\n" + ts::PpdText().allowCustomSizes(20, 2000).text());
   put(folder / "odd-numbers", "\n\n" + ts::PpdText()
-                                           .SetMaxMediaWidth("1e300")
-                                           .SetOption("GapsHeight", "99999999999", {"99999999999"})
-                                           .SetOption("Brightness", "-0x10", {"-0x10"})
-                                           .Text());
+                                           .setMaxMediaWidth("1e300")
+                                           .setOption("GapsHeight", "99999999999", {"99999999999"})
+                                           .setOption("Brightness", "-0x10", {"-0x10"})
+                                           .text());
 }
 
 void writePages(const std::filesystem::path& root) {

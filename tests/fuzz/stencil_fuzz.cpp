@@ -29,10 +29,10 @@ void runChains(ByteSource* source) {
   const int height = source->word() % 80 + 1;
   std::vector<std::uint8_t> pixels =
       makePixels(source, static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-  const plain::Rows grey = plain::RowsFromBytes(pixels, width, height, width);
-  const plain::Rows tattoo = plain_stencil::Tattoo(grey);
-  const plain::Rows tattooV7 = plain_stencil::TattooV7(grey);
-  const plain::Rows diffused = plain_stencil::Diffuse(grey, threshold);
+  const plain::Rows grey = plain::rowsFromBytes(pixels, width, height, width);
+  const plain::Rows tattoo = plain_stencil::tattoo(grey);
+  const plain::Rows tattooV7 = plain_stencil::tattooV7(grey);
+  const plain::Rows diffused = plain_stencil::diffuse(grey, threshold);
   QMImage page(width, height, QM_IMG_GRAY, pixels.data());
   requireSame(qmTattooDithering(page).data, tattoo, "Tattoo step by step");
   requireSame(qmTattooDitheringV7(page).data, tattooV7, "Tattoo_V7 step by step");

@@ -48,7 +48,7 @@ Bytes withGaps(const Bytes& bytes, std::size_t width, std::size_t gap, std::uint
 void expectPlainDots(PageKind kind, std::size_t width, std::size_t height) {
   const Bytes levels = makeLevels(kind, width, height);
   for (const Method& method : kMethods) {
-    const Bytes wanted = plain::Halftone(levels, width, height, method.number);
+    const Bytes wanted = plain::halftone(levels, width, height, method.number);
     // Without a gap the memory ends with the last pixel.
     for (const auto& [gap, fill] : {std::pair{0, 0}, std::pair{3, 255}, std::pair{8, 0}}) {
       const auto space = static_cast<std::size_t>(gap);
@@ -132,7 +132,7 @@ TEST(Diffusion, FastVersionsTakeLowPagesToo) {
         Bytes page = levels;
         Bytes scratch(diffusionScratch(45), 0xA5);
         loop({method.method, page.data(), 45, 45, height}, scratch.data());
-        EXPECT_EQ(plain::Halftone(levels, 45, height, method.number), page) << height << " rows";
+        EXPECT_EQ(plain::halftone(levels, 45, height, method.number), page) << height << " rows";
       };
       expectDots(baseline::diffuse);
 #if defined(__x86_64__)

@@ -26,7 +26,7 @@ std::vector<double> thirtySeconds() {
   return kernel;
 }
 
-std::vector<double> stencilKernel() { return plain_stencil::Kernel(kGaussianTaps, 3.0); }
+std::vector<double> stencilKernel() { return plain_stencil::blurKernel(kGaussianTaps, 3.0); }
 
 std::vector<unsigned char> randomBytes(std::size_t count, unsigned seed) {
   std::mt19937 random(seed);
@@ -53,7 +53,7 @@ std::vector<unsigned char> blurred(const std::vector<unsigned char>& row,
 std::vector<unsigned char> plainBlurred(const std::vector<unsigned char>& row,
                                         const std::vector<double>& kernel) {
   plain::Rows rows(1, std::vector<int>(row.begin(), row.end()));
-  const plain::Rows result = plain_stencil::BlurPass(rows, kernel, kGaussianTaps, true);
+  const plain::Rows result = plain_stencil::blurPass(rows, kernel, kGaussianTaps, true);
   std::vector<unsigned char> out;
   for (std::size_t i = 5; i + 5 < row.size(); ++i) {
     out.push_back(static_cast<unsigned char>(result[0][i]));
@@ -218,7 +218,7 @@ TEST(Gaussian, SharpeningIsFourTimesThePixelMinusThreeTimesItsBlurForAllBytes) {
   }
   // The rule in single precision says the same.
   const plain::Rows ruled =
-      plain_stencil::AddWeighted({std::vector<int>(own.begin(), own.end())},
+      plain_stencil::addWeighted({std::vector<int>(own.begin(), own.end())},
                                  {std::vector<int>(soft.begin(), soft.end())}, 3.0F);
   ASSERT_EQ(ruled[0], expected);
   inEveryVersion([&] {

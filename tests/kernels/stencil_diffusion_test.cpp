@@ -34,9 +34,9 @@ std::vector<std::uint8_t> diffused(const plain::Rows& page, int threshold) {
 }
 
 void expectAsPlain(const plain::Rows& page, int threshold, const std::string& what) {
-  plain::Rows expected = plain_stencil::Diffuse(page, threshold);
+  plain::Rows expected = plain_stencil::diffuse(page, threshold);
   for (std::vector<int>& row : expected) row.insert(row.end(), 3, 99);
-  const std::vector<std::uint8_t> wanted = plain::Flatten(expected);
+  const std::vector<std::uint8_t> wanted = plain::flatten(expected);
   inEveryVersion([&] {
     ASSERT_TRUE(diffused(page, threshold) == wanted)
         << what << " " << page[0].size() << " x " << page.size() << ", threshold " << threshold;

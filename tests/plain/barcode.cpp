@@ -12,13 +12,13 @@ namespace {
 class View {
  public:
   explicit View(Rows& rows) : rows_(rows) {}
-  int Height() const { return static_cast<int>(rows_.size()); }
-  int Get(int x, int y) const {
+  int height() const { return static_cast<int>(rows_.size()); }
+  int get(int x, int y) const {
     return rows_[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)];
   }
-  bool White(int x, int y) const { return Get(x, y) > 254; }
-  bool Black(int x, int y) const { return Get(x, y) == 0; }
-  void Set(int x, int y, int value) {
+  bool white(int x, int y) const { return get(x, y) > 254; }
+  bool black(int x, int y) const { return get(x, y) == 0; }
+  void set(int x, int y, int value) {
     // A pixel right of the row's end is the first of the next row.
     const int stride = static_cast<int>(rows_[0].size());
     rows_[static_cast<std::size_t>(y + x / stride)][static_cast<std::size_t>(x % stride)] = value;
@@ -30,19 +30,19 @@ class View {
 
 }  // namespace
 
-void DashLongRuns(Rows& padded, int width) {
+void dashLongRuns(Rows& padded, int width) {
   View page(padded);
-  for (int y = 2; y < page.Height() - 6; ++y) {
+  for (int y = 2; y < page.height() - 6; ++y) {
     int run = 0;
     for (int x = 0; x < width; ++x) {
-      if (page.White(x, y)) {
+      if (page.white(x, y)) {
         ++run;
         continue;
       }
       if (run > 320) {
         for (int k = 0; k < x; k += 8) {
           if (k < x - run) continue;
-          for (int i = 0; i < 4; ++i) page.Set(k + i, y, 0);
+          for (int i = 0; i < 4; ++i) page.set(k + i, y, 0);
         }
       }
       run = 0;
@@ -50,26 +50,26 @@ void DashLongRuns(Rows& padded, int width) {
   }
 }
 
-void ThinBarcode1(Rows& padded, int width) {
+void thinBarcode1(Rows& padded, int width) {
   View page(padded);
-  const int last = page.Height() - 1;
+  const int last = page.height() - 1;
   for (int y = 1; y < last; ++y) {
     int white = 0;
     for (int i = 0; i < width / 2; ++i) {
-      if (page.White(i, y)) ++white;
-      if (page.White(width - i - 1, y)) ++white;
+      if (page.white(i, y)) ++white;
+      if (page.white(width - i - 1, y)) ++white;
     }
     int run = 0;
     for (int x = 2; x < width; ++x) {
-      if (page.White(x, y)) {
+      if (page.white(x, y)) {
         ++run;
         continue;
       }
       if (run > 40 && white < width / 2) {
         for (int k = x - run; k < x; ++k) {
           int below = 0;
-          for (int r = y + 1; r <= last && page.Black(k, r); ++r) ++below;
-          if (below >= 1 && below <= 3 && page.White(k, y - 1)) page.Set(k, y, 0);
+          for (int r = y + 1; r <= last && page.black(k, r); ++r) ++below;
+          if (below >= 1 && below <= 3 && page.white(k, y - 1)) page.set(k, y, 0);
         }
       }
       run = 0;
@@ -77,38 +77,38 @@ void ThinBarcode1(Rows& padded, int width) {
   }
 }
 
-void ThinBarcode2(Rows& padded, int width) {
+void thinBarcode2(Rows& padded, int width) {
   View page(padded);
   for (int x = 0; x < width; ++x) {
     int white = 0;
     int dark = 0;
-    for (int y = 3; y < page.Height() - 6; ++y) {
-      if (page.White(x, y)) {
+    for (int y = 3; y < page.height() - 6; ++y) {
+      if (page.white(x, y)) {
         ++white;
         dark = 0;
       } else {
         white = 0;
         ++dark;
       }
-      if (white > 6 && page.White(x, y - 2) && page.White(x, y - 1) && page.White(x, y) &&
-          page.Black(x, y + 1)) {
+      if (white > 6 && page.white(x, y - 2) && page.white(x, y - 1) && page.white(x, y) &&
+          page.black(x, y + 1)) {
         if (x % 4 == 0) {
-          page.Set(x, y - 2, 0);
-          page.Set(x, y - 4, 0);
+          page.set(x, y - 2, 0);
+          page.set(x, y - 4, 0);
         }
         if (x % 4 == 2) {
-          page.Set(x, y - 1, 0);
-          page.Set(x, y - 3, 0);
+          page.set(x, y - 1, 0);
+          page.set(x, y - 3, 0);
         }
       }
-      if (white > 3 && page.White(x, y) && page.Black(x, y + 1)) {
-        const bool solidBelow = !page.White(x, y + 2) && !page.White(x, y + 3);
+      if (white > 3 && page.white(x, y) && page.black(x, y + 1)) {
+        const bool solidBelow = !page.white(x, y + 2) && !page.white(x, y + 3);
         if (!solidBelow) {
-          page.Set(x, y, 0);
+          page.set(x, y, 0);
           continue;
         }
       }
-      if (dark > 3 && page.White(x, y) && page.Black(x, y - 1)) page.Set(x, y - 1, 255);
+      if (dark > 3 && page.white(x, y) && page.black(x, y - 1)) page.set(x, y - 1, 255);
     }
   }
 }

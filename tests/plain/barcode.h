@@ -8,8 +8,8 @@
 namespace kestra::plain {
 
 // All three take the padded rows of the finished page and its true width, and change the page.
-void DashLongRuns(Rows& padded, int width);
-void ThinBarcode1(Rows& padded, int width);
-void ThinBarcode2(Rows& padded, int width);
+void dashLongRuns(Rows& padded, int width);
+void thinBarcode1(Rows& padded, int width);
+void thinBarcode2(Rows& padded, int width);
 
 }  // namespace kestra::plain

@@ -13,12 +13,12 @@ namespace kestra::plain {
 
 namespace {
 
-std::string Line(const std::string& text) { return "DEBUG:PageProcess: " + text + "\n"; }
+std::string line(const std::string& text) { return "DEBUG:PageProcess: " + text + "\n"; }
 
-FinishedPage Classic(const Settings& s, const Page& page, int width, int height, int brightness) {
+FinishedPage classic(const Settings& s, const Page& page, int width, int height, int brightness) {
   const int bytesPerLine = static_cast<int>(page.header.bytesPerLine);
   FinishedPage result;
-  result.log = Line("QM dithering is disabled");
+  result.log = line("QM dithering is disabled");
   if (width == 0) {
     result.log += "CRIT:paletteimage.CreateFromArray with grey failed!\n";
     return result;
@@ -26,52 +26,52 @@ FinishedPage Classic(const Settings& s, const Page& page, int width, int height,
   result.made = true;
   result.width = width;
   result.log +=
-      Line(Format("Successfully created PaletteImage from array with stride %d", bytesPerLine));
-  Rows grey = RowsFromBytes(page.pixels, width, height, bytesPerLine);
+      line(format("Successfully created PaletteImage from array with stride %d", bytesPerLine));
+  Rows grey = rowsFromBytes(page.pixels, width, height, bytesPerLine);
   if (brightness != 0) {
-    grey = ApplyTone(grey, brightness * 5, 0);
-    result.log += Line(Format("Adjusted brightness to %d and contrast to 0", brightness * 5));
+    grey = applyTone(grey, brightness * 5, 0);
+    result.log += line(format("Adjusted brightness to %d and contrast to 0", brightness * 5));
   }
   if (s.mirrorImage != 0) {
-    grey = Mirror(grey);
-    result.log += Line("Mirrored the image");
+    grey = mirror(grey);
+    result.log += line("Mirrored the image");
   }
-  result.rows = Pad(Halftone(grey, s.halftone));
-  result.log += Line("Applied default dithering and increased bit depth");
-  result.log += Line(Format("negativePrint_ %d", s.negativeImage != 0 ? 1 : 0));
+  result.rows = pad(halftone(grey, s.halftone));
+  result.log += line("Applied default dithering and increased bit depth");
+  result.log += line(format("negativePrint_ %d", s.negativeImage != 0 ? 1 : 0));
   if (s.negativeImage != 0) {
-    result.rows = Negative(result.rows);
-    result.log += Line("Inverting the image for negative print");
+    result.rows = negative(result.rows);
+    result.log += line("Inverting the image for negative print");
   }
-  result.log += Line(Format("Filled the output buffer with processed pixels, length: %d",
-                            height * PaddedWidth(width)));
+  result.log += line(format("Filled the output buffer with processed pixels, length: %d",
+                            height * paddedWidth(width)));
   return result;
 }
 
 }  // namespace
 
-bool IsStencil(const Settings& settings) {
+bool isStencil(const Settings& settings) {
   return settings.halftone == 8 || settings.halftone == 9;
 }
 
-FinishedPage FinishPage(const Settings& s, const Page& page) {
+FinishedPage finishPage(const Settings& s, const Page& page) {
   const int width = static_cast<int>(page.header.width);
   const int height = static_cast<int>(page.header.height);
   const int brightness = std::clamp(s.brightness, -100, 100);
-  if (!IsStencil(s)) return Classic(s, page, width, height, brightness);
+  if (!isStencil(s)) return classic(s, page, width, height, brightness);
 
   plain_stencil::Choices choices;
   choices.halftone = s.halftone;
   choices.brightness = brightness;
   choices.mirror = s.mirrorImage != 0;
   choices.negative = s.negativeImage != 0;
-  const plain_stencil::Processed processed = plain_stencil::Process(
+  const plain_stencil::Processed processed = plain_stencil::process(
       choices, page.pixels, static_cast<int>(page.header.bytesPerLine), width, height);
   return {!processed.image.rows.empty(), processed.image.width, processed.image.rows,
           processed.log};
 }
 
-Rows PackedInPlace(const Rows& padded, const std::vector<std::uint8_t>& dots) {
+Rows packedInPlace(const Rows& padded, const std::vector<std::uint8_t>& dots) {
   Rows block = padded;
   const std::size_t stride = padded[0].size();
   for (std::size_t i = 0; i < dots.size(); ++i) block[i / stride][i % stride] = dots[i];

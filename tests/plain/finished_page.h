@@ -17,14 +17,14 @@ struct FinishedPage {
   std::string log;
 };
 
-FinishedPage FinishPage(const Settings& settings, const Page& page);
+FinishedPage finishPage(const Settings& settings, const Page& page);
 
 // Whether the halftone is one of the two stencil methods.
-bool IsStencil(const Settings& settings);
+bool isStencil(const Settings& settings);
 
 // What lies in the page's block after its dots were packed into it: the dots from the first byte
 // on, behind them the rest of the pixels.
 //   rows 255 0 0 255 | 255 255 0 0, width 4, dots 90 C0  ->  90 C0 0 255 | 255 255 0 0
-Rows PackedInPlace(const Rows& padded, const std::vector<std::uint8_t>& dots);
+Rows packedInPlace(const Rows& padded, const std::vector<std::uint8_t>& dots);
 
 }  // namespace kestra::plain

@@ -8,13 +8,13 @@ namespace kestra::plain {
 
 namespace {
 
-void Put16(Bytes& out, long value) {
+void put16(Bytes& out, long value) {
   const auto bits = static_cast<unsigned long>(value);
   out.push_back(static_cast<std::uint8_t>(bits & 255U));
   out.push_back(static_cast<std::uint8_t>((bits >> 8U) & 255U));
 }
 
-int MediaCode(const std::string& paperType) {
+int mediaCode(const std::string& paperType) {
   if (paperType == "LabelMark") return 2;
   if (paperType == "Continue") return 0;
   return 1;
@@ -22,7 +22,7 @@ int MediaCode(const std::string& paperType) {
 
 }  // namespace
 
-int LeadingNumber(const std::string& text) {
+int leadingNumber(const std::string& text) {
   std::size_t at = text.find_first_not_of(" \t\n\v\f\r");
   if (at == std::string::npos) return 0;
   const bool minus = text[at] == '-';
@@ -42,8 +42,8 @@ int LeadingNumber(const std::string& text) {
   return static_cast<int>(low >= 2147483648LL ? low - 4294967296LL : low);
 }
 
-Bytes SettingCommand(const std::string& printSpeed, int darkness) {
-  int speed = LeadingNumber(printSpeed) & 255;
+Bytes settingCommand(const std::string& printSpeed, int darkness) {
+  int speed = leadingNumber(printSpeed) & 255;
   if (speed >= 2) speed -= 2;
   return {0x1B,
           0x73,
@@ -54,8 +54,8 @@ Bytes SettingCommand(const std::string& printSpeed, int darkness) {
           static_cast<std::uint8_t>(darkness & 255)};
 }
 
-Bytes PackSkewed(const Rows& padded, int width) {
-  const Bytes flat = Flatten(padded);
+Bytes packSkewed(const Rows& padded, int width) {
+  const Bytes flat = flatten(padded);
   const auto lineLength = static_cast<std::size_t>(width);
   Bytes dots;
   for (std::size_t y = 0; y < padded.size(); ++y) {
@@ -71,26 +71,26 @@ Bytes PackSkewed(const Rows& padded, int width) {
   return dots;
 }
 
-Bytes LabelBlock(const Label& label) {
+Bytes labelBlock(const Label& label) {
   const double r = label.dotsPerInch;
-  Bytes out = {'S', 'I', 'Z', static_cast<std::uint8_t>(MediaCode(label.paperType))};
-  Put16(out, ToInt32(static_cast<double>(label.pageWidthMm) / 25.4 * r));
-  Put16(out, ToInt32(static_cast<double>(label.pageHeightMm) / 25.4 * r));
-  Put16(out, ToInt32(static_cast<double>(label.gapsHeightMm) / 25.4 * r));
-  Put16(out, 0);
-  Put16(out, static_cast<long>(label.pageNumber));
+  Bytes out = {'S', 'I', 'Z', static_cast<std::uint8_t>(mediaCode(label.paperType))};
+  put16(out, toInt32(static_cast<double>(label.pageWidthMm) / 25.4 * r));
+  put16(out, toInt32(static_cast<double>(label.pageHeightMm) / 25.4 * r));
+  put16(out, toInt32(static_cast<double>(label.gapsHeightMm) / 25.4 * r));
+  put16(out, 0);
+  put16(out, static_cast<long>(label.pageNumber));
   return out;
 }
 
-int MarginBytes(float printableDots, int width) {
+int marginBytes(float printableDots, int width) {
   const float spare = printableDots - static_cast<float>(width);
   const float half = spare / 2.0F;
   const float rounded = half + 7.0F;
   const float bytes = rounded / 8.0F;
-  return ToInt32(static_cast<double>(bytes));
+  return toInt32(static_cast<double>(bytes));
 }
 
-std::optional<Bytes> RowRecords(const Bytes& dots, int height, int margin) {
+std::optional<Bytes> rowRecords(const Bytes& dots, int height, int margin) {
   const long rowBytes = static_cast<long>(dots.size()) / height;
   const long recordLength = rowBytes + 2 + margin;
   if (recordLength <= 0) return std::nullopt;
@@ -120,11 +120,11 @@ std::optional<Bytes> RowRecords(const Bytes& dots, int height, int margin) {
   return out;
 }
 
-Bytes Frame(const Bytes& label, const Bytes& records, int height) {
+Bytes frame(const Bytes& label, const Bytes& records, int height) {
   Bytes out = label;
   for (const int byte : {0x1D, 0x76, 0x30, 0x00}) out.push_back(static_cast<std::uint8_t>(byte));
-  Put16(out, static_cast<long>(records.size()) / height);
-  Put16(out, height);
+  put16(out, static_cast<long>(records.size()) / height);
+  put16(out, height);
   out.insert(out.end(), records.begin(), records.end());
   return out;
 }

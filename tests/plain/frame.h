@@ -15,15 +15,15 @@ using Bytes = std::vector<std::uint8_t>;
 
 // The leading number of a text as the C library reads it (blanks, sign, digits; 64 bits, stopping
 // at the ends of the range), cut to 32 bits.
-int LeadingNumber(const std::string& text);
+int leadingNumber(const std::string& text);
 
 // 1B 73 01 00 00 speed darkness.
-Bytes SettingCommand(const std::string& printSpeed, int darkness);
+Bytes settingCommand(const std::string& printSpeed, int darkness);
 
 // Packs height x width pixels that follow each other without gaps from the first byte of the padded
 // page on: deliberately not the pixels of the rows when the width is no multiple of 4.
 //   padded rows "abc." "def." (width 3)  ->  lines "abc" ".de"
-Bytes PackSkewed(const Rows& padded, int width);
+Bytes packSkewed(const Rows& padded, int width);
 
 struct Label {
   std::string paperType;    // "LabelGaps", "LabelMark", "Continue", other
@@ -35,16 +35,16 @@ struct Label {
 };
 
 // "SIZ", media code, width, height, gap, 0, page number: 14 bytes.
-Bytes LabelBlock(const Label& label);
+Bytes labelBlock(const Label& label);
 
 // Bytes left of each row that centre the page on the head; negative when the page is too wide.
-int MarginBytes(float printableDots, int width);
+int marginBytes(float printableDots, int width);
 
 // One record per row: two count bytes, margin bytes 0, the row's dots. Empty when the records would
 // have no bytes: then no frame is made.
-std::optional<Bytes> RowRecords(const Bytes& dots, int height, int margin);
+std::optional<Bytes> rowRecords(const Bytes& dots, int height, int margin);
 
 // Label block, 1D 76 30 00, record length, rows, records.
-Bytes Frame(const Bytes& label, const Bytes& records, int height);
+Bytes frame(const Bytes& label, const Bytes& records, int height);
 
 }  // namespace kestra::plain

@@ -8,7 +8,7 @@
 
 namespace kestra::plain {
 
-Kernel KernelOf(long method) {
+Kernel kernelOf(long method) {
   switch (method) {
     case 2:  // Burkes
       return {32, {{1, 0, 8}, {2, 0, 4}, {-2, 1, 2}, {-1, 1, 4}, {0, 1, 8}, {1, 1, 4}, {2, 1, 2}}};
@@ -73,7 +73,7 @@ Kernel KernelOf(long method) {
 
 namespace {
 
-Rows Diffuse(Rows grey, const Kernel& kernel) {
+Rows diffuse(Rows grey, const Kernel& kernel) {
   Rows dots = grey;
   const int height = static_cast<int>(grey.size());
   const int width = static_cast<int>(grey[0].size());
@@ -96,7 +96,7 @@ Rows Diffuse(Rows grey, const Kernel& kernel) {
   return dots;
 }
 
-int OrderedSeventeen(int level, std::size_t x, std::size_t y) {
+int orderedSeventeen(int level, std::size_t x, std::size_t y) {
   static const int kMatrix[4][4] = {{0, 8, 2, 10}, {12, 4, 14, 6}, {3, 11, 1, 9}, {15, 7, 13, 5}};
   const int step = level * 16 / 255;  // 0..16
   const int base = step / 16;
@@ -104,7 +104,7 @@ int OrderedSeventeen(int level, std::size_t x, std::size_t y) {
   return kMatrix[y % 4][x % 4] < fraction ? base + 1 : base;
 }
 
-int OrderedSixteen(int level, std::size_t x, std::size_t y) {
+int orderedSixteen(int level, std::size_t x, std::size_t y) {
   static const int kMatrix[4][4] = {
       {0, 192, 48, 240}, {128, 64, 176, 112}, {32, 224, 16, 208}, {160, 96, 144, 80}};
   return level > kMatrix[y % 4][x % 4] ? 1 : 0;
@@ -112,26 +112,26 @@ int OrderedSixteen(int level, std::size_t x, std::size_t y) {
 
 }  // namespace
 
-Rows Halftone(const Rows& grey, long method) {
+Rows halftone(const Rows& grey, long method) {
   if (grey.empty() || grey[0].empty()) return grey;
-  if (method != 0 && method != 1 && method != 7) return Diffuse(grey, KernelOf(method));
+  if (method != 0 && method != 1 && method != 7) return diffuse(grey, kernelOf(method));
   Rows dots = grey;
   for (std::size_t y = 0; y < grey.size(); ++y) {
     for (std::size_t x = 0; x < grey[y].size(); ++x) {
       const int level = grey[y][x];
       if (method == 0) dots[y][x] = level < 129 ? 0 : 1;
-      if (method == 1) dots[y][x] = OrderedSeventeen(level, x, y);
-      if (method == 7) dots[y][x] = OrderedSixteen(level, x, y);
+      if (method == 1) dots[y][x] = orderedSeventeen(level, x, y);
+      if (method == 7) dots[y][x] = orderedSixteen(level, x, y);
     }
   }
   return dots;
 }
 
-std::vector<std::uint8_t> Halftone(const std::vector<std::uint8_t>& levels, std::size_t width,
+std::vector<std::uint8_t> halftone(const std::vector<std::uint8_t>& levels, std::size_t width,
                                    std::size_t height, long method) {
   const auto columns = static_cast<int>(width);
-  return Flatten(
-      Halftone(RowsFromBytes(levels, columns, static_cast<int>(height), columns), method));
+  return flatten(
+      halftone(rowsFromBytes(levels, columns, static_cast<int>(height), columns), method));
 }
 
 }  // namespace kestra::plain

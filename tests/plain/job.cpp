@@ -19,18 +19,18 @@ constexpr std::uint64_t kLargestPage = (1ULL << 29U) - 1;  // bytes
 class Walk {
  public:
   explicit Walk(const Job& job) : job_(job), s_(job.settings) {}
-  Outcome Run();
+  Outcome run();
 
  private:
-  void Say(const std::string& text) { out_.log += "DEBUG:" + text + "\n"; }
-  void ReadMarker();
-  void WriteMarker();
-  void SaveDebugImage(const std::string& kind, const Bytes& data, int width, int height);
-  bool OnePage(const Page& page);
-  void Print(const Page& page);
-  void PrintImage(const Page& page);
-  void PrintFinished(const Header& h);
-  void StoreFrame(const Bytes& frame);
+  void say(const std::string& text) { out_.log += "DEBUG:" + text + "\n"; }
+  void readMarker();
+  void writeMarker();
+  void saveDebugImage(const std::string& kind, const Bytes& data, int width, int height);
+  bool onePage(const Page& page);
+  void print(const Page& page);
+  void printImage(const Page& page);
+  void printFinished(const Header& h);
+  void storeFrame(const Bytes& frame);
 
   const Job& job_;     // the caller's, for the time of RunJob
   const Settings& s_;  // part of job_
@@ -45,7 +45,7 @@ class Walk {
   bool dataDirectory_ = false;
 };
 
-void Walk::ReadMarker() {
+void Walk::readMarker() {
   if (!out_.marker || !job_.place.markerOpen) return;
   const Bytes& bytes = *out_.marker;
   if (!bytes.empty()) pageNumber_ = (pageNumber_ & 0xFF00U) | bytes[0];
@@ -53,7 +53,7 @@ void Walk::ReadMarker() {
     pageNumber_ = (pageNumber_ & 0x00FFU) | static_cast<unsigned>(bytes[1] * 256);
 }
 
-void Walk::WriteMarker() {
+void Walk::writeMarker() {
   if (pageNumber_ >= 9000) pageNumber_ = 1;
   if (!dataDirectory_ || !job_.place.markerOpen || out_.markerName.size() > 255) return;
   if (out_.markerName.find('/') != std::string::npos) return;
@@ -61,17 +61,17 @@ void Walk::WriteMarker() {
                       static_cast<std::uint8_t>(pageNumber_ / 256)};
 }
 
-void Walk::SaveDebugImage(const std::string& kind, const Bytes& data, int width, int height) {
+void Walk::saveDebugImage(const std::string& kind, const Bytes& data, int width, int height) {
   const std::string name = kind + "_#_" + std::to_string(imageCount_++) + ".bmp";
   if (job_.place.debugImagesOpen) {
-    out_.debugImages.push_back({name, DebugImage8(data, width, height)});
+    out_.debugImages.push_back({name, debugImage8(data, width, height)});
   } else {
     out_.log += "WrenPrinter::saveImage: unable to open the file " + job_.place.prefix +
                 "var/spool/cups/tmp/" + name + "\n";
   }
 }
 
-void Walk::StoreFrame(const Bytes& frame) {
+void Walk::storeFrame(const Bytes& frame) {
   const long largest = job_.place.largestFrame;
   if (job_.place.framesOpen && largest >= 0 && static_cast<long>(frame.size()) > largest) {
     dataDirectory_ = true;
@@ -85,11 +85,11 @@ void Walk::StoreFrame(const Bytes& frame) {
     };
     int sequence = 0;
     do {
-      name = Format("page_%04u_jobid_%06d_%04d.dat", pageNumber_,
-                    LeadingNumber(job_.jobId.substr(0, 20)), sequence++);
+      name = format("page_%04u_jobid_%06d_%04d.dat", pageNumber_,
+                    leadingNumber(job_.jobId.substr(0, 20)), sequence++);
     } while (taken());
     out_.frames[name] = frame;
-    Say(Format(
+    say(format(
         "DumpPageToFile: dumped the page data to file:%svar/spool/cups/tmp/kcv6data/%s, size:%d",
         job_.place.prefix.c_str(), name.c_str(), static_cast<int>(frame.size())));
   }
@@ -97,47 +97,47 @@ void Walk::StoreFrame(const Bytes& frame) {
 }
 
 // Processes the page and prints the image that is there then.
-void Walk::PrintImage(const Page& page) {
+void Walk::printImage(const Page& page) {
   const Header& h = page.header;
-  const FinishedPage made = FinishPage(s_, page);
+  const FinishedPage made = finishPage(s_, page);
   out_.log += made.log;
   // A classic page is finished in the image that could not be made: nothing is left. The stencil of
   // an earlier page has an image of its own, which is printed again.
-  if (made.made || !IsStencil(s_)) finished_ = made;
-  Say(
-      Format("printImage: Processed image information - pointer address: #, width: %u, height: %u, "
+  if (made.made || !isStencil(s_)) finished_ = made;
+  say(
+      format("printImage: Processed image information - pointer address: #, width: %u, height: %u, "
              "bytes per line: %u, number of top blank lines: 0, number of bottom blank lines: 0, "
              "adjusted height: %u",
              h.width, h.height, h.bytesPerLine, h.height));
-  Say("printImage: Saving processed image, file path will be generated based on time");
+  say("printImage: Saving processed image, file path will be generated based on time");
   if (finished_.made) {
-    SaveDebugImage("dithered", Flatten(finished_.rows), finished_.width,
+    saveDebugImage("dithered", flatten(finished_.rows), finished_.width,
                    static_cast<int>(finished_.rows.size()));
   }
-  Say("printImage: Starting to print the processed image");
+  say("printImage: Starting to print the processed image");
   if (finished_.made) {
-    PrintFinished(h);
+    printFinished(h);
   } else {
     out_.log += "ERROR:printImage: pimage is NULL, unable to print the image\n";
   }
 }
 
 // Sizes are the image's; resolution, label size and margin those of the page.
-void Walk::PrintFinished(const Header& h) {
+void Walk::printFinished(const Header& h) {
   Rows& rows = finished_.rows;
   const int width = finished_.width;
   const int height = static_cast<int>(rows.size());
   if (s_.barcode == 1 || s_.barcode == 2) {
-    DashLongRuns(rows, width);
-    if (s_.barcode == 1) ThinBarcode1(rows, width);
-    if (s_.barcode == 2) ThinBarcode2(rows, width);
-    Say(Format("OptimazeBarcode%d is applied!", s_.barcode));
+    dashLongRuns(rows, width);
+    if (s_.barcode == 1) thinBarcode1(rows, width);
+    if (s_.barcode == 2) thinBarcode2(rows, width);
+    say(format("OptimazeBarcode%d is applied!", s_.barcode));
   }
-  Say(Format("GrayToMono, bpl(%d), h(%d), skipPixels(0), wb(%d)", width, height, width));
-  const Bytes dots = PackSkewed(rows, width);
-  rows = PackedInPlace(rows, dots);
-  Say("KCLSendPaperInfo: settings->pageWidth:#");
-  Say("KCLSendPaperInfo: settings->pageHeight:#");
+  say(format("GrayToMono, bpl(%d), h(%d), skipPixels(0), wb(%d)", width, height, width));
+  const Bytes dots = packSkewed(rows, width);
+  rows = packedInPlace(rows, dots);
+  say("KCLSendPaperInfo: settings->pageWidth:#");
+  say("KCLSendPaperInfo: settings->pageHeight:#");
   Label label;
   label.paperType = s_.paperType;
   label.pageWidthMm = widthMm_;
@@ -147,52 +147,52 @@ void Walk::PrintFinished(const Header& h) {
   label.pageNumber = pageNumber_;
   const auto printable = static_cast<float>(static_cast<double>(maxMediaMm_) / 25.4 *
                                             static_cast<double>(h.resolution[0]));
-  const auto records = RowRecords(dots, height, MarginBytes(printable, width));
-  if (records) StoreFrame(Frame(LabelBlock(label), *records, height));
+  const auto records = rowRecords(dots, height, marginBytes(printable, width));
+  if (records) storeFrame(frame(labelBlock(label), *records, height));
 }
 
-void Walk::Print(const Page& page) {
+void Walk::print(const Page& page) {
   const Header& h = page.header;
   const auto size = static_cast<unsigned long>(h.bytesPerLine) * h.height;
-  Say(Format("printImage: Start processing image, input width: %u, height: %u, bytes per line: %u",
+  say(format("printImage: Start processing image, input width: %u, height: %u, bytes per line: %u",
              h.width, h.height, h.bytesPerLine));
-  Say(Format("printImage: Memory allocated successfully, size: %lu bytes", size));
-  Say("printImage: Saving original image, file path will be generated based on time");
-  SaveDebugImage("origin", page.pixels, static_cast<int>(h.width), static_cast<int>(h.height));
-  Say(Format("printImage: Memory for processing result allocated successfully, size: %lu bytes",
+  say(format("printImage: Memory allocated successfully, size: %lu bytes", size));
+  say("printImage: Saving original image, file path will be generated based on time");
+  saveDebugImage("origin", page.pixels, static_cast<int>(h.width), static_cast<int>(h.height));
+  say(format("printImage: Memory for processing result allocated successfully, size: %lu bytes",
              size));
-  PrintImage(page);
-  Say("printImage: Freed the allocated memory, address: #");
-  Say("printImage: Freed the memory for processing result, address: #");
-  Say("printImage: Image processing completed");
+  printImage(page);
+  say("printImage: Freed the allocated memory, address: #");
+  say("printImage: Freed the memory for processing result, address: #");
+  say("printImage: Image processing completed");
 }
 
 // False: the job ends here with status 1.
-bool Walk::OnePage(const Page& page) {
+bool Walk::onePage(const Page& page) {
   const Header& h = page.header;
   const std::uint64_t size = static_cast<std::uint64_t>(h.bytesPerLine) * h.height;
   if (h.bytesPerLine < h.width || size > kLargestPage) {
     out_.log += "ERROR:*\n";
     return false;
   }
-  out_.sideFile = Format("cupsWidth:%d, cupsHeight:%d, cupsBytesPerLine:%d, cupsBitsPerPixel:%d\n",
+  out_.sideFile = format("cupsWidth:%d, cupsHeight:%d, cupsBytesPerLine:%d, cupsBitsPerPixel:%d\n",
                          static_cast<int>(h.width), static_cast<int>(h.height),
                          static_cast<int>(h.bytesPerLine), static_cast<int>(h.bitsPerPixel));
   if (!job_.place.sideFileOpen) out_.sideFile.reset();
   widthMm_ = static_cast<float>(h.width * 25.4 / h.resolution[0]);
   heightMm_ = static_cast<float>(h.height * 25.4 / h.resolution[1]);
-  Say(Format("pageWidth: %f,pageHeight: %f", static_cast<double>(widthMm_),
+  say(format("pageWidth: %f,pageHeight: %f", static_cast<double>(widthMm_),
              static_cast<double>(heightMm_)));
-  ReadMarker();
-  const Bytes command = SettingCommand(s_.printSpeed, s_.darkness);
+  readMarker();
+  const Bytes command = settingCommand(s_.printSpeed, s_.darkness);
   out_.output.insert(out_.output.end(), command.begin(), command.end());
-  out_.log += HeaderLog(h, ++pageCount_);
-  if (page.readable) Print(page);
+  out_.log += headerLog(h, ++pageCount_);
+  if (page.readable) print(page);
   return true;
 }
 
-Outcome Walk::Run() {
-  out_.markerName = MarkerName(job_.queue);
+Outcome Walk::run() {
+  out_.markerName = markerName(job_.queue);
   out_.marker = job_.place.marker;
   dataDirectory_ = job_.place.dataDirectoryThere;
 
@@ -203,34 +203,34 @@ Outcome Walk::Run() {
     widthMm_ = static_cast<float>(static_cast<double>(s_.points[0]) * 0.3528);
     heightMm_ = static_cast<float>(static_cast<double>(s_.points[1]) * 0.3528);
   }
-  out_.log = SettingsLog(s_, widthMm_, heightMm_, maxMediaMm_);
+  out_.log = settingsLog(s_, widthMm_, heightMm_, maxMediaMm_);
   if (!(widthMm_ > 1.0F) || !(heightMm_ > 1.0F)) {
-    out_.log += Format("ERROR: Paper size must not less than 1.0 : (%f, %f)\n",
+    out_.log += format("ERROR: Paper size must not less than 1.0 : (%f, %f)\n",
                        static_cast<double>(widthMm_), static_cast<double>(heightMm_));
     return out_;
   }
   for (const Page& page : job_.pages) {
     if (page.header.bitsPerPixel != 8) {
-      out_.log += Format("ERROR:Unsupported bits per pixel : %d ! Requires 8 bits per pixel!\n",
+      out_.log += format("ERROR:Unsupported bits per pixel : %d ! Requires 8 bits per pixel!\n",
                          static_cast<int>(page.header.bitsPerPixel));
       return out_;
     }
     if (page.header.height == 0 || page.header.bytesPerLine == 0) break;
-    if (!OnePage(page)) return out_;
+    if (!onePage(page)) return out_;
   }
-  WriteMarker();
+  writeMarker();
   out_.status = 0;
   return out_;
 }
 
 }  // namespace
 
-std::string MarkerName(const std::string& queue) {
+std::string markerName(const std::string& queue) {
   std::string name;
   for (const char c : queue.substr(0, 259)) name += c >= ' ' && c <= '~' ? c : '_';
   return name + ".pgc";
 }
 
-Outcome RunJob(const Job& job) { return Walk(job).Run(); }
+Outcome runJob(const Job& job) { return Walk(job).run(); }
 
 }  // namespace kestra::plain

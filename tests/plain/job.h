@@ -95,9 +95,9 @@ struct Outcome {
   std::optional<std::string> sideFile;
 };
 
-Outcome RunJob(const Job& job);
+Outcome runJob(const Job& job);
 
 // Name of a queue's counter file.
-std::string MarkerName(const std::string& queue);
+std::string markerName(const std::string& queue);
 
 }  // namespace kestra::plain

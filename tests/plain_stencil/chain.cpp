@@ -21,17 +21,17 @@ constexpr Share kShares[] = {
     {-1, 1, 0.128835F}, {0, 1, 0.243191F},  {1, 1, -0.111078F},
 };
 
-Rows Chain(const Rows& grey, bool kneeAtThreshold, float low, float high) {
-  const int threshold = ThresholdOf(grey).threshold;
+Rows chain(const Rows& grey, bool kneeAtThreshold, float low, float high) {
+  const int threshold = thresholdOf(grey).threshold;
   const int knee = kneeAtThreshold ? threshold : 64;
-  const Rows toned = ApplyTable(grey, GammaTable(knee, low, high));
-  const Rows sharp = Unsharp(toned, 300.0F, 11);
-  return Diffuse(sharp, threshold);
+  const Rows toned = applyTable(grey, gammaTable(knee, low, high));
+  const Rows sharp = unsharp(toned, 300.0F, 11);
+  return diffuse(sharp, threshold);
 }
 
 }  // namespace
 
-Rows Diffuse(const Rows& grey, int threshold) {
+Rows diffuse(const Rows& grey, int threshold) {
   const int height = static_cast<int>(grey.size());
   const int width = static_cast<int>(grey[0].size());
   Rows out = grey;
@@ -70,8 +70,8 @@ Rows Diffuse(const Rows& grey, int threshold) {
   return out;
 }
 
-Rows Tattoo(const Rows& grey) { return Chain(grey, false, 0.85F, 0.7F); }
+Rows tattoo(const Rows& grey) { return chain(grey, false, 0.85F, 0.7F); }
 
-Rows TattooV7(const Rows& grey) { return Chain(grey, true, 0.5F, 1.5F); }
+Rows tattooV7(const Rows& grey) { return chain(grey, true, 0.5F, 1.5F); }
 
 }  // namespace kestra::plain_stencil

@@ -7,10 +7,10 @@
 namespace kestra::plain_stencil {
 
 // Rows of 0 and 255.
-Rows Diffuse(const Rows& grey, int threshold);
+Rows diffuse(const Rows& grey, int threshold);
 
 // Grey page in, rows of 0 and 255 out. The page must have at least one pixel.
-Rows Tattoo(const Rows& grey);
-Rows TattooV7(const Rows& grey);
+Rows tattoo(const Rows& grey);
+Rows tattooV7(const Rows& grey);
 
 }  // namespace kestra::plain_stencil

@@ -10,22 +10,22 @@ namespace kestra::plain_stencil {
 
 namespace {
 
-std::string Line(const std::string& text) { return "DEBUG:EnableAntiWrink: " + text + "\n"; }
-std::string Number(int n) { return std::to_string(n); }
+std::string line(const std::string& text) { return "DEBUG:EnableAntiWrink: " + text + "\n"; }
+std::string number(int n) { return std::to_string(n); }
 
 // 32-bit sizes of an image must not wrap, or it cannot be made.
-bool CanBeMade(int width, int height) {
+bool canBeMade(int width, int height) {
   const std::uint32_t pixels =
       static_cast<std::uint32_t>(width) * static_cast<std::uint32_t>(height);
   const std::uint32_t bits = pixels * 8U;
   return bits / 8U == pixels;
 }
 
-Picture Enlarge(const Picture& old, int ex, int ey, int fill) {
+Picture enlarge(const Picture& old, int ex, int ey, int fill) {
   Picture result;
   result.width = old.width + 2 * ex;
   const auto height = old.rows.size() + 2 * static_cast<std::size_t>(ey);
-  const auto bytes = static_cast<std::size_t>(plain::PaddedWidth(result.width));
+  const auto bytes = static_cast<std::size_t>(plain::paddedWidth(result.width));
   // The row padding is filled as well.
   result.rows.assign(height, std::vector<int>(bytes, fill));
   for (std::size_t y = 0; y < old.rows.size(); ++y) {
@@ -37,7 +37,7 @@ Picture Enlarge(const Picture& old, int ex, int ey, int fill) {
   return result;
 }
 
-std::string Bar(Picture& picture, const std::string& name, int x0, int y0, int width, int height) {
+std::string bar(Picture& picture, const std::string& name, int x0, int y0, int width, int height) {
   // Without rows no column is gone through.
   const int x1 = x0 + (height > 0 ? std::max(width, 0) : 0);
   const int y1 = y0 + std::max(height, 0);
@@ -47,24 +47,24 @@ std::string Bar(Picture& picture, const std::string& name, int x0, int y0, int w
       picture.rows[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)] = 255;
     }
   }
-  return Line("Drawing " + name + " line. point(" + Number(x0) + ", " + Number(y0) + ", " +
-              Number(x1) + ", " + Number(y1) + ")");
+  return line("Drawing " + name + " line. point(" + number(x0) + ", " + number(y0) + ", " +
+              number(x1) + ", " + number(y1) + ")");
 }
 
 }  // namespace
 
-int Dots(int dpi, int mm) { return (dpi * mm * 100 / 254 + 5) / 10; }
+int dots(int dpi, int mm) { return (dpi * mm * 100 / 254 + 5) / 10; }
 
-Framed Frame(const Picture& picture, const Framing& framing) {
+Framed frame(const Picture& picture, const Framing& framing) {
   Framed result{picture, ""};
   if (picture.rows.empty() || !framing.hasHeader) {
-    result.log = Line("Image or pageHdr_ is not valid, returning.");
+    result.log = line("Image or pageHdr_ is not valid, returning.");
     return result;
   }
-  const int lineH = Dots(framing.dpi, 1);
-  const int lineV = Dots(framing.dpi, framing.level);
-  result.log += Line("AntiWrinkle level: " + Number(framing.level) + ", line_v: " + Number(lineV) +
-                     " points, line_h: " + Number(lineH) + " points.");
+  const int lineH = dots(framing.dpi, 1);
+  const int lineV = dots(framing.dpi, framing.level);
+  result.log += line("AntiWrinkle level: " + number(framing.level) + ", line_v: " + number(lineV) +
+                     " points, line_h: " + number(lineH) + " points.");
 
   struct Page {
     const char* name;
@@ -77,11 +77,11 @@ Framed Frame(const Picture& picture, const Framing& framing) {
   int canvasHeight = 0;
   for (const Page& page : kPages) {
     if (framing.pageName != page.name) continue;
-    canvasWidth = Dots(framing.dpi, page.width) + 2 * lineV;
-    canvasHeight = Dots(framing.dpi, page.height) + 2 * lineH;
+    canvasWidth = dots(framing.dpi, page.width) + 2 * lineV;
+    canvasHeight = dots(framing.dpi, page.height) + 2 * lineH;
     result.log +=
-        Line("Page size is " + framing.pageName + ", CanvasWidth: " + Number(canvasWidth) +
-             ", CanvasHeight: " + Number(canvasHeight));
+        line("Page size is " + framing.pageName + ", CanvasWidth: " + number(canvasWidth) +
+             ", CanvasHeight: " + number(canvasHeight));
   }
 
   Picture& image = result.picture;
@@ -90,19 +90,19 @@ Framed Frame(const Picture& picture, const Framing& framing) {
   int ey = 0;
   if (image.width < canvasWidth) {
     ex = (canvasWidth - image.width) / 2;
-    result.log += Line("Image width is less than canvas width, exPoints: " + Number(ex));
+    result.log += line("Image width is less than canvas width, exPoints: " + number(ex));
   }
   if (oldHeight < canvasHeight) {
     ey = (canvasHeight - oldHeight) / 2;
-    result.log += Line("Image height is less than canvas height, eyPoints: " + Number(ey));
+    result.log += line("Image height is less than canvas height, eyPoints: " + number(ey));
   }
   if (ex != 0 || ey != 0) {
-    if (!CanBeMade(image.width + 2 * ex, oldHeight + 2 * ey)) {
-      result.log += Line("Failed to expand image, returning.");
+    if (!canBeMade(image.width + 2 * ex, oldHeight + 2 * ey)) {
+      result.log += line("Failed to expand image, returning.");
       return result;
     }
-    image = Enlarge(image, ex, ey, framing.canvasIndex);
-    result.log += Line("Image expanded successfully.");
+    image = enlarge(image, ex, ey, framing.canvasIndex);
+    result.log += line("Image expanded successfully.");
   }
 
   const int height = static_cast<int>(image.rows.size());
@@ -110,16 +110,16 @@ Framed Frame(const Picture& picture, const Framing& framing) {
   int oy = 0;
   if (image.width > canvasWidth) {
     ox = (image.width - canvasWidth) / 2;
-    result.log += Line("Image width is greater than canvas width, offset.x: " + Number(ox));
+    result.log += line("Image width is greater than canvas width, offset.x: " + number(ox));
   }
   if (height > canvasHeight) {
     oy = (height - canvasHeight) / 2;
-    result.log += Line("Image height is greater than canvas height, offset.y: " + Number(oy));
+    result.log += line("Image height is greater than canvas height, offset.y: " + number(oy));
   }
-  result.log += Bar(image, "left", ox, oy, lineV, canvasHeight);
-  result.log += Bar(image, "top", ox, oy, canvasWidth, lineH);
-  result.log += Bar(image, "right", ox + canvasWidth - lineV, oy, lineV, canvasHeight);
-  result.log += Bar(image, "bottom", ox, oy + canvasHeight - lineH, canvasWidth, lineH);
+  result.log += bar(image, "left", ox, oy, lineV, canvasHeight);
+  result.log += bar(image, "top", ox, oy, canvasWidth, lineH);
+  result.log += bar(image, "right", ox + canvasWidth - lineV, oy, lineV, canvasHeight);
+  result.log += bar(image, "bottom", ox, oy + canvasHeight - lineH, canvasWidth, lineH);
   return result;
 }
 

@@ -30,8 +30,8 @@ struct Framed {
 };
 
 // Dots of a length in mm.
-int Dots(int dpi, int mm);
+int dots(int dpi, int mm);
 
-Framed Frame(const Picture& picture, const Framing& framing);
+Framed frame(const Picture& picture, const Framing& framing);
 
 }  // namespace kestra::plain_stencil

@@ -8,35 +8,35 @@ namespace kestra::plain_stencil {
 
 namespace {
 
-void Count(int* steps, int value) {
+void count(int* steps, int value) {
   if (steps != nullptr) *steps = value;
 }
 
 }  // namespace
 
-float Abs(float x) { return 0.0F > x ? -x : x; }
+float abs(float x) { return 0.0F > x ? -x : x; }
 
-float Sqrt(float x, int* steps) {
-  Count(steps, 0);
+float sqrt(float x, int* steps) {
+  count(steps, 0);
   if (0.0F > x) return -1.0F;
   if (x == 0.0F) return 0.0F;
   float estimate = x / 2.0F;
   for (int step = 1; step <= kMaxSteps; ++step) {
-    Count(steps, step);
+    count(steps, step);
     const float quotient = x / estimate;
     const float sum = estimate + quotient;
     const float next = 0.5F * sum;
     const float difference = next - estimate;
-    const bool goOn = Abs(difference) >= kSmallestStep;  // false for NaN
+    const bool goOn = abs(difference) >= kSmallestStep;  // false for NaN
     if (!goOn) return estimate;
     estimate = next;
   }
   return estimate;
 }
 
-float Exp(float x) {
+float exp(float x) {
   if (0.0F > x) {
-    const double positive = static_cast<double>(Exp(-x));
+    const double positive = static_cast<double>(exp(-x));
     return static_cast<float>(1.0 / positive);
   }
   float sum = 1.0F;
@@ -50,59 +50,59 @@ float Exp(float x) {
   return sum;
 }
 
-float Ln(float x, int* steps) {
-  Count(steps, 0);
+float ln(float x, int* steps) {
+  count(steps, 0);
   if (0.0F >= x) return -1.0F;
   const float below = x - 1.0F;
   const float above = 1.0F + x;
   float estimate = below / above;
   for (int step = 1; step <= kMaxSteps; ++step) {
-    Count(steps, step);
-    const float surplus = Exp(estimate) - x;
+    count(steps, step);
+    const float surplus = exp(estimate) - x;
     const float correction = surplus / x;
     const float next = estimate - correction;
     const float difference = next - estimate;
-    const bool goOn = Abs(difference) >= kSmallestStep;
+    const bool goOn = abs(difference) >= kSmallestStep;
     if (!goOn) return estimate;
     estimate = next;
   }
   return estimate;
 }
 
-float Pow(float x, float y, int* steps) {
-  Count(steps, 0);
+float pow(float x, float y, int* steps) {
+  count(steps, 0);
   if (x == 0.0F) {
     if (y == 0.0F) return 1.0F;
     if (y > 0.0F) return 0.0F;
     return -1.0F;
   }
   if (x < 0.0F) {
-    const int whole = plain::ToInt32(static_cast<double>(y));
+    const int whole = plain::toInt32(static_cast<double>(y));
     const float rest = y - static_cast<float>(whole);
     const bool isWhole = rest == 0.0F;
     if (!isWhole) return -1.0F;
   }
-  const float logarithm = Ln(x, steps);
+  const float logarithm = ln(x, steps);
   const float exponent = y * logarithm;
-  return Exp(exponent);
+  return exp(exponent);
 }
 
-int Round(float x) {
+int round(float x) {
   float shifted = 0.0F;
   if (static_cast<double>(x) >= 0.0) {
     shifted = x + 0.5F;
   } else {
     shifted = x - 0.5F;
   }
-  return plain::ToInt32(static_cast<double>(shifted));
+  return plain::toInt32(static_cast<double>(shifted));
 }
 
-int Limit(int value, int low, int high) {
+int limit(int value, int low, int high) {
   if (value < low) return low;
   if (value < high) return value;
   return high;
 }
 
-int LowByte(int value) { return static_cast<int>(static_cast<unsigned>(value) % 256U); }
+int lowByte(int value) { return static_cast<int>(static_cast<unsigned>(value) % 256U); }
 
 }  // namespace kestra::plain_stencil

@@ -31,7 +31,7 @@ struct Processed {
 };
 
 // data: height lines of bytesPerLine bytes.
-Processed Process(const Choices& choices, const std::vector<std::uint8_t>& data, int bytesPerLine,
+Processed process(const Choices& choices, const std::vector<std::uint8_t>& data, int bytesPerLine,
                   int width, int height);
 
 }  // namespace kestra::plain_stencil

@@ -10,22 +10,22 @@ namespace kestra::plain_stencil {
 
 namespace {
 
-int HeightOf(const Rows& rows) { return static_cast<int>(rows.size()); }
-int WidthOf(const Rows& rows) { return rows.empty() ? 0 : static_cast<int>(rows[0].size()); }
+int heightOf(const Rows& rows) { return static_cast<int>(rows.size()); }
+int widthOf(const Rows& rows) { return rows.empty() ? 0 : static_cast<int>(rows[0].size()); }
 
-int SampleAt(const Rows& rows, int x, int y) {
+int sampleAt(const Rows& rows, int x, int y) {
   if (x < 0) x = 0;
-  if (x > WidthOf(rows) - 1) x = WidthOf(rows) - 1;
+  if (x > widthOf(rows) - 1) x = widthOf(rows) - 1;
   if (y < 0) y = 0;
-  if (y > HeightOf(rows) - 1) y = HeightOf(rows) - 1;
+  if (y > heightOf(rows) - 1) y = heightOf(rows) - 1;
   return rows[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)];
 }
 
 }  // namespace
 
-std::vector<double> Kernel(int size, double sigma) {
+std::vector<double> blurKernel(int size, double sigma) {
   const int half = size / 2;
-  const float root = Sqrt(6.2831855F);
+  const float root = sqrt(6.2831855F);
   const double below = static_cast<double>(root) * sigma;
   const double norm = 1.0 / below;
   std::vector<double> weights;
@@ -33,7 +33,7 @@ std::vector<double> Kernel(int size, double sigma) {
     const double above = -0.5 * static_cast<double>(i * i);
     const double square = sigma * sigma;
     const double exponent = above / square;
-    const float value = Exp(static_cast<float>(exponent));
+    const float value = exp(static_cast<float>(exponent));
     weights.push_back(norm * static_cast<double>(value));
   }
   double sum = 0.0;
@@ -42,31 +42,31 @@ std::vector<double> Kernel(int size, double sigma) {
   return weights;
 }
 
-Rows BlurPass(const Rows& grey, const std::vector<double>& kernel, int size, bool horizontal) {
+Rows blurPass(const Rows& grey, const std::vector<double>& kernel, int size, bool horizontal) {
   const int half = size / 2;
   Rows result = grey;
-  for (int y = 0; y < HeightOf(grey); ++y) {
-    for (int x = 0; x < WidthOf(grey); ++x) {
+  for (int y = 0; y < heightOf(grey); ++y) {
+    for (int x = 0; x < widthOf(grey); ++x) {
       double sum = 0.0;
       for (int k = -half; k <= half; ++k) {
-        const int sample = horizontal ? SampleAt(grey, x + k, y) : SampleAt(grey, x, y + k);
+        const int sample = horizontal ? sampleAt(grey, x + k, y) : sampleAt(grey, x, y + k);
         const double product =
             static_cast<double>(sample) * kernel[static_cast<std::size_t>(k + half)];
         sum = sum + product;
       }
       const float rounded = static_cast<float>(sum);
-      result[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)] = LowByte(Round(rounded));
+      result[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)] = lowByte(round(rounded));
     }
   }
   return result;
 }
 
-Rows Blur(const Rows& grey, int size, double sigma) {
-  const std::vector<double> kernel = Kernel(size, sigma);
-  return BlurPass(BlurPass(grey, kernel, size, true), kernel, size, false);
+Rows blur(const Rows& grey, int size, double sigma) {
+  const std::vector<double> kernel = blurKernel(size, sigma);
+  return blurPass(blurPass(grey, kernel, size, true), kernel, size, false);
 }
 
-Rows AddWeighted(const Rows& grey, const Rows& blurred, float weight) {
+Rows addWeighted(const Rows& grey, const Rows& blurred, float weight) {
   const float own = 1.0F + weight;
   const float other = -weight;
   Rows result = grey;
@@ -75,18 +75,18 @@ Rows AddWeighted(const Rows& grey, const Rows& blurred, float weight) {
       const float a = static_cast<float>(grey[y][x]) * own;
       const float b = static_cast<float>(blurred[y][x]) * other;
       const float sum = a + b;
-      result[y][x] = Limit(Round(sum), 0, 255);
+      result[y][x] = limit(round(sum), 0, 255);
     }
   }
   return result;
 }
 
-Rows Unsharp(const Rows& grey, float amountPercent, int size) {
+Rows unsharp(const Rows& grey, float amountPercent, int size) {
   const float weight = amountPercent / 100.0F;
-  return AddWeighted(grey, Blur(grey, size, 3.0), weight);
+  return addWeighted(grey, blur(grey, size, 3.0), weight);
 }
 
-std::vector<double> SquareKernel(int size, double sigma1, double sigma2) {
+std::vector<double> squareKernel(int size, double sigma1, double sigma2) {
   const int half = size / 2;
   const double twoPi = 6.283185307179586;
   const double norm = 1.0 / (twoPi * sigma1 * sigma2);
@@ -95,7 +95,7 @@ std::vector<double> SquareKernel(int size, double sigma1, double sigma2) {
     for (int c = -half; c <= half; ++c) {
       const double down = static_cast<double>(-(r * r)) / (2.0 * sigma1 * sigma1);
       const double right = static_cast<double>(c * c) / (2.0 * sigma2 * sigma2);
-      const float value = Exp(static_cast<float>(down - right));
+      const float value = exp(static_cast<float>(down - right));
       weights.push_back(norm * static_cast<double>(value));
     }
   }
@@ -105,23 +105,23 @@ std::vector<double> SquareKernel(int size, double sigma1, double sigma2) {
   return weights;
 }
 
-Rows SquareBlur(const Rows& grey, int size, double sigma1, double sigma2) {
-  const std::vector<double> kernel = SquareKernel(size, sigma1, sigma2);
+Rows squareBlur(const Rows& grey, int size, double sigma1, double sigma2) {
+  const std::vector<double> kernel = squareKernel(size, sigma1, sigma2);
   const int half = size / 2;
   Rows result = grey;
-  for (int y = 0; y < HeightOf(grey); ++y) {
-    for (int x = 0; x < WidthOf(grey); ++x) {
+  for (int y = 0; y < heightOf(grey); ++y) {
+    for (int x = 0; x < widthOf(grey); ++x) {
       double sum = 0.0;
       std::size_t tap = 0;
       for (int r = -half; r <= half; ++r) {
         for (int c = -half; c <= half; ++c) {
-          const double product = static_cast<double>(SampleAt(grey, x + c, y + r)) * kernel[tap];
+          const double product = static_cast<double>(sampleAt(grey, x + c, y + r)) * kernel[tap];
           sum = sum + product;
           ++tap;
         }
       }
-      const int rounded = Round(static_cast<float>(sum));
-      result[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)] = Limit(rounded, 0, 255);
+      const int rounded = round(static_cast<float>(sum));
+      result[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)] = limit(rounded, 0, 255);
     }
   }
   return result;

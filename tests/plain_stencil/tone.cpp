@@ -11,19 +11,19 @@ namespace kestra::plain_stencil {
 namespace {
 
 // first * weight + second * weight + third * weight, added from left to right.
-int Weighted(int first, float firstWeight, int second, float secondWeight, int third,
+int weighted(int first, float firstWeight, int second, float secondWeight, int third,
              float thirdWeight) {
   const float a = firstWeight * static_cast<float>(first);
   const float b = secondWeight * static_cast<float>(second);
   const float c = thirdWeight * static_cast<float>(third);
   const float two = a + b;
   const float three = two + c;
-  return LowByte(Round(three));
+  return lowByte(round(three));
 }
 
 }  // namespace
 
-Rows Grey(const std::vector<std::uint8_t>& bytes, int width, int height, int colour) {
+Rows grey(const std::vector<std::uint8_t>& bytes, int width, int height, int colour) {
   std::size_t pixelBytes = 4;
   if (colour == 0) pixelBytes = 1;
   if (colour == 1 || colour == 2) pixelBytes = 3;
@@ -36,10 +36,10 @@ Rows Grey(const std::vector<std::uint8_t>& bytes, int width, int height, int col
         rows.back().push_back(bytes[at]);
       } else if (colour == 1 || colour == 3) {
         rows.back().push_back(
-            Weighted(bytes[at], 0.114F, bytes[at + 1], 0.587F, bytes[at + 2], 0.299F));
+            weighted(bytes[at], 0.114F, bytes[at + 1], 0.587F, bytes[at + 2], 0.299F));
       } else {
         rows.back().push_back(
-            Weighted(bytes[at], 0.299F, bytes[at + 1], 0.587F, bytes[at + 2], 0.114F));
+            weighted(bytes[at], 0.299F, bytes[at + 1], 0.587F, bytes[at + 2], 0.114F));
       }
       at += pixelBytes;
     }
@@ -47,7 +47,7 @@ Rows Grey(const std::vector<std::uint8_t>& bytes, int width, int height, int col
   return rows;
 }
 
-Moments ThresholdOf(const Rows& grey) {
+Moments thresholdOf(const Rows& grey) {
   std::vector<unsigned> count(256, 0);
   unsigned pixels = 0;
   for (const auto& row : grey) {
@@ -95,7 +95,7 @@ Moments ThresholdOf(const Rows& grey) {
     result.threshold = 128;
     return result;
   }
-  const float root = Sqrt(result.discriminant);
+  const float root = sqrt(result.discriminant);
   const float lowSum = -c1 - root;
   const float highSum = -c1 + root;
   const float z0 = 0.5F * lowSum;
@@ -116,7 +116,7 @@ Moments ThresholdOf(const Rows& grey) {
   return result;
 }
 
-std::vector<int> GammaTable(int knee, float lowExponent, float highExponent) {
+std::vector<int> gammaTable(int knee, float lowExponent, float highExponent) {
   std::vector<int> table;
   const float kneeLevel = static_cast<float>(knee);
   const float rest = static_cast<float>(255 - knee);
@@ -125,21 +125,21 @@ std::vector<int> GammaTable(int knee, float lowExponent, float highExponent) {
     float result = 0.0F;
     if (k < knee) {
       const float part = level / kneeLevel;
-      const float curve = Pow(part, lowExponent);
+      const float curve = pow(part, lowExponent);
       result = curve * kneeLevel;
     } else {
       const float distance = level - kneeLevel;
       const float part = distance / rest;
-      const float curve = Pow(part, highExponent);
+      const float curve = pow(part, highExponent);
       const float scaled = curve * rest;
       result = scaled + kneeLevel;
     }
-    table.push_back(LowByte(plain::ToInt32(static_cast<double>(result))));
+    table.push_back(lowByte(plain::toInt32(static_cast<double>(result))));
   }
   return table;
 }
 
-Rows ApplyTable(const Rows& grey, const std::vector<int>& table) {
+Rows applyTable(const Rows& grey, const std::vector<int>& table) {
   Rows result = grey;
   for (auto& row : result) {
     for (int& level : row) level = table[static_cast<std::size_t>(level)];

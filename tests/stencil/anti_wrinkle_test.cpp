@@ -23,7 +23,7 @@ plain_stencil::Framed framed(const plain::Rows& rows, const plain_stencil::Frami
   printer.setDotsPerInch(framing.dpi);
   printer.setAntiWrinkle(framing.level);
   OwnedImage image;
-  const std::vector<std::uint8_t> bytes = plain::Flatten(rows);
+  const std::vector<std::uint8_t> bytes = plain::flatten(rows);
   EXPECT_TRUE(makeGrey(image, bytes, static_cast<std::uint32_t>(rows[0].size()),
                        static_cast<std::uint32_t>(rows.size())));
   Capture capture;
@@ -36,7 +36,7 @@ plain_stencil::Framed framed(const plain::Rows& rows, const plain_stencil::Frami
 
 void expectAsPlain(const plain::Rows& rows, const plain_stencil::Framing& framing) {
   const plain_stencil::Framed actual = framed(rows, framing);
-  const plain_stencil::Framed expected = plain_stencil::Frame(pictureOf(rows), framing);
+  const plain_stencil::Framed expected = plain_stencil::frame(pictureOf(rows), framing);
   const std::string what = framing.pageName + ", level " + std::to_string(framing.level) + ", " +
                            std::to_string(rows[0].size()) + " x " + std::to_string(rows.size());
   ASSERT_EQ(actual.log, expected.log) << what;

@@ -169,7 +169,7 @@ TEST(EdfCus, EqualsThePlainVersionOnEveryKindOfPageAndThreshold) {
     for (const NamedPicture& picture : allKinds(width, height)) {
       for (const int threshold : {-1, 0, 1, 77, 128, 254, 255, 256}) {
         ASSERT_EQ(diffused(picture.rows, threshold),
-                  plain_stencil::Diffuse(picture.rows, threshold))
+                  plain_stencil::diffuse(picture.rows, threshold))
             << picture.name << " " << width << " x " << height << ", threshold " << threshold;
       }
     }
@@ -180,7 +180,7 @@ TEST(EdfCus, EqualsThePlainVersionForEveryThreshold) {
   const plain::Rows pages[] = {photoPage(17, 15), noisePage(16, 9, 77)};
   for (int threshold = -2; threshold <= 257; ++threshold) {
     for (const plain::Rows& page : pages) {
-      ASSERT_EQ(diffused(page, threshold), plain_stencil::Diffuse(page, threshold)) << threshold;
+      ASSERT_EQ(diffused(page, threshold), plain_stencil::diffuse(page, threshold)) << threshold;
     }
   }
 }
@@ -192,7 +192,7 @@ TEST(EdfCus, FadingErrorsOverManyBlankRowsEqualThePlainVersion) {
     for (const int level : {0, 255}) {
       plain::Rows page = uniformPage(9, 2000, level);
       page[0] = std::vector<int>{200, 13, 90, 0, 255, 7, 1, 130, 60};
-      ASSERT_EQ(diffused(page, threshold), plain_stencil::Diffuse(page, threshold))
+      ASSERT_EQ(diffused(page, threshold), plain_stencil::diffuse(page, threshold))
           << level << ", threshold " << threshold;
     }
   }

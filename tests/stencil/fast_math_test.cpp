@@ -151,7 +151,7 @@ TEST(FastMath, LogarithmThatNeverSettlesEndsAtTheLimit) {
   int most = 0;
   for (float x = 8e6F; x < 1e10F; x *= 1.001F) {
     int steps = 0;
-    const float expected = plain_stencil::Ln(x, &steps);
+    const float expected = plain_stencil::ln(x, &steps);
     EXPECT_EQ(bitsOf(my_ln(x)), bitsOf(expected)) << x;
     most = std::max(most, steps);
   }
@@ -226,12 +226,12 @@ TEST(FastMath, ClampsToBothEnds) {
 TEST(FastMath, EveryBitEqualsThePlainVersion) {
   for (const float x : manyNumbers()) {
     int steps = 0;
-    EXPECT_EQ(bitsOf(myabs(x)), bitsOf(plain_stencil::Abs(x))) << x;
-    EXPECT_EQ(bitsOf(my_exp(x)), bitsOf(plain_stencil::Exp(x))) << x;
-    EXPECT_EQ(my_round(x), plain_stencil::Round(x)) << x;
-    EXPECT_EQ(bitsOf(my_sqrt(x)), bitsOf(plain_stencil::Sqrt(x, &steps))) << x;
+    EXPECT_EQ(bitsOf(myabs(x)), bitsOf(plain_stencil::abs(x))) << x;
+    EXPECT_EQ(bitsOf(my_exp(x)), bitsOf(plain_stencil::exp(x))) << x;
+    EXPECT_EQ(my_round(x), plain_stencil::round(x)) << x;
+    EXPECT_EQ(bitsOf(my_sqrt(x)), bitsOf(plain_stencil::sqrt(x, &steps))) << x;
     EXPECT_LE(steps, plain_stencil::kMaxSteps);
-    EXPECT_EQ(bitsOf(my_ln(x)), bitsOf(plain_stencil::Ln(x, &steps))) << x;
+    EXPECT_EQ(bitsOf(my_ln(x)), bitsOf(plain_stencil::ln(x, &steps))) << x;
     EXPECT_LE(steps, plain_stencil::kMaxSteps);
   }
 }
@@ -242,7 +242,7 @@ TEST(FastMath, PowersEndForEveryPairOfAwkwardNumbers) {
                            1e10F, kLargest, -kLargest, kSmallest, -kSmallest, kSmallestNormal};
   for (const float x : numbers) {
     for (const float y : numbers) {
-      EXPECT_EQ(bitsOf(my_pow(x, y)), bitsOf(plain_stencil::Pow(x, y))) << x << " ^ " << y;
+      EXPECT_EQ(bitsOf(my_pow(x, y)), bitsOf(plain_stencil::pow(x, y))) << x << " ^ " << y;
     }
   }
 }
@@ -259,7 +259,7 @@ TEST(FastMath, EveryEntryOfEveryGammaTableEndsWithin95Steps) {
                                        static_cast<float>(255 - knee);
         const float exponent = lower ? pair[0] : pair[1];
         int steps = 0;
-        const float expected = plain_stencil::Pow(base, exponent, &steps);
+        const float expected = plain_stencil::pow(base, exponent, &steps);
         most = std::max(most, steps);
         ASSERT_EQ(bitsOf(my_pow(base, exponent)), bitsOf(expected)) << knee << ", level " << k;
       }

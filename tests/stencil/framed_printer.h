@@ -31,7 +31,7 @@ class FramedPrinter : public BarePrinter {
 inline plain_stencil::Picture pictureOf(const PaletteImage& image) {
   plain_stencil::Picture picture;
   picture.width = static_cast<int>(image.GetWidth());
-  picture.rows = plain::RowsFromBytes(rowBytesOf(image), static_cast<int>(image.GetEffWidth()),
+  picture.rows = plain::rowsFromBytes(rowBytesOf(image), static_cast<int>(image.GetEffWidth()),
                                       static_cast<int>(image.GetHeight()),
                                       static_cast<int>(image.GetEffWidth()));
   return picture;
@@ -39,7 +39,7 @@ inline plain_stencil::Picture pictureOf(const PaletteImage& image) {
 
 /// A picture with a zeroed padding.
 inline plain_stencil::Picture pictureOf(const plain::Rows& rows) {
-  return {static_cast<int>(rows[0].size()), plain::Pad(rows)};
+  return {static_cast<int>(rows[0].size()), plain::pad(rows)};
 }
 
 }  // namespace kestra

@@ -81,10 +81,10 @@ TEST(CvtGray, StepsByThePixelSizeOfTheColourType) {
 
 TEST(CvtGray, EqualsThePlainVersionForEveryColourType) {
   const plain::Rows noise = noisePage(4 * 31, 17, 3);
-  const std::vector<std::uint8_t> bytes = plain::Flatten(noise);
+  const std::vector<std::uint8_t> bytes = plain::flatten(noise);
   for (const int color : {0, 1, 2, 3, 4, 5}) {
     const QMImage source(31, 17, static_cast<QM_IMG_COLOR>(color), bytes.data());
-    EXPECT_EQ(rowsOf(cvtGray(source)), plain_stencil::Grey(bytes, 31, 17, color)) << color;
+    EXPECT_EQ(rowsOf(cvtGray(source)), plain_stencil::grey(bytes, 31, 17, color)) << color;
   }
 }
 
@@ -121,7 +121,7 @@ TEST(Threshold, OfPureBlackAndWhiteIsOneOfTheTwo) {
   for (int black = 1; black < 200; ++black) {
     const plain::Rows page = mixture({{0, black}, {255, 200 - black}});
     const int threshold = thresholdOf(page);
-    EXPECT_EQ(threshold, plain_stencil::ThresholdOf(page).threshold) << black;
+    EXPECT_EQ(threshold, plain_stencil::thresholdOf(page).threshold) << black;
     seen.insert(threshold);
   }
   EXPECT_EQ(seen.count(255), 1U);
@@ -131,7 +131,7 @@ TEST(Threshold, OfPureBlackAndWhiteIsOneOfTheTwo) {
 TEST(Threshold, EqualsThePlainVersionOnEveryKindOfPage) {
   for (const auto& [width, height] : allSizes()) {
     for (const NamedPicture& picture : allKinds(width, height)) {
-      EXPECT_EQ(thresholdOf(picture.rows), plain_stencil::ThresholdOf(picture.rows).threshold)
+      EXPECT_EQ(thresholdOf(picture.rows), plain_stencil::thresholdOf(picture.rows).threshold)
           << picture.name << " " << width << " x " << height;
     }
   }
@@ -146,7 +146,7 @@ TEST(Threshold, KeepsEveryRoundingOnNearlyUniformPages) {
     for (const int count : {3, 10, 99, 1000, 4095}) {
       for (const auto& page :
            {mixture({{level, count}, {level + 1, 1}}), mixture({{level, 1}, {level + 1, count}})}) {
-        const plain_stencil::Moments expected = plain_stencil::ThresholdOf(page);
+        const plain_stencil::Moments expected = plain_stencil::thresholdOf(page);
         ASSERT_EQ(thresholdOf(page), expected.threshold) << level << ", " << count;
         if (0.0F > expected.discriminant) ++noSolution;
         if (expected.threshold == -1) ++noLevel;
@@ -220,7 +220,7 @@ TEST(Gamma, EveryTableEqualsThePlainVersion) {
   for (int knee = -3; knee <= 300; ++knee) {
     for (const auto& [low, high] : {std::pair{0.85F, 0.7F}, std::pair{0.5F, 1.5F}}) {
       const auto table = piecewiseGammaTable(knee, low, high);
-      const std::vector<int> expected = plain_stencil::GammaTable(knee, low, high);
+      const std::vector<int> expected = plain_stencil::gammaTable(knee, low, high);
       ASSERT_EQ(std::vector<int>(table.begin(), table.end()), expected) << "knee " << knee;
     }
   }
@@ -234,7 +234,7 @@ TEST(Gamma, ReplacesEveryByteInPlace) {
     enh_piecewise_gamma(image, knee, 0.5F, 1.5F);
     EXPECT_EQ(image.data, before);
     EXPECT_EQ(rowsOf(image),
-              plain_stencil::ApplyTable(page, plain_stencil::GammaTable(knee, 0.5F, 1.5F)));
+              plain_stencil::applyTable(page, plain_stencil::gammaTable(knee, 0.5F, 1.5F)));
   }
 }
 

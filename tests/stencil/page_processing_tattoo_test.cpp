@@ -22,7 +22,7 @@ using plain_stencil::Processed;
 std::vector<std::uint8_t> linesOf(const plain::Rows& rows, int bytesPerLine) {
   plain::Rows lines = rows;
   for (auto& line : lines) line.resize(static_cast<std::size_t>(bytesPerLine), 170);
-  return plain::Flatten(lines);
+  return plain::flatten(lines);
 }
 
 void setUp(FramedPrinter& printer, const Choices& choices) {
@@ -80,7 +80,7 @@ void expectAsPlain(const Choices& choices, const plain::Rows& rows, int bytesPer
   const int height = static_cast<int>(rows.size());
   const Processed actual = process(choices, rows, bytesPerLine);
   const Processed expected =
-      plain_stencil::Process(choices, linesOf(rows, bytesPerLine), bytesPerLine, width, height);
+      plain_stencil::process(choices, linesOf(rows, bytesPerLine), bytesPerLine, width, height);
   const std::string what = describe(choices) + ", " + std::to_string(width) + " x " +
                            std::to_string(height) + ", lines of " + std::to_string(bytesPerLine);
   ASSERT_EQ(actual.log, expected.log) << what;
@@ -139,7 +139,7 @@ TEST(PageProcessingTattoo, HalftoneTypes8And9TakeTheStencilWayWhateverWasStored)
 
 TEST(PageProcessingTattoo, TheMemberDecidesTheWayAndTheArgumentOnlyTheClassicMethod) {
   const plain::Rows page = photoPage(16, 9);
-  const std::vector<std::uint8_t> data = plain::Flatten(page);
+  const std::vector<std::uint8_t> data = plain::flatten(page);
   std::vector<std::uint8_t> buffer(2 * data.size(), 0);
   {
     FramedPrinter printer;
@@ -148,7 +148,7 @@ TEST(PageProcessingTattoo, TheMemberDecidesTheWayAndTheArgumentOnlyTheClassicMet
     printer.PageProcess(DitherType::Ordered, data.data(), 16, 16, 9, buffer.data());
     capture.stop();
     ASSERT_NE(printer.pimage_, nullptr);
-    EXPECT_TRUE(pictureOf(*printer.pimage_).rows == plain_stencil::Tattoo(page));
+    EXPECT_TRUE(pictureOf(*printer.pimage_).rows == plain_stencil::tattoo(page));
   }
   {
     FramedPrinter printer;
@@ -158,7 +158,7 @@ TEST(PageProcessingTattoo, TheMemberDecidesTheWayAndTheArgumentOnlyTheClassicMet
     capture.stop();
     EXPECT_EQ(printer.pimage_, &printer.workingImage_);
     EXPECT_TRUE(pictureOf(*printer.pimage_).rows ==
-                plain_stencil::Process(halftone(99), data, 16, 16, 9).image.rows);
+                plain_stencil::process(halftone(99), data, 16, 16, 9).image.rows);
   }
 }
 
@@ -197,8 +197,8 @@ TEST(PageProcessingTattoo, LinesLongerThanThePageComeOutSkewed) {
   // 255.
   const Processed result = process(halftone(8), uniformPage(4, 2, 255), 5);
   const plain::Rows skewed = {{255, 255, 255, 255}, {0, 255, 255, 255}};
-  EXPECT_TRUE(result.image.rows == plain_stencil::Tattoo(skewed));
-  EXPECT_TRUE(result.image.rows != plain_stencil::Tattoo(uniformPage(4, 2, 255)));
+  EXPECT_TRUE(result.image.rows == plain_stencil::tattoo(skewed));
+  EXPECT_TRUE(result.image.rows != plain_stencil::tattoo(uniformPage(4, 2, 255)));
 }
 
 TEST(PageProcessingTattoo, RowPaddingIs0AndNegativePrintMakesItInk) {
@@ -291,7 +291,7 @@ TEST(PageProcessingTattoo, PagesOfDifferentKindsFollowEachOtherWithoutTraces) {
         const plain::Rows page = noisePage(width, height, static_cast<unsigned>(round));
         const Processed actual = processOn(printer, choices, page, width + 1);
         const Processed expected =
-            plain_stencil::Process(choices, linesOf(page, width + 1), width + 1, width, height);
+            plain_stencil::process(choices, linesOf(page, width + 1), width + 1, width, height);
         ASSERT_EQ(actual.log, expected.log) << describe(choices);
         ASSERT_TRUE(actual.image.rows == expected.image.rows) << describe(choices);
         ASSERT_TRUE(actual.buffer == expected.buffer) << describe(choices);

@@ -84,9 +84,9 @@ std::vector<NamedPicture> allKinds(int width, int height) {
     pictures.push_back({name, std::move(rows)});
   };
   add("text", textPage(width, height));
-  add("white text", plain::Negative(textPage(width, height)));
+  add("white text", plain::negative(textPage(width, height)));
   add("line art", lineArtPage(width, height));
-  add("white lines", plain::Negative(lineArtPage(width, height)));
+  add("white lines", plain::negative(lineArtPage(width, height)));
   add("photo", photoPage(width, height));
   add("noise", noisePage(width, height, 7));
   add("noise of other seed", noisePage(width, height, 4711));

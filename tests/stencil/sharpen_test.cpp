@@ -64,7 +64,8 @@ TEST(GaussianKernel, EvenSizesLeaveTheLastWeightOutOfTheSum) {
 TEST(GaussianKernel, EveryBitEqualsThePlainVersion) {
   for (const double sigma : {0.3, 0.8, 1.0, 3.0, 7.5}) {
     for (int size = 1; size <= 33; ++size) {
-      EXPECT_EQ(kernelOf(size, sigma), plain_stencil::Kernel(size, sigma)) << size << ", " << sigma;
+      EXPECT_EQ(kernelOf(size, sigma), plain_stencil::blurKernel(size, sigma))
+          << size << ", " << sigma;
     }
   }
 }
@@ -110,7 +111,7 @@ TEST(Convolve, EqualsThePlainVersionWhateverTheKernel) {
   for (const std::vector<double>& kernel : {skew, sharp, kernelOf(5, 3.0)}) {
     for (const bool horizontal : {true, false}) {
       EXPECT_EQ(rowsOf(convolve1D(greyImage(page), kernel.data(), 5, horizontal)),
-                plain_stencil::BlurPass(page, kernel, 5, horizontal));
+                plain_stencil::blurPass(page, kernel, 5, horizontal));
     }
   }
 }
@@ -211,7 +212,7 @@ TEST(UnsharpMask, AmountIsAPercentage) {
   const plain::Rows page = photoPage(17, 9);
   for (const float amount : {0.0F, 50.0F, 100.0F, 250.5F, -30.0F}) {
     EXPECT_EQ(rowsOf(enh_unsharp_mask(greyImage(page), amount, 5)),
-              plain_stencil::Unsharp(page, amount, 5))
+              plain_stencil::unsharp(page, amount, 5))
         << amount;
   }
   EXPECT_EQ(rowsOf(enh_unsharp_mask(greyImage(page), 0.0F, 5)), page);
@@ -222,9 +223,9 @@ TEST(UnsharpMask, EqualsThePlainVersionOnEveryKindOfPage) {
     for (const NamedPicture& picture : allKinds(width, height)) {
       const QMImage source = greyImage(picture.rows);
       ASSERT_EQ(rowsOf(enh_gaussian_filter_fast(source, 11, 3.0)),
-                plain_stencil::Blur(picture.rows, 11, 3.0))
+                plain_stencil::blur(picture.rows, 11, 3.0))
           << picture.name << " " << width << " x " << height;
-      ASSERT_EQ(sharpened(picture.rows), plain_stencil::Unsharp(picture.rows, 300.0F, 11))
+      ASSERT_EQ(sharpened(picture.rows), plain_stencil::unsharp(picture.rows, 300.0F, 11))
           << picture.name << " " << width << " x " << height;
       ASSERT_EQ(rowsOf(source), picture.rows) << "the source was changed";
     }
@@ -245,7 +246,7 @@ TEST(SquareGaussian, FirstSigmaRunsDownTheRows) {
 TEST(SquareGaussian, EveryBitOfTheKernelEqualsThePlainVersion) {
   for (const int size : {1, 3, 5, 11}) {
     for (const auto& [down, right] : {std::pair{3.0, 3.0}, std::pair{0.7, 2.0}}) {
-      EXPECT_EQ(squareKernelOf(size, down, right), plain_stencil::SquareKernel(size, down, right));
+      EXPECT_EQ(squareKernelOf(size, down, right), plain_stencil::squareKernel(size, down, right));
     }
   }
 }
@@ -262,7 +263,7 @@ TEST(SquareGaussian, BlursInOnePass) {
        {std::pair{1, 1}, std::pair{1, 9}, std::pair{9, 1}, std::pair{17, 15}}) {
     const plain::Rows page = noisePage(width, height, 99);
     EXPECT_EQ(rowsOf(enh_gaussian_filter(greyImage(page), 11, 3.0, 1.5)),
-              plain_stencil::SquareBlur(page, 11, 3.0, 1.5));
+              plain_stencil::squareBlur(page, 11, 3.0, 1.5));
   }
 }
 

@@ -15,7 +15,7 @@ namespace kestra {
 
 /// A grey image of a page.
 inline QMImage greyImage(const plain::Rows& rows) {
-  const std::vector<std::uint8_t> bytes = plain::Flatten(rows);
+  const std::vector<std::uint8_t> bytes = plain::flatten(rows);
   const int height = static_cast<int>(rows.size());
   const int width = rows.empty() ? 0 : static_cast<int>(rows[0].size());
   return QMImage(width, height, QM_IMG_GRAY, bytes.data());
@@ -24,7 +24,7 @@ inline QMImage greyImage(const plain::Rows& rows) {
 /// The rows of an image of one byte per pixel.
 inline plain::Rows rowsOf(const QMImage& image) {
   const auto count = static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height);
-  return plain::RowsFromBytes(std::vector<std::uint8_t>(image.data, image.data + count),
+  return plain::rowsFromBytes(std::vector<std::uint8_t>(image.data, image.data + count),
                               image.width, image.height, image.width);
 }
 

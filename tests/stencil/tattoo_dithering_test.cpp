@@ -27,7 +27,7 @@ plain::Rows tattooV7(const plain::Rows& rows) {
 
 // The way of a job, in rows of any length: the bytes behind each must stay.
 std::vector<std::uint8_t> rowByRow(StencilKind kind, const plain::Rows& rows) {
-  const std::vector<std::uint8_t> grey = plain::Flatten(rows);
+  const std::vector<std::uint8_t> grey = plain::flatten(rows);
   const std::size_t stride = rows[0].size() + 7;
   std::vector<std::uint8_t> out(stride * rows.size(), 99);
   ditherStencilPage(kind, grey.data(), static_cast<int>(rows[0].size()),
@@ -41,10 +41,10 @@ void expectAsPlain(const plain::Rows& rows, const std::string& what) {
       what + " " + std::to_string(rows[0].size()) + " x " + std::to_string(rows.size());
   for (const StencilKind kind : {StencilKind::kTattoo, StencilKind::kTattooV7}) {
     const bool v7 = kind == StencilKind::kTattooV7;
-    plain::Rows expected = v7 ? plain_stencil::TattooV7(rows) : plain_stencil::Tattoo(rows);
+    plain::Rows expected = v7 ? plain_stencil::tattooV7(rows) : plain_stencil::tattoo(rows);
     ASSERT_EQ(v7 ? tattooV7(rows) : tattoo(rows), expected) << size << ", V7: " << v7;
     for (std::vector<int>& row : expected) row.insert(row.end(), 7, 99);
-    const std::vector<std::uint8_t> wanted = plain::Flatten(expected);
+    const std::vector<std::uint8_t> wanted = plain::flatten(expected);
     inEveryVersion(
         [&] { ASSERT_TRUE(rowByRow(kind, rows) == wanted) << size << " row by row, V7: " << v7; });
   }
@@ -116,7 +116,7 @@ TEST(TattooDithering, V7LosesPureBlackAndWhiteWhoseThresholdIs255) {
   // so the threshold is 255. With its knee there the table sends 255 to 0, and nothing is left.
   plain::Rows page = uniformPage(8, 6, 0);
   for (std::size_t y = 0; y < 3; ++y) page[y] = std::vector<int>(8, 255);
-  EXPECT_EQ(plain_stencil::ThresholdOf(page).threshold, 255);
+  EXPECT_EQ(plain_stencil::thresholdOf(page).threshold, 255);
   EXPECT_EQ(tattooV7(page), uniformPage(8, 6, 0));
   // The other halftone keeps ink: 255 is not above 255 at first, but its error is.
   EXPECT_NE(tattoo(page), uniformPage(8, 6, 0));
@@ -128,11 +128,11 @@ TEST(TattooDithering, ThresholdIsTakenBeforeTheToneChanges) {
   plain::Rows page = uniformPage(4, 4, 0);
   page[2] = std::vector<int>(4, 100);
   page[3] = std::vector<int>(4, 200);
-  EXPECT_EQ(plain_stencil::ThresholdOf(page).threshold, 100);
+  EXPECT_EQ(plain_stencil::thresholdOf(page).threshold, 100);
   const plain::Rows toned =
-      plain_stencil::ApplyTable(page, plain_stencil::GammaTable(64, 0.85F, 0.7F));
+      plain_stencil::applyTable(page, plain_stencil::gammaTable(64, 0.85F, 0.7F));
   EXPECT_EQ(toned[2][0], 123);
-  EXPECT_NE(plain_stencil::ThresholdOf(toned).threshold, 100);
+  EXPECT_NE(plain_stencil::thresholdOf(toned).threshold, 100);
   expectAsPlain(page, "three levels");
 }
 
@@ -153,12 +153,12 @@ TEST(TattooDithering, LeavesItsInputAloneAndMakesAGreyImage) {
 }
 
 TEST(TattooDithering, TakesImagesOfAnyColourType) {
-  const std::vector<std::uint8_t> bytes = plain::Flatten(noisePage(4 * 17, 16, 12));
+  const std::vector<std::uint8_t> bytes = plain::flatten(noisePage(4 * 17, 16, 12));
   for (const int color : {0, 1, 2, 3, 4}) {
     QMImage image(17, 16, static_cast<QM_IMG_COLOR>(color), bytes.data());
-    const plain::Rows grey = plain_stencil::Grey(bytes, 17, 16, color);
-    EXPECT_EQ(rowsOf(qmTattooDithering(image)), plain_stencil::Tattoo(grey)) << color;
-    EXPECT_EQ(rowsOf(qmTattooDitheringV7(image)), plain_stencil::TattooV7(grey)) << color;
+    const plain::Rows grey = plain_stencil::grey(bytes, 17, 16, color);
+    EXPECT_EQ(rowsOf(qmTattooDithering(image)), plain_stencil::tattoo(grey)) << color;
+    EXPECT_EQ(rowsOf(qmTattooDitheringV7(image)), plain_stencil::tattooV7(grey)) << color;
   }
 }
 

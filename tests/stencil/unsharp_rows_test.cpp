@@ -13,14 +13,14 @@
 namespace kestra {
 
 TEST(UnsharpRows, AreThoseOfThePlainVersionOnEveryKindOfPage) {
-  const GaussianWeights weights = gaussianWeights(plain_stencil::Kernel(11, 3.0).data());
-  const std::vector<int> tones = plain_stencil::GammaTable(64, 0.85F, 0.7F);
+  const GaussianWeights weights = gaussianWeights(plain_stencil::blurKernel(11, 3.0).data());
+  const std::vector<int> tones = plain_stencil::gammaTable(64, 0.85F, 0.7F);
   const std::vector<std::uint8_t> table(tones.begin(), tones.end());
   for (const auto& [width, height] : allSizes()) {
     for (const NamedPicture& picture : allKinds(width, height)) {
-      const std::vector<std::uint8_t> grey = plain::Flatten(picture.rows);
-      const std::vector<std::uint8_t> wanted = plain::Flatten(
-          plain_stencil::Unsharp(plain_stencil::ApplyTable(picture.rows, tones), 300.0F, 11));
+      const std::vector<std::uint8_t> grey = plain::flatten(picture.rows);
+      const std::vector<std::uint8_t> wanted = plain::flatten(
+          plain_stencil::unsharp(plain_stencil::applyTable(picture.rows, tones), 300.0F, 11));
       inEveryVersion([&, columns = width, lines = height] {
         UnsharpRows rows(grey.data(), columns, lines, table.data(), weights);
         std::vector<std::uint8_t> sharp(grey.size());

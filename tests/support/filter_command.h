@@ -26,15 +26,15 @@ class FilterCommand {
   explicit FilterCommand(Isolation isolation);
 
   // Not empty: what could not be opened.
-  const std::string& Problem() const { return problem_; }
+  const std::string& problem() const { return problem_; }
 
   // Replaces the process by the filter; comes back only with a text that says why it could not.
-  std::string Become(const std::string& name, const std::vector<std::string>& arguments,
+  std::string become(const std::string& name, const std::vector<std::string>& arguments,
                      std::vector<std::string> environment) const;
 
  private:
   // A descriptor for the path, or -1 and a problem.
-  int Open(const std::string& path, bool keepOpen);
+  int open(const std::string& path, bool keepOpen);
 
   std::string problem_;
   int executable_ = -1;             // the child's until it becomes the filter
@@ -42,6 +42,6 @@ class FilterCommand {
 };
 
 // How many times longer than usual a job may take before a test gives it up: a runner is slow.
-int PatienceFactor();
+int patienceFactor();
 
 }  // namespace kestra::testing_support

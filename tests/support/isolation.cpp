@@ -19,9 +19,9 @@ namespace kestra::testing_support {
 
 namespace {
 
-std::string Problem(const std::string& what) { return what + ": " + std::strerror(errno); }
+std::string problem(const std::string& what) { return what + ": " + std::strerror(errno); }
 
-bool WriteText(const std::string& path, const std::string& text) {
+bool writeText(const std::string& path, const std::string& text) {
   std::ofstream out(path);
   out << text;
   out.flush();
@@ -29,23 +29,23 @@ bool WriteText(const std::string& path, const std::string& text) {
 }
 
 // Without root the namespace needs a user of its own, which is the same user again.
-std::string MapOwnUser(uid_t uid, gid_t gid) {
+std::string mapOwnUser(uid_t uid, gid_t gid) {
   const std::string user = std::to_string(uid);
   const std::string group = std::to_string(gid);
-  if (!WriteText("/proc/self/setgroups", "deny")) return Problem("setgroups");
-  if (!WriteText("/proc/self/uid_map", user + " " + user + " 1")) return Problem("uid_map");
-  if (!WriteText("/proc/self/gid_map", group + " " + group + " 1")) return Problem("gid_map");
+  if (!writeText("/proc/self/setgroups", "deny")) return problem("setgroups");
+  if (!writeText("/proc/self/uid_map", user + " " + user + " 1")) return problem("uid_map");
+  if (!writeText("/proc/self/gid_map", group + " " + group + " 1")) return problem("gid_map");
   return "";
 }
 
-bool NamespaceWorks() {
+bool namespaceWorks() {
   std::string name = std::filesystem::current_path() / "kestra-probe-XXXXXX";
   if (::mkdtemp(name.data()) == nullptr) return false;
   std::filesystem::create_directories(name + "/tmp");
   std::filesystem::create_directories(name + "/var/spool");
   const pid_t child = ::fork();
   if (child == 0) {
-    const bool good = EnterPrivateTree(name, false).empty() && ::access("/tmp", W_OK) == 0 &&
+    const bool good = enterPrivateTree(name, false).empty() && ::access("/tmp", W_OK) == 0 &&
                       ::access("/var/spool/cups", F_OK) != 0;
     ::_exit(good ? 0 : 1);
   }
@@ -55,7 +55,7 @@ bool NamespaceWorks() {
   return status == 0;
 }
 
-Isolation Decide() {
+Isolation decide() {
   const char* forced = std::getenv("KESTRA_TEST_ISOLATION");
   const std::string word = forced == nullptr ? "" : forced;
   if (word == "relative") return Isolation::kRelative;
@@ -63,7 +63,7 @@ Isolation Decide() {
     std::fprintf(stderr, "KESTRA_TEST_ISOLATION=%s: use \"namespace\" or \"relative\"\n", forced);
     std::exit(2);
   }
-  if (NamespaceWorks()) return Isolation::kNamespace;
+  if (namespaceWorks()) return Isolation::kNamespace;
   if (word == "namespace") {
     std::fprintf(stderr, "KESTRA_TEST_ISOLATION=namespace, but this machine refuses it\n");
     std::exit(2);
@@ -73,36 +73,36 @@ Isolation Decide() {
 
 }  // namespace
 
-Isolation CurrentIsolation() {
-  static const Isolation kDecided = Decide();
+Isolation currentIsolation() {
+  static const Isolation kDecided = decide();
   return kDecided;
 }
 
-std::string EnterPrivateTree(const std::string& root, bool tinyDisk) {
+std::string enterPrivateTree(const std::string& root, bool tinyDisk) {
   const uid_t uid = ::geteuid();
   const gid_t gid = ::getegid();
   const int flags = uid == 0 ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER;
-  if (::unshare(flags) != 0) return Problem("unshare");
+  if (::unshare(flags) != 0) return problem("unshare");
   if (uid != 0) {
-    const std::string mapping = MapOwnUser(uid, gid);
+    const std::string mapping = mapOwnUser(uid, gid);
     if (!mapping.empty()) return mapping;
   }
   if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
-    return Problem("private /");
+    return problem("private /");
   // /tmp last: the tree itself may lie below it.
   const std::string spool = root + "/var/spool";
   const std::string tmp = root + "/tmp";
   if (tinyDisk) {
     const std::string data = spool + "/cups/tmp/kcv6data";
     if (::mount("tmpfs", data.c_str(), "tmpfs", 0, "size=4096,mode=0700") != 0) {
-      return Problem("tiny disk");
+      return problem("tiny disk");
     }
   }
   if (::mount(spool.c_str(), "/var/spool", nullptr, MS_BIND | MS_REC, nullptr) != 0) {
-    return Problem("bind /var/spool");
+    return problem("bind /var/spool");
   }
-  if (::mount(tmp.c_str(), "/tmp", nullptr, MS_BIND, nullptr) != 0) return Problem("bind /tmp");
-  if (::chdir("/") != 0) return Problem("chdir /");
+  if (::mount(tmp.c_str(), "/tmp", nullptr, MS_BIND, nullptr) != 0) return problem("bind /tmp");
+  if (::chdir("/") != 0) return problem("chdir /");
   return "";
 }
 

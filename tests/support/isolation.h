@@ -13,11 +13,11 @@ enum class Isolation {
 
 // The way this process uses: KESTRA_TEST_ISOLATION decides, else what the machine allows. A forced
 // way that is impossible, or an unknown word, ends the process with a message.
-Isolation CurrentIsolation();
+Isolation currentIsolation();
 
 // To be called in a forked child only: from here on /var/spool and /tmp show root/var/spool and
 // root/tmp, and "/" is the current directory. Returns an empty text, or what went wrong.
 // tinyDisk: the data directory of the tree becomes a disk of 4096 bytes (it must exist).
-std::string EnterPrivateTree(const std::string& root, bool tinyDisk);
+std::string enterPrivateTree(const std::string& root, bool tinyDisk);
 
 }  // namespace kestra::testing_support

@@ -9,7 +9,7 @@ namespace kestra::testing_support {
 
 namespace {
 
-std::vector<std::string> Lines(const std::string& text) {
+std::vector<std::string> lines(const std::string& text) {
   std::vector<std::string> lines;
   std::size_t start = 0;
   for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', start)) {
@@ -20,7 +20,7 @@ std::vector<std::string> Lines(const std::string& text) {
   return lines;
 }
 
-bool Same(const std::string& expected, const std::string& actual) {
+bool same(const std::string& expected, const std::string& actual) {
   if (expected == "ERROR:*") return actual.compare(0, 6, "ERROR:") == 0;
   return expected == actual;
 }
@@ -28,7 +28,7 @@ bool Same(const std::string& expected, const std::string& actual) {
 constexpr char kDigits[] = "0123456789";
 
 // Replaces what follows each `before` and consists of `allowed` characters only by '#'.
-std::string MaskAfter(std::string text, const std::string& before, const char* allowed) {
+std::string maskAfter(std::string text, const std::string& before, const char* allowed) {
   for (std::size_t at = text.find(before); at != std::string::npos; at = text.find(before, at)) {
     at += before.size();
     const std::size_t end = std::min(text.find_first_not_of(allowed, at), text.size());
@@ -38,7 +38,7 @@ std::string MaskAfter(std::string text, const std::string& before, const char* a
 }
 
 // The time between `kind` and the last number before ".bmp": six numbers and their separators.
-std::string MaskTime(std::string text, const std::string& kind) {
+std::string maskTime(std::string text, const std::string& kind) {
   const std::string separators = "--____";
   for (std::size_t at = text.find(kind); at != std::string::npos; at = text.find(kind, at)) {
     at += kind.size();
@@ -59,19 +59,19 @@ std::string MaskTime(std::string text, const std::string& kind) {
 
 }  // namespace
 
-std::string MaskImageName(const std::string& name) {
-  return MaskTime(MaskTime(name, "origin_"), "dithered_");
+std::string maskImageName(const std::string& name) {
+  return maskTime(maskTime(name, "origin_"), "dithered_");
 }
 
-std::string MaskLog(const std::string& log) {
+std::string maskLog(const std::string& log) {
   const std::string hexadecimal = "0123456789abcdefx";
-  std::string text = MaskAfter(log, "allocated memory, address: ", hexadecimal.c_str());
-  text = MaskAfter(text, "processing result, address: ", hexadecimal.c_str());
-  text = MaskAfter(text, "pointer address: ", kDigits);
+  std::string text = maskAfter(log, "allocated memory, address: ", hexadecimal.c_str());
+  text = maskAfter(text, "processing result, address: ", hexadecimal.c_str());
+  text = maskAfter(text, "pointer address: ", kDigits);
   for (const char* name :
        {"DEBUG:settings->VBarcodeOpt:", "DEBUG:KCLSendPaperInfo: settings->pageWidth:",
         "DEBUG:KCLSendPaperInfo: settings->pageHeight:"}) {
-    text = MaskAfter(text, name, "-.0123456789");
+    text = maskAfter(text, name, "-.0123456789");
   }
   for (std::size_t at = text.find("-nan"); at != std::string::npos; at = text.find("-nan")) {
     text.erase(at, 1);
@@ -81,16 +81,16 @@ std::string MaskLog(const std::string& log) {
   for (std::size_t at = text.find(counts); at != std::string::npos; at = text.find(counts)) {
     text.erase(at, text.find('\n', at) - at + 1);
   }
-  return MaskImageName(text);
+  return maskImageName(text);
 }
 
-std::string CompareLogs(const std::string& expected, const std::string& actual) {
-  const std::vector<std::string> want = Lines(expected);
-  const std::vector<std::string> got = Lines(MaskLog(actual));
+std::string compareLogs(const std::string& expected, const std::string& actual) {
+  const std::vector<std::string> want = lines(expected);
+  const std::vector<std::string> got = lines(maskLog(actual));
   for (std::size_t i = 0; i < want.size() || i < got.size(); ++i) {
     const std::string wanted = i < want.size() ? want[i] : "(end)";
     const std::string found = i < got.size() ? got[i] : "(end)";
-    if (!Same(wanted, found)) {
+    if (!same(wanted, found)) {
       std::string report =
           "line " + std::to_string(i + 1) + "\n  wanted: " + wanted + "\n  found:  " + found;
       // What follows tells more than the first line of, for example, a leak report.

@@ -13,7 +13,7 @@ namespace {
 class Lcg {
  public:
   explicit Lcg(std::uint32_t seed) : state_(seed) {}
-  std::uint32_t Next() {
+  std::uint32_t next() {
     state_ = state_ * 1664525U + 1013904223U;
     return state_ >> 16U;
   }
@@ -22,7 +22,7 @@ class Lcg {
   std::uint32_t state_;
 };
 
-Pixels Draw(unsigned bytesPerLine, unsigned height,
+Pixels draw(unsigned bytesPerLine, unsigned height,
             const std::function<int(unsigned, unsigned)>& level) {
   Pixels page;
   page.reserve(static_cast<std::size_t>(bytesPerLine) * height);
@@ -36,36 +36,36 @@ Pixels Draw(unsigned bytesPerLine, unsigned height,
 
 }  // namespace
 
-Pixels Uniform(unsigned bytesPerLine, unsigned height, int level) {
-  return Draw(bytesPerLine, height, [level](unsigned, unsigned) { return level; });
+Pixels uniform(unsigned bytesPerLine, unsigned height, int level) {
+  return draw(bytesPerLine, height, [level](unsigned, unsigned) { return level; });
 }
 
-Pixels Gradient(unsigned bytesPerLine, unsigned height) {
+Pixels gradient(unsigned bytesPerLine, unsigned height) {
   const unsigned steps = std::max(1U, bytesPerLine + height - 2);
-  return Draw(bytesPerLine, height,
+  return draw(bytesPerLine, height,
               [steps](unsigned x, unsigned y) { return static_cast<int>((x + y) * 255 / steps); });
 }
 
-Pixels Photo(unsigned bytesPerLine, unsigned height) {
+Pixels photo(unsigned bytesPerLine, unsigned height) {
   Lcg noise(7);
-  return Draw(bytesPerLine, height, [&noise](unsigned x, unsigned y) {
+  return draw(bytesPerLine, height, [&noise](unsigned x, unsigned y) {
     const int across = static_cast<int>(x % 97) - 48;
     const int down = static_cast<int>(y % 61) - 30;
-    return 255 - (across * across / 10 + down * down / 6) + static_cast<int>(noise.Next() % 17) - 8;
+    return 255 - (across * across / 10 + down * down / 6) + static_cast<int>(noise.next() % 17) - 8;
   });
 }
 
-Pixels Bars(unsigned bytesPerLine, unsigned height) {
+Pixels bars(unsigned bytesPerLine, unsigned height) {
   std::vector<bool> ink;
   Lcg widths(3);
   while (ink.size() < bytesPerLine)
-    ink.insert(ink.end(), 2 + widths.Next() % 5, ink.size() % 2 == 0);
-  return Draw(bytesPerLine, height,
+    ink.insert(ink.end(), 2 + widths.next() % 5, ink.size() % 2 == 0);
+  return draw(bytesPerLine, height,
               [&ink](unsigned x, unsigned y) { return y >= 3 && ink[x] ? 255 : 0; });
 }
 
-Pixels TextLines(unsigned bytesPerLine, unsigned height) {
-  return Draw(bytesPerLine, height, [](unsigned x, unsigned y) {
+Pixels textLines(unsigned bytesPerLine, unsigned height) {
+  return draw(bytesPerLine, height, [](unsigned x, unsigned y) {
     const bool line = y % 12 < 7;
     const bool letter = x % 7 < 5 && (x / 7) % 6 != 5;
     const bool stroke = (x * 3 + y * 5 + x / 7) % 4 < 2;
@@ -73,23 +73,23 @@ Pixels TextLines(unsigned bytesPerLine, unsigned height) {
   });
 }
 
-Pixels Noise(unsigned bytesPerLine, unsigned height, std::uint32_t seed) {
+Pixels noise(unsigned bytesPerLine, unsigned height, std::uint32_t seed) {
   Lcg noise(seed);
-  return Draw(bytesPerLine, height,
-              [&noise](unsigned, unsigned) { return static_cast<int>(noise.Next() & 255U); });
+  return draw(bytesPerLine, height,
+              [&noise](unsigned, unsigned) { return static_cast<int>(noise.next() & 255U); });
 }
 
-Pixels LongRuns(unsigned bytesPerLine, unsigned height, std::uint32_t seed) {
+Pixels longRuns(unsigned bytesPerLine, unsigned height, std::uint32_t seed) {
   Lcg random(seed);
   Pixels page;
   for (unsigned y = 0; y < height; ++y) {
     // A third of the rows stay blank, the others get dots 300 to 400 pixels apart, here and there
     // a solid stretch.
     std::vector<std::uint8_t> row(bytesPerLine, 0);
-    const bool blank = random.Next() % 3 == 0;
-    for (std::size_t x = random.Next() % 40; !blank && x < row.size();
-         x += 300 + random.Next() % 100) {
-      const std::size_t solid = random.Next() % 4 == 0 ? 250 : 1;
+    const bool blank = random.next() % 3 == 0;
+    for (std::size_t x = random.next() % 40; !blank && x < row.size();
+         x += 300 + random.next() % 100) {
+      const std::size_t solid = random.next() % 4 == 0 ? 250 : 1;
       for (std::size_t i = x; i < std::min(row.size(), x + solid); ++i) row[i] = 255;
       x += solid - 1;
     }
@@ -98,15 +98,15 @@ Pixels LongRuns(unsigned bytesPerLine, unsigned height, std::uint32_t seed) {
   return page;
 }
 
-Pixels MakePicture(const std::string& kind, unsigned bytesPerLine, unsigned height) {
-  if (kind == "gradient") return Gradient(bytesPerLine, height);
-  if (kind == "photo") return Photo(bytesPerLine, height);
-  if (kind == "bars") return Bars(bytesPerLine, height);
-  if (kind == "text") return TextLines(bytesPerLine, height);
-  if (kind == "noise") return Noise(bytesPerLine, height, 1);
-  if (kind == "runs") return LongRuns(bytesPerLine, height, 5);
-  if (kind == "blank") return Uniform(bytesPerLine, height, 0);
-  if (kind == "solid") return Uniform(bytesPerLine, height, 255);
+Pixels makePicture(const std::string& kind, unsigned bytesPerLine, unsigned height) {
+  if (kind == "gradient") return gradient(bytesPerLine, height);
+  if (kind == "photo") return photo(bytesPerLine, height);
+  if (kind == "bars") return bars(bytesPerLine, height);
+  if (kind == "text") return textLines(bytesPerLine, height);
+  if (kind == "noise") return noise(bytesPerLine, height, 1);
+  if (kind == "runs") return longRuns(bytesPerLine, height, 5);
+  if (kind == "blank") return uniform(bytesPerLine, height, 0);
+  if (kind == "solid") return uniform(bytesPerLine, height, 255);
   throw std::invalid_argument("no picture called " + kind);
 }
 

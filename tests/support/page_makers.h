@@ -11,22 +11,22 @@ namespace kestra::testing_support {
 using Pixels = std::vector<std::uint8_t>;
 
 // Each returns bytesPerLine x height bytes; bytes right of the width continue the picture.
-Pixels Uniform(unsigned bytesPerLine, unsigned height, int level);
+Pixels uniform(unsigned bytesPerLine, unsigned height, int level);
 // 0 at the top left to 255 at the bottom right.
-Pixels Gradient(unsigned bytesPerLine, unsigned height);
+Pixels gradient(unsigned bytesPerLine, unsigned height);
 // Soft hills with a little noise, all levels.
-Pixels Photo(unsigned bytesPerLine, unsigned height);
+Pixels photo(unsigned bytesPerLine, unsigned height);
 // Vertical bars of 255 on 0 with widths from a fixed sequence, a few rows blank at the top.
-Pixels Bars(unsigned bytesPerLine, unsigned height);
+Pixels bars(unsigned bytesPerLine, unsigned height);
 // Small black marks on blank paper, as lines of text look from afar.
-Pixels TextLines(unsigned bytesPerLine, unsigned height);
+Pixels textLines(unsigned bytesPerLine, unsigned height);
 // Bytes of a linear congruential generator.
-Pixels Noise(unsigned bytesPerLine, unsigned height, std::uint32_t seed);
+Pixels noise(unsigned bytesPerLine, unsigned height, std::uint32_t seed);
 // Long blank stretches closed by dots, with some rows left blank: what the dash rule looks for when
 // the page is printed in negative.
-Pixels LongRuns(unsigned bytesPerLine, unsigned height, std::uint32_t seed);
+Pixels longRuns(unsigned bytesPerLine, unsigned height, std::uint32_t seed);
 
 // "gradient", "photo", "bars", "text", "noise", "runs", "blank", "solid".
-Pixels MakePicture(const std::string& kind, unsigned bytesPerLine, unsigned height);
+Pixels makePicture(const std::string& kind, unsigned bytesPerLine, unsigned height);
 
 }  // namespace kestra::testing_support

@@ -8,55 +8,55 @@
 namespace kestra::testing_support {
 
 PpdText::PpdText() {
-  SetSizes("Label", {{"Label", 144, 72}, {"Wide", 288, 144}});
-  SetOption("Resolution", "203dpi", {"203dpi", "300dpi"});
-  SetOption("MediaMethod", "DirectThermal", {"DirectThermal", "ThermalTransfer"});
-  SetOption("PaperType", "LabelGaps", {"LabelGaps", "LabelMark", "Continue"});
-  SetOption("GapsHeight", "2", {"0", "1", "2", "3", "25", "-1"});
-  SetOption("Origin", "TopLeft", {"TopLeft", "TopRight", "BottomLeft", "BottomRight"});
-  SetOption("MirrorImage", "False", {"True", "False"});
-  SetOption("NegativeImage", "False", {"True", "False"});
-  SetOption("HalftoneType", "None",
+  setSizes("Label", {{"Label", 144, 72}, {"Wide", 288, 144}});
+  setOption("Resolution", "203dpi", {"203dpi", "300dpi"});
+  setOption("MediaMethod", "DirectThermal", {"DirectThermal", "ThermalTransfer"});
+  setOption("PaperType", "LabelGaps", {"LabelGaps", "LabelMark", "Continue"});
+  setOption("GapsHeight", "2", {"0", "1", "2", "3", "25", "-1"});
+  setOption("Origin", "TopLeft", {"TopLeft", "TopRight", "BottomLeft", "BottomRight"});
+  setOption("MirrorImage", "False", {"True", "False"});
+  setOption("NegativeImage", "False", {"True", "False"});
+  setOption("HalftoneType", "None",
             {"None", "FloydSteinberg", "Ordered", "Burkes", "Stucki", "JarvisJudiceNinke", "Sierra",
              "StevensonArce", "Tattoo", "Tattoo_V7"});
-  SetOption("PrintSpeed", "4", {"0", "1", "2", "3", "4", "4.5", "257", "-1", "fast"});
-  SetOption("Darkness", "Middle", {"Light", "Middle", "Dark", "Darkest", "dark2"});
-  SetOption("Brightness", "0", {"-250", "-100", "-20", "-1", "0", "1", "20", "100", "101"});
-  SetOption("VBarcodeDensity", "0", {"0", "1", "2", "3"});
+  setOption("PrintSpeed", "4", {"0", "1", "2", "3", "4", "4.5", "257", "-1", "fast"});
+  setOption("Darkness", "Middle", {"Light", "Middle", "Dark", "Darkest", "dark2"});
+  setOption("Brightness", "0", {"-250", "-100", "-20", "-1", "0", "1", "20", "100", "101"});
+  setOption("VBarcodeDensity", "0", {"0", "1", "2", "3"});
 }
 
-PpdText& PpdText::SetSizes(const std::string& defaultName, const std::vector<PpdSize>& sizes) {
+PpdText& PpdText::setSizes(const std::string& defaultName, const std::vector<PpdSize>& sizes) {
   defaultSize_ = defaultName;
   sizes_ = sizes;
   return *this;
 }
 
-PpdText& PpdText::SetOption(const std::string& keyword, const std::string& defaultChoice,
+PpdText& PpdText::setOption(const std::string& keyword, const std::string& defaultChoice,
                             const std::vector<std::string>& choices) {
-  RemoveOption(keyword);
+  removeOption(keyword);
   options_.push_back({keyword, defaultChoice, choices});
   return *this;
 }
 
-PpdText& PpdText::RemoveOption(const std::string& keyword) {
+PpdText& PpdText::removeOption(const std::string& keyword) {
   options_.erase(std::remove_if(options_.begin(), options_.end(),
                                 [&](const PpdOption& o) { return o.keyword == keyword; }),
                  options_.end());
   return *this;
 }
 
-PpdText& PpdText::SetMaxMediaWidth(const std::string& points) {
+PpdText& PpdText::setMaxMediaWidth(const std::string& points) {
   maxMediaWidth_ = points;
   return *this;
 }
 
-PpdText& PpdText::AllowCustomSizes(double smallest, double largest) {
+PpdText& PpdText::allowCustomSizes(double smallest, double largest) {
   customSmallest_ = smallest;
   customLargest_ = largest;
   return *this;
 }
 
-std::string PpdText::Text() const {
+std::string PpdText::text() const {
   std::ostringstream out;
   out.precision(9);
   out << "*PPD-Adobe: \"4.3\"\n*FormatVersion: \"4.3\"\n*FileVersion: \"1.0\"\n"

@@ -30,17 +30,17 @@ class PpdText {
   // option that the filter reads, with plain choices.
   PpdText();
 
-  PpdText& SetSizes(const std::string& defaultName, const std::vector<PpdSize>& sizes);
+  PpdText& setSizes(const std::string& defaultName, const std::vector<PpdSize>& sizes);
   // Adds the option or replaces the one of that keyword.
-  PpdText& SetOption(const std::string& keyword, const std::string& defaultChoice,
+  PpdText& setOption(const std::string& keyword, const std::string& defaultChoice,
                      const std::vector<std::string>& choices);
-  PpdText& RemoveOption(const std::string& keyword);
+  PpdText& removeOption(const std::string& keyword);
   // The value as written; an empty text leaves the line out.
-  PpdText& SetMaxMediaWidth(const std::string& points);
+  PpdText& setMaxMediaWidth(const std::string& points);
   // Sizes of any width and length between the limits (points).
-  PpdText& AllowCustomSizes(double smallest, double largest);
+  PpdText& allowCustomSizes(double smallest, double largest);
 
-  std::string Text() const;
+  std::string text() const;
 
  private:
   std::string defaultSize_;

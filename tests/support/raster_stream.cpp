@@ -21,9 +21,9 @@ class MemoryFile {
   ~MemoryFile() { ::close(fd_); }
   MemoryFile(const MemoryFile&) = delete;
   MemoryFile& operator=(const MemoryFile&) = delete;
-  int Fd() const { return fd_; }
-  void Rewind() const { ::lseek(fd_, 0, SEEK_SET); }
-  void Write(const std::string& bytes) const {
+  int fd() const { return fd_; }
+  void rewind() const { ::lseek(fd_, 0, SEEK_SET); }
+  void write(const std::string& bytes) const {
     std::size_t done = 0;
     while (done < bytes.size()) {
       const ssize_t put = ::write(fd_, bytes.data() + done, bytes.size() - done);
@@ -31,7 +31,7 @@ class MemoryFile {
       done += static_cast<std::size_t>(put);
     }
   }
-  std::string Read() const {
+  std::string read() const {
     std::string text;
     char buffer[65536];
     for (ssize_t got = 1; got > 0;) {
@@ -47,7 +47,7 @@ class MemoryFile {
 
 }  // namespace
 
-cups_page_header2_t MakeHeader(unsigned width, unsigned height, unsigned bytesPerLine,
+cups_page_header2_t makeHeader(unsigned width, unsigned height, unsigned bytesPerLine,
                                unsigned dpi) {
   cups_page_header2_t header;
   std::memset(&header, 0, sizeof header);
@@ -65,10 +65,10 @@ cups_page_header2_t MakeHeader(unsigned width, unsigned height, unsigned bytesPe
   return header;
 }
 
-std::string WriteStream(const std::vector<StreamPage>& pages, bool compressed) {
+std::string writeStream(const std::vector<StreamPage>& pages, bool compressed) {
   const MemoryFile file;
   cups_raster_t* raster =
-      cupsRasterOpen(file.Fd(), compressed ? CUPS_RASTER_WRITE_COMPRESSED : CUPS_RASTER_WRITE);
+      cupsRasterOpen(file.fd(), compressed ? CUPS_RASTER_WRITE_COMPRESSED : CUPS_RASTER_WRITE);
   if (raster == nullptr) throw std::runtime_error("cupsRasterOpen");
   bool good = true;
   for (const StreamPage& page : pages) {
@@ -80,11 +80,11 @@ std::string WriteStream(const std::vector<StreamPage>& pages, bool compressed) {
   }
   cupsRasterClose(raster);
   if (!good) throw std::runtime_error("the raster library refuses the page");
-  file.Rewind();
-  return file.Read();
+  file.rewind();
+  return file.read();
 }
 
-std::string RawStream(const std::vector<StreamPage>& pages) {
+std::string rawStream(const std::vector<StreamPage>& pages) {
   std::string stream = "3SaR";
   for (const StreamPage& page : pages) {
     std::string header(sizeof page.header, '\0');
@@ -95,13 +95,13 @@ std::string RawStream(const std::vector<StreamPage>& pages) {
   return stream;
 }
 
-std::vector<DeliveredPage> Deliver(const std::string& stream,
+std::vector<DeliveredPage> deliver(const std::string& stream,
                                    bool (*readPixels)(const cups_page_header2_t&)) {
   const MemoryFile file;
-  file.Write(stream);
-  file.Rewind();
+  file.write(stream);
+  file.rewind();
   std::vector<DeliveredPage> pages;
-  cups_raster_t* raster = cupsRasterOpen(file.Fd(), CUPS_RASTER_READ);
+  cups_raster_t* raster = cupsRasterOpen(file.fd(), CUPS_RASTER_READ);
   DeliveredPage page = {};
   while (raster != nullptr && cupsRasterReadHeader2(raster, &page.header) != 0) {
     page.pixels.clear();

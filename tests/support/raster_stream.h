@@ -17,15 +17,15 @@ struct StreamPage {
 };
 
 // 8 bits per pixel, K (255 = ink), one copy, both resolutions `dpi`.
-cups_page_header2_t MakeHeader(unsigned width, unsigned height, unsigned bytesPerLine,
+cups_page_header2_t makeHeader(unsigned width, unsigned height, unsigned bytesPerLine,
                                unsigned dpi = 203);
 
 // Written by the raster library; compressed rows if wished. Throws when the library refuses.
-std::string WriteStream(const std::vector<StreamPage>& pages, bool compressed = false);
+std::string writeStream(const std::vector<StreamPage>& pages, bool compressed = false);
 
 // Written by hand (uncompressed, little-endian), whatever the headers say: sync word, header,
 // pixels.
-std::string RawStream(const std::vector<StreamPage>& pages);
+std::string rawStream(const std::vector<StreamPage>& pages);
 
 // What a reader of the stream is given: the headers that the raster library hands over, in order,
 // and whether the pixels of each could be read. Headers for which `readPixels` says false are not
@@ -35,7 +35,7 @@ struct DeliveredPage {
   std::vector<std::uint8_t> pixels;
   bool readable;
 };
-std::vector<DeliveredPage> Deliver(const std::string& stream,
+std::vector<DeliveredPage> deliver(const std::string& stream,
                                    bool (*readPixels)(const cups_page_header2_t&));
 
 }  // namespace kestra::testing_support

@@ -38,25 +38,25 @@ struct Pipe {
     if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("pipe");
   }
   ~Pipe() {
-    CloseRead();
-    CloseWrite();
+    closeRead();
+    closeWrite();
   }
   Pipe(const Pipe&) = delete;
   Pipe& operator=(const Pipe&) = delete;
-  void CloseRead() { Close(ends[0]); }
-  void CloseWrite() { Close(ends[1]); }
-  static void Close(int& fd) {
+  void closeRead() { close(ends[0]); }
+  void closeWrite() { close(ends[1]); }
+  static void close(int& fd) {
     if (fd >= 0) ::close(fd);
     fd = -1;
   }
 };
 
-[[noreturn]] void Give(int reportFd, const std::string& problem) {
+[[noreturn]] void give(int reportFd, const std::string& problem) {
   const ssize_t ignored = ::write(reportFd, problem.data(), problem.size());
   ::_exit(ignored < 0 ? 125 : 126);
 }
 
-std::vector<std::string> Environment(const Run& run) {
+std::vector<std::string> environment(const Run& run) {
   std::vector<std::string> list = {"TZ=UTC"};
   if (run.ppd) list.push_back("PPD=" + *run.ppd);
   if (run.printer) list.push_back("PRINTER=" + *run.printer);
@@ -68,40 +68,40 @@ std::vector<std::string> Environment(const Run& run) {
 }
 
 // In the child: everything between fork and exec.
-[[noreturn]] void Become(const Run& run, const std::string& root, int report) {
-  const bool isolated = CurrentIsolation() == Isolation::kNamespace;
-  const FilterCommand filter(CurrentIsolation());
-  if (!filter.Problem().empty()) Give(report, filter.Problem());
+[[noreturn]] void become(const Run& run, const std::string& root, int report) {
+  const bool isolated = currentIsolation() == Isolation::kNamespace;
+  const FilterCommand filter(currentIsolation());
+  if (!filter.problem().empty()) give(report, filter.problem());
   if (isolated) {
-    const std::string problem = EnterPrivateTree(root, run.tinyDisk);
-    if (!problem.empty()) Give(report, problem);
+    const std::string problem = enterPrivateTree(root, run.tinyDisk);
+    if (!problem.empty()) give(report, problem);
   } else {
-    if (run.tinyDisk) Give(report, "tinyDisk needs the namespace");
-    if (::chdir(root.c_str()) != 0) Give(report, "chdir");
+    if (run.tinyDisk) give(report, "tinyDisk needs the namespace");
+    if (::chdir(root.c_str()) != 0) give(report, "chdir");
   }
   if (run.fileSizeLimit >= 0) {
     const auto bytes = static_cast<rlim_t>(run.fileSizeLimit);
     const rlimit limit = {bytes, bytes};
-    if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) Give(report, "setrlimit");
+    if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) give(report, "setrlimit");
     std::signal(SIGXFSZ, SIG_IGN);  // the write fails instead
   }
   if (run.memoryLimit >= 0) {
     const auto bytes = static_cast<rlim_t>(run.memoryLimit);
     const rlimit limit = {bytes, bytes};
-    if (::setrlimit(RLIMIT_AS, &limit) != 0) Give(report, "setrlimit");
+    if (::setrlimit(RLIMIT_AS, &limit) != 0) give(report, "setrlimit");
   }
   if (run.asNobody && ::geteuid() == 0) {
     if (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0) {
-      Give(report, "setuid");
+      give(report, "setuid");
     }
   }
   ::umask(0077);
   std::signal(SIGPIPE, SIG_DFL);
-  Give(report, filter.Become(run.queueName, run.arguments, Environment(run)));
+  give(report, filter.become(run.queueName, run.arguments, environment(run)));
 }
 
 // Moves bytes from a pipe to a text; false at its end.
-bool Drain(int fd, std::string& text) {
+bool drain(int fd, std::string& text) {
   char buffer[65536];
   const ssize_t got = ::read(fd, buffer, sizeof buffer);
   if (got > 0) text.append(buffer, static_cast<std::size_t>(got));
@@ -109,7 +109,7 @@ bool Drain(int fd, std::string& text) {
 }
 
 // Memory that belongs to the process alone, in kilobytes.
-long ResidentKilobytes(pid_t process) {
+long residentKilobytes(pid_t process) {
   std::ifstream status("/proc/" + std::to_string(process) + "/status");
   const std::string name = "RssAnon:";
   for (std::string line; std::getline(status, line);) {
@@ -124,18 +124,18 @@ class Feed {
   Feed(const Run& run, const std::string& bytes, pid_t child)
       : milestones_(run.milestones), bytes_(bytes), child_(child) {}
 
-  bool Over() const { return sent_ == bytes_.size() && reached_ == milestones_.size(); }
-  bool Wants() const { return sent_ < Allowed(); }
+  bool over() const { return sent_ == bytes_.size() && reached_ == milestones_.size(); }
+  bool wants() const { return sent_ < allowed(); }
 
   // False: nobody reads any more.
-  bool Send(int fd) {
-    const ssize_t put = ::write(fd, bytes_.data() + sent_, Allowed() - sent_);
+  bool send(int fd) {
+    const ssize_t put = ::write(fd, bytes_.data() + sent_, allowed() - sent_);
     if (put > 0) sent_ += static_cast<std::size_t>(put);
     return put >= 0 || errno == EAGAIN || errno == EINTR;
   }
 
   // Looks for the end of pages in what the filter has said so far.
-  void Follow(Result& result) {
+  void follow(Result& result) {
     if (reached_ == milestones_.size()) return;
     const std::string done = "printImage: Image processing completed\n";
     for (std::size_t at = result.messages.find(done, seen_); at != std::string::npos;
@@ -145,12 +145,12 @@ class Feed {
     }
     const Milestone& next = milestones_[reached_];
     if (sent_ < next.bytes || pages_ < next.pages) return;
-    result.residentKilobytes.push_back(ResidentKilobytes(child_));
+    result.residentKilobytes.push_back(residentKilobytes(child_));
     ++reached_;
   }
 
  private:
-  std::size_t Allowed() const {
+  std::size_t allowed() const {
     return reached_ < milestones_.size() ? milestones_[reached_].bytes : bytes_.size();
   }
 
@@ -164,26 +164,26 @@ class Feed {
 };
 
 // Feeds and reads until the child has closed everything; false when the patience is over.
-bool Converse(Pipe& in, Feed& feed, Pipe& out, Pipe& err, Result& result,
+bool converse(Pipe& in, Feed& feed, Pipe& out, Pipe& err, Result& result,
               std::chrono::seconds patience) {
   const auto end = std::chrono::steady_clock::now() + patience;
   while (out.ends[0] >= 0 || err.ends[0] >= 0) {
-    if (feed.Over()) in.CloseWrite();
+    if (feed.over()) in.closeWrite();
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
         end - std::chrono::steady_clock::now());
     if (left.count() <= 0) return false;
-    const int feedFd = feed.Wants() ? in.ends[1] : -1;
+    const int feedFd = feed.wants() ? in.ends[1] : -1;
     pollfd fds[3] = {{out.ends[0], POLLIN, 0}, {err.ends[0], POLLIN, 0}, {feedFd, POLLOUT, 0}};
     if (::poll(fds, 3, static_cast<int>(left.count())) < 0 && errno != EINTR) return false;
-    if (fds[0].revents != 0 && !Drain(out.ends[0], result.output)) out.CloseRead();
-    if (fds[1].revents != 0 && !Drain(err.ends[0], result.messages)) err.CloseRead();
-    if (fds[2].revents != 0 && !feed.Send(feedFd)) in.CloseWrite();
-    feed.Follow(result);
+    if (fds[0].revents != 0 && !drain(out.ends[0], result.output)) out.closeRead();
+    if (fds[1].revents != 0 && !drain(err.ends[0], result.messages)) err.closeRead();
+    if (fds[2].revents != 0 && !feed.send(feedFd)) in.closeWrite();
+    feed.follow(result);
   }
   return true;
 }
 
-std::map<std::string, std::string> ReadTree(const std::string& root) {
+std::map<std::string, std::string> readTree(const std::string& root) {
   std::map<std::string, std::string> files;
   std::error_code gone;  // other jobs of the same tree may still be at work
   for (const auto& entry : fs::recursive_directory_iterator(root)) {
@@ -196,7 +196,7 @@ std::map<std::string, std::string> ReadTree(const std::string& root) {
   return files;
 }
 
-fs::path Base(Sandbox::Where where) {
+fs::path base(Sandbox::Where where) {
   const fs::path memory = "/dev/shm";
   constexpr uintmax_t kEnough = 100'000'000;  // bytes
   if (where == Sandbox::Where::kMemory && ::access(memory.c_str(), W_OK | X_OK) == 0) {
@@ -218,7 +218,7 @@ class Cancel {
     });
   }
   // To be called before the child is waited for: its number may be another process's then.
-  void Stop() {
+  void stop() {
     if (!thread_.joinable()) return;
     {
       const std::lock_guard<std::mutex> lock(mutex_);
@@ -236,7 +236,7 @@ class Cancel {
 };
 
 // After `end` at the latest the child is gone; returns its wait status.
-int WaitFor(pid_t child, bool kill) {
+int waitFor(pid_t child, bool kill) {
   int status = 0;
   if (kill) ::kill(child, SIGKILL);
   while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
@@ -246,12 +246,12 @@ int WaitFor(pid_t child, bool kill) {
 
 }  // namespace
 
-Sandbox::Sandbox(Where where) : root_(Base(where) / "kestra-sandbox-XXXXXX") {
+Sandbox::Sandbox(Where where) : root_(base(where) / "kestra-sandbox-XXXXXX") {
   if (::mkdtemp(root_.data()) == nullptr) throw std::runtime_error("cannot make " + root_);
   ::chmod(root_.c_str(), 0755);
   for (const char* name : {"tmp", "var", "var/spool", "var/spool/cups", "var/spool/cups/tmp"}) {
-    MakeDirectory(name);
-    Permit(name, 0777);
+    makeDirectory(name);
+    permit(name, 0777);
   }
 }
 
@@ -264,9 +264,9 @@ Sandbox::~Sandbox() {
   fs::remove_all(root_, ignored);
 }
 
-std::string Sandbox::Prefix() { return CurrentIsolation() == Isolation::kNamespace ? "/" : ""; }
+std::string Sandbox::prefix() { return currentIsolation() == Isolation::kNamespace ? "/" : ""; }
 
-void Sandbox::Write(const std::string& path, const std::string& bytes) {
+void Sandbox::write(const std::string& path, const std::string& bytes) {
   const fs::path full = fs::path(root_) / path;
   fs::create_directories(full.parent_path());
   std::ofstream out(full, std::ios::binary);
@@ -274,37 +274,37 @@ void Sandbox::Write(const std::string& path, const std::string& bytes) {
   if (!out.flush().good()) throw std::runtime_error("cannot write " + full.string());
 }
 
-void Sandbox::MakeDirectory(const std::string& path) { fs::create_directories(root_ + "/" + path); }
+void Sandbox::makeDirectory(const std::string& path) { fs::create_directories(root_ + "/" + path); }
 
-void Sandbox::Remove(const std::string& path) { fs::remove_all(root_ + "/" + path); }
+void Sandbox::remove(const std::string& path) { fs::remove_all(root_ + "/" + path); }
 
-void Sandbox::Permit(const std::string& path, unsigned mode) {
+void Sandbox::permit(const std::string& path, unsigned mode) {
   fs::permissions(root_ + "/" + path, fs::perms(mode), fs::perm_options::replace);
 }
 
-unsigned Sandbox::Mode(const std::string& path) const {
+unsigned Sandbox::mode(const std::string& path) const {
   return static_cast<unsigned>(fs::status(root_ + "/" + path).permissions());
 }
 
-std::vector<Result> Sandbox::StartTogether(const std::vector<Run>& runs) {
-  CurrentIsolation();  // decided before the threads
+std::vector<Result> Sandbox::startTogether(const std::vector<Run>& runs) {
+  currentIsolation();  // decided before the threads
   std::vector<Result> results(runs.size());
   std::vector<std::thread> threads;
   for (std::size_t i = 0; i < runs.size(); ++i) {
-    threads.emplace_back([&, i] { results[i] = Start(runs[i]); });
+    threads.emplace_back([&, i] { results[i] = start(runs[i]); });
   }
   for (std::thread& thread : threads) thread.join();
-  for (Result& result : results) result.files = ReadTree(root_);
+  for (Result& result : results) result.files = readTree(root_);
   return results;
 }
 
-Result Sandbox::Start(const Run& run) {
+Result Sandbox::start(const Run& run) {
   Result result;
   Pipe in;
   Pipe out;
   Pipe err;
   Pipe report;
-  CurrentIsolation();  // decided before the fork
+  currentIsolation();  // decided before the fork
   const auto formerHandler = std::signal(SIGPIPE, SIG_IGN);
   const pid_t child = ::fork();
   if (child < 0) throw std::runtime_error("fork");
@@ -315,30 +315,30 @@ Result Sandbox::Start(const Run& run) {
     ::dup2(err.ends[1], 2);
     if (run.input == Input::kClosed) ::close(0);
     if (run.listener == Listener::kClosed) ::close(1);
-    Become(run, root_, report.ends[1]);
+    become(run, root_, report.ends[1]);
   }
-  in.CloseRead();
-  out.CloseWrite();
-  err.CloseWrite();
-  report.CloseWrite();
+  in.closeRead();
+  out.closeWrite();
+  err.closeWrite();
+  report.closeWrite();
   ::fcntl(in.ends[1], F_SETFL, O_NONBLOCK);
   const std::string nothing;
   const std::string& bytes = run.input == Input::kBytes ? run.inputBytes : nothing;
-  if (run.listener == Listener::kGone) out.CloseRead();
+  if (run.listener == Listener::kGone) out.closeRead();
   Feed feed(run, bytes, child);
   Cancel cancel(child, run.terminateAfter);
-  const bool ended = Converse(in, feed, out, err, result, run.patience * PatienceFactor());
-  cancel.Stop();
-  const int status = WaitFor(child, !ended);
+  const bool ended = converse(in, feed, out, err, result, run.patience * patienceFactor());
+  cancel.stop();
+  const int status = waitFor(child, !ended);
   std::signal(SIGPIPE, formerHandler);
-  while (Drain(report.ends[0], result.problem)) {
+  while (drain(report.ends[0], result.problem)) {
   }
   if (!result.problem.empty()) result.problem = "the filter was not started: " + result.problem;
   if (!ended) result.problem = "the filter did not end in time and was killed";
   if (!result.problem.empty()) ADD_FAILURE() << result.problem;
   if (WIFEXITED(status)) result.status = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
-  result.files = ReadTree(root_);
+  result.files = readTree(root_);
   return result;
 }
 

@@ -68,27 +68,27 @@ class Sandbox {
 
   // Runs the filter (which one: filter_command.h). A problem of the test itself (not of the filter)
   // also fails the current test.
-  Result Start(const Run& run);
+  Result start(const Run& run);
 
   // Runs several at once in this one tree; the files of each result are those at the end of all.
-  std::vector<Result> StartTogether(const std::vector<Run>& runs);
+  std::vector<Result> startTogether(const std::vector<Run>& runs);
 
   // Where the tree is, for what has no function here (links, FIFOs).
-  const std::string& Root() const { return root_; }
+  const std::string& root() const { return root_; }
 
   // Writes a file, directories included; `path` is below the tree ("tmp/x.ppd").
-  void Write(const std::string& path, const std::string& bytes);
-  void MakeDirectory(const std::string& path);
-  void Remove(const std::string& path);
+  void write(const std::string& path, const std::string& bytes);
+  void makeDirectory(const std::string& path);
+  void remove(const std::string& path);
   // Permission bits; with 0 for others a job `asNobody` cannot use the directory.
-  void Permit(const std::string& path, unsigned mode);
+  void permit(const std::string& path, unsigned mode);
   // Permission bits of what is there.
-  unsigned Mode(const std::string& path) const;
+  unsigned mode(const std::string& path) const;
 
   // The same path as the filter must be given it and shows it in messages: "/tmp/x" or "tmp/x".
-  static std::string Inside(const std::string& path) { return Prefix() + path; }
+  static std::string inside(const std::string& path) { return prefix() + path; }
   // "/" or "".
-  static std::string Prefix();
+  static std::string prefix();
 
  private:
   std::string root_;

@@ -42,8 +42,8 @@ bool shows(const Picture& picture, const std::vector<std::string>& rows) {
 TEST(Compare, HoldsTheTenPrintsAsTheyAreAlone) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 64, "photo");
-  job.AddPage(200, 48, "gradient");
+  job.addPage(100, 64, "photo");
+  job.addPage(200, 48, "gradient");
   std::vector<std::string> words = writeDocument(directory, job);
   words.insert(words.end(), {"--compare", "--json"});
   const ProofResult result = directory.run(words);
@@ -59,10 +59,10 @@ TEST(Compare, HoldsTheTenPrintsAsTheyAreAlone) {
     ASSERT_EQ(tiles.items.size(), 10U);
     for (int halftone = 0; halftone < 10; ++halftone) {
       JobCase alone = job;
-      alone.Halftone(halftone);
+      alone.halftone(halftone);
       const std::vector<std::string> rows = plainPages(alone).at(page);
       const JsonValue& tile = tiles[static_cast<std::size_t>(halftone)];
-      EXPECT_EQ(tile["halftone"].string, blackbox::HalftoneName(halftone));
+      EXPECT_EQ(tile["halftone"].string, blackbox::halftoneName(halftone));
       EXPECT_EQ(tile["black_dots"].number, static_cast<double>(countDots(rows)));
       // The page without its margin: the head has 812 dots, so the margins are
       // ((812 - 100) / 2 + 7) / 8 = 45 and ((812 - 200) / 2 + 7) / 8 = 39 bytes.
@@ -81,7 +81,7 @@ TEST(Compare, HoldsTheTenPrintsAsTheyAreAlone) {
 TEST(Compare, TellsThePlacesOfAnEnlargedSheet) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(812, 20, "gradient");  // 812 dots are 101.5 bytes
+  job.addPage(812, 20, "gradient");  // 812 dots are 101.5 bytes
   std::vector<std::string> words = writeDocument(directory, job);
   words.insert(words.end(), {"--compare", "--json", "--scale", "2"});
   const ProofResult result = directory.run(words);
@@ -94,7 +94,7 @@ TEST(Compare, TellsThePlacesOfAnEnlargedSheet) {
     EXPECT_EQ(tile["width"].number, 2 * 812);
     EXPECT_EQ(tile["height"].number, 2 * 20);
     JobCase alone = job;
-    alone.Halftone(static_cast<int>(halftone));
+    alone.halftone(static_cast<int>(halftone));
     std::vector<std::string> wanted = plainPages(alone).at(0);
     for (std::string& row : wanted) row.resize(812);  // a page as wide as the head has no margin
     EXPECT_EQ(cut(sheet, static_cast<std::size_t>(tile["x"].number),
@@ -108,7 +108,7 @@ TEST(Compare, TellsThePlacesOfAnEnlargedSheet) {
 TEST(Compare, WritesSmallerUnderSmallLabels) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 40, "blank", 0, 300);
+  job.addPage(100, 40, "blank", 0, 300);
   std::vector<std::string> words = writeDocument(directory, job);
   words.emplace_back("--compare");
   EXPECT_EQ(directory.run(words).status, 0);
@@ -120,7 +120,7 @@ TEST(Compare, WritesSmallerUnderSmallLabels) {
 TEST(Compare, NamesEachPrintAndWhatRuns) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(400, 40, "blank");
+  job.addPage(400, 40, "blank");
   std::vector<std::string> words = writeDocument(directory, job);
   words.emplace_back("--compare");
   EXPECT_EQ(directory.run(words).status, 0);
@@ -129,7 +129,7 @@ TEST(Compare, NamesEachPrintAndWhatRuns) {
   // they are 400 / 186 = 2 times as
   // large as drawn. The longest name, JarvisJudiceNinke, has 17 letters: 400 / 102 = 3 times.
   for (int halftone = 0; halftone < 10; ++halftone) {
-    EXPECT_TRUE(shows(sheet, writing(blackbox::HalftoneName(halftone), 3))) << halftone;
+    EXPECT_TRUE(shows(sheet, writing(blackbox::halftoneName(halftone), 3))) << halftone;
   }
   for (const char* runs : {"threshold at half black", "Burkes diffusion", "stencil, fixed tones"}) {
     EXPECT_TRUE(shows(sheet, writing(runs, 2))) << runs;
@@ -140,21 +140,21 @@ TEST(Compare, NamesEachPrintAndWhatRuns) {
 TEST(Compare, KeepsEveryPrintUnderItsName) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 64, "photo");
+  job.addPage(100, 64, "photo");
   std::vector<std::string> words = writeDocument(directory, job);
   words.insert(words.end(), {"--compare", "--keep", "left"});
   EXPECT_EQ(directory.run(words).status, 0);
   JobCase alone = job;
-  alone.Halftone(9);
+  alone.halftone(9);
   EXPECT_EQ(directory.read("left/Tattoo_V7/page_0001_jobid_000001_0000.dat"),
-            blackbox::Predict(alone).frames.begin()->second);
+            blackbox::predict(alone).frames.begin()->second);
 }
 
 TEST(Compare, TakesNoHalftone) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 64, "photo");
-  job.Halftone(3);
+  job.addPage(100, 64, "photo");
+  job.halftone(3);
   std::vector<std::string> words = writeDocument(directory, job);
   words.emplace_back("--compare");
   const ProofResult result = directory.run(words);

@@ -54,7 +54,7 @@ TEST(Detail, IsNoOtherText) {
 // A page of 101.6 x 101.6 mm, proofed with these words; the only page of the findings.
 JsonValue comparison(const ProofDirectory& directory, const std::vector<std::string>& more) {
   JobCase job;
-  job.AddPage(812, 812, "photo");
+  job.addPage(812, 812, "photo");
   std::vector<std::string> words = writeDocument(directory, job);
   words.insert(words.end(), {"--compare", "--json"});
   words.insert(words.end(), more.begin(), more.end());
@@ -69,8 +69,8 @@ JsonValue comparison(const ProofDirectory& directory, const std::vector<std::str
 void expectPlace(const ProofDirectory& directory, const JsonValue& page, int halftone,
                  const Numbers& place) {
   JobCase alone;
-  alone.AddPage(812, 812, "photo");
-  alone.Halftone(halftone);
+  alone.addPage(812, 812, "photo");
+  alone.halftone(halftone);
   const std::vector<std::string> rows = plainLabels(alone).at(0);
   std::vector<std::string> wanted;
   for (std::size_t y = 0; y < place[3]; ++y) {
@@ -101,7 +101,7 @@ TEST(Detail, OfAComparisonHoldsTheVeryDots) {
 TEST(Detail, BesideThePageIsRefused) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(812, 812, "photo");
+  job.addPage(812, 812, "photo");
   std::vector<std::string> words = writeDocument(directory, job);
   words.insert(words.end(), {"--compare", "--detail", "200,0,10,10"});
   const ProofResult result = directory.run(words);

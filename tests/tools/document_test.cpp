@@ -39,8 +39,8 @@ INSTANTIATE_TEST_SUITE_P(Document, EveryHalftone, testing::Range(0, 10));
 TEST_P(EveryHalftone, DrawsTheDotsOfThePlainVersion) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 40, "photo");
-  job.Halftone(GetParam());
+  job.addPage(100, 40, "photo");
+  job.halftone(GetParam());
   const ProofResult result = directory.run(writeDocument(directory, job));
   EXPECT_EQ(result.status, 0) << result.errors;
   const Picture picture = readPicture(directory.path("pages-1.png"));
@@ -52,12 +52,12 @@ TEST_P(EveryHalftone, DrawsTheDotsOfThePlainVersion) {
 TEST(Document, TakesOptionsAsTheFilterDoes) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(132, 33, "gradient");
-  job.Halftone(8);
-  job.Mirror();
-  job.Negative();
-  job.Barcode(2);
-  job.Brightness(-20);
+  job.addPage(132, 33, "gradient");
+  job.halftone(8);
+  job.mirror();
+  job.negative();
+  job.barcode(2);
+  job.brightness(-20);
   EXPECT_EQ(directory.run(writeDocument(directory, job)).status, 0);
   EXPECT_EQ(readPicture(directory.path("pages-1.png")).rows, plainLabels(job).at(0));
 }
@@ -65,9 +65,9 @@ TEST(Document, TakesOptionsAsTheFilterDoes) {
 TEST(Document, DrawsEveryPageUnderItsNumber) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "bars");
-  job.AddPage(64, 9, "noise");
-  job.AddPage(200, 31, "text");
+  job.addPage(100, 20, "bars");
+  job.addPage(64, 9, "noise");
+  job.addPage(200, 31, "text");
   job.compressed = true;
   std::vector<std::string> words = writeDocument(directory, job);
   const ProofResult result = directory.run(words);
@@ -88,8 +88,8 @@ TEST(Document, DrawsEveryPageUnderItsNumber) {
 TEST(Document, PutsThePhysicalSizeIntoThePicture) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "bars", 0, 203);
-  job.AddPage(100, 20, "bars", 0, 300);
+  job.addPage(100, 20, "bars", 0, 203);
+  job.addPage(100, 20, "bars", 0, 300);
   EXPECT_EQ(directory.run(writeDocument(directory, job)).status, 0);
   EXPECT_EQ(readPicture(directory.path("pages-1.png")).dots_per_metre, kMetre203);
   EXPECT_EQ(readPicture(directory.path("pages-2.png")).dots_per_metre, kMetre300);
@@ -98,7 +98,7 @@ TEST(Document, PutsThePhysicalSizeIntoThePicture) {
 TEST(Document, KeepsTheTwoResolutionsOfAPageApart) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "bars");
+  job.addPage(100, 20, "bars");
   job.pages[0].header.HWResolution[1] = 300;
   std::vector<std::string> words = writeDocument(directory, job);
   words.emplace_back("--json");
@@ -117,7 +117,7 @@ TEST(Document, KeepsTheTwoResolutionsOfAPageApart) {
 TEST(Document, ScalesDotsAndKeepsThePhysicalSize) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "noise");
+  job.addPage(100, 20, "noise");
   std::vector<std::string> words = writeDocument(directory, job);
   words.insert(words.end(), {"--scale", "3"});
   EXPECT_EQ(directory.run(words).status, 0);
@@ -129,7 +129,7 @@ TEST(Document, ScalesDotsAndKeepsThePhysicalSize) {
 TEST(Document, ShowsMarginsInColours) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "noise");
+  job.addPage(100, 20, "noise");
   std::vector<std::string> words = writeDocument(directory, job);
   words.emplace_back("--margins");
   EXPECT_EQ(directory.run(words).status, 0);
@@ -156,15 +156,15 @@ TEST(Document, ShowsMarginsInColours) {
 TEST(Document, ShowsMarksButNoGapOnContinuousPaper) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "noise");
-  job.Choose("PaperType", "Continue");
+  job.addPage(100, 20, "noise");
+  job.choose("PaperType", "Continue");
   std::vector<std::string> words = writeDocument(directory, job);
   words.emplace_back("--margins");
   EXPECT_EQ(directory.run(words).status, 0);
   EXPECT_EQ(readPicture(directory.path("pages-1.png")).height, 24U);
   JobCase marks;
-  marks.AddPage(100, 20, "noise");
-  marks.Choose("PaperType", "LabelMark");
+  marks.addPage(100, 20, "noise");
+  marks.choose("PaperType", "LabelMark");
   words = writeDocument(directory, marks);
   words.emplace_back("--margins");
   EXPECT_EQ(directory.run(words).status, 0);
@@ -176,12 +176,12 @@ TEST(Document, ShowsMarksButNoGapOnContinuousPaper) {
 TEST(Document, NamesTheOnlyPictureAsAsked) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "bars");
+  job.addPage(100, 20, "bars");
   std::vector<std::string> words = writeDocument(directory, job);
   words.insert(words.end(), {"--output", "mine.png"});
   EXPECT_EQ(directory.run(words).status, 0);
   EXPECT_EQ(directory.names(), (Names{"mine.png", "pages.ras", "printer.ppd"}));
-  job.AddPage(100, 20, "bars");
+  job.addPage(100, 20, "bars");
   words = writeDocument(directory, job);
   words.insert(words.end(), {"--output", "mine.png"});
   const ProofResult result = directory.run(words);
@@ -193,7 +193,7 @@ TEST(Document, NamesTheOnlyPictureAsAsked) {
 TEST(Document, PutsPicturesIntoTheDirectoryAsked) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "bars");
+  job.addPage(100, 20, "bars");
   std::vector<std::string> words = writeDocument(directory, job);
   directory.write("other.ras", directory.read("pages.ras"));
   words.insert(words.end(), {"other.ras", "--output-dir", "../files"});
@@ -205,7 +205,7 @@ TEST(Document, PutsPicturesIntoTheDirectoryAsked) {
 TEST(Document, IsNeverWrittenOver) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "bars");
+  job.addPage(100, 20, "bars");
   const std::vector<std::string> document = writeDocument(directory, job);
   for (const char* input : {"pages.ras", "printer.ppd"}) {
     const Bytes before = directory.read(input);
@@ -221,8 +221,8 @@ TEST(Document, IsNeverWrittenOver) {
 TEST(Document, KeepsWhatThePrintLeaves) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "bars");
-  job.AddPage(100, 20, "photo");
+  job.addPage(100, 20, "bars");
+  job.addPage(100, 20, "photo");
   std::vector<std::string> words = writeDocument(directory, job);
   words.insert(words.end(), {"--keep", "left"});
   EXPECT_EQ(directory.run(words).status, 0);
@@ -231,7 +231,7 @@ TEST(Document, KeepsWhatThePrintLeaves) {
   EXPECT_EQ(directory.read("left/commands.bin"),
             (Bytes{0x1B, 0x73, 1, 0, 0, 2, 1, 0x1B, 0x73, 1, 0, 0, 2, 1}));
   EXPECT_EQ(directory.read("left/proof.pgc"), (Bytes{3, 0}));
-  const auto frames = blackbox::Predict(job).frames;
+  const auto frames = blackbox::predict(job).frames;
   EXPECT_EQ(directory.read("left/page_0001_jobid_000001_0000.dat"),
             frames.at("page_0001_jobid_000042_0000.dat"));
   EXPECT_EQ(directory.read("left/page_0002_jobid_000001_0000.dat"),
@@ -246,11 +246,11 @@ TEST(Document, KeepsWhatThePrintLeaves) {
 TEST(Document, SaysWhatTheFilterComplainsAbout) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "bars");
-  job.AddPage(100, 20, "bars");
+  job.addPage(100, 20, "bars");
+  job.addPage(100, 20, "bars");
   job.pages[1].header.cupsBitsPerPixel = 1;
   job.pages[1].header.cupsBitsPerColor = 1;
-  job.stream = testing_support::RawStream(job.pages);
+  job.stream = testing_support::rawStream(job.pages);
   const ProofResult result = directory.run(writeDocument(directory, job));
   EXPECT_EQ(result.status, 1);
   EXPECT_TRUE(holds(result.errors, "pages.ras: the filter ended with status 1")) << result.errors;
@@ -262,9 +262,9 @@ TEST(Document, SaysWhatTheFilterComplainsAbout) {
 TEST(Document, SaysWhenAPageBreaksOff) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "bars");
-  job.AddPage(100, 20, "bars");
-  std::string stream = testing_support::RawStream(job.pages);
+  job.addPage(100, 20, "bars");
+  job.addPage(100, 20, "bars");
+  std::string stream = testing_support::rawStream(job.pages);
   stream.resize(stream.size() - 700);
   job.stream = stream;
   const ProofResult result = directory.run(writeDocument(directory, job));
@@ -288,10 +288,10 @@ TEST(Document, WithoutPagesIsAFailure) {
 long peakOf(int pages, const std::vector<std::string>& rows) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(812, 400, "noise");
+  job.addPage(812, 400, "noise");
   const std::vector<std::string> words = writeDocument(directory, job);
   constexpr std::size_t kSyncWord = 4;
-  const std::string stream = testing_support::RawStream(job.pages);
+  const std::string stream = testing_support::rawStream(job.pages);
   {
     std::ofstream file(directory.path("pages.ras"), std::ios::binary);
     file << stream.substr(0, kSyncWord);
@@ -307,7 +307,7 @@ long peakOf(int pages, const std::vector<std::string>& rows) {
 
 TEST(Document, OfManyPagesNeedsNoMoreMemoryThanOneOfFew) {
   JobCase job;
-  job.AddPage(812, 400, "noise");
+  job.addPage(812, 400, "noise");
   const std::vector<std::string> rows = plainLabels(job).at(0);
   const long few = peakOf(3, rows);
   const long many = peakOf(120, rows);
@@ -322,7 +322,7 @@ TEST(Document, OfAnImpossibleResolutionEndsInWordsOrPictures) {
   const ProofDirectory directory;
   for (const unsigned dpi : {0U, 1U, 4294967295U}) {
     JobCase job;
-    job.AddPage(100, 20, "bars", 0, dpi);
+    job.addPage(100, 20, "bars", 0, dpi);
     std::vector<std::string> words = writeDocument(directory, job);
     words.insert(words.end(), {"--margins", "--json"});
     const ProofResult result = directory.run(words);

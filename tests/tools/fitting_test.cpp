@@ -26,8 +26,8 @@ ProofResult proofOf(const ProofDirectory& directory, const JobCase& job, bool fi
 
 JobCase pagesOf(const std::vector<unsigned>& widths) {
   JobCase job;
-  for (const unsigned width : widths) job.AddPage(width, 30, "photo");
-  job.Halftone(2);
+  for (const unsigned width : widths) job.addPage(width, 30, "photo");
+  job.halftone(2);
   return job;
 }
 
@@ -37,7 +37,7 @@ TEST(Fitting, ShowsThePagesThatAJobPrints) {
   const ProofResult result = proofOf(directory, job, true);
   EXPECT_EQ(result.status, 0) << result.errors;
   JobCase fitted = job;
-  fitted.pages = fit_tests::PlainFit(job.pages, kHead);
+  fitted.pages = fit_tests::plainFit(job.pages, kHead);
   const auto labels = plainLabels(fitted);
   ASSERT_EQ(labels.size(), 6U);
   for (std::size_t i = 0; i < labels.size(); ++i) {
@@ -67,7 +67,7 @@ TEST(Fitting, IsLeftOutWhereThePrinterDescriptionDoesNotNameIt) {
 
 TEST(Fitting, OfADocumentThatBreaksOffShowsItsWholePages) {
   JobCase job = pagesOf({101, 102});
-  const std::string stream = testing_support::RawStream(job.pages);
+  const std::string stream = testing_support::rawStream(job.pages);
   job.stream = stream.substr(0, stream.size() - 1);
   const ProofDirectory directory;
   const std::vector<std::string> words = writeDocument(directory, job);

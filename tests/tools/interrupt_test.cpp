@@ -111,7 +111,7 @@ TEST(PrivateDirectory, IsOfNobodyElse) {
 TEST(PrivateDirectory, ThatCannotBeMadeIsTold) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "bars");
+  job.addPage(100, 20, "bars");
   const ProofResult result =
       directory.run(writeDocument(directory, job), {}, {{"TMPDIR", directory.path("nowhere")}});
   EXPECT_EQ(result.status, 1);
@@ -134,7 +134,7 @@ std::map<std::string, std::filesystem::file_time_type> fixedPlaces() {
 TEST(Spool, OfTheMachineIsNotTouched) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "bars");
+  job.addPage(100, 20, "bars");
   const auto before = fixedPlaces();
   EXPECT_EQ(directory.run(writeDocument(directory, job)).status, 0);
   EXPECT_EQ(fixedPlaces(), before);

@@ -76,10 +76,10 @@ TEST(Json, ReaderOfTheTestsForgivesNothing) {
 TEST(Json, TellsOfAPrintedDocument) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 40, "photo");
-  job.AddPage(100, 40, "bars");
-  job.Halftone(2);
-  job.Choose("Darkness", "Dark");
+  job.addPage(100, 40, "photo");
+  job.addPage(100, 40, "bars");
+  job.halftone(2);
+  job.choose("Darkness", "Dark");
   std::vector<std::string> words = writeDocument(directory, job);
   words.insert(words.end(), {"--json", "--scale", "2"});
   const ProofResult result = directory.run(words);
@@ -148,11 +148,11 @@ TEST(Json, KeepsTheWarningsOfADocumentToItself) {
   const ProofDirectory directory;
   JobCase pale;  // the threshold drops its grey
   pale.pages = {
-      {testing_support::MakeHeader(100, 40, 100), testing_support::Uniform(100, 40, 128)}};
+      {testing_support::makeHeader(100, 40, 100), testing_support::uniform(100, 40, 128)}};
   writeDocument(directory, pale);
   directory.write("pale.ras", directory.read("pages.ras"));
   JobCase good;
-  good.AddPage(100, 40, "bars");
+  good.addPage(100, 40, "bars");
   std::vector<std::string> words = writeDocument(directory, good);
   words.insert(words.begin(), {"--json", "pale.ras"});
   const ProofResult result = directory.run(words);
@@ -169,10 +169,10 @@ TEST(Json, KeepsTheWarningsOfADocumentToItself) {
 TEST(Json, HoldsTheFiltersOwnErrors) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "bars");
+  job.addPage(100, 20, "bars");
   job.pages[0].header.cupsBitsPerPixel = 1;
   job.pages[0].header.cupsBitsPerColor = 1;
-  job.stream = testing_support::RawStream(job.pages);
+  job.stream = testing_support::rawStream(job.pages);
   std::vector<std::string> words = writeDocument(directory, job);
   words.emplace_back("--json");
   const ProofResult result = directory.run(words);

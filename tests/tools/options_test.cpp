@@ -20,8 +20,8 @@ class Options : public testing::Test {
  protected:
   Options() {
     JobCase job;
-    job.AddPage(100, 20, "bars");
-    job.ppd.AllowCustomSizes(50, 500);
+    job.addPage(100, 20, "bars");
+    job.ppd.allowCustomSizes(50, 500);
     words_ = writeDocument(directory_, job);
   }
 
@@ -126,9 +126,9 @@ TEST_F(Options, OfTheWrongSizeAreToldTheRightOnes) {
 
 TEST_F(Options, GivenTwiceCountOnce) {
   JobCase job;
-  job.AddPage(100, 20, "bars");
-  job.AddPage(100, 20, "photo");
-  job.Halftone(5);
+  job.addPage(100, 20, "bars");
+  job.addPage(100, 20, "photo");
+  job.halftone(5);
   std::vector<std::string> words = writeDocument(directory_, job);
   words.insert(words.begin(), {"-o", "HalftoneType=None"});
   EXPECT_EQ(directory_.run(words).status, 0);
@@ -138,7 +138,7 @@ TEST_F(Options, GivenTwiceCountOnce) {
 TEST(PrinterDescription, IsFoundByItsModel) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(812, 20, "bars");
+  job.addPage(812, 20, "bars");
   writeDocument(directory, job);
   // The label head has 832 dots, the stencil head 1728, with an edge of 2 dots on both sides.
   EXPECT_EQ(directory.run({"--margins", "pages.ras"}).status, 0);
@@ -150,7 +150,7 @@ TEST(PrinterDescription, IsFoundByItsModel) {
 TEST(PrinterDescription, ThatCannotBeReadIsNamed) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "bars");
+  job.addPage(100, 20, "bars");
   writeDocument(directory, job);
   directory.writeText("no.ppd", "this is none\n");
   for (const char* name : {"no.ppd", "missing.ppd"}) {

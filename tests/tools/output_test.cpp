@@ -29,7 +29,7 @@ int shell(const ProofDirectory& directory, const std::string& words) {
 // The words that print a page which comes out with a warning: the threshold drops its grey.
 std::string palePage(const ProofDirectory& directory) {
   JobCase job;
-  job.pages = {{testing_support::MakeHeader(100, 40, 100), testing_support::Uniform(100, 40, 128)}};
+  job.pages = {{testing_support::makeHeader(100, 40, 100), testing_support::uniform(100, 40, 128)}};
   std::string line;
   for (const std::string& word : writeDocument(directory, job)) line += "'" + word + "' ";
   return line;
@@ -116,7 +116,7 @@ class Terminal {
 TEST(ProgressBar, IsShownOnATerminalUnlessQuietIsWanted) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 20, "bars");
+  job.addPage(100, 20, "bars");
   writeDocument(directory, job);
   // The bar comes after half a second; this renderer takes longer.
   directory.writeText("imagetoraster",

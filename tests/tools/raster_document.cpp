@@ -12,10 +12,10 @@ namespace kestra {
 
 std::vector<std::string> writeDocument(const ProofDirectory& directory,
                                        const blackbox::JobCase& job) {
-  directory.writeText("printer.ppd", job.ppd.Text());
+  directory.writeText("printer.ppd", job.ppd.text());
   directory.writeText("pages.ras", job.stream
                                        ? *job.stream
-                                       : testing_support::WriteStream(job.pages, job.compressed));
+                                       : testing_support::writeStream(job.pages, job.compressed));
   std::vector<std::string> words = {"--ppd", "printer.ppd", "pages.ras"};
   if (!job.options.empty()) words.insert(words.end(), {"-o", job.options});
   return words;
@@ -24,7 +24,7 @@ std::vector<std::string> writeDocument(const ProofDirectory& directory,
 std::vector<std::vector<std::string>> plainPages(const blackbox::JobCase& job) {
   std::vector<std::vector<std::string>> pages;
   // The names hold the page's number, so their order is that of the pages.
-  for (const auto& [name, bytes] : blackbox::Predict(job).frames) {
+  for (const auto& [name, bytes] : blackbox::predict(job).frames) {
     const auto number = [&bytes = bytes](std::size_t at) {
       return std::size_t{bytes[at]} + std::size_t{bytes[at + 1]} * 256;
     };

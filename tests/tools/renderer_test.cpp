@@ -35,7 +35,7 @@ class Renderer : public testing::Test {
   // A raster stream of so many pages, and a printer description for it.
   void writePages(int pages) const {
     JobCase job;
-    for (int page = 0; page < pages; ++page) job.AddPage(100, 20, "bars");
+    for (int page = 0; page < pages; ++page) job.addPage(100, 20, "bars");
     writeDocument(directory_, job);
   }
 
@@ -60,7 +60,7 @@ TEST_F(Renderer, ThatFailsBehindItsPagesIsAFailure) {
 // that could be chosen.
 TEST_F(Renderer, OfASkewedPictureIsToldToGetAPdf) {
   JobCase job;
-  job.AddPage(102, 20, "bars");
+  job.addPage(102, 20, "bars");
   writeDocument(directory_, job);
   const ProofResult result = draw("cat '" + directory_.path("pages.ras") + "'\n");
   EXPECT_TRUE(holds(result.errors, "skewed")) << result.errors;

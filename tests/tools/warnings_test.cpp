@@ -11,8 +11,8 @@ namespace kestra {
 namespace {
 
 using blackbox::JobCase;
-using testing_support::MakeHeader;
-using testing_support::Uniform;
+using testing_support::makeHeader;
+using testing_support::uniform;
 
 bool holds(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
@@ -38,8 +38,8 @@ std::string warningsOf(const JobCase& job) {
 
 JobCase pageOf(const std::string& picture, int halftone) {
   JobCase job;
-  job.AddPage(100, 40, picture);
-  job.Halftone(halftone);
+  job.addPage(100, 40, picture);
+  job.halftone(halftone);
   return job;
 }
 
@@ -50,18 +50,18 @@ TEST(Warning, IsNotGivenForGoodPages) {
   EXPECT_EQ(warningsOf(pageOf("blank", 0)), "") << "an empty page that stays empty";
   EXPECT_EQ(warningsOf(pageOf("solid", 0)), "") << "a solid page that was meant to be";
   JobCase negative = pageOf("photo", 8);
-  negative.Negative();
+  negative.negative();
   EXPECT_EQ(warningsOf(negative), "") << "a true negative";
 }
 
 TEST(Warning, TellsOfGreysThatTheThresholdDrops) {
   JobCase job;
-  job.pages = {{MakeHeader(100, 40, 100), Uniform(100, 40, 128)}};  // ink begins at 129
+  job.pages = {{makeHeader(100, 40, 100), uniform(100, 40, 128)}};  // ink begins at 129
   const std::string warnings = warningsOf(job);
   EXPECT_TRUE(holds(warnings, "page 1 has something on it but comes out without any ink"))
       << warnings;
   EXPECT_TRUE(holds(warnings, "lighter than half black; choose Ordered")) << warnings;
-  job.pages = {{MakeHeader(100, 40, 100), Uniform(100, 40, 129)}};
+  job.pages = {{makeHeader(100, 40, 100), uniform(100, 40, 129)}};
   job.pages[0].pixels[0] = 0;  // or the page would be solid
   EXPECT_EQ(warningsOf(job), "");
 }
@@ -78,7 +78,7 @@ TEST(Warning, TellsOfBlackAndWhiteArtThatTheStencilDrops) {
 
 TEST(Warning, TellsOfANegativeThatIsSolid) {
   JobCase job = pageOf("text", 2);
-  job.Negative();
+  job.negative();
   const std::string warnings = warningsOf(job);
   EXPECT_TRUE(holds(warnings, "page 1 comes out solid black: NegativeImage prints everything"))
       << warnings;
@@ -87,13 +87,13 @@ TEST(Warning, TellsOfANegativeThatIsSolid) {
 
 TEST(Warning, TellsOfABrightnessThatLeavesNothing) {
   JobCase light = pageOf("text", 0);
-  light.Brightness(-100);  // 5 levels a step: no pixel is left with ink
+  light.brightness(-100);  // 5 levels a step: no pixel is left with ink
   EXPECT_TRUE(holds(warningsOf(light), "without any ink: Brightness=-100 takes the ink away"));
   JobCase dark = pageOf("text", 0);
-  dark.Brightness(100);
+  dark.brightness(100);
   EXPECT_TRUE(holds(warningsOf(dark), "solid black: Brightness=100 turns blank paper black"));
   JobCase slightly = pageOf("text", 0);
-  slightly.Brightness(20);
+  slightly.brightness(20);
   EXPECT_EQ(warningsOf(slightly), "");
 }
 
@@ -107,37 +107,37 @@ TEST(Warning, TellsOfStrayDotsOnAnEmptyPage) {
 
 TEST(Warning, TellsOfAWidthThatIsSkewed) {
   JobCase job;
-  job.AddPage(101, 40, "photo");
-  job.Halftone(2);
+  job.addPage(101, 40, "photo");
+  job.halftone(2);
   EXPECT_TRUE(holds(warningsOf(job), "skewed, because its width of 101 dots is no multiple of 4"));
   JobCase empty;
-  empty.AddPage(101, 40, "blank");
+  empty.addPage(101, 40, "blank");
   EXPECT_EQ(warningsOf(empty), "") << "nothing on it to be skewed";
 }
 
 TEST(Warning, TellsOfAPageThatIsWiderThanTheHead) {
   // 812 dots of head. 29 dots more still have margin 0, from 30 on the rows overlap.
   JobCase little;
-  little.AddPage(840, 40, "photo");
-  little.Halftone(2);
+  little.addPage(840, 40, "photo");
+  little.halftone(2);
   const std::string slight = warningsOf(little);
   EXPECT_TRUE(holds(slight, "is 840 dots wide, the print head has 812: the right edge")) << slight;
   JobCase much;
-  much.AddPage(900, 40, "photo");
-  much.Halftone(2);
+  much.addPage(900, 40, "photo");
+  much.halftone(2);
   const std::string overlap = warningsOf(much);
   EXPECT_TRUE(holds(overlap, "the print head has 812: rows overlap")) << overlap;
   JobCase full;
-  full.AddPage(812, 40, "photo");
-  full.Halftone(2);
+  full.addPage(812, 40, "photo");
+  full.halftone(2);
   EXPECT_EQ(warningsOf(full), "");
 }
 
 TEST(Warning, NamesThePageAndInAComparisonTheHalftone) {
   const ProofDirectory directory;
   JobCase job;
-  job.AddPage(100, 40, "photo");
-  job.AddPage(100, 40, "blank");
+  job.addPage(100, 40, "photo");
+  job.addPage(100, 40, "blank");
   std::vector<std::string> words = writeDocument(directory, job);
   words.emplace_back("--compare");
   const ProofResult result = directory.run(words);

@@ -378,13 +378,13 @@ TEST(BarcodeRules, ChangeRandomBarsLikeThePlainVersions) {
                                   static_cast<std::uint32_t>(width * height) + longest);
           for (const Rule rule : {Rule::Dashes, Rule::First, Rule::Second}) {
             plain::Rows wanted =
-                plain::RowsFromBytes(start.bytes, start.stride, height, start.stride);
-            if (rule == Rule::Dashes) plain::DashLongRuns(wanted, width);
-            if (rule == Rule::First) plain::ThinBarcode1(wanted, width);
-            if (rule == Rule::Second) plain::ThinBarcode2(wanted, width);
+                plain::rowsFromBytes(start.bytes, start.stride, height, start.stride);
+            if (rule == Rule::Dashes) plain::dashLongRuns(wanted, width);
+            if (rule == Rule::First) plain::thinBarcode1(wanted, width);
+            if (rule == Rule::Second) plain::thinBarcode2(wanted, width);
             Page page = start;
             apply(rule, page);
-            ASSERT_EQ(plain::Flatten(wanted), page.bytes)
+            ASSERT_EQ(plain::flatten(wanted), page.bytes)
                 << width << "x" << height << " along " << along << " rule "
                 << static_cast<int>(rule);
             if (page.bytes != start.bytes) changed[static_cast<int>(rule)] = true;

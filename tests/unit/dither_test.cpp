@@ -273,7 +273,7 @@ TEST(Diffusion, ShowsEachKernelByItsImpulse) {
   // A single 128 at the top prints black and passes 128 * w / D on. One receiver at a time stands
   // so that its share just makes it white, or just fails to.
   for (const std::int64_t method : {2, 3, 4, 5, 6, 8}) {
-    const plain::Kernel kernel = plain::KernelOf(method);
+    const plain::Kernel kernel = plain::kernelOf(method);
     for (const plain::Tap& tap : kernel.taps) {
       const std::int64_t share = 128 * tap.weight / kernel.divisor;
       ASSERT_LT(0, share);
@@ -282,7 +282,7 @@ TEST(Diffusion, ShowsEachKernelByItsImpulse) {
         levels[3] = 128;
         const std::int64_t at = tap.dy * 7 + 3 + tap.dx;
         levels[static_cast<std::size_t>(at)] = static_cast<std::uint8_t>(129 - share - missing);
-        EXPECT_EQ(plain::Halftone(levels, 7, 4, method), dithered(levels, 7, 4, method))
+        EXPECT_EQ(plain::halftone(levels, 7, 4, method), dithered(levels, 7, 4, method))
             << "method " << method << " tap " << tap.dx << "," << tap.dy;
       }
     }
@@ -291,7 +291,7 @@ TEST(Diffusion, ShowsEachKernelByItsImpulse) {
 
 TEST(Diffusion, RunsFloydAndSteinbergForEveryOtherNumber) {
   const Bytes page = greyPage(33, 17, Fill::Random);
-  const Bytes wanted = plain::Halftone(page, 33, 17, 8);
+  const Bytes wanted = plain::halftone(page, 33, 17, 8);
   for (const std::int64_t method :
        {std::int64_t{8}, std::int64_t{9}, std::int64_t{100}, std::int64_t{-1}, std::int64_t{-2},
         std::int64_t{1} << 32, (std::int64_t{1} << 32) + 2, INT64_MIN, INT64_MAX}) {
@@ -304,7 +304,7 @@ TEST(Diffusion, DiffersFromMethodToMethod) {
   const Bytes page = greyPage(33, 17, Fill::Gradient);
   for (std::int64_t a = 0; a <= 8; ++a) {
     for (std::int64_t b = a + 1; b <= 8; ++b) {
-      EXPECT_NE(plain::Halftone(page, 33, 17, a), plain::Halftone(page, 33, 17, b))
+      EXPECT_NE(plain::halftone(page, 33, 17, a), plain::halftone(page, 33, 17, b))
           << a << " " << b;
     }
   }
@@ -315,7 +315,7 @@ class DitherSizes : public testing::TestWithParam<std::int64_t> {
   void expectSame(std::uint32_t width, std::uint32_t height) {
     for (const Fill fill : {Fill::Random, Fill::Flat, Fill::Gradient, Fill::Extremes}) {
       const Bytes page = greyPage(width, height, fill);
-      ASSERT_EQ(plain::Halftone(page, width, height, GetParam()),
+      ASSERT_EQ(plain::halftone(page, width, height, GetParam()),
                 dithered(page, width, height, GetParam()))
           << width << "x" << height << " fill " << static_cast<int>(fill);
     }
@@ -349,7 +349,7 @@ TEST_P(DitherSizes, PaddedRowsOfTheSourceDoNotPrint) {
   OwnedImage image;
   ASSERT_TRUE(image.CreateFromArray(rows.data(), 5, 9, 8, 8, false));
   ASSERT_TRUE(image.Dither(GetParam()));
-  EXPECT_EQ(plain::Halftone(page, 5, 9, GetParam()), indicesOf(image));
+  EXPECT_EQ(plain::halftone(page, 5, 9, GetParam()), indicesOf(image));
   for (std::uint32_t y = 0; y < 9; ++y) EXPECT_EQ(0, image.GetBits(y)[0] & 7) << y;
 }
 

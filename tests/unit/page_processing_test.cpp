@@ -105,7 +105,7 @@ TEST_F(PageProcessing, PassesItsArgumentAsTheMethodNumber) {
   const Bytes page = greyPage(33, 9, Fill::Random);
   for (int method = 0; method <= 7; ++method) {
     process(page, 33, 33, 9, static_cast<DitherType>(method));
-    EXPECT_EQ(plain::Halftone(page, 33, 9, method), indicesOf(*printer.pimage_)) << method;
+    EXPECT_EQ(plain::halftone(page, 33, 9, method), indicesOf(*printer.pimage_)) << method;
   }
 }
 
@@ -158,7 +158,7 @@ TEST_F(PageProcessing, HalftonesAfterToneRotationAndMirror) {
       wanted.push_back(static_cast<std::uint8_t>(level > 255 ? 255 : level));
     }
   }
-  EXPECT_EQ(plain::Halftone(wanted, 9, 5, 2), indicesOf(*printer.pimage_));
+  EXPECT_EQ(plain::halftone(wanted, 9, 5, 2), indicesOf(*printer.pimage_));
 }
 
 TEST_F(PageProcessing, InvertsTheImageAndTheBufferOnceMore) {
