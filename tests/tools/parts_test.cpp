@@ -56,8 +56,9 @@ TEST(DocumentType, IsToldByTheFirstBytes) {
   };
   for (const auto& [bytes, type] : known) {
     directory.writeText("document", bytes);
-    std::string problem;
-    EXPECT_EQ(documentType(directory.path("document"), problem), type) << bytes << problem;
+    const Result<DocumentType> found = documentType(directory.path("document"));
+    ASSERT_TRUE(found) << bytes << found.problem();
+    EXPECT_EQ(*found, type) << bytes;
   }
 }
 
@@ -67,9 +68,9 @@ TEST(DocumentType, OfOtherBytesIsNone) {
                             "\xC3(", "\xE0\x80\x80", "\xED\xA0\x80", "\xF0\x80\x80\x80",
                             "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xE2\x82", "\x0E"}) {
     directory.writeText("document", std::string(bytes));
-    std::string problem;
-    EXPECT_FALSE(documentType(directory.path("document"), problem)) << bytes;
-    EXPECT_NE(problem, "");
+    const Result<DocumentType> found = documentType(directory.path("document"));
+    EXPECT_FALSE(found) << bytes;
+    EXPECT_NE(found.problem(), "");
   }
 }
 
@@ -101,41 +102,35 @@ TEST(Progress, FitsTheTerminal) {
 }
 
 TEST(Child, ReturnsItsStatusOrSignal) {
-  std::string problem;
   Child good;
-  ASSERT_TRUE(good.run([] { return 3; }, problem));
+  ASSERT_TRUE(good.run([] { return 3; }));
   EXPECT_EQ(good.wait(), 3);
   EXPECT_EQ(endWords(3), "status 3");
   Child killed;
-  ASSERT_TRUE(killed.run(
-      [] {
-        kill(getpid(), SIGKILL);
-        return 0;
-      },
-      problem));
+  ASSERT_TRUE(killed.run([] {
+    kill(getpid(), SIGKILL);
+    return 0;
+  }));
   EXPECT_EQ(endWords(killed.wait()), "signal 9");
   Child missing;
   Program program;
   program.path = "/nowhere/at/all";
   program.words = {"all"};
-  ASSERT_TRUE(missing.start(program, problem));
+  ASSERT_TRUE(missing.start(program));
   EXPECT_EQ(missing.wait(), 127);
 }
 
 // nohup, and a shell's background jobs, hand on signals that are ignored.
 TEST(Interrupts, ThatWereIgnoredStayIgnored) {
-  std::string problem;
   Child child;
-  ASSERT_TRUE(child.run(
-      [] {
-        std::signal(SIGHUP, SIG_IGN);
-        catchInterrupts();
-        std::raise(SIGHUP);
-        if (interruptSignal() != 0) return 1;
-        std::raise(SIGTERM);
-        return interruptSignal() == SIGTERM ? 0 : 2;
-      },
-      problem));
+  ASSERT_TRUE(child.run([] {
+    std::signal(SIGHUP, SIG_IGN);
+    catchInterrupts();
+    std::raise(SIGHUP);
+    if (interruptSignal() != 0) return 1;
+    std::raise(SIGTERM);
+    return interruptSignal() == SIGTERM ? 0 : 2;
+  }));
   EXPECT_EQ(child.wait(), 0);
 }
 
@@ -150,18 +145,15 @@ TEST(PictureName, IsTheDocumentsWithoutItsEnding) {
 TEST(Child, IsEndedWithItsObject) {
   pid_t pid = 0;
   {
-    std::string problem;
     int ends[2] = {-1, -1};
     ASSERT_EQ(pipe(ends), 0);
     Child child;
-    ASSERT_TRUE(child.run(
-        [&] {
-          const pid_t self = getpid();
-          if (write(ends[1], &self, sizeof self) != sizeof self) return 1;
-          for (;;) pause();
-          return 0;
-        },
-        problem));
+    ASSERT_TRUE(child.run([&] {
+      const pid_t self = getpid();
+      if (write(ends[1], &self, sizeof self) != sizeof self) return 1;
+      for (;;) pause();
+      return 0;
+    }));
     ASSERT_EQ(read(ends[0], &pid, sizeof pid), static_cast<ssize_t>(sizeof pid));
     EXPECT_EQ(kill(pid, 0), 0);
     close(ends[0]);

@@ -82,8 +82,7 @@ class Crop {
   }
 
   Result<void> work() {
-    std::string problem;
-    if (!directory_.make(problem)) return Problem{problem};
+    if (Result<void> made = directory_.make(); !made) return made;
     // Pages that are turned or begin anywhere become upright pages that begin at 0 0.
     const std::string pages = directory_.path() + "/pages.pdf";
     Result<void> drawn =

@@ -70,7 +70,13 @@ std::vector<Job> lookAt(const std::vector<Input>& inputs) {
       const bool named =
           path.size() > frameEnd.size() &&
           path.compare(path.size() - frameEnd.size(), frameEnd.size(), frameEnd) == 0;
-      job.type = named ? DocumentType::kFrame : kestra::documentType(path, job.problem);
+      if (named) {
+        job.type = DocumentType::kFrame;
+      } else if (const auto type = kestra::documentType(path); type) {
+        job.type = *type;
+      } else {
+        job.problem = type.problem();
+      }
     }
     jobs.push_back(job);
   }
@@ -105,23 +111,24 @@ Result<void> optionsHaveUse(const Arguments& arguments, const std::vector<Job>& 
 // The printer by its description, without the job's options.
 Result<Printer> describedPrinter(const Arguments& arguments) {
   Printer printer;
-  std::string problem;
   if (arguments.ppd.empty()) {
     printer.model = arguments.model.empty() ? "label" : arguments.model;
-    printer.ppd = kestra::findPpd(printer.model, problem);
-    if (printer.ppd.empty()) return Problem{problem};
+    const Result<std::string> found = kestra::findPpd(printer.model);
+    if (!found) return Problem{found.problem()};
+    printer.ppd = *found;
   } else {
     printer.ppd = std::filesystem::absolute(arguments.ppd).string();
   }
-  if (!printer.options.open(printer.ppd, problem)) return Problem{problem};
+  if (const Result<void> opened = printer.options.open(printer.ppd); !opened) {
+    return Problem{opened.problem()};
+  }
   return Result<Printer>(std::move(printer));
 }
 
 // Holds the job's options against the description.
 Result<void> takeOptions(const Arguments& arguments, Printer& printer) {
-  std::string problem;
   for (const std::string& words : arguments.options) {
-    if (!printer.options.add(words, problem)) return Problem{problem};
+    if (Result<void> added = printer.options.add(words); !added) return added;
   }
   if (arguments.compare && !printer.options.givenValue("HalftoneType").empty()) {
     return Problem{"--compare shows all ten halftones; leave HalftoneType out"};
@@ -135,12 +142,14 @@ int answer(const Arguments& arguments) {
   if (!printer) return fail(printer.problem());
   const Result<void> taken = takeOptions(arguments, *printer);
   if (!taken) return wrongUsage(taken.problem());
-  std::string problem;
   std::string text;
   for (const std::string& name : arguments.asked) {
     const std::string values = printer->options.values(name, "\n  ");
     // An option without a list takes anything, one that is not there nothing at all.
-    if (values.empty() && !printer->options.add(name + "=1", problem)) return wrongUsage(problem);
+    if (values.empty()) {
+      const Result<void> added = printer->options.add(name + "=1");
+      if (!added) return wrongUsage(added.problem());
+    }
     text.append(name).append(values.empty() ? " has no list of values" : " can be:");
     text.append(values).append("\n");
   }

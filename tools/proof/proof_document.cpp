@@ -74,7 +74,7 @@ class DocumentProof {
         teller_.warn("is a damaged PDF that could be repaired; something may be missing");
       }
     }
-    teller_.end(result.log_errors);
+    teller_.end(result.logErrors);
   }
 
  private:
@@ -88,11 +88,11 @@ class DocumentProof {
     if (!keep.empty() && !makeKeepPlace(keep)) return false;
     if (!arguments_.compare) return true;
     request.jobs.clear();
-    request.keep_names.clear();
+    request.keepNames.clear();
     for (const Halftone& halftone : kHalftones) {
       request.jobs.push_back(std::string("HalftoneType=") + halftone.keyword);
-      request.keep_names.push_back(std::string("/") + halftone.keyword);
-      if (!keep.empty() && !makeKeepPlace(keep + request.keep_names.back())) return false;
+      request.keepNames.push_back(std::string("/") + halftone.keyword);
+      if (!keep.empty() && !makeKeepPlace(keep + request.keepNames.back())) return false;
     }
     return true;
   }

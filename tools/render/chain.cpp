@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <filesystem>
 #include <fstream>
 #include <utility>
 
@@ -41,7 +42,7 @@ std::string filterDirectory() {
 }
 
 std::string placeOf(const Renderer& renderer) {
-  if (renderer.name == kGhostscript.name) return programOnPath(renderer.name);
+  if (renderer.name == kGhostscript.name) return onPath(renderer.name);
   const std::string file = filterDirectory() + "/" + renderer.name;
   return access(file.c_str(), X_OK) == 0 ? file : std::string();
 }
@@ -75,16 +76,15 @@ const char* contentType(DocumentType type) {
   }
 }
 
-std::string baseName(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
 // A program of the print system with the arguments and the environment of a job.
 Program jobProgram(const ChainRequest& request, const Renderer& renderer, int copies) {
   Program program;
   program.path = placeOf(renderer);
-  program.words = {"proof",        "1", "proof", baseName(request.document), std::to_string(copies),
+  program.words = {"proof",
+                   "1",
+                   "proof",
+                   std::filesystem::path(request.document).filename(),
+                   std::to_string(copies),
                    request.options};
   program.environment = {{"PPD", request.ppd},
                          {"PATH", safePath()},
@@ -154,20 +154,6 @@ class OpenFile {
 
 }  // namespace
 
-std::string programOnPath(const std::string& name) {
-  const char* variable = std::getenv("PATH");
-  const std::string path = variable != nullptr ? variable : "/usr/bin:/bin";
-  std::size_t at = 0;
-  while (at <= path.size()) {
-    std::size_t end = path.find(':', at);
-    if (end == std::string::npos) end = path.size();
-    std::string file = path.substr(at, end - at) + "/" + name;
-    if (file[0] == '/' && access(file.c_str(), X_OK) == 0) return file;
-    at = end + 1;
-  }
-  return {};
-}
-
 std::string missingProgram(DocumentType type) {
   for (const Renderer& renderer : renderersOf(type)) {
     if (!placeOf(renderer).empty()) continue;
@@ -183,76 +169,72 @@ Chain::~Chain() {
   if (stream_ >= 0) ::close(stream_);
 }
 
-bool Chain::step(const ChainRequest& request, const std::string& what, Program program,
-                 const std::string& input, const std::string& output, std::string& problem) {
+Result<void> Chain::step(const ChainRequest& request, const std::string& what, Program program,
+                         const std::string& input, const std::string& output) {
   const OpenFile in(input, O_RDONLY);
   const OpenFile out(output, O_WRONLY | O_CREAT | O_TRUNC);
   const OpenFile log(log_, O_WRONLY | O_CREAT | O_APPEND);
   if (in.get() < 0 || out.get() < 0 || log.get() < 0) {
-    problem = what + " failed: " + std::strerror(errno) + " in " + request.work;
-    return false;
+    return Problem{what + " failed: " + std::strerror(errno) + " in " + request.work};
   }
   program.input = in.get();
   program.output = out.get();
   program.messages = log.get();
   Child child;
-  if (!child.start(program, problem)) return false;
+  if (Result<void> started = child.start(program); !started) return started;
   const int status = child.wait();
-  if (status == 0) return true;
-  problem = what + " failed: " + baseName(program.path) + " ended with " + endWords(status) +
-            lastWords(log_);
-  return false;
+  if (status == 0) return {};
+  const std::string name = std::filesystem::path(program.path).filename();
+  return Problem{what + " failed: " + name + " ended with " + endWords(status) + lastWords(log_)};
 }
 
-bool Chain::last(const ChainRequest& request, Program program, const std::string& input,
-                 std::string& problem) {
+Result<void> Chain::last(const ChainRequest& request, Program program, const std::string& input) {
   std::array<int, 2> ends = {-1, -1};
   const OpenFile in(input.empty() ? "/dev/null" : input, O_RDONLY);
   const OpenFile log(log_, O_WRONLY | O_CREAT | O_APPEND);
   if (in.get() < 0 || log.get() < 0 || pipe2(ends.data(), O_CLOEXEC) != 0) {
-    problem =
-        std::string("drawing the pages failed: ") + std::strerror(errno) + " in " + request.work;
-    return false;
+    return Problem{std::string("drawing the pages failed: ") + std::strerror(errno) + " in " +
+                   request.work};
   }
   program.input = in.get();
   program.output = ends[1];
   program.messages = log.get();
-  const bool started = renderer_.start(program, problem);
+  Result<void> started = renderer_.start(program);
   ::close(ends[1]);
   stream_ = ends[0];
   return started;
 }
 
-bool Chain::open(const ChainRequest& request, std::string& problem) {
-  if (!render(request, problem)) return false;
-  if (!fitsPages(request.ppd.c_str())) return true;
-  const int fitted = fitting_.start(stream_, request.ppd, request.work + "/fit.notes", problem);
+Result<void> Chain::open(const ChainRequest& request) {
+  Result<void> rendered = render(request);
+  if (!rendered || !fitsPages(request.ppd.c_str())) return rendered;
+  const Result<int> fitted = fitting_.start(stream_, request.ppd, request.work + "/fit.notes");
   ::close(stream_);
-  stream_ = fitted;
-  return fitted >= 0;
+  stream_ = fitted ? *fitted : -1;
+  if (!fitted) return Problem{fitted.problem()};
+  return {};
 }
 
-bool Chain::render(const ChainRequest& request, std::string& problem) {
+Result<void> Chain::render(const ChainRequest& request) {
   log_ = request.work + "/render.log";
   if (request.type == DocumentType::kRaster) {
     stream_ = ::open(request.document.c_str(), O_RDONLY | O_CLOEXEC);
-    if (stream_ < 0) problem = std::string("cannot be read: ") + std::strerror(errno);
-    return stream_ >= 0;
+    if (stream_ < 0) return Problem{std::string("cannot be read: ") + std::strerror(errno)};
+    return {};
   }
-  problem = missingProgram(request.type);
-  if (!problem.empty()) return false;
+  const std::string missing = missingProgram(request.type);
+  if (!missing.empty()) return Problem{missing};
   if (request.type == DocumentType::kImage) {
     Program program = jobProgram(request, kImage, request.copies);
     program.words.push_back(request.document);
-    return last(request, program, "", problem);
+    return last(request, program, "");
   }
 
   std::string pdf = request.document;
   if (request.type == DocumentType::kPdf) {
     const PdfLook look = lookAtPdf(pdf);
     damaged_ = look.damaged;
-    problem = look.problem;
-    if (!problem.empty()) return false;
+    if (!look.problem.empty()) return Problem{look.problem};
   }
   if (request.type != DocumentType::kPdf) {
     pdf = request.work + "/document.pdf";
@@ -260,33 +242,31 @@ bool Chain::render(const ChainRequest& request, std::string& problem) {
     // Copies are made once, when the pages are placed.
     const Program program = text ? jobProgram(request, kText, 1) : postScriptProgram(request, pdf);
     const std::string output = text ? pdf : request.work + "/gs.out";
-    if (!step(request, std::string("reading the ") + typeWords(request.type), program,
-              request.document, output, problem)) {
-      return false;
-    }
+    Result<void> read = step(request, std::string("reading the ") + typeWords(request.type),
+                             program, request.document, output);
+    if (!read) return read;
   }
   const std::string pages = request.work + "/pages.pdf";
   Program placing = jobProgram(request, kPages, request.copies);
   placing.words.push_back(pdf);
-  if (!step(request, "placing the pages", placing, "/dev/null", pages, problem)) return false;
+  Result<void> placed = step(request, "placing the pages", placing, "/dev/null", pages);
+  if (!placed) return placed;
   scales_ = placedScales(pages);
-  return last(request, jobProgram(request, kGhostscriptRaster, request.copies), pages, problem);
+  return last(request, jobProgram(request, kGhostscriptRaster, request.copies), pages);
 }
 
-bool Chain::close(std::string& problem) {
+Result<void> Chain::close() {
   if (stream_ >= 0) ::close(stream_);
   stream_ = -1;
   const int fitted = fitting_.wait();
   if (fitted != 0) {
-    problem = "fitting the pages failed: it ended with " + endWords(fitted);
-    return false;
+    return Problem{"fitting the pages failed: it ended with " + endWords(fitted)};
   }
-  if (!renderer_.running()) return true;
+  if (!renderer_.running()) return {};
   const int status = renderer_.wait();
-  if (status == 0) return true;
-  problem =
-      "drawing the pages failed: the renderer ended with " + endWords(status) + lastWords(log_);
-  return false;
+  if (status == 0) return {};
+  return Problem{"drawing the pages failed: the renderer ended with " + endWords(status) +
+                 lastWords(log_)};
 }
 
 }  // namespace kestra

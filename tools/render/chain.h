@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "filter/base/result.h"
 #include "tools/render/child.h"
 #include "tools/render/document_type.h"
 #include "tools/render/fitting.h"
@@ -23,9 +24,6 @@ struct ChainRequest {
   std::string work;  // directory for what the programs leave; render.log holds their messages
 };
 
-// The first executable of that name on the PATH, or an empty text.
-std::string programOnPath(const std::string& name);
-
 // One sentence that names the program and the package to install where a document of this type
 // cannot be rendered on this machine; else an empty text.
 std::string missingProgram(DocumentType type);
@@ -39,9 +37,8 @@ class Chain {
   Chain& operator=(const Chain&) = delete;
 
   // Runs all programs but the last to their end and starts that one, with the stage behind it that
-  // the printer description names. False and one sentence, with
-  // the program's last words, in `problem` where one fails.
-  [[nodiscard]] bool open(const ChainRequest& request, std::string& problem);
+  // the printer description names. The problem of one that fails has its last words.
+  [[nodiscard]] Result<void> open(const ChainRequest& request);
 
   // The stream; belongs to this object.
   int stream() const { return stream_; }
@@ -65,14 +62,13 @@ class Chain {
   bool damaged() const { return damaged_; }
 
   // To be called at the end of the stream: how the last program ended.
-  [[nodiscard]] bool close(std::string& problem);
+  [[nodiscard]] Result<void> close();
 
  private:
-  bool step(const ChainRequest& request, const std::string& what, Program program,
-            const std::string& input, const std::string& output, std::string& problem);
-  bool render(const ChainRequest& request, std::string& problem);
-  bool last(const ChainRequest& request, Program program, const std::string& input,
-            std::string& problem);
+  Result<void> step(const ChainRequest& request, const std::string& what, Program program,
+                    const std::string& input, const std::string& output);
+  Result<void> render(const ChainRequest& request);
+  Result<void> last(const ChainRequest& request, Program program, const std::string& input);
 
   Child renderer_;
   Fitting fitting_;

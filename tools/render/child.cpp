@@ -123,7 +123,7 @@ Child::~Child() {
   wait();
 }
 
-bool Child::run(const std::function<int()>& body, std::string& problem) {
+Result<void> Child::run(const std::function<int()>& body) {
   std::fflush(nullptr);  // or the child would write what is waiting a second time
   const sigset_t interrupts = interruptSet();
   sigset_t mask;
@@ -147,32 +147,29 @@ bool Child::run(const std::function<int()>& body, std::string& problem) {
   }
   pthread_sigmask(SIG_SETMASK, &mask, nullptr);
   if (pid_ <= 0) {
-    problem = std::string("no process can be started: ") +
-              (pid < 0 ? std::strerror(reason) : "too many run already");
-    return false;
+    return Problem{std::string("no process can be started: ") +
+                   (pid < 0 ? std::strerror(reason) : "too many run already")};
   }
   if (interruptSignal() != 0) kill(-pid_, SIGTERM);  // it came just before
-  return true;
+  return {};
 }
 
-bool Child::start(const Program& program, std::string& problem) {
+Result<void> Child::start(const Program& program) {
   std::vector<std::string> words = program.words;
   std::vector<char*> argv;
   argv.reserve(words.size() + 1);
   for (std::string& word : words) argv.push_back(word.data());
   argv.push_back(nullptr);
-  return run(
-      [&] {
-        connect(program.input, O_RDONLY, STDIN_FILENO);
-        connect(program.output, O_WRONLY, STDOUT_FILENO);
-        connect(program.messages, O_WRONLY, STDERR_FILENO);
-        for (const auto& [name, value] : program.environment) {
-          setenv(name.c_str(), value.c_str(), 1);
-        }
-        execv(program.path.c_str(), argv.data());
-        return kCannotExecute;
-      },
-      problem);
+  return run([&] {
+    connect(program.input, O_RDONLY, STDIN_FILENO);
+    connect(program.output, O_WRONLY, STDOUT_FILENO);
+    connect(program.messages, O_WRONLY, STDERR_FILENO);
+    for (const auto& [name, value] : program.environment) {
+      setenv(name.c_str(), value.c_str(), 1);
+    }
+    execv(program.path.c_str(), argv.data());
+    return kCannotExecute;
+  });
 }
 
 int Child::wait() {

@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "filter/base/result.h"
+
 namespace kestra {
 
 // From here on SIGINT, SIGTERM and SIGHUP stop the children and are remembered. Calls that wait
@@ -41,12 +43,12 @@ class Child {
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
 
-  // Starts a program. False and one sentence in `problem` where no process can be made; a program
-  // that cannot be executed is a child that ends with status 127.
-  [[nodiscard]] bool start(const Program& program, std::string& problem);
+  // Starts a program. A problem where no process can be made; a program that cannot be executed is
+  // a child that ends with status 127.
+  [[nodiscard]] Result<void> start(const Program& program);
 
   // Runs `body` in a copy of this process, which ends with the status it returns.
-  [[nodiscard]] bool run(const std::function<int()>& body, std::string& problem);
+  [[nodiscard]] Result<void> run(const std::function<int()>& body);
 
   // Waits for its end. Exit status, or 128 + signal.
   int wait();

@@ -111,40 +111,33 @@ const char* typeWords(DocumentType type) {
   return "unknown";
 }
 
-std::optional<DocumentType> documentType(const std::string& path, std::string& problem) {
+Result<DocumentType> documentType(const std::string& path) {
   struct stat status = {};
   if (stat(path.c_str(), &status) != 0) {
-    problem = std::string("cannot be read: ") + std::strerror(errno);
-    return std::nullopt;
+    return Problem{std::string("cannot be read: ") + std::strerror(errno)};
   }
   if (!S_ISREG(status.st_mode)) {
-    problem = S_ISDIR(status.st_mode) ? "is a directory, give the files in it"
-                                      : "is no ordinary file; copy it into one";
-    return std::nullopt;
+    return Problem{S_ISDIR(status.st_mode) ? "is a directory, give the files in it"
+                                           : "is no ordinary file; copy it into one"};
   }
   const File file(std::fopen(path.c_str(), "rb"));
   if (file == nullptr) {
-    problem = std::string("cannot be read: ") + std::strerror(errno);
-    return std::nullopt;
+    return Problem{std::string("cannot be read: ") + std::strerror(errno)};
   }
   std::array<char, 16> first = {};
   const std::string_view start(first.data(), std::fread(first.data(), 1, first.size(), file.get()));
-  if (start.empty()) {
-    problem = "is empty";
-    return std::nullopt;
-  }
+  if (start.empty()) return Problem{"is empty"};
   if (start.substr(0, kPwgRaster.size()) == kPwgRaster) {
-    problem = "is a PWG raster file, whose greys are the other way round; give the document itself";
-    return std::nullopt;
+    return Problem{
+        "is a PWG raster file, whose greys are the other way round; give the document itself"};
   }
   for (const Start& known : kStarts) {
     if (start.substr(0, known.bytes.size()) == known.bytes) return known.type;
   }
   if (isText(file.get())) return DocumentType::kText;
-  problem =
+  return Problem{
       "is of no known type; PDF, PostScript, PNG, JPEG, text, CUPS raster and page frames can be "
-      "shown";
-  return std::nullopt;
+      "shown"};
 }
 
 }  // namespace kestra

@@ -4,8 +4,9 @@
 // do not.
 #pragma once
 
-#include <optional>
 #include <string>
+
+#include "filter/base/result.h"
 
 namespace kestra {
 
@@ -14,8 +15,7 @@ enum class DocumentType { kPdf, kPostScript, kImage, kText, kRaster, kFrame };
 // "PDF", "PostScript", "picture", "text", "CUPS raster", "page frame"
 const char* typeWords(DocumentType type);
 
-// Nothing, and in `problem` what is wrong with it ("is empty"), for a file that cannot be printed.
-[[nodiscard]] std::optional<DocumentType> documentType(const std::string& path,
-                                                       std::string& problem);
+// What is wrong with it ("is empty") for a file that cannot be printed.
+[[nodiscard]] Result<DocumentType> documentType(const std::string& path);
 
 }  // namespace kestra

@@ -37,12 +37,6 @@ constexpr std::size_t kImagesPerPage = 2;
 constexpr int kCannotStart = 126;
 constexpr mode_t kOwnerOnly = 077;
 
-std::string baseName(const std::string& path) { return path.substr(path.rfind('/') + 1); }
-
-bool ends(const std::string& text, const std::string& end) {
-  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
 // Only in the child.
 bool redirect(const std::string& path, int target) {
   const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
@@ -102,24 +96,22 @@ int FilterJob::runInChild(const std::vector<int>& others, int pages) const {
   return status;
 }
 
-bool FilterJob::start(const std::vector<int>& others, std::string& problem) {
+Result<void> FilterJob::start(const std::vector<int>& others) {
   std::error_code error;
   for (const char* place : {"/tmp", kSpool}) {
     std::filesystem::create_directories(request_.directory + place, error);
     if (error) {
-      problem = request_.directory + place + " cannot be made: " + error.message();
-      return false;
+      return Problem{request_.directory + place + " cannot be made: " + error.message()};
     }
   }
   std::array<int, 2> ends = {-1, -1};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-    problem = std::string("the filter cannot be started: ") + std::strerror(errno);
-    return false;
+    return Problem{std::string("the filter cannot be started: ") + std::strerror(errno)};
   }
   input_ = ends[1];
   std::vector<int> closed = others;
   closed.push_back(input_);
-  const bool started = child_.run([&] { return runInChild(closed, ends[0]); }, problem);
+  Result<void> started = child_.run([&] { return runInChild(closed, ends[0]); });
   close(ends[0]);
   return started;
 }
@@ -171,7 +163,7 @@ std::vector<std::uint8_t> FilterJob::takeFrame(std::size_t page) {
   std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>(file),
                                   std::istreambuf_iterator<char>()};
   file.close();
-  keepFile(path, baseName(path));
+  keepFile(path);
   clearImages(++framesTaken_ * kImagesPerPage);
   return bytes;
 }
@@ -190,13 +182,14 @@ std::vector<std::uint8_t> FilterJob::command(std::size_t page) const {
 // Keeps or removes the images before number `finished`; those behind it may still be written to.
 void FilterJob::clearImages(std::size_t finished) {
   for (const std::filesystem::path& file : filesIn(request_.directory + kSpool)) {
-    const std::string name = file.filename().string();
-    if (!ends(name, ".bmp") || (!ended_ && imageNumber(name) >= finished)) continue;
-    keepFile(file.string(), name);
+    if (file.extension() != ".bmp" || (!ended_ && imageNumber(file.filename()) >= finished))
+      continue;
+    keepFile(file);
   }
 }
 
-void FilterJob::keepFile(const std::string& path, const std::string& name) const {
+void FilterJob::keepFile(const std::string& path) const {
+  const std::string name = std::filesystem::path(path).filename();
   if (request_.keep.empty() || !moveFile(path, request_.keep + "/" + name)) {
     std::error_code ignored;
     std::filesystem::remove(path, ignored);
@@ -206,11 +199,9 @@ void FilterJob::keepFile(const std::string& path, const std::string& name) const
 void FilterJob::keepRest() {
   clearImages(0);
   for (const std::filesystem::path& file : filesIn(request_.directory + kSpool + "/kcv6data")) {
-    keepFile(file.string(), file.filename().string());
+    keepFile(file);
   }
-  for (const char* file : {kCommands, kLog}) {
-    keepFile(request_.directory + file, baseName(file));
-  }
+  for (const char* file : {kCommands, kLog}) keepFile(request_.directory + file);
 }
 
 }  // namespace kestra

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "filter/base/result.h"
 #include "tools/render/child.h"
 
 namespace kestra {
@@ -32,7 +33,7 @@ class FilterJob {
 
   // Starts the job, which waits for pages. `others` are descriptors of this process that the child
   // must not hold open.
-  [[nodiscard]] bool start(const std::vector<int>& others, std::string& problem);
+  [[nodiscard]] Result<void> start(const std::vector<int>& others);
 
   // This process's end of the job's standard input.
   int input() const { return input_; }
@@ -69,7 +70,7 @@ class FilterJob {
  private:
   int runInChild(const std::vector<int>& others, int pages) const;
   void clearImages(std::size_t finished);
-  void keepFile(const std::string& path, const std::string& name) const;
+  void keepFile(const std::string& path) const;
 
   FilterRequest request_;
   Child child_;

@@ -35,27 +35,26 @@ int fitInChild(int from, int to, int notes, double headPoints) {
 
 }  // namespace
 
-int Fitting::start(int stream, const std::string& ppd, const std::string& notes,
-                   std::string& problem) {
+Result<int> Fitting::start(int stream, const std::string& ppd, const std::string& notes) {
   notes_ = notes;
   std::array<int, 2> ends = {-1, -1};
   const int file = open(notes.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
   if (file < 0 || pipe2(ends.data(), O_CLOEXEC) != 0) {
-    problem = std::string("fitting the pages failed: ") + std::strerror(errno);
+    const Problem problem{std::string("fitting the pages failed: ") + std::strerror(errno)};
     if (file >= 0) close(file);
-    return -1;
+    return problem;
   }
   const double head = headPoints(ppd.c_str());
   const auto body = [&] {
     close(ends[0]);
     return fitInChild(stream, ends[1], file, head);
   };
-  const bool started = child_.run(body, problem);
+  const Result<void> started = child_.run(body);
   close(ends[1]);
   close(file);
   if (started) return ends[0];
   close(ends[0]);
-  return -1;
+  return Problem{started.problem()};
 }
 
 RowFit Fitting::change(std::size_t number) {

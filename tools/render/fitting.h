@@ -7,6 +7,7 @@
 #include <map>
 #include <string>
 
+#include "filter/base/result.h"
 #include "tools/fit/row_fit.h"
 #include "tools/render/child.h"
 
@@ -15,11 +16,9 @@ namespace kestra {
 // The stage in front of the filter, in a child process.
 class Fitting {
  public:
-  // Starts it on a stream for a printer description; `notes` is a file it may make. Returns the
-  // fitted stream, the caller's; -1 and one sentence in `problem` where it cannot be started.
-  // `stream` stays the caller's, who has no more use for it.
-  [[nodiscard]] int start(int stream, const std::string& ppd, const std::string& notes,
-                          std::string& problem);
+  // Starts it on a stream for a printer description; `notes` is a file it may make. Gives
+  // back the fitted stream, the caller's. `stream` stays the caller's, who has no more use for it.
+  [[nodiscard]] Result<int> start(int stream, const std::string& ppd, const std::string& notes);
 
   // What page `number` from 1 lost and gained; to be asked once the page has come. All 0 for a
   // page that passed as it was, also where nothing was started.

@@ -14,6 +14,7 @@
 #include "tools/render/child.h"
 #include "tools/render/document_type.h"
 #include "tools/render/private_directory.h"
+#include "tools/render/search_path.h"
 
 namespace kestra {
 namespace {
@@ -25,7 +26,7 @@ std::string lineOf(const std::string& mark) { return "%" + mark + "\n"; }
 GhostscriptRun runGhostscript(const std::vector<std::string>& words, const std::string& directory) {
   GhostscriptRun run;
   Program program;
-  program.path = programOnPath("gs");
+  program.path = onPath("gs");
   if (program.path.empty()) {
     run.problem = missingProgram(DocumentType::kPostScript);
     return run;
@@ -38,11 +39,13 @@ GhostscriptRun runGhostscript(const std::vector<std::string>& words, const std::
   program.output = messages;
   program.messages = messages;
   Child child;
-  const int status = child.start(program, run.problem) ? child.wait() : -1;
+  const Result<void> started = child.start(program);
+  const int status = started ? child.wait() : -1;
   if (messages >= 0) close(messages);
   std::ifstream file(log);
   run.said.assign(std::istreambuf_iterator<char>(file), {});
-  if (run.problem.empty() && status != 0) {
+  run.problem = started.problem();
+  if (started && status != 0) {
     run.problem = "drawing the pages failed: gs ended with " + endWords(status);
   }
   return run;

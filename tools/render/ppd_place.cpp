@@ -30,16 +30,16 @@ std::vector<std::string> ppdPlaces(const std::string& model) {
   return places;
 }
 
-std::string findPpd(const std::string& model, std::string& problem) {
+Result<std::string> findPpd(const std::string& model) {
   std::string looked;
   for (const std::string& place : ppdPlaces(model)) {
     if (access(place.c_str(), R_OK) == 0) return place;
     looked += (looked.empty() ? "" : ", ") + place;
   }
-  problem = "no printer description of the model " + model + " in any of " + looked +
-            "; name one with --ppd FILE, or build it (cmake --build build --target ppds, needs the "
-            "package cups-ppdc)";
-  return {};
+  return Problem{
+      "no printer description of the model " + model + " in any of " + looked +
+      "; name one with --ppd FILE, or build it (cmake --build build --target ppds, needs the "
+      "package cups-ppdc)"};
 }
 
 }  // namespace kestra

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "filter/base/result.h"
+
 namespace kestra {
 
 // "label" -> "kestra4.ppd", "stencil" -> "kestraa4.ppd", anything else -> "".
@@ -16,7 +18,7 @@ std::string ppdName(const std::string& model);
 // installation that the program belongs to, in the system's places.
 std::vector<std::string> ppdPlaces(const std::string& model);
 
-// The first of the places that has a file; empty, and one sentence in `problem`, where none has.
-[[nodiscard]] std::string findPpd(const std::string& model, std::string& problem);
+// The first of the places that has a file.
+[[nodiscard]] Result<std::string> findPpd(const std::string& model);
 
 }  // namespace kestra

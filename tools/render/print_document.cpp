@@ -26,15 +26,18 @@ class Print {
       : request_(request), take_(take), progress_(progress) {}
 
   PrintResult run() {
-    if (!start()) return std::move(result_);
+    if (const Result<void> started = start(); !started) {
+      result_.problem = started.problem();
+      return std::move(result_);
+    }
     readPages();
     finish();
     return std::move(result_);
   }
 
  private:
-  bool start() {
-    if (!directory_.make(result_.problem)) return false;
+  Result<void> start() {
+    if (Result<void> made = directory_.make(); !made) return made;
     progress_({0, std::nullopt});
     const std::string work = directory_.path() + "/render";
     std::error_code error;
@@ -46,11 +49,11 @@ class Print {
     chain.options = request_.options;
     chain.copies = request_.copies;
     chain.work = work;
-    const bool opened = chain_.open(chain, result_.problem);
+    Result<void> opened = chain_.open(chain);
     result_.damaged = chain_.damaged();
     if (!opened) {
       keepRendering();
-      return false;
+      return opened;
     }
     if (!request_.keep.empty()) {
       raster_.open(request_.keep + "/pages.ras", std::ios::binary);
@@ -63,12 +66,12 @@ class Print {
       job.title = std::filesystem::path(request_.document).filename().string();
       job.options = request_.options + (request_.options.empty() ? "" : " ") + request_.jobs[i];
       job.copies = request_.copies;
-      if (!request_.keep.empty()) job.keep = request_.keep + request_.keep_names[i];
+      if (!request_.keep.empty()) job.keep = request_.keep + request_.keepNames[i];
       jobs_.push_back(std::make_unique<FilterJob>(std::move(job)));
-      if (!jobs_.back()->start(others, result_.problem)) return false;
+      if (Result<void> started = jobs_.back()->start(others); !started) return started;
       others.push_back(jobs_.back()->input());
     }
-    return true;
+    return {};
   }
 
   bool feed(const std::uint8_t* data, std::size_t size) {
@@ -116,8 +119,8 @@ class Print {
 
   void finish() {
     for (const auto& job : jobs_) job->endOfPages();
-    std::string problem;
-    const bool rendered = stopped_ || chain_.close(problem);
+    Result<void> rendered;
+    if (!stopped_) rendered = chain_.close();
     int status = 0;
     for (const auto& job : jobs_) {
       const int ended = job->wait();
@@ -125,13 +128,13 @@ class Print {
     }
     deliver();
     for (const auto& job : jobs_) {
-      for (const std::string& error : job->errors()) result_.log_errors.push_back(error);
+      for (const std::string& error : job->errors()) result_.logErrors.push_back(error);
       job->keepRest();
     }
     keepRendering();
     if (interruptSignal() != 0 || stopped_) return;
     if (!rendered) {
-      result_.problem = problem;
+      result_.problem = rendered.problem();
     } else if (status != 0) {
       result_.problem = "the filter ended with " + endWords(status);
     } else if (result_.pages == 0) {

@@ -25,8 +25,8 @@ struct PrintRequest {
   int copies = 1;
   // What each job adds to the options; one empty text for a single print.
   std::vector<std::string> jobs = {""};
-  std::string keep;  // a directory that exists; job i writes to keep + keep_names[i]
-  std::vector<std::string> keep_names = {""};  // "" or "/NAME", a directory that exists
+  std::string keep;  // a directory that exists; job i writes to keep + keepNames[i]
+  std::vector<std::string> keepNames = {""};  // "" or "/NAME", a directory that exists
 };
 
 // One page in all its prints.
@@ -41,9 +41,9 @@ struct PrintedPage {
 
 struct PrintResult {
   std::size_t pages = 0;
-  bool damaged = false;                 // the document had to be repaired
-  std::vector<std::string> log_errors;  // what the filter reported
-  std::string problem;                  // one sentence, empty where all went well
+  bool damaged = false;                // the document had to be repaired
+  std::vector<std::string> logErrors;  // what the filter reported
+  std::string problem;                 // one sentence, empty where all went well
 };
 
 struct Progress {

@@ -67,17 +67,16 @@ std::optional<double> customHeight(const std::string& value) {
 
 }  // namespace
 
-bool PrinterOptions::open(const std::string& ppd_path, std::string& problem) {
-  ppd_.reset(ppdOpenFile(ppd_path.c_str()));
+Result<void> PrinterOptions::open(const std::string& path) {
+  ppd_.reset(ppdOpenFile(path.c_str()));
   if (ppd_ == nullptr) {
     int line = 0;
     const ppd_status_t status = ppdLastError(&line);
-    problem = ppd_path + " is no printer description that can be read: " + ppdErrorString(status);
-    if (line > 0) problem += " (line " + std::to_string(line) + ")";
-    return false;
+    return Problem{path + " is no printer description that can be read: " + ppdErrorString(status) +
+                   (line > 0 ? " (line " + std::to_string(line) + ")" : "")};
   }
   ppdMarkDefaults(ppd_.get());
-  return true;
+  return {};
 }
 
 std::string PrinterOptions::optionNames() const {
@@ -126,18 +125,16 @@ std::string PrinterOptions::values(const std::string& name, const std::string& b
   return values + custom;
 }
 
-bool PrinterOptions::check(const std::string& name, const std::string& value,
-                           std::string& problem) const {
+Result<void> PrinterOptions::check(const std::string& name, const std::string& value) const {
   const ppd_option_t* option = ppdFindOption(ppd_.get(), name.c_str());
   if (option == nullptr && !isSystemOption(name)) {
-    problem = "unknown option \"" + name + "\"; this printer has:" + optionNames();
-    return false;
+    return Problem{"unknown option \"" + name + "\"; this printer has:" + optionNames()};
   }
   bool known = false;
   if (option == nullptr) {
-    problem = wrongSystemValue(name, value);
-    if (!problem.empty()) return false;
-    if (!same("media", name) || isKnownSize(name, value)) return true;
+    const std::string problem = wrongSystemValue(name, value);
+    if (!problem.empty()) return Problem{problem};
+    if (!same("media", name) || isKnownSize(name, value)) return {};
   } else if (same("PageSize", name) || same("PageRegion", name)) {
     known = isKnownSize(name, value);
   }
@@ -145,25 +142,26 @@ bool PrinterOptions::check(const std::string& name, const std::string& value,
     const char* choice = option->choices[i].choice;
     known = known || (same("Custom", choice) ? isGoodCustomSize(value) : same(choice, value));
   }
-  if (known) return true;
-  problem = "unknown value \"" + value + "\" for " + (option != nullptr ? option->keyword : name) +
-            "; it can be:" + values(name, " ");
+  if (known) return {};
+  std::string problem = "unknown value \"" + value + "\" for " +
+                        (option != nullptr ? option->keyword : name) +
+                        "; it can be:" + values(name, " ");
   const double most = static_cast<double>(ppd_->custom_max[1]) / kPointsPerInch * 25.4;
   if (value.compare(0, 7, "Custom.") == 0 && most > 0) {
     problem += " of at most " + std::to_string(std::lround(most)) + " mm height";
   }
-  return false;
+  return Problem{problem};
 }
 
-bool PrinterOptions::add(const std::string& words, std::string& problem) {
+Result<void> PrinterOptions::add(const std::string& words) {
   cups_option_t* parsed = nullptr;
   const int count = cupsParseOptions(words.c_str(), 0, &parsed);
-  bool good = count > 0;
-  if (!good) problem = "-o wants NAME=VALUE, not \"" + words + "\"";
+  Result<void> good;
+  if (count <= 0) good = Problem{"-o wants NAME=VALUE, not \"" + words + "\""};
   for (int i = 0; i < count && good; ++i) {
     const std::string name = parsed[i].name;
     const std::string value = parsed[i].value;
-    good = check(name, value, problem);
+    good = check(name, value);
     bool known = false;
     for (auto& [givenName, givenValue] : given_) {
       if (!same(givenName.c_str(), name)) continue;
@@ -173,14 +171,14 @@ bool PrinterOptions::add(const std::string& words, std::string& problem) {
     if (!known) given_.emplace_back(name, value);
   }
   cupsFreeOptions(count, parsed);
-  if (!good) return false;
-  given_text_ += (given_text_.empty() ? "" : " ") + words;
-  text_ = sizeOfJob(ppd_.get(), given_text_, {}).options;
+  if (!good) return good;
+  givenText_ += (givenText_.empty() ? "" : " ") + words;
+  text_ = sizeOfJob(ppd_.get(), givenText_, {}).options;
   parsed = nullptr;
   const int all = cupsParseOptions(text_.c_str(), 0, &parsed);
   cupsMarkOptions(ppd_.get(), all, parsed);
   cupsFreeOptions(all, parsed);
-  return true;
+  return good;
 }
 
 std::string PrinterOptions::givenValue(const std::string& name) const {

@@ -12,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "filter/base/result.h"
+
 namespace kestra {
 
 // A page and its printable part, in points from its lower left corner.
@@ -27,13 +29,13 @@ struct PageArea {
 // A printer description with the options of one job marked in it.
 class PrinterOptions {
  public:
-  // Reads the description. False and one sentence in `problem` where it is none.
-  [[nodiscard]] bool open(const std::string& ppd_path, std::string& problem);
+  // Reads the description.
+  [[nodiscard]] Result<void> open(const std::string& path);
 
   // Takes the words behind one -o: "NAME=VALUE", "NAME", "noNAME", or several with blanks between
-  // them, as lp does. False where a name or a value is none that the printer or the print system
-  // knows; `problem` then lists the right ones.
-  [[nodiscard]] bool add(const std::string& words, std::string& problem);
+  // them, as lp does. Where a name or a value is none that the printer or the print system knows,
+  // the problem lists the right ones.
+  [[nodiscard]] Result<void> add(const std::string& words);
 
   // The options as a filter is given them: all words, in order, with blanks between them, and the
   // page size in the description's words where they had others.
@@ -71,7 +73,7 @@ class PrinterOptions {
   int copies() const;
 
  private:
-  bool check(const std::string& name, const std::string& value, std::string& problem) const;
+  Result<void> check(const std::string& name, const std::string& value) const;
   bool isGoodCustomSize(const std::string& value) const;
   bool isKnownSize(const std::string& name, const std::string& value) const;
   std::string optionNames() const;
@@ -80,7 +82,7 @@ class PrinterOptions {
     void operator()(ppd_file_t* ppd) const { ppdClose(ppd); }
   };
   std::unique_ptr<ppd_file_t, Closer> ppd_;
-  std::string given_text_;
+  std::string givenText_;
   std::string text_;
   std::vector<std::pair<std::string, std::string>> given_;
 };

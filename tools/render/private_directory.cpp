@@ -29,18 +29,17 @@ PrivateDirectory::~PrivateDirectory() {
   }
 }
 
-bool PrivateDirectory::make(std::string& problem) {
+Result<void> PrivateDirectory::make() {
   const char* wanted = std::getenv("TMPDIR");
   const std::string above = wanted != nullptr && *wanted != '\0' ? wanted : "/tmp";
   std::error_code error;
   std::string pattern = std::filesystem::absolute(above, error).string() + "/kestra-proof-XXXXXX";
   if (error || mkdtemp(pattern.data()) == nullptr) {
-    problem = "no directory can be made in " + above + ": " + std::strerror(errno) +
-              "; set TMPDIR to a place with room";
-    return false;
+    return Problem{"no directory can be made in " + above + ": " + std::strerror(errno) +
+                   "; set TMPDIR to a place with room"};
   }
   path_ = pattern;
-  return true;
+  return {};
 }
 
 bool moveFile(const std::string& from, const std::string& to) {

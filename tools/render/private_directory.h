@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "filter/base/result.h"
+
 namespace kestra {
 
 class PrivateDirectory {
@@ -14,9 +16,8 @@ class PrivateDirectory {
   PrivateDirectory(const PrivateDirectory&) = delete;
   PrivateDirectory& operator=(const PrivateDirectory&) = delete;
 
-  // Makes it, mode 0700, below TMPDIR (/tmp where that is not set). False and one sentence in
-  // `problem` where that is impossible.
-  [[nodiscard]] bool make(std::string& problem);
+  // Makes it, mode 0700, below TMPDIR (/tmp where that is not set).
+  [[nodiscard]] Result<void> make();
 
   // Its absolute name; empty before `make`.
   const std::string& path() const { return path_; }

@@ -18,12 +18,12 @@
 #include <vector>
 
 #include "filter/base/file.h"
-#include "tools/render/chain.h"
 #include "tools/render/child.h"
 #include "tools/render/ghostscript.h"
 #include "tools/render/ppd_place.h"
 #include "tools/render/printer_options.h"
 #include "tools/render/private_directory.h"
+#include "tools/render/search_path.h"
 #include "tools/testlabel/arguments.h"
 #include "tools/testlabel/layout.h"
 #include "tools/testlabel/postscript.h"
@@ -56,8 +56,8 @@ class TestLabel {
       // A wrong value must end before the first label is printed.
       for (const std::string& value : steps) {
         PrinterOptions trial;
-        if (!trial.open(ppd_, problem_)) return complain(kSomethingBroken);
-        if (!trial.add(arguments_.stepped + "=" + value, problem_)) return complain(kWrongUsage);
+        if (!done(trial.open(ppd_))) return complain(kSomethingBroken);
+        if (!done(trial.add(arguments_.stepped + "=" + value))) return complain(kWrongUsage);
       }
     }
     for (const std::string& value : steps) {
@@ -75,10 +75,17 @@ class TestLabel {
     return status;
   }
 
+  /// Keeps the problem of what could not be done.
+  template <typename T>
+  [[nodiscard]] bool done(const Result<T>& result) {
+    problem_ = result.problem();
+    return static_cast<bool>(result);
+  }
+
   /// Printer description and options, those of a queue first.
   int prepare() {
-    if (!directory_.make(problem_) || !findDescription()) return kSomethingBroken;
-    if (!options_.open(ppd_, problem_)) return kSomethingBroken;
+    if (!done(directory_.make()) || !findDescription()) return kSomethingBroken;
+    if (!done(options_.open(ppd_))) return kSomethingBroken;
     if (!arguments_.queue.empty()) takeQueueOptions();
     if (!arguments_.size.empty() && !add("PageSize=" + sizeOption())) return kWrongUsage;
     for (const std::string& words : arguments_.options) {
@@ -94,9 +101,9 @@ class TestLabel {
   bool findDescription() {
     if (arguments_.queue.empty()) {
       ppd_ = arguments_.ppd;
-      if (ppd_.empty()) {
-        ppd_ = findPpd(arguments_.model.empty() ? "label" : arguments_.model, problem_);
-      }
+      if (!ppd_.empty()) return true;
+      const auto found = findPpd(arguments_.model.empty() ? "label" : arguments_.model);
+      if (done(found)) ppd_ = *found;
       return !ppd_.empty();
     }
     const char* got = cupsGetPPD(arguments_.queue.c_str());
@@ -117,16 +124,15 @@ class TestLabel {
     if (queue == nullptr) return;
     for (int i = 0; i < queue->num_options; ++i) {
       const cups_option_t& option = queue->options[i];
-      std::string ignored;
       if (options_.choice(option.name).empty()) continue;
-      if (!options_.add(std::string(option.name) + "=" + option.value, ignored)) continue;
+      if (!options_.add(std::string(option.name) + "=" + option.value)) continue;
     }
     cupsFreeDests(1, queue);
   }
 
   /// An option that the job needs as well.
   bool add(const std::string& words) {
-    if (!options_.add(words, problem_)) return false;
+    if (!done(options_.add(words))) return false;
     job_.push_back(words);
     return true;
   }
@@ -135,8 +141,7 @@ class TestLabel {
   [[nodiscard]] std::string sizeOption() const {
     std::string custom = pageSizeOf(arguments_.size);
     PrinterOptions trial;
-    std::string ignored;
-    if (!trial.open(ppd_, ignored) || !trial.add("PageSize=" + custom, ignored)) return custom;
+    if (!trial.open(ppd_) || !trial.add("PageSize=" + custom)) return custom;
     const PageArea page = trial.page();
     const std::string name = trial.sizeName(page.width, page.height);
     return name.empty() ? custom : name;
@@ -157,7 +162,7 @@ class TestLabel {
     std::vector<std::string> job = job_;
     if (!step.empty()) {
       job.push_back(arguments_.stepped + "=" + step);
-      if (!options_.add(job.back(), problem_)) return kWrongUsage;
+      if (!done(options_.add(job.back()))) return kWrongUsage;
     }
     const PageArea page = options_.page();
     const Layout layout = layOut(wanted(step));
@@ -224,7 +229,7 @@ class TestLabel {
 
   bool print(const std::string& pdf, const std::vector<std::string>& job) {
     Program lp;
-    lp.path = programOnPath("lp");
+    lp.path = onPath("lp");
     if (lp.path.empty()) {
       problem_ = "the program lp is missing on the PATH; install the package cups-client";
       return false;
@@ -239,9 +244,10 @@ class TestLabel {
     lp.output = STDOUT_FILENO;
     lp.messages = STDERR_FILENO;
     Child child;
-    const int status = child.start(lp, problem_) ? child.wait() : -1;
+    if (!done(child.start(lp))) return false;
+    const int status = child.wait();
     if (status == 0) return true;
-    if (problem_.empty()) problem_ = "lp ended with " + endWords(status);
+    problem_ = "lp ended with " + endWords(status);
     return false;
   }
 
