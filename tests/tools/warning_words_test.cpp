@@ -13,9 +13,9 @@ PageFacts halfBlack() {
   facts.content.readable = true;
   facts.content.width = 100;
   facts.content.height = 10;
-  facts.content.inked_pixels = 500;
-  facts.content.grey_sum = 500 * 255;
-  facts.content.only_black_and_white = true;
+  facts.content.inkedPixels = 500;
+  facts.content.greySum = 500 * 255;
+  facts.content.onlyBlackAndWhite = true;
   facts.halftone = "None";
   facts.black_dots = 500;
   facts.head_dots = 832;
@@ -64,14 +64,14 @@ TEST(WarningWords, NameTheSettingThatTookTheInk) {
   facts.brightness = 0;
   facts.halftone = "Tattoo_V7";
   EXPECT_TRUE(advises(facts, start, "choose HalftoneType=None, or Tattoo"));
-  facts.content.only_black_and_white = false;
+  facts.content.onlyBlackAndWhite = false;
   EXPECT_TRUE(advises(facts, start, "choose HalftoneType=Tattoo, or Ordered"));
 }
 
 TEST(WarningWords, SayNothingOfASolidPageWhoseNegativeIsBlank) {
   PageFacts facts = halfBlack();
-  facts.content.inked_pixels = 1000;
-  facts.content.grey_sum = 1000 * 255;
+  facts.content.inkedPixels = 1000;
+  facts.content.greySum = 1000 * 255;
   facts.black_dots = 0;
   facts.negative = true;
   EXPECT_EQ(only(facts), "");
@@ -104,8 +104,8 @@ TEST(WarningWords, TakeASkewedPageForSolidWhenAlmostAllOfItIs) {
 
 TEST(WarningWords, TellStrayDotsOfAnEmptyPage) {
   PageFacts facts = halfBlack();
-  facts.content.inked_pixels = 0;
-  facts.content.grey_sum = 0;
+  facts.content.inkedPixels = 0;
+  facts.content.greySum = 0;
   facts.halftone = "Tattoo";
   facts.black_dots = 7;
   EXPECT_TRUE(
@@ -130,9 +130,9 @@ TEST(WarningWords, TellAHazeOnBlankPaper) {
   facts.black_dots = 500;
   EXPECT_TRUE(
       advises(facts, "may get a haze of dots on blank paper: Brightness=30", "choose 0 or less"));
-  facts.content.inked_pixels = 950;  // a twentieth is blank, and not more
+  facts.content.inkedPixels = 950;  // a twentieth is blank, and not more
   EXPECT_EQ(only(facts), "");
-  facts.content.inked_pixels = 500;
+  facts.content.inkedPixels = 500;
   facts.halftone = "None";
   EXPECT_TRUE(advises(facts, "may get a haze", "choose 25 or less"));
   facts.brightness = 25;
@@ -177,7 +177,7 @@ TEST(WarningWords, TellASkewedPictureFromASkewedPage) {
   EXPECT_NE(sizeWarnings(facts)[0].find("custom size in steps of 4 dots"), std::string::npos);
   facts.type = DocumentType::kImage;
   EXPECT_NE(sizeWarnings(facts)[0].find("convert the picture to PDF"), std::string::npos);
-  facts.content.inked_pixels = 0;  // nothing there to be skewed
+  facts.content.inkedPixels = 0;  // nothing there to be skewed
   EXPECT_TRUE(sizeWarnings(facts).empty());
 }
 

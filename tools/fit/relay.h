@@ -65,7 +65,7 @@ class Relay {
   std::vector<std::uint8_t> in_;
   std::size_t inBegin_ = 0;
   std::size_t inEnd_ = 0;
-  std::vector<std::uint8_t> out_;  // waits to be written
+  std::vector<std::uint8_t> out_;  ///< waits to be written
 };
 
 }  // namespace kestra

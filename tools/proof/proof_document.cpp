@@ -157,7 +157,7 @@ class DocumentProof {
                             "; use --output-dir DIR, or -o page-ranges=1");
     }
     ++pages_;
-    if (page.content.inked_pixels > 0) anything_ = true;
+    if (page.content.inkedPixels > 0) anything_ = true;
     std::vector<PageFrame> frames;
     if (!parse(page, frames)) return true;
     PageReport report;

@@ -42,7 +42,7 @@ bool isSolid(const PageFacts& facts) {
 
 // More dots than the page has places with ink: the others lie on blank paper.
 bool isHazy(const PageFacts& facts) {
-  const std::uint64_t inked = facts.content.inked_pixels;
+  const std::uint64_t inked = facts.content.inkedPixels;
   if (facts.black_dots <= inked) return false;
   const auto blank = static_cast<double>(facts.content.pixels() - inked);
   return static_cast<double>(facts.black_dots - inked) > kHaze * blank;
@@ -52,7 +52,7 @@ bool isHazy(const PageFacts& facts) {
 bool mayBeHazy(const PageFacts& facts) {
   if (facts.halftone == "None" && facts.brightness <= kMostForThreshold) return false;
   const auto pixels = static_cast<double>(facts.content.pixels());
-  return pixels - static_cast<double>(facts.content.inked_pixels) > kMuchPaper * pixels;
+  return pixels - static_cast<double>(facts.content.inkedPixels) > kMuchPaper * pixels;
 }
 
 // "51", and with a decimal where that matters: "99.2".
@@ -97,8 +97,8 @@ std::string blankReason(const PageFacts& facts) {
            " takes the ink away; choose a value nearer to 0";
   }
   if (facts.halftone == "Tattoo_V7") {
-    return facts.content.only_black_and_white ? stencilBlank("choose HalftoneType=None, or Tattoo")
-                                              : "choose HalftoneType=Tattoo, or Ordered";
+    return facts.content.onlyBlackAndWhite ? stencilBlank("choose HalftoneType=None, or Tattoo")
+                                           : "choose HalftoneType=Tattoo, or Ordered";
   }
   if (facts.halftone == "None") {
     return "HalftoneType=None prints nothing that is lighter than half black; choose Ordered";
@@ -129,8 +129,8 @@ std::string solidReason(const PageFacts& facts) {
 std::vector<std::string> dotWarnings(const PageFacts& facts) {
   const PageContent& content = facts.content;
   if (!content.readable) return {};
-  const bool hasContent = content.inked_pixels > 0;
-  const bool fullOfInk = content.grey_sum == kFullInk * content.pixels();
+  const bool hasContent = content.inkedPixels > 0;
+  const bool fullOfInk = content.greySum == kFullInk * content.pixels();
   std::vector<std::string> warnings;
   if (hasContent && facts.black_dots == 0 && !(facts.negative && fullOfInk)) {
     warnings.push_back("has something on it but comes out without any ink: " + blankReason(facts));
@@ -146,7 +146,7 @@ std::vector<std::string> dotWarnings(const PageFacts& facts) {
                          ": leave the page out (-o page-ranges=), or choose None");
     }
   } else if (facts.brightness > 0 && !facts.negative && isHazy(facts)) {
-    const std::uint64_t dots = facts.black_dots - content.inked_pixels;
+    const std::uint64_t dots = facts.black_dots - content.inkedPixels;
     warnings.push_back("gets a haze of at least " + std::to_string(dots) +
                        " dots on blank paper: " + brightReason(facts));
   } else if (facts.brightness > 0 && !facts.negative && mayBeHazy(facts)) {
@@ -160,7 +160,7 @@ std::vector<std::string> sizeWarnings(const PageFacts& facts) {
   const unsigned width = content.width;
   std::vector<std::string> warnings;
   if (isScaled(facts)) warnings.push_back(scaleWarning(facts));
-  if (isSkewed(facts) && content.inked_pixels > 0) {
+  if (isSkewed(facts) && content.inkedPixels > 0) {
     const std::string instead =
         facts.type == DocumentType::kImage
             ? "the print system prints pictures as wide as they are; convert the picture to PDF "

@@ -178,9 +178,9 @@ int Child::wait() {
   int rounds = 0;
   for (;;) {
     // The process stays known to the system until the handler can no longer reach for its number.
-    const int wait_flags = WEXITED | WNOWAIT | (interruptSignal() != 0 ? WNOHANG : 0);
+    const int waitFlags = WEXITED | WNOWAIT | (interruptSignal() != 0 ? WNOHANG : 0);
     info.si_pid = 0;
-    const int result = waitid(P_PID, static_cast<id_t>(pid_), &info, wait_flags);
+    const int result = waitid(P_PID, static_cast<id_t>(pid_), &info, waitFlags);
     if (result == 0 && info.si_pid == pid_) break;
     if (result < 0 && errno != EINTR) break;
     if (result == 0) {

@@ -12,10 +12,11 @@ namespace kestra {
 
 enum class DocumentType { kPdf, kPostScript, kImage, kText, kRaster, kFrame };
 
-// "PDF", "PostScript", "picture", "text", "CUPS raster", "page frame"
+/// "PDF", "PostScript", "picture", "text", "CUPS raster", "page frame"
 const char* typeWords(DocumentType type);
 
-// What is wrong with it ("is empty") for a file that cannot be printed.
+/// By the content of a file. The problem of one that cannot be printed says what is wrong with it
+/// ("is empty").
 [[nodiscard]] Result<DocumentType> documentType(const std::string& path);
 
 }  // namespace kestra

@@ -10,8 +10,8 @@
 namespace kestra {
 
 struct GhostscriptRun {
-  std::string problem;  // one sentence, empty where all went well
-  std::string said;     // all that the program said
+  std::string problem;  ///< one sentence, empty where all went well
+  std::string said;     ///< all that the program said
 };
 
 /// Runs it with these words behind the ones that keep it from asking, guessing and reading other

@@ -23,9 +23,9 @@ void measure(const std::uint8_t* row, PageContent& page) {
   for (unsigned x = 0; x < page.width; ++x) {
     const std::uint8_t pixel = row[x];
     if (pixel == 0) continue;
-    ++page.inked_pixels;
-    page.grey_sum += pixel;
-    if (pixel != kFullInk) page.only_black_and_white = false;
+    ++page.inkedPixels;
+    page.greySum += pixel;
+    if (pixel != kFullInk) page.onlyBlackAndWhite = false;
   }
 }
 

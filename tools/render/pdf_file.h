@@ -10,20 +10,20 @@
 namespace kestra {
 
 struct PdfLook {
-  bool damaged = false;  // it could be read, but only after repair
-  std::string problem;   // one sentence on why it cannot be printed, empty where it can
+  bool damaged = false;  ///< it could be read, but only after repair
+  std::string problem;   ///< one sentence on why it cannot be printed, empty where it can
 };
 
-// Whether a document can be printed at all.
+/// Whether a document can be printed at all.
 [[nodiscard]] PdfLook lookAtPdf(const std::string& path);
 
-// Of a file that pdftopdf wrote: the size of what is drawn on each page as a part of its size in
-// the document, 0.5 for half as wide; 1 where the page does not say. Empty where the file cannot be
-// read.
+/// Of a file that pdftopdf wrote: the size of what is drawn on each page as a part of its size in
+/// the document, 0.5 for half as wide; 1 where the page does not say. Empty where the file cannot
+/// be read.
 [[nodiscard]] std::vector<double> placedScales(const std::string& path);
 
-// The scale of the first transformation in a page's content: "0.5 0 0 0.5 10 20 cm" -> 0.5; turned
-// pages likewise. 1 where there is none.
+/// The scale of the first transformation in a page's content: "0.5 0 0 0.5 10 20 cm" -> 0.5; turned
+/// pages likewise. 1 where there is none.
 [[nodiscard]] double contentScale(const std::string& content);
 
 }  // namespace kestra

@@ -11,14 +11,14 @@
 
 namespace kestra {
 
-// "label" -> "kestra4.ppd", "stencil" -> "kestraa4.ppd", anything else -> "".
+/// "label" -> "kestra4.ppd", "stencil" -> "kestraa4.ppd", anything else -> "".
 std::string ppdName(const std::string& model);
 
-// Where the description is looked for, in this order: beside the program (a build), in the
-// installation that the program belongs to, in the system's places.
+/// Where the description is looked for, in this order: beside the program (a build), in the
+/// installation that the program belongs to, in the system's places.
 std::vector<std::string> ppdPlaces(const std::string& model);
 
-// The first of the places that has a file.
+/// The first of the places that has a file.
 [[nodiscard]] Result<std::string> findPpd(const std::string& model);
 
 }  // namespace kestra

@@ -16,7 +16,7 @@
 
 namespace kestra {
 
-// A page and its printable part, in points from its lower left corner.
+/// A page and its printable part, in points from its lower left corner.
 struct PageArea {
   double width = 0;
   double height = 0;
@@ -26,50 +26,50 @@ struct PageArea {
   double top = 0;
 };
 
-// A printer description with the options of one job marked in it.
+/// A printer description with the options of one job marked in it.
 class PrinterOptions {
  public:
-  // Reads the description.
+  /// Reads the description.
   [[nodiscard]] Result<void> open(const std::string& path);
 
-  // Takes the words behind one -o: "NAME=VALUE", "NAME", "noNAME", or several with blanks between
-  // them, as lp does. Where a name or a value is none that the printer or the print system knows,
-  // the problem lists the right ones.
+  /// Takes the words behind one -o: "NAME=VALUE", "NAME", "noNAME", or several with blanks between
+  /// them, as lp does. Where a name or a value is none that the printer or the print system knows,
+  /// the problem lists the right ones.
   [[nodiscard]] Result<void> add(const std::string& words);
 
-  // The options as a filter is given them: all words, in order, with blanks between them, and the
-  // page size in the description's words where they had others.
+  /// The options as a filter is given them: all words, in order, with blanks between them, and the
+  /// page size in the description's words where they had others.
   const std::string& text() const { return text_; }
 
-  // The options, each with its last value, in the order of their first use.
+  /// The options, each with its last value, in the order of their first use.
   const std::vector<std::pair<std::string, std::string>>& given() const { return given_; }
 
-  // The value given for an option, or an empty text. Names do not depend on case.
+  /// The value given for an option, or an empty text. Names do not depend on case.
   std::string givenValue(const std::string& name) const;
 
-  // What the job prints with: the marked choice of an option in the description's own spelling; an
-  // empty text where it has no such option.
+  /// What the job prints with: the marked choice of an option in the description's own spelling; an
+  /// empty text where it has no such option.
   std::string choice(const std::string& keyword) const;
 
-  // The page of the job; all 0 where the description has none.
+  /// The page of the job; all 0 where the description has none.
   PageArea page() const;
 
-  // The name of a size of these points, at most one off; empty where there is none.
+  /// The name of a size of these points, at most one off; empty where there is none.
   std::string sizeName(double width, double height) const;
 
-  // Dots of the print head at a resolution, from the description's MaxMediaWidth; 0 where it has
-  // none.
+  /// Dots of the print head at a resolution, from the description's MaxMediaWidth; 0 where it has
+  /// none.
   unsigned headDots(double dpi) const;
 
-  // The option that asks the print system to scale pages, with its value where it has several:
-  // "fit-to-page", "print-scaling=fill", "number-up"; empty where none does.
+  /// The option that asks the print system to scale pages, with its value where it has several:
+  /// "fit-to-page", "print-scaling=fill", "number-up"; empty where none does.
   std::string scalingOption() const;
 
-  // The values of an option, `before` in front of each, with their words where that is more than a
-  // blank; empty where there is no such option, or any value will do.
+  /// The values of an option, `before` in front of each, with their words where that is more than a
+  /// blank; empty where there is no such option, or any value will do.
   std::string values(const std::string& name, const std::string& before) const;
 
-  // Copies asked for; 1 where none are.
+  /// Copies asked for; 1 where none are.
   int copies() const;
 
  private:

@@ -7,11 +7,11 @@
 
 namespace kestra {
 
-// The absolute folders of PATH, with colons between them, for this program and for those it starts;
-// "/", where no programs are, where there are none.
+/// The absolute folders of PATH, with colons between them, for this program and for those it
+/// starts; "/", where no programs are, where there are none.
 [[nodiscard]] std::string safePath();
 
-// The first executable of that name in them, or an empty text.
+/// The first executable of that name in them, or an empty text.
 [[nodiscard]] std::string onPath(const std::string& name);
 
 }  // namespace kestra

@@ -8,19 +8,19 @@
 
 namespace kestra {
 
-// Names do not depend on case.
+/// Names do not depend on case.
 [[nodiscard]] bool isSystemOption(const std::string& name);
 
-// " collate columns copies ...", a blank before each.
+/// " collate columns copies ...", a blank before each.
 [[nodiscard]] std::string systemOptionNames();
 
-// The values that an option can have, a blank before each; empty where they cannot be listed.
+/// The values that an option can have, a blank before each; empty where they cannot be listed.
 [[nodiscard]] std::string systemOptionValues(const std::string& name);
 
-// One sentence where the value is none that the option can have, else an empty text.
+/// One sentence where the value is none that the option can have, else an empty text.
 [[nodiscard]] std::string wrongSystemValue(const std::string& name, const std::string& value);
 
-// A number of copies from 1 to 9999, or 0.
+/// A number of copies from 1 to 9999, or 0.
 [[nodiscard]] int copyCount(const std::string& text);
 
 }  // namespace kestra
