@@ -94,7 +94,7 @@ Box blackBox(const std::string& frame, int marginBytes) {
   }
   Box box;
   std::int64_t black = 0;
-  for (std::size_t y = 0; y < parsed.frame->row_count; ++y) {
+  for (std::size_t y = 0; y < parsed.frame->rowCount; ++y) {
     const FrameRow row = parsed.frame->row(y);
     for (std::size_t x = 0; x < row.dots.size * 8; ++x) {
       if ((row.dots.data[x / 8] >> (7 - x % 8) & 1) == 0) continue;

@@ -16,9 +16,9 @@ void readFrame(const std::vector<std::uint8_t>& bytes) {
   if (!parsed.frame) return;
   const PageFrame& frame = *parsed.frame;
   require(bytes.size() >= kFrameHeader, "a frame has a header");
-  const std::size_t rowBytes = frame.row_count == 0 ? 0 : frame.row(0).dots.size;
+  const std::size_t rowBytes = frame.rowCount == 0 ? 0 : frame.row(0).dots.size;
   std::uint64_t black = 0;
-  for (std::size_t y = 0; y < frame.row_count; ++y) {
+  for (std::size_t y = 0; y < frame.rowCount; ++y) {
     const FrameRow row = frame.row(y);
     require(row.dots.size == rowBytes, "rows of one length");
     require(row.margin.size + row.page.size == row.dots.size, "margin and page make a row");
@@ -29,10 +29,10 @@ void readFrame(const std::vector<std::uint8_t>& bytes) {
     }
   }
   std::uint64_t counted = 0;
-  for (std::size_t y = 0; y < frame.row_count; ++y) counted += countBlackDots(frame.row(y).dots);
+  for (std::size_t y = 0; y < frame.rowCount; ++y) counted += countBlackDots(frame.row(y).dots);
   require(counted == black, "all dots counted");
   for (const std::size_t row : rowsWithWrongCount(frame)) {
-    require(row < frame.row_count, "a row of the frame");
+    require(row < frame.rowCount, "a row of the frame");
   }
 }
 

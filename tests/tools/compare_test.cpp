@@ -8,7 +8,7 @@
 #include "tests/tools/raster_document.h"
 #include "tools/proof/letters.h"
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 using blackbox::JobCase;
@@ -53,8 +53,8 @@ TEST(Compare, HoldsTheTenPrintsAsTheyAreAlone) {
   for (std::size_t page = 0; page < 2; ++page) {
     const std::string name = "pages-compare-" + std::to_string(page + 1) + ".png";
     const Picture sheet = readPicture(directory.path(name));
-    EXPECT_EQ(sheet.bit_depth, 1);
-    EXPECT_EQ(sheet.dots_per_metre, 7992U);  // 203 / 0.0254
+    EXPECT_EQ(sheet.bitDepth, 1);
+    EXPECT_EQ(sheet.dotsPerMetre, 7992U);  // 203 / 0.0254
     const JsonValue& tiles = (*json)["documents"][0]["pages"][page]["halftones"];
     ASSERT_EQ(tiles.items.size(), 10U);
     for (int halftone = 0; halftone < 10; ++halftone) {
@@ -175,4 +175,4 @@ TEST(Letters, AreReadable) {
 }
 
 }  // namespace
-}  // namespace kestra
+}  // namespace kestra::proof

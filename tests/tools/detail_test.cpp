@@ -7,7 +7,7 @@
 #include "tests/tools/proof_run.h"
 #include "tests/tools/raster_document.h"
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 using blackbox::JobCase;
@@ -112,4 +112,4 @@ TEST(Detail, BesideThePageIsRefused) {
 }
 
 }  // namespace
-}  // namespace kestra
+}  // namespace kestra::proof

@@ -45,8 +45,8 @@ TEST_P(EveryHalftone, DrawsTheDotsOfThePlainVersion) {
   EXPECT_EQ(result.status, 0) << result.errors;
   const Picture picture = readPicture(directory.path("pages-1.png"));
   EXPECT_EQ(picture.rows, plainLabels(job).at(0));
-  EXPECT_EQ(picture.bit_depth, 1);
-  EXPECT_EQ(picture.colour_type, PNG_COLOR_TYPE_GRAY);
+  EXPECT_EQ(picture.bitDepth, 1);
+  EXPECT_EQ(picture.colourType, PNG_COLOR_TYPE_GRAY);
 }
 
 TEST(Document, TakesOptionsAsTheFilterDoes) {
@@ -91,8 +91,8 @@ TEST(Document, PutsThePhysicalSizeIntoThePicture) {
   job.addPage(100, 20, "bars", 0, 203);
   job.addPage(100, 20, "bars", 0, 300);
   EXPECT_EQ(directory.run(writeDocument(directory, job)).status, 0);
-  EXPECT_EQ(readPicture(directory.path("pages-1.png")).dots_per_metre, kMetre203);
-  EXPECT_EQ(readPicture(directory.path("pages-2.png")).dots_per_metre, kMetre300);
+  EXPECT_EQ(readPicture(directory.path("pages-1.png")).dotsPerMetre, kMetre203);
+  EXPECT_EQ(readPicture(directory.path("pages-2.png")).dotsPerMetre, kMetre300);
 }
 
 TEST(Document, KeepsTheTwoResolutionsOfAPageApart) {
@@ -105,8 +105,8 @@ TEST(Document, KeepsTheTwoResolutionsOfAPageApart) {
   const ProofResult result = directory.run(words);
   EXPECT_EQ(result.status, 0) << result.errors;
   const Picture picture = readPicture(directory.path("pages-1.png"));
-  EXPECT_EQ(picture.dots_per_metre, 0U) << "not the same both ways";
-  EXPECT_EQ(picture.dots_per_metre_down, kMetre300);
+  EXPECT_EQ(picture.dotsPerMetre, 0U) << "not the same both ways";
+  EXPECT_EQ(picture.dotsPerMetreDown, kMetre300);
   const auto json = parseJson(result.output);
   ASSERT_TRUE(json) << result.output;
   const JsonValue& page = (*json)["documents"][0]["pages"][0];
@@ -123,7 +123,7 @@ TEST(Document, ScalesDotsAndKeepsThePhysicalSize) {
   EXPECT_EQ(directory.run(words).status, 0);
   const Picture picture = readPicture(directory.path("pages-1.png"));
   EXPECT_EQ(picture.rows, enlarge(plainLabels(job).at(0), 3));
-  EXPECT_EQ(picture.dots_per_metre, 23976U);  // 3 x 203 / 0.0254 = 23976.4
+  EXPECT_EQ(picture.dotsPerMetre, 23976U);  // 3 x 203 / 0.0254 = 23976.4
 }
 
 TEST(Document, ShowsMarginsInColours) {
@@ -150,7 +150,7 @@ TEST(Document, ShowsMarginsInColours) {
   for (const std::size_t x : {0U, 359U, 464U, 815U}) EXPECT_EQ(picture.colours[10][x], kBlue) << x;
   for (const std::size_t y : {0U, 1U, 22U, 23U}) EXPECT_EQ(picture.colours[y][400], kRed) << y;
   for (const std::size_t y : {24U, 38U}) EXPECT_EQ(picture.colours[y][400], kYellow) << y;
-  EXPECT_EQ(picture.dots_per_metre, kMetre203);
+  EXPECT_EQ(picture.dotsPerMetre, kMetre203);
 }
 
 TEST(Document, ShowsMarksButNoGapOnContinuousPaper) {

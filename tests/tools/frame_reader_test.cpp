@@ -23,14 +23,14 @@ TEST(PageFrame, ReadsEveryField) {
   ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
   EXPECT_EQ(parsed.problem, "");
   EXPECT_EQ(parsed.frame->media, Media::kGaps);
-  EXPECT_EQ(parsed.frame->width_dots, 12);
-  EXPECT_EQ(parsed.frame->height_dots, 2);
-  EXPECT_EQ(parsed.frame->gap_dots, 16);
+  EXPECT_EQ(parsed.frame->widthDots, 12);
+  EXPECT_EQ(parsed.frame->heightDots, 2);
+  EXPECT_EQ(parsed.frame->gapDots, 16);
   EXPECT_EQ(parsed.frame->reserved, 0);
-  EXPECT_EQ(parsed.frame->page_number, 7);
-  EXPECT_EQ(parsed.frame->record_bytes, 5);
-  EXPECT_EQ(parsed.frame->row_count, 2);
-  EXPECT_EQ(parsed.frame->drawn_width(), 24U);  // 5 - 2 bytes of 8 dots
+  EXPECT_EQ(parsed.frame->pageNumber, 7);
+  EXPECT_EQ(parsed.frame->recordBytes, 5);
+  EXPECT_EQ(parsed.frame->rowCount, 2);
+  EXPECT_EQ(parsed.frame->drawnWidth(), 24U);  // 5 - 2 bytes of 8 dots
 }
 
 TEST(PageFrame, ReadsNumbersLowByteFirst) {
@@ -47,10 +47,10 @@ TEST(PageFrame, ReadsNumbersLowByteFirst) {
   bytes.insert(bytes.end(), {0, 0, 0});
   const ParsedFrame parsed = parsePageFrame(bytes);
   ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
-  EXPECT_EQ(parsed.frame->width_dots, 258);
-  EXPECT_EQ(parsed.frame->height_dots, 65281);
-  EXPECT_EQ(parsed.frame->gap_dots, 768);
-  EXPECT_EQ(parsed.frame->page_number, 65534);
+  EXPECT_EQ(parsed.frame->widthDots, 258);
+  EXPECT_EQ(parsed.frame->heightDots, 65281);
+  EXPECT_EQ(parsed.frame->gapDots, 768);
+  EXPECT_EQ(parsed.frame->pageNumber, 65534);
 }
 
 TEST(PageFrame, KnowsTheThreeMedia) {
@@ -77,7 +77,7 @@ TEST(PageFrame, SplitsARowIntoCountMarginAndPage) {
   EXPECT_EQ(row.page.data[0], 0xFF);
   EXPECT_EQ(row.page.data[1], 0xF0);
   EXPECT_EQ(parsed.frame->row(1).page.data[1], 0x10);
-  EXPECT_FALSE(parsed.frame->wider_than_head());
+  EXPECT_FALSE(parsed.frame->widerThanHead());
 }
 
 // A page of 17 dots is 3 bytes wide but may be announced as 16 dots, which need only 2.
@@ -90,7 +90,7 @@ TEST(PageFrame, GivesThePageTheByteThatTheAnnouncedWidthLacks) {
   bytes.insert(bytes.end(), {2, 0, 0x00, 0x80, 0x00, 0x80});
   const ParsedFrame parsed = parsePageFrame(bytes);
   ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
-  EXPECT_EQ(parsed.frame->margin_bytes(), 1U);
+  EXPECT_EQ(parsed.frame->marginBytes(), 1U);
   EXPECT_EQ(parsed.frame->row(0).page.size, 3U);
 }
 
@@ -104,7 +104,7 @@ TEST(PageFrame, GivesThePageItsOnlyMarginByteAsWell) {
   bytes.insert(bytes.end(), {1, 0, 0x00, 0x00, 0x80, 2, 0, 0x80, 0x00, 0x80});
   const ParsedFrame parsed = parsePageFrame(bytes);
   ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
-  EXPECT_EQ(parsed.frame->margin_bytes(), 0U);
+  EXPECT_EQ(parsed.frame->marginBytes(), 0U);
   EXPECT_EQ(parsed.frame->row(0).page.size, 3U);
 }
 
@@ -118,8 +118,8 @@ TEST(PageFrame, APageAsWideAsTheHeadHasNoMarginAndFits) {
   bytes.insert(bytes.end(), {2, 0, 0x80, 0x01});
   const ParsedFrame parsed = parsePageFrame(bytes);
   ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
-  EXPECT_FALSE(parsed.frame->wider_than_head());
-  EXPECT_EQ(parsed.frame->margin_bytes(), 0U);
+  EXPECT_FALSE(parsed.frame->widerThanHead());
+  EXPECT_EQ(parsed.frame->marginBytes(), 0U);
 }
 
 // 16 dots are 2 bytes, not 3: the byte 0 before them is margin.
@@ -132,7 +132,7 @@ TEST(PageFrame, AWidthOfWholeBytesTakesNoByteMore) {
   bytes.insert(bytes.end(), {2, 0, 0x00, 0x80, 0x01});
   const ParsedFrame parsed = parsePageFrame(bytes);
   ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
-  EXPECT_EQ(parsed.frame->margin_bytes(), 1U);
+  EXPECT_EQ(parsed.frame->marginBytes(), 1U);
   EXPECT_EQ(parsed.frame->row(0).page.size, 2U);
 }
 
@@ -145,8 +145,8 @@ TEST(PageFrame, SaysSoWhenRowsAreShorterThanThePageIsWide) {
   bytes.insert(bytes.end(), {0, 0, 0, 0, 0, 0});
   const ParsedFrame parsed = parsePageFrame(bytes);
   ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
-  EXPECT_TRUE(parsed.frame->wider_than_head());
-  EXPECT_EQ(parsed.frame->margin_bytes(), 0U);
+  EXPECT_TRUE(parsed.frame->widerThanHead());
+  EXPECT_EQ(parsed.frame->marginBytes(), 0U);
   EXPECT_EQ(parsed.frame->row(0).page.size, 4U);
 }
 

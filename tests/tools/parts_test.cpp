@@ -13,7 +13,7 @@
 #include "tools/render/job_log.h"
 #include "tools/render/ppd_place.h"
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 std::vector<std::string> errorsOf(const std::string& text) {
@@ -163,4 +163,4 @@ TEST(Child, IsEndedWithItsObject) {
 }
 
 }  // namespace
-}  // namespace kestra
+}  // namespace kestra::proof

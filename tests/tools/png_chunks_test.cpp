@@ -5,7 +5,7 @@
 
 #include "tests/tools/proof_run.h"
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 using namespace std::string_literals;
@@ -74,4 +74,4 @@ TEST(PngChunks, HoldTextInAnyAlphabet) {
 }
 
 }  // namespace
-}  // namespace kestra
+}  // namespace kestra::proof

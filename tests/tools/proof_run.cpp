@@ -152,15 +152,15 @@ Picture readPicture(const std::string& path) {
     png_bytepp rows = png_get_rows(png, info);
     picture.width = png_get_image_width(png, info);
     picture.height = png_get_image_height(png, info);
-    picture.bit_depth = png_get_bit_depth(png, info);
-    picture.colour_type = png_get_color_type(png, info);
-    picture.dots_per_metre = png_get_pixels_per_meter(png, info);
-    picture.dots_per_metre_down = png_get_y_pixels_per_meter(png, info);
-    const bool grey = picture.colour_type == PNG_COLOR_TYPE_GRAY;
+    picture.bitDepth = png_get_bit_depth(png, info);
+    picture.colourType = png_get_color_type(png, info);
+    picture.dotsPerMetre = png_get_pixels_per_meter(png, info);
+    picture.dotsPerMetreDown = png_get_y_pixels_per_meter(png, info);
+    const bool grey = picture.colourType == PNG_COLOR_TYPE_GRAY;
     png_colorp palette = nullptr;
     int entries = 0;
     if (!grey) png_get_PLTE(png, info, &palette, &entries);
-    const auto depth = static_cast<unsigned>(picture.bit_depth);
+    const auto depth = static_cast<unsigned>(picture.bitDepth);
     for (unsigned y = 0; y < picture.height && depth <= 8; ++y) {
       std::string row;
       std::vector<std::uint32_t> colours;

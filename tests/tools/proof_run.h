@@ -64,10 +64,10 @@ class ProofDirectory {
 struct Picture {
   unsigned width = 0;
   unsigned height = 0;
-  int bit_depth = 0;
-  int colour_type = 0;
-  unsigned dots_per_metre = 0;       // 0 where the file does not say it, or not the same both ways
-  unsigned dots_per_metre_down = 0;  // pixels per metre from top to bottom
+  int bitDepth = 0;
+  int colourType = 0;
+  unsigned dotsPerMetre = 0;       // 0 where the file does not say it, or not the same both ways
+  unsigned dotsPerMetreDown = 0;  // pixels per metre from top to bottom
   // '#' for black, '.' for white, '?' for any other colour
   std::vector<std::string> rows;
   // Of a picture with a palette: red, green and blue of each pixel.

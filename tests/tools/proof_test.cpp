@@ -26,8 +26,8 @@ TEST(KestraProof, DrawsEveryDotOfTheLabel) {
   const Picture picture = readPicture(directory.path("page.png"));
   ASSERT_EQ(picture.width, 12U);  // without the margin byte
   ASSERT_EQ(picture.height, 2U);
-  EXPECT_EQ(picture.bit_depth, 1);
-  EXPECT_EQ(picture.colour_type, PNG_COLOR_TYPE_GRAY);
+  EXPECT_EQ(picture.bitDepth, 1);
+  EXPECT_EQ(picture.colourType, PNG_COLOR_TYPE_GRAY);
   // FF F0 and 80 10.
   EXPECT_EQ(picture.rows[0], "############");
   EXPECT_EQ(picture.rows[1], "#..........#");
@@ -99,7 +99,7 @@ TEST(KestraProof, TakesAFrameThatIsWiderThanTheLabelHeadFor300Dpi) {
   const ProofResult wide = directory.run({"stencil.dat"});
   EXPECT_TRUE(holds(wide.output, "840 x 1 dots, 71.1 x 0.1 mm at 300 dpi")) << wide.output;
   EXPECT_TRUE(holds(wide.output, "taken for 300 dpi")) << wide.output;
-  EXPECT_EQ(readPicture(directory.path("stencil.png")).dots_per_metre, 11811U);  // 300 / 0.0254
+  EXPECT_EQ(readPicture(directory.path("stencil.png")).dotsPerMetre, 11811U);  // 300 / 0.0254
   EXPECT_TRUE(holds(directory.run({"--dpi", "203", "stencil.dat"}).output, "mm at 203 dpi"));
   EXPECT_TRUE(holds(directory.run({"--model", "stencil", "label.dat"}).output, "mm at 300 dpi"));
   EXPECT_TRUE(holds(directory.run({"--model", "label", "stencil.dat"}).output, "mm at 203 dpi"));
@@ -109,9 +109,9 @@ TEST(KestraProof, PutsTheResolutionIntoThePicture) {
   const ProofDirectory directory;
   directory.write("page.dat", smallFrame());
   EXPECT_EQ(directory.run({"page.dat"}).status, 0);
-  EXPECT_EQ(readPicture(directory.path("page.png")).dots_per_metre, 7992U);  // 203 / 0.0254
+  EXPECT_EQ(readPicture(directory.path("page.png")).dotsPerMetre, 7992U);  // 203 / 0.0254
   EXPECT_EQ(directory.run({"--dpi", "300", "page.dat"}).status, 0);
-  EXPECT_EQ(readPicture(directory.path("page.png")).dots_per_metre, 11811U);  // 300 / 0.0254
+  EXPECT_EQ(readPicture(directory.path("page.png")).dotsPerMetre, 11811U);  // 300 / 0.0254
 }
 
 TEST(KestraProof, TakesTheLargestScaleAndFineHeads) {
@@ -124,7 +124,7 @@ TEST(KestraProof, TakesTheLargestScaleAndFineHeads) {
   const std::size_t page = picture.rows[16].find('#');
   ASSERT_NE(page, std::string::npos);
   EXPECT_EQ(picture.rows[31].substr(page, 32), std::string(16, '#') + std::string(16, '.'));
-  EXPECT_EQ(picture.dots_per_metre, 755906U);  // 16 x 1200 / 0.0254 = 755905.5
+  EXPECT_EQ(picture.dotsPerMetre, 755906U);  // 16 x 1200 / 0.0254 = 755905.5
 }
 
 TEST(KestraProof, SummarisesTheRowsWhoseCountDisagrees) {

@@ -55,7 +55,7 @@ class Render : public testing::Test {
       EXPECT_EQ(row.find('.', first), row.rfind('#') + 1) << "a bar has no gaps";
     }
     EXPECT_NEAR(static_cast<double>(rows), 101.5, 1.0);
-    EXPECT_EQ(picture.dots_per_metre, 7992U);
+    EXPECT_EQ(picture.dotsPerMetre, 7992U);
   }
 
   const ProofDirectory directory_;

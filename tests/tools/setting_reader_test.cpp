@@ -15,9 +15,9 @@ TEST(SentSetting, ReadsOneCommandPerPage) {
       parsePrintSettings({0x1B, 0x73, 1, 0, 0, 2, 1, 0x1B, 0x73, 1, 0, 0, 4, 2});
   EXPECT_EQ(parsed.problem, "");
   ASSERT_EQ(parsed.settings.size(), 2U);
-  EXPECT_EQ(parsed.settings[0].speed_code, 2);
+  EXPECT_EQ(parsed.settings[0].speedCode, 2);
   EXPECT_EQ(parsed.settings[0].darkness, 1);
-  EXPECT_EQ(parsed.settings[1].speed_code, 4);
+  EXPECT_EQ(parsed.settings[1].speedCode, 4);
   EXPECT_EQ(parsed.settings[1].darkness, 2);
 }
 

@@ -4,7 +4,7 @@
 
 #include "tools/proof/warnings.h"
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 // A page of 100 x 10 pixels, half of them full ink.
@@ -17,8 +17,8 @@ PageFacts halfBlack() {
   facts.content.greySum = 500 * 255;
   facts.content.onlyBlackAndWhite = true;
   facts.halftone = "None";
-  facts.black_dots = 500;
-  facts.head_dots = 832;
+  facts.blackDots = 500;
+  facts.headDots = 832;
   return facts;
 }
 
@@ -44,13 +44,13 @@ TEST(WarningWords, SayNothingOfAPageThatPrintsAsItIs) {
 TEST(WarningWords, SayNothingOfAPageThatCannotBeRead) {
   PageFacts facts = halfBlack();
   facts.content.readable = false;
-  facts.black_dots = 0;
+  facts.blackDots = 0;
   EXPECT_EQ(only(facts), "");
 }
 
 TEST(WarningWords, NameTheSettingThatTookTheInk) {
   PageFacts facts = halfBlack();
-  facts.black_dots = 0;
+  facts.blackDots = 0;
   const std::string start = "has something on it but comes out without any ink";
   EXPECT_TRUE(advises(facts, start, "choose Ordered"));
   facts.halftone = "Ordered";
@@ -72,14 +72,14 @@ TEST(WarningWords, SayNothingOfASolidPageWhoseNegativeIsBlank) {
   PageFacts facts = halfBlack();
   facts.content.inkedPixels = 1000;
   facts.content.greySum = 1000 * 255;
-  facts.black_dots = 0;
+  facts.blackDots = 0;
   facts.negative = true;
   EXPECT_EQ(only(facts), "");
 }
 
 TEST(WarningWords, NameTheSettingThatMadeAPageSolid) {
   PageFacts facts = halfBlack();
-  facts.black_dots = 1000;
+  facts.blackDots = 1000;
   const std::string start = "comes out solid black";
   EXPECT_TRUE(advises(facts, start, "Brightness below 0"));
   facts.negative = true;
@@ -96,9 +96,9 @@ TEST(WarningWords, NameTheSettingThatMadeAPageSolid) {
 TEST(WarningWords, TakeASkewedPageForSolidWhenAlmostAllOfItIs) {
   PageFacts facts = halfBlack();
   facts.content.width = 101;  // of 1010 pixels
-  facts.black_dots = 1005;    // 99.5 per cent are 1004.95
+  facts.blackDots = 1005;    // 99.5 per cent are 1004.95
   EXPECT_EQ(only(facts).rfind("comes out solid black", 0), 0U);
-  facts.black_dots = 1004;
+  facts.blackDots = 1004;
   EXPECT_EQ(only(facts), "");
 }
 
@@ -107,7 +107,7 @@ TEST(WarningWords, TellStrayDotsOfAnEmptyPage) {
   facts.content.inkedPixels = 0;
   facts.content.greySum = 0;
   facts.halftone = "Tattoo";
-  facts.black_dots = 7;
+  facts.blackDots = 7;
   EXPECT_TRUE(
       advises(facts, "is empty but gets 7 stray dots from HalftoneType=Tattoo", "page-ranges"));
   facts.brightness = 30;
@@ -120,14 +120,14 @@ TEST(WarningWords, TellAHazeOnBlankPaper) {
   PageFacts facts = halfBlack();  // 500 of 1000 pixels are blank
   facts.halftone = "Tattoo";
   facts.brightness = 5;
-  facts.black_dots = 501;
+  facts.blackDots = 501;
   EXPECT_TRUE(advises(facts, "gets a haze of at least 1 dots on blank paper: Brightness=5",
                       "choose 0 or less"));
   facts.brightness = 0;
   EXPECT_EQ(only(facts), "") << "nothing that a choice could take away";
   // As many dots as places with ink: a photograph has lost some there and got others on the paper.
   facts.brightness = 30;
-  facts.black_dots = 500;
+  facts.blackDots = 500;
   EXPECT_TRUE(
       advises(facts, "may get a haze of dots on blank paper: Brightness=30", "choose 0 or less"));
   facts.content.inkedPixels = 950;  // a twentieth is blank, and not more
@@ -138,7 +138,7 @@ TEST(WarningWords, TellAHazeOnBlankPaper) {
   facts.brightness = 25;
   EXPECT_EQ(only(facts), "") << "the threshold leaves blank paper as it is";
   facts.brightness = 30;
-  facts.black_dots = 900;
+  facts.blackDots = 900;
   EXPECT_TRUE(advises(facts, "gets a haze of at least 400 dots", "choose 25 or less"));
   facts.negative = true;
   EXPECT_EQ(only(facts), "");
@@ -161,12 +161,12 @@ TEST(WarningWords, TellAScaledPage) {
             "print-scaling=none prints the middle of it 1:1, with -o position=top-left its upper "
             "left corner; --crop finds a label on it");
   facts.scale = 2.54;
-  facts.scaled_by = "print-scaling=fill";
+  facts.scaledBy = "print-scaling=fill";
   EXPECT_EQ(onlySize(facts),
             "is printed at 254 % of its size, as print-scaling=fill asks; -o print-scaling=none in "
             "its place prints it 1:1");
   facts.scale = 0.5;
-  facts.scaled_by = "number-up";
+  facts.scaledBy = "number-up";
   EXPECT_EQ(onlySize(facts), "is printed at 50 % of its size, as number-up asks");
 }
 
@@ -188,9 +188,9 @@ TEST(WarningWords, TellWhatIsLostBesideTheHead) {
   EXPECT_NE(sizeWarnings(facts)[0].find("has 832: the right edge is lost"), std::string::npos);
   facts.overlapping = true;
   EXPECT_NE(sizeWarnings(facts)[0].find("rows overlap"), std::string::npos);
-  facts.head_dots = 0;
+  facts.headDots = 0;
   EXPECT_NE(sizeWarnings(facts)[0].find("has fewer"), std::string::npos);
 }
 
 }  // namespace
-}  // namespace kestra
+}  // namespace kestra::proof

@@ -11,15 +11,15 @@
 
 namespace kestra {
 
-// A text in quotes: quotes, backslashes and control characters escaped; bytes that are no UTF-8
-// become U+FFFD.
+/// A text in quotes: quotes, backslashes and control characters escaped; bytes that are no UTF-8
+/// become U+FFFD.
 std::string jsonString(const std::string& text);
 
-// Collects a JSON text value by value; commas and line ends come by themselves. The caller closes
-// what it opens.
+/// Collects a JSON text value by value; commas and line ends come by themselves. The caller closes
+/// what it opens.
 class JsonText {
  public:
-  // The name of the next value; inside an object only.
+  /// The name of the next value; inside an object only.
   JsonText& name(const char* name);
   JsonText& object() { return open('{'); }
   JsonText& endObject() { return close('}'); }
@@ -28,11 +28,11 @@ class JsonText {
   JsonText& string(const std::string& value) { return raw(jsonString(value)); }
   JsonText& strings(const std::vector<std::string>& values);
   JsonText& number(std::uint64_t value) { return raw(std::to_string(value)); }
-  // With `digits` digits behind the point; null for what is no number.
+  /// With `digits` digits behind the point; null for what is no number.
   JsonText& fraction(double value, int digits);
   JsonText& boolean(bool value) { return raw(value ? "true" : "false"); }
 
-  // What has been collected since the last call.
+  /// What has been collected since the last call.
   std::string take();
 
  private:

@@ -17,11 +17,11 @@ struct LabelSize {
 };
 
 struct Place {
-  Box ink;              // what is drawn on the label
-  bool turned = false;  // it lies on its side
-  double across = 0;    // how much of the label's width the ink takes, 1 all of it; up to 1.05
-  double along = 0;     // the same of its height
-  bool sure = false;    // it fills the label both ways, with white around it
+  Box ink;              ///< what is drawn on the label
+  bool turned = false;  ///< it lies on its side
+  double across = 0;    ///< how much of the label's width the ink takes, 1 all of it; up to 1.05
+  double along = 0;     ///< the same of its height
+  bool sure = false;    ///< it fills the label both ways, with white around it
 };
 
 /// The places where a label of this size, upright or lying, cuts through no ink, the fullest ones

@@ -64,33 +64,33 @@ struct FrameReader {
   // The announced width may be one dot less than the page's. Where that makes a byte's difference
   // (announced 800, true 801) the byte before the narrower page decides: a margin is always 0.
   static void splitRows(PageFrame& frame) {
-    const std::size_t available = frame.dot_bytes();
-    const std::size_t page = (std::size_t{frame.width_dots} + 7) / 8;
+    const std::size_t available = frame.dotBytes();
+    const std::size_t page = (std::size_t{frame.widthDots} + 7) / 8;
     if (available < page) {
-      frame.wider_than_head_ = true;
+      frame.widerThanHead_ = true;
       return;
     }
-    frame.margin_bytes_ = available - page;
-    if (frame.margin_bytes_ == 0 || frame.width_dots % 8 != 0) return;
-    for (std::size_t y = 0; y < frame.row_count; ++y) {
-      if (frame.row(y).dots.data[frame.margin_bytes_ - 1] != 0) {
-        --frame.margin_bytes_;
+    frame.marginBytes_ = available - page;
+    if (frame.marginBytes_ == 0 || frame.widthDots % 8 != 0) return;
+    for (std::size_t y = 0; y < frame.rowCount; ++y) {
+      if (frame.row(y).dots.data[frame.marginBytes_ - 1] != 0) {
+        --frame.marginBytes_;
         return;
       }
     }
   }
 };
 
-std::size_t PageFrame::dot_bytes() const { return std::size_t{record_bytes} - kCountBytes; }
+std::size_t PageFrame::dotBytes() const { return std::size_t{recordBytes} - kCountBytes; }
 
 FrameRow PageFrame::row(std::size_t index) const {
-  const std::size_t at = kRowsAt + index * record_bytes;
+  const std::size_t at = kRowsAt + index * recordBytes;
   const std::uint8_t* dots = bytes_.data() + at + kCountBytes;
   FrameRow row;
   row.announced = littleEndian16(bytes_, at);
-  row.dots = {dots, dot_bytes()};
-  row.margin = {dots, margin_bytes_};
-  row.page = {dots + margin_bytes_, dot_bytes() - margin_bytes_};
+  row.dots = {dots, dotBytes()};
+  row.margin = {dots, marginBytes_};
+  row.page = {dots + marginBytes_, dotBytes() - marginBytes_};
   return row;
 }
 
@@ -117,26 +117,26 @@ ParsedFrame parsePageFrame(std::vector<std::uint8_t> bytes) {
 
   PageFrame frame;
   frame.media = static_cast<Media>(media);
-  frame.width_dots = littleEndian16(bytes, kWidthAt);
-  frame.height_dots = littleEndian16(bytes, kHeightAt);
-  frame.gap_dots = littleEndian16(bytes, kGapAt);
+  frame.widthDots = littleEndian16(bytes, kWidthAt);
+  frame.heightDots = littleEndian16(bytes, kHeightAt);
+  frame.gapDots = littleEndian16(bytes, kGapAt);
   frame.reserved = littleEndian16(bytes, kReservedAt);
-  frame.page_number = littleEndian16(bytes, kPageNumberAt);
-  frame.record_bytes = littleEndian16(bytes, kRecordBytesAt);
-  frame.row_count = littleEndian16(bytes, kRowCountAt);
+  frame.pageNumber = littleEndian16(bytes, kPageNumberAt);
+  frame.recordBytes = littleEndian16(bytes, kRecordBytesAt);
+  frame.rowCount = littleEndian16(bytes, kRowCountAt);
 
-  if (frame.record_bytes <= kCountBytes) {
-    return broken("record length " + std::to_string(frame.record_bytes) +
+  if (frame.recordBytes <= kCountBytes) {
+    return broken("record length " + std::to_string(frame.recordBytes) +
                   ", a row needs more than the " + std::to_string(kCountBytes) +
                   " bytes of its dot count");
   }
-  if (frame.row_count == 0) return broken("0 rows, a page has at least one");
+  if (frame.rowCount == 0) return broken("0 rows, a page has at least one");
 
   const std::uint64_t expected =
-      kRowsAt + std::uint64_t{frame.row_count} * std::uint64_t{frame.record_bytes};
+      kRowsAt + std::uint64_t{frame.rowCount} * std::uint64_t{frame.recordBytes};
   if (bytes.size() != expected) {
-    return broken(std::to_string(frame.row_count) + " rows of " +
-                  std::to_string(frame.record_bytes) + " bytes make a file of " +
+    return broken(std::to_string(frame.rowCount) + " rows of " +
+                  std::to_string(frame.recordBytes) + " bytes make a file of " +
                   std::to_string(expected) + " bytes, this one has " +
                   std::to_string(bytes.size()) +
                   (bytes.size() < expected ? " (cut off?)" : " (something follows the page)"));
@@ -155,7 +155,7 @@ std::uint64_t countBlackDots(BytesView bytes) {
 
 std::vector<std::size_t> rowsWithWrongCount(const PageFrame& frame) {
   std::vector<std::size_t> wrong;
-  for (std::size_t y = 0; y < frame.row_count; ++y) {
+  for (std::size_t y = 0; y < frame.rowCount; ++y) {
     const FrameRow row = frame.row(y);
     if ((countBlackDots(row.dots) & 0xFFFF) != row.announced) wrong.push_back(y);
   }

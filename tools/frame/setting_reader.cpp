@@ -47,7 +47,7 @@ std::string describe(const SentSetting& setting) {
   text += setting.darkness < names.size() ? std::string(names[setting.darkness])
                                           : std::to_string(setting.darkness) + " (unknown)";
   // Job speeds 0 and 1 are sent as they are, so the codes 0 and 1 stand for two speeds each.
-  const unsigned code = setting.speed_code;
+  const unsigned code = setting.speedCode;
   if (code > kLargestSpeedCode) return text + ", a speed that no PrintSpeed gives";
   text += ", PrintSpeed " + std::to_string(code + 2);
   if (code < 2) text += " or " + std::to_string(code);
@@ -55,7 +55,7 @@ std::string describe(const SentSetting& setting) {
 }
 
 std::string describeCodes(const SentSetting& setting) {
-  return "speed code " + std::to_string(setting.speed_code) + ", darkness code " +
+  return "speed code " + std::to_string(setting.speedCode) + ", darkness code " +
          std::to_string(setting.darkness);
 }
 

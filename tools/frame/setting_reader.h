@@ -11,26 +11,26 @@
 
 namespace kestra {
 
-// What one print-setting command says.
+/// What one print-setting command says.
 struct SentSetting {
-  std::uint8_t speed_code = 0;  // 0 is the slowest; two less than the job's PrintSpeed from 2 on
-  std::uint8_t darkness = 0;    // 0 light, 1 middle, 2 dark
+  std::uint8_t speedCode = 0;  ///< 0 is the slowest; two less than the job's PrintSpeed from 2 on
+  std::uint8_t darkness = 0;   ///< 0 light, 1 middle, 2 dark
 };
 
-// The commands of a job, one per page in order; `problem` is one sentence where the bytes are not
-// a whole number of good commands, and the commands before the bad one are kept.
+/// The commands of a job, one per page in order; `problem` is one sentence where the bytes are not
+/// a whole number of good commands, and the commands before the bad one are kept.
 struct ParsedSettings {
   std::vector<SentSetting> settings;
   std::string problem;
 };
 
-// Takes everything the filter sent to the printer.
+/// Takes everything the filter sent to the printer.
 [[nodiscard]] ParsedSettings parsePrintSettings(const std::vector<std::uint8_t>& bytes);
 
-// By the names of the options: "darkness Middle, PrintSpeed 4"
+/// By the names of the options: "darkness Middle, PrintSpeed 4"
 [[nodiscard]] std::string describe(const SentSetting& setting);
 
-// As the bytes have it: "speed code 2, darkness code 1"
+/// As the bytes have it: "speed code 2, darkness code 1"
 [[nodiscard]] std::string describeCodes(const SentSetting& setting);
 
 /// A page counter, or one sentence on why the bytes are none.

@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t kCountBytes = 2;
 
 // Rows with a count before their dots.
-class RowsDrawing : public Drawing {
+class RowsDrawing : public proof::Drawing {
  public:
   RowsDrawing(const std::vector<std::uint8_t>& bytes, std::size_t record)
       : bytes_(bytes), record_(record) {}
@@ -22,11 +22,11 @@ class RowsDrawing : public Drawing {
   std::size_t width() const override { return (record_ - kCountBytes) * 8; }
   std::size_t height() const override { return (bytes_.size() + record_ - 1) / record_; }
   bool colourful() const override { return false; }
-  void row(std::size_t y, Colour* colours) const override {
+  void row(std::size_t y, proof::Colour* colours) const override {
     for (std::size_t x = 0; x < width(); ++x) {
       const std::size_t at = y * record_ + kCountBytes + x / 8;
       const unsigned byte = at < bytes_.size() ? bytes_[at] : 0U;
-      colours[x] = ((byte >> (7 - x % 8)) & 1U) != 0 ? Colour::kDot : Colour::kPaper;
+      colours[x] = ((byte >> (7 - x % 8)) & 1U) != 0 ? proof::Colour::kDot : proof::Colour::kPaper;
     }
   }
 
@@ -54,7 +54,7 @@ bool LabelPicture::write(const std::string& path, unsigned dpi, std::string& pro
               std::to_string(record_) + " bytes";
     return false;
   }
-  const Result<void> written = writePng(path, RowsDrawing(bytes_, record_), {{dpi, dpi}, 1});
+  const Result<void> written = proof::writePng(path, RowsDrawing(bytes_, record_), {{dpi, dpi}, 1});
   problem = written.problem();
   return bool(written);
 }

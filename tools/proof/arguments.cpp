@@ -8,7 +8,7 @@
 #include "tools/base/command_line.h"
 #include "tools/crop/crop_document.h"
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 constexpr unsigned kLargestDpi = 9999;
@@ -34,7 +34,7 @@ std::vector<ValueOption> valueOptions(Arguments& arguments) {
       {"--dpi",
        [&](const std::string& value) {
          arguments.dpi = static_cast<int>(parseNumber(value, kLargestDpi));
-         arguments.dpi_given = true;
+         arguments.dpiGiven = true;
          return arguments.dpi > 0 ? std::string()
                                   : "a number from 1 to " + std::to_string(kLargestDpi) +
                                         ", for example 203 or 300" + notText(value);
@@ -51,7 +51,7 @@ std::vector<ValueOption> valueOptions(Arguments& arguments) {
       {"--crop",  // with a value: alone it is a switch
        [&](const std::string& value) {
          arguments.crop = true;
-         arguments.crop_place = value;
+         arguments.cropPlace = value;
          return crop::parseHandPlace(value)
                     ? std::string()
                     : "a place in mm from the page's upper left corner, --crop=X,Y or "
@@ -67,7 +67,7 @@ std::vector<ValueOption> valueOptions(Arguments& arguments) {
                                        notText(value);
        }},
       {"--keep", textInto(arguments.keep, "the name of a new directory")},
-      {"--output-dir", textInto(arguments.output_directory, "the name of a directory")},
+      {"--output-dir", textInto(arguments.outputDirectory, "the name of a directory")},
       {"--output",
        [&](const std::string& value) {
          arguments.output = value;
@@ -116,7 +116,7 @@ Result<void> contradiction(const Arguments& arguments) {
     documents += input.kind == InputKind::kDocument ? 1U : 0U;
   }
   if (arguments.inputs.empty() && arguments.asked.empty()) return Problem{"no document given"};
-  if (!arguments.output.empty() && !arguments.output_directory.empty()) {
+  if (!arguments.output.empty() && !arguments.outputDirectory.empty()) {
     return Problem{"give --output or --output-dir, not both"};
   }
   if (!arguments.output.empty() && documents != 1 && arguments.asked.empty()) {
@@ -149,4 +149,4 @@ Result<Arguments> parseArguments(const std::vector<std::string>& words) {
   return arguments;
 }
 
-}  // namespace kestra
+}  // namespace kestra::proof

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <utility>
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 constexpr double kMmPerInch = 25.4;
@@ -75,4 +75,4 @@ void CutDrawing::row(std::size_t y, Colour* colours) const {
   std::copy_n(row_.begin() + static_cast<std::ptrdiff_t>(part_.x), part_.width, colours);
 }
 
-}  // namespace kestra
+}  // namespace kestra::proof

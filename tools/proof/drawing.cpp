@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 constexpr std::size_t kRowUnit = 4;  // dots by which the width of a straight page goes up
@@ -19,32 +19,31 @@ void drawDots(BytesView dots, std::size_t count, Colour* colours) {
 
 }  // namespace
 
-std::size_t labelWidth(const PageFrame& frame, std::size_t page_dots) {
-  if (frame.wider_than_head()) return frame.drawn_width();
-  const std::size_t available = frame.drawn_width() - frame.margin_bytes() * 8;
-  const std::size_t announced =
-      (std::size_t{frame.width_dots} + kRowUnit - 1) / kRowUnit * kRowUnit;
-  return std::min(page_dots > 0 ? page_dots : announced, available);
+std::size_t labelWidth(const PageFrame& frame, std::size_t pageDots) {
+  if (frame.widerThanHead()) return frame.drawnWidth();
+  const std::size_t available = frame.drawnWidth() - frame.marginBytes() * 8;
+  const std::size_t announced = (std::size_t{frame.widthDots} + kRowUnit - 1) / kRowUnit * kRowUnit;
+  return std::min(pageDots > 0 ? pageDots : announced, available);
 }
 
-PageDrawing::PageDrawing(const PageFrame& frame, std::size_t page_dots)
-    : frame_(frame), page_(labelWidth(frame, page_dots)) {}
+PageDrawing::PageDrawing(const PageFrame& frame, std::size_t pageDots)
+    : frame_(frame), page_(labelWidth(frame, pageDots)) {}
 
 void PageDrawing::row(std::size_t y, Colour* colours) const {
   std::fill_n(colours, width(), Colour::kPaper);
   drawDots(frame_.row(y).page, width(), colours);
 }
 
-MarginDrawing::MarginDrawing(const PageFrame& frame, std::size_t page_dots, std::size_t head_dots)
+MarginDrawing::MarginDrawing(const PageFrame& frame, std::size_t pageDots, std::size_t headDots)
     : frame_(frame),
-      left_(frame.margin_bytes() * 8),
-      page_(labelWidth(frame, page_dots)),
-      head_(std::max(frame.drawn_width(), head_dots)) {
-  gap_ = frame.media == Media::kContinuous ? 0 : frame.gap_dots;
+      left_(frame.marginBytes() * 8),
+      page_(labelWidth(frame, pageDots)),
+      head_(std::max(frame.drawnWidth(), headDots)) {
+  gap_ = frame.media == Media::kContinuous ? 0 : frame.gapDots;
 }
 
 void MarginDrawing::row(std::size_t y, Colour* colours) const {
-  const std::size_t labelEnd = frame_.row_count + 2 * kEdgeDots;
+  const std::size_t labelEnd = frame_.rowCount + 2 * kEdgeDots;
   if (y >= labelEnd) {
     const bool mark = frame_.media == Media::kMarks;
     std::fill_n(colours, width(), mark ? Colour::kMark : Colour::kGap);
@@ -54,7 +53,7 @@ void MarginDrawing::row(std::size_t y, Colour* colours) const {
   std::fill_n(colours + left_, page_ + 2 * kEdgeDots, Colour::kEdge);
   if (y < kEdgeDots || y >= labelEnd - kEdgeDots) return;
   std::fill_n(colours + left_ + kEdgeDots, page_, Colour::kPaper);
-  drawDots(frame_.row(y - kEdgeDots).dots, frame_.drawn_width(), colours + kEdgeDots);
+  drawDots(frame_.row(y - kEdgeDots).dots, frame_.drawnWidth(), colours + kEdgeDots);
 }
 
-}  // namespace kestra
+}  // namespace kestra::proof

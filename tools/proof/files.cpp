@@ -16,7 +16,7 @@
 #include "filter/base/file.h"
 #include "tools/proof/png_chunks.h"
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 // 65535 rows of 65535 bytes and the 22 bytes before them.
@@ -76,7 +76,7 @@ std::string stem(const std::string& path) {
 
 std::string picturePath(const Arguments& arguments, const std::string& name) {
   if (!arguments.output.empty()) return arguments.output;
-  const std::string& directory = arguments.output_directory;
+  const std::string& directory = arguments.outputDirectory;
   return (directory.empty() ? "" : directory + "/") + name + ".png";
 }
 
@@ -125,4 +125,4 @@ Result<void> makeNewDirectory(const std::string& path) {
   return {};
 }
 
-}  // namespace kestra
+}  // namespace kestra::proof

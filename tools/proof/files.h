@@ -10,25 +10,25 @@
 #include "filter/base/result.h"
 #include "tools/proof/arguments.h"
 
-namespace kestra {
+namespace kestra::proof {
 
 /// Reads the file `path`, "-" being standard input.
 /// @return why not, as the end of a sentence about it, also for a file larger than any frame
 [[nodiscard]] Result<std::vector<std::uint8_t>> readFile(const std::string& path);
 
-// What a picture says of who made it.
+/// What a picture says of who made it.
 inline constexpr const char* kProgram = "kestra-proof";
 
-// A file's name without directory: "a/label.pdf" -> "label.pdf".
+/// A file's name without directory: "a/label.pdf" -> "label.pdf".
 [[nodiscard]] std::string fileName(const std::string& path);
 
-// A file's name without directory and, where there is one, the ending: "a/label.pdf" -> "label".
+/// A file's name without directory and, where there is one, the ending: "a/label.pdf" -> "label".
 [[nodiscard]] std::string stem(const std::string& path);
 
-// The path of a picture: --output as given, else `name` with .png in the output directory.
+/// The path of a picture: --output as given, else `name` with .png in the output directory.
 [[nodiscard]] std::string picturePath(const Arguments& arguments, const std::string& name);
 
-// Files that must not be written over, and pictures written in this run.
+/// Files that must not be written over, and pictures written in this run.
 class WriteGuard {
  public:
   explicit WriteGuard(const Arguments& arguments);
@@ -41,7 +41,7 @@ class WriteGuard {
   /// The same for a file that is no picture; whether it is a proof is not asked.
   [[nodiscard]] Result<void> mayWriteFile(const std::string& path) const;
 
-  // To be told of each picture.
+  /// To be told of each picture.
   void wrote(const std::string& path) { written_.push_back(path); }
 
  private:
@@ -55,4 +55,4 @@ class WriteGuard {
 /// @return why not, where there is something of that name, an empty directory excepted
 [[nodiscard]] Result<void> makeNewDirectory(const std::string& path);
 
-}  // namespace kestra
+}  // namespace kestra::proof

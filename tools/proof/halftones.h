@@ -5,7 +5,7 @@
 
 #include <array>
 
-namespace kestra {
+namespace kestra::proof {
 
 struct Halftone {
   const char* keyword;
@@ -25,4 +25,4 @@ inline constexpr std::array<Halftone, 10> kHalftones = {{
     {"Tattoo_V7", "stencil, tones set by the page"},
 }};
 
-}  // namespace kestra
+}  // namespace kestra::proof

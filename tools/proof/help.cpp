@@ -4,7 +4,7 @@
 // are there.
 #include "tools/proof/arguments.h"
 
-namespace kestra {
+namespace kestra::proof {
 
 const char* helpText() {
   return R"(Usage: kestra-proof DOCUMENT... [-o NAME=VALUE]... [OPTION]...
@@ -70,4 +70,4 @@ Exit status: 0 all pages came out, 1 something failed, 2 the command line made n
 )";
 }
 
-}  // namespace kestra
+}  // namespace kestra::proof

@@ -6,7 +6,7 @@
 #include <array>
 #include <cstdint>
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 struct Letter {
@@ -104,4 +104,4 @@ unsigned letterRow(char letter, std::size_t row) {
   return kUnknown.rows[row];
 }
 
-}  // namespace kestra
+}  // namespace kestra::proof

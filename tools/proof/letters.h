@@ -5,14 +5,14 @@
 
 #include <cstddef>
 
-namespace kestra {
+namespace kestra::proof {
 
 inline constexpr std::size_t kLetterWidth = 5;
 inline constexpr std::size_t kLetterHeight = 7;
-inline constexpr std::size_t kLetterAdvance = 6;  // from one letter to the next
+inline constexpr std::size_t kLetterAdvance = 6;  ///< from one letter to the next
 
-// Row `row` of a letter from the top: bit 4 is the leftmost dot, 1 is black. 0 for rows from
-// kLetterHeight on; an unknown letter is an empty box.
-unsigned letterRow(char letter, std::size_t row);
+/// Row `row` of a letter from the top; an unknown letter is an empty box.
+/// @return bit 4 is the leftmost dot, 1 is black; 0 for rows from kLetterHeight on
+[[nodiscard]] unsigned letterRow(char letter, std::size_t row);
 
-}  // namespace kestra
+}  // namespace kestra::proof

@@ -21,19 +21,12 @@
 #include "tools/render/document_type.h"
 #include "tools/render/ppd_place.h"
 
+namespace kestra::proof {
 namespace {
 
 constexpr int kAllWell = 0;
 constexpr int kSomethingBroken = 1;
 constexpr int kWrongUsage = 2;
-
-using kestra::Arguments;
-using kestra::DocumentType;
-using kestra::Input;
-using kestra::InputKind;
-using kestra::Printer;
-using kestra::Problem;
-using kestra::Result;
 
 // An input, and what its content says it is.
 struct Job {
@@ -72,7 +65,7 @@ std::vector<Job> lookAt(const std::vector<Input>& inputs) {
           path.compare(path.size() - frameEnd.size(), frameEnd.size(), frameEnd) == 0;
       if (named) {
         job.type = DocumentType::kFrame;
-      } else if (const auto type = kestra::documentType(path); type) {
+      } else if (const auto type = documentType(path); type) {
         job.type = *type;
       } else {
         job.problem = type.problem();
@@ -94,7 +87,7 @@ Result<void> optionsHaveUse(const Arguments& arguments, const std::vector<Job>& 
     if (job.type == DocumentType::kFrame) frames = true;
     if (job.input.kind == InputKind::kDocument && !job.type) documents = frames = true;
   }
-  if (arguments.dpi_given && !frames) {
+  if (arguments.dpiGiven && !frames) {
     return Problem{
         "--dpi is for page frames; a document is printed with -o Resolution=203dpi or 300dpi"};
   }
@@ -113,7 +106,7 @@ Result<Printer> describedPrinter(const Arguments& arguments) {
   Printer printer;
   if (arguments.ppd.empty()) {
     printer.model = arguments.model.empty() ? "label" : arguments.model;
-    const Result<std::string> found = kestra::findPpd(printer.model);
+    const Result<std::string> found = findPpd(printer.model);
     if (!found) return Problem{found.problem()};
     printer.ppd = *found;
   } else {
@@ -159,14 +152,14 @@ int answer(const Arguments& arguments) {
 // Where a document's leavings are kept: in DIR itself where it is the only one.
 std::string keepPlace(const Arguments& arguments, const std::string& path) {
   if (arguments.keep.empty() || arguments.inputs.size() == 1) return arguments.keep;
-  return arguments.keep + "/" + kestra::stem(path);
+  return arguments.keep + "/" + stem(path);
 }
 
 bool proofAll(const Arguments& arguments, const std::vector<Job>& jobs, const Printer& printer) {
-  kestra::WriteGuard guard(arguments);
-  kestra::Teller teller(arguments);
+  WriteGuard guard(arguments);
+  Teller teller(arguments);
   for (const Job& job : jobs) {
-    if (kestra::interruptSignal() != 0) return false;
+    if (interruptSignal() != 0) return false;
     const std::string& path = job.input.path;
     if (job.input.kind == InputKind::kPageCounter) {
       proofCounter(path, teller);
@@ -188,9 +181,9 @@ bool proofAll(const Arguments& arguments, const std::vector<Job>& jobs, const Pr
 }
 
 int run(const Arguments& arguments) {
-  if (!arguments.output_directory.empty()) {
+  if (!arguments.outputDirectory.empty()) {
     std::error_code ignored;  // the first picture says what is wrong
-    std::filesystem::create_directories(arguments.output_directory, ignored);
+    std::filesystem::create_directories(arguments.outputDirectory, ignored);
   }
   const std::vector<Job> jobs = lookAt(arguments.inputs);
   const Result<void> useful = optionsHaveUse(arguments, jobs);
@@ -206,15 +199,17 @@ int run(const Arguments& arguments) {
 }
 
 }  // namespace
+}  // namespace kestra::proof
 
 int main(int argc, char** argv) {
+  using namespace kestra::proof;
   kestra::openMissingStandardStreams();
   std::signal(SIGPIPE, SIG_IGN);  // a filter or a reader that ends early is a failed write
   const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
-  const kestra::Result<Arguments> parsed = kestra::parseArguments(words);
+  const kestra::Result<Arguments> parsed = parseArguments(words);
   if (!parsed) return wrongUsage(parsed.problem());
   const Arguments& arguments = *parsed;
-  if (arguments.help) return print(kestra::helpText());
+  if (arguments.help) return print(helpText());
   if (arguments.version) return print("kestra-proof " KESTRA_VERSION "\n");
   if (!arguments.asked.empty()) return answer(arguments);
   kestra::catchInterrupts();

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <string_view>
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 using namespace std::string_view_literals;
@@ -78,4 +78,4 @@ bool isTransparent(const std::vector<PngChunk>& chunks) {
   return false;
 }
 
-}  // namespace kestra
+}  // namespace kestra::proof

@@ -7,20 +7,21 @@
 #include <string>
 #include <vector>
 
-namespace kestra {
+namespace kestra::proof {
 
 struct PngChunk {
-  std::string type;   // four letters
-  std::string bytes;  // empty where they are too many to be any that is asked for here
+  std::string type;   ///< four letters
+  std::string bytes;  ///< empty where they are too many to be any that is asked for here
 };
 
-// The chunks from the first on, without the pixels and what follows. Empty for what is no PNG.
+/// The chunks from the first on, without the pixels and what follows.
+/// @return nothing for what is no PNG
 [[nodiscard]] std::vector<PngChunk> chunksBeforePixels(const std::string& path);
 
-// The text under a keyword; empty where there is none.
+/// @return the text under a keyword; empty where there is none
 [[nodiscard]] std::string pngText(const std::vector<PngChunk>& chunks, const std::string& keyword);
 
-// Whether pixels may be transparent: an alpha channel, or transparent colours.
+/// @return whether pixels may be transparent: an alpha channel, or transparent colours.
 [[nodiscard]] bool isTransparent(const std::vector<PngChunk>& chunks);
 
-}  // namespace kestra
+}  // namespace kestra::proof

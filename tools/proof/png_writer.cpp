@@ -18,7 +18,7 @@
 #include <cstring>
 #include <vector>
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 constexpr double kMetresPerInch = 0.0254;
@@ -183,4 +183,4 @@ Result<void> writePng(const std::string& path, const Drawing& drawing, const Pic
   return Problem{path + " cannot be written: " + written.problem()};
 }
 
-}  // namespace kestra
+}  // namespace kestra::proof

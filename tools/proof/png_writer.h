@@ -10,12 +10,12 @@
 #include "filter/base/result.h"
 #include "tools/proof/drawing.h"
 
-namespace kestra {
+namespace kestra::proof {
 
 struct PictureFacts {
-  std::array<unsigned, 2> dpi = {203, 203};  // dots per inch of the print, across and down
-  unsigned scale = 1;                        // pixels per dot in each direction
-  // The program, and the name of the document it made the picture of: both stand in the file.
+  std::array<unsigned, 2> dpi = {203, 203};  ///< dots per inch of the print, across and down
+  unsigned scale = 1;                        ///< pixels per dot in each direction
+  /// The program, and the name of the document it made the picture of: both stand in the file.
   std::string program = {};
   std::string document = {};
 };
@@ -27,4 +27,4 @@ struct PictureFacts {
 [[nodiscard]] Result<void> writePng(const std::string& path, const Drawing& drawing,
                                     const PictureFacts& facts);
 
-}  // namespace kestra
+}  // namespace kestra::proof

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 constexpr auto kPatience = std::chrono::milliseconds(500);
@@ -57,4 +57,4 @@ void ProgressBar::clear() {
   drawn_ = false;
 }
 
-}  // namespace kestra
+}  // namespace kestra::proof

@@ -8,7 +8,7 @@
 #include "tools/crop/crop_document.h"
 #include "tools/render/child.h"
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 // "out/shop-crop.pdf", or beside --output.
@@ -43,7 +43,7 @@ Result<std::string> cropTo(const std::string& path, DocumentType type, const Arg
   const PageArea page = printer.options.page();
   request.label = {page.width, page.height};
   request.output = croppedPath(arguments, path);
-  if (!arguments.crop_place.empty()) request.hand = crop::parseHandPlace(arguments.crop_place);
+  if (!arguments.cropPlace.empty()) request.hand = crop::parseHandPlace(arguments.cropPlace);
   const Result<void> may = mayReplace(request.output, path, arguments, guard);
   if (!may) return Problem{may.problem()};
   const Result<crop::Cropped> cropped = crop::cropDocument(request);
@@ -69,4 +69,4 @@ void proofCropped(const std::string& path, DocumentType type, const Arguments& a
   proofDocument(*cropped, DocumentType::kPdf, arguments, printer, keep, guard, teller);
 }
 
-}  // namespace kestra
+}  // namespace kestra::proof

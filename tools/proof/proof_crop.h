@@ -9,12 +9,12 @@
 #include "tools/proof/teller.h"
 #include "tools/render/document_type.h"
 
-namespace kestra {
+namespace kestra::proof {
 
-// Writes NAME-crop.pdf where the pictures go, tells what was found, and prints it like any
-// document. `keep` is a directory to make for what the print leaves, empty where nothing is kept.
+/// Writes NAME-crop.pdf where the pictures go, tells what was found, and prints it like any
+/// document. `keep` is a directory to make for what the print leaves, empty where nothing is kept.
 void proofCropped(const std::string& path, DocumentType type, const Arguments& arguments,
                   const Printer& printer, const std::string& keep, WriteGuard& guard,
                   Teller& teller);
 
-}  // namespace kestra
+}  // namespace kestra::proof

@@ -19,12 +19,12 @@
 #include "tools/proof/warnings.h"
 #include "tools/render/print_document.h"
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 std::uint64_t blackDots(const PageFrame& frame) {
   std::uint64_t black = 0;
-  for (std::size_t y = 0; y < frame.row_count; ++y) black += countBlackDots(frame.row(y).dots);
+  for (std::size_t y = 0; y < frame.rowCount; ++y) black += countBlackDots(frame.row(y).dots);
   return black;
 }
 
@@ -136,7 +136,7 @@ class DocumentProof {
                   const std::string& halftone) const {
     PageFacts facts;
     facts.content = page.content;
-    facts.black_dots = blackDots(frame);
+    facts.blackDots = blackDots(frame);
     facts.halftone = halftone;
     facts.brightness =
         static_cast<int>(std::strtol(printer_.options.choice("Brightness").c_str(), nullptr, 10));
@@ -144,9 +144,9 @@ class DocumentProof {
     facts.type = type_;
     facts.fit = page.fit;
     facts.scale = page.scale;
-    facts.scaled_by = printer_.options.scalingOption();
-    facts.head_dots = printer_.options.headDots(page.content.dpi[0]);
-    facts.overlapping = frame.wider_than_head();
+    facts.scaledBy = printer_.options.scalingOption();
+    facts.headDots = printer_.options.headDots(page.content.dpi[0]);
+    facts.overlapping = frame.widerThanHead();
     return facts;
   }
 
@@ -163,7 +163,7 @@ class DocumentProof {
     PageReport report;
     report.number = page.number;
     report.dpi = page.content.dpi;
-    report.page_dots = page.content.pixels();
+    report.pageDots = page.content.pixels();
     std::unique_ptr<Drawing> drawing;
     if (arguments_.compare) {
       drawing = compare(page, frames, report);
@@ -174,9 +174,9 @@ class DocumentProof {
       }
     } else {
       report.frame = &frames.front();
-      report.frame_page_dots = page.content.width;
+      report.framePageDots = page.content.width;
       const PageFacts found = facts(page, frames.front(), printer_.options.choice("HalftoneType"));
-      report.black_dots = found.black_dots;
+      report.blackDots = found.blackDots;
       report.warnings = dotWarnings(found);
       const ParsedSettings settings = parsePrintSettings(page.command);
       if (settings.settings.size() == 1) report.setting = settings.settings.front();
@@ -206,7 +206,7 @@ class DocumentProof {
       }
       TileReport tile;
       tile.halftone = halftone.keyword;
-      tile.black_dots = found.black_dots;
+      tile.blackDots = found.blackDots;
       report.tiles.push_back(tile);
       std::unique_ptr<Drawing> drawing = draw(frames[i], page.content);
       // What --margins draws around the label is the same for all: only whole labels have it.
@@ -264,4 +264,4 @@ void proofDocument(const std::string& path, DocumentType type, const Arguments& 
   proof.run(keep);
 }
 
-}  // namespace kestra
+}  // namespace kestra::proof

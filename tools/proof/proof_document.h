@@ -11,19 +11,19 @@
 #include "tools/render/document_type.h"
 #include "tools/render/printer_options.h"
 
-namespace kestra {
+namespace kestra::proof {
 
-// What all documents of a run are printed with.
+/// What all documents of a run are printed with.
 struct Printer {
-  std::string model;  // empty where --ppd was given
-  std::string ppd;    // absolute
+  std::string model;  ///< empty where --ppd was given
+  std::string ppd;    ///< absolute
   PrinterOptions options;
 };
 
-// Prints the document `path` and tells all of it. `keep` is a directory to make for what the print
-// leaves, empty where nothing is kept.
+/// Prints the document `path` and tells all of it. `keep` is a directory to make for what the print
+/// leaves, empty where nothing is kept.
 void proofDocument(const std::string& path, DocumentType type, const Arguments& arguments,
                    const Printer& printer, const std::string& keep, WriteGuard& guard,
                    Teller& teller);
 
-}  // namespace kestra
+}  // namespace kestra::proof

@@ -11,7 +11,7 @@
 #include "tools/proof/drawing.h"
 #include "tools/proof/png_writer.h"
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 // The label printer's head at 203 dots per inch; the other resolutions and the stencil printer have
@@ -23,9 +23,9 @@ constexpr unsigned kHighDpi = 300;
 // A frame does not hold its resolution: it is given, stands for the model, or follows from a width
 // that the label printer's head has only at the higher one. `note` says so.
 unsigned frameDpi(const PageFrame& frame, const Arguments& arguments, std::string& note) {
-  if (arguments.dpi_given) return static_cast<unsigned>(arguments.dpi);
+  if (arguments.dpiGiven) return static_cast<unsigned>(arguments.dpi);
   if (!arguments.model.empty()) return arguments.model == "stencil" ? kHighDpi : kLowDpi;
-  if (frame.drawn_width() <= kLabelHeadDots) return kLowDpi;
+  if (frame.drawnWidth() <= kLabelHeadDots) return kLowDpi;
   note = "taken for 300 dpi, as no head of 203 dpi for labels is so wide; --dpi says otherwise";
   return kHighDpi;
 }
@@ -43,9 +43,9 @@ void drawFrame(const std::string& path, const PageFrame& frame, const Arguments&
   const unsigned dpi = frameDpi(frame, arguments, report.note);
   report.dpi = {dpi, dpi};
   report.frame = &frame;
-  report.page_dots = std::uint64_t{labelWidth(frame, 0)} * frame.row_count;
-  for (std::size_t y = 0; y < frame.row_count; ++y) {
-    report.black_dots += countBlackDots(frame.row(y).dots);
+  report.pageDots = std::uint64_t{labelWidth(frame, 0)} * frame.rowCount;
+  for (std::size_t y = 0; y < frame.rowCount; ++y) {
+    report.blackDots += countBlackDots(frame.row(y).dots);
   }
   Result<void> written = guard.mayWrite(report.picture, path);
   if (written) {
@@ -105,4 +105,4 @@ void proofCommands(const std::string& path, Teller& teller) {
   teller.end({});
 }
 
-}  // namespace kestra
+}  // namespace kestra::proof

@@ -9,15 +9,15 @@
 #include "tools/proof/files.h"
 #include "tools/proof/teller.h"
 
-namespace kestra {
+namespace kestra::proof {
 
-// Tells what a frame holds and draws it.
+/// Tells what a frame holds and draws it.
 void proofFrame(const std::string& path, const Arguments& arguments, WriteGuard& guard,
                 Teller& teller);
 
 void proofCounter(const std::string& path, Teller& teller);
 
-// "-" is standard input.
+/// "-" is standard input.
 void proofCommands(const std::string& path, Teller& teller);
 
-}  // namespace kestra
+}  // namespace kestra::proof

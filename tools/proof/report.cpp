@@ -8,7 +8,7 @@
 
 #include "tools/proof/drawing.h"
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 constexpr double kMmPerInch = 25.4;
@@ -24,7 +24,7 @@ std::string line(const char* name, const std::string& words) {
 }
 
 std::string mediaWords(const PageFrame& frame, unsigned dpi) {
-  const std::string gap = mm(frame.gap_dots, dpi) + " mm";
+  const std::string gap = mm(frame.gapDots, dpi) + " mm";
   switch (frame.media) {
     case Media::kContinuous:
       return "continuous paper";
@@ -51,9 +51,9 @@ std::string bytes(std::size_t count) { return number(count) + (count == 1 ? " by
 
 // How the frame is built, for whoever compares bytes.
 std::string buildWords(const PageFrame& frame) {
-  const std::size_t page = frame.drawn_width() / 8 - frame.margin_bytes();
-  std::string text = line("rows", number(frame.row_count) + " of " + bytes(page) +
-                                      " behind a margin of " + bytes(frame.margin_bytes()));
+  const std::size_t page = frame.drawnWidth() / 8 - frame.marginBytes();
+  std::string text = line("rows", number(frame.rowCount) + " of " + bytes(page) +
+                                      " behind a margin of " + bytes(frame.marginBytes()));
   if (rowsWithWrongCount(frame).empty()) {
     text += line("counts", "every row holds as many black dots as it announces");
   }
@@ -95,28 +95,28 @@ std::string describeFrame(const PageFrame& frame, const FrameWords& words) {
   const bool bytewise = words.stored || words.verbose;
   const unsigned across = words.dpi[0];
   const unsigned down = words.dpi[1];
-  const std::size_t width = labelWidth(frame, words.page_dots);
+  const std::size_t width = labelWidth(frame, words.pageDots);
   std::uint64_t black = 0;
-  for (std::size_t y = 0; y < frame.row_count; ++y) black += countBlackDots(frame.row(y).dots);
+  for (std::size_t y = 0; y < frame.rowCount; ++y) black += countBlackDots(frame.row(y).dots);
 
   std::string text;
-  if (bytewise) text += line("page number", number(frame.page_number));
-  text += line("size", number(width) + " x " + number(frame.row_count) + " dots, " +
-                           mm(width, across) + " x " + mm(frame.row_count, down) + " mm at " +
+  if (bytewise) text += line("page number", number(frame.pageNumber));
+  text += line("size", number(width) + " x " + number(frame.rowCount) + " dots, " +
+                           mm(width, across) + " x " + mm(frame.rowCount, down) + " mm at " +
                            number(across) + (down != across ? " x " + number(down) : "") + " dpi");
-  if (bytewise && (frame.width_dots != width || frame.height_dots != frame.row_count)) {
-    text += line("frame says", number(frame.width_dots) + " x " + number(frame.height_dots) +
-                                   " dots, " + mm(frame.width_dots, across) + " x " +
-                                   mm(frame.height_dots, down) + " mm");
+  if (bytewise && (frame.widthDots != width || frame.heightDots != frame.rowCount)) {
+    text += line("frame says", number(frame.widthDots) + " x " + number(frame.heightDots) +
+                                   " dots, " + mm(frame.widthDots, across) + " x " +
+                                   mm(frame.heightDots, down) + " mm");
   }
   text += line("media", mediaWords(frame, down));
   text += line("black dots", number(black) + ", " +
-                                 percent(black, std::uint64_t{width} * frame.row_count) +
+                                 percent(black, std::uint64_t{width} * frame.rowCount) +
                                  " of the label");
   if (words.verbose) text += buildWords(frame);
   const std::string wrong = wrongCounts(frame);
   if (!wrong.empty()) text += line("note", wrong);
-  if (frame.wider_than_head()) {
+  if (frame.widerThanHead()) {
     text += line("note",
                  "the rows are shorter than the page is wide; the page was wider than the print "
                  "head and its rows overlap");
@@ -127,4 +127,4 @@ std::string describeFrame(const PageFrame& frame, const FrameWords& words) {
   return text;
 }
 
-}  // namespace kestra
+}  // namespace kestra::proof

@@ -9,7 +9,7 @@
 
 #include "tools/proof/letters.h"
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 constexpr std::size_t kLineHeight = kLetterHeight + 2;  // letter dots with the space to the next
@@ -40,18 +40,18 @@ Sheet::Sheet(std::vector<Tile> tiles) : tiles_(std::move(tiles)) {
   std::size_t name = 1;
   std::size_t words = 1;
   for (const Tile& tile : tiles_) {
-    tile_width_ = std::max(tile_width_, tile.drawing->width());
-    tile_height_ = std::max(tile_height_, tile.drawing->height());
+    tileWidth_ = std::max(tileWidth_, tile.drawing->width());
+    tileHeight_ = std::max(tileHeight_, tile.drawing->height());
     name = std::max(name, tile.name.size());
     words = std::max(words, tile.words.size());
   }
-  words_scale_ = std::max(tile_width_ / (words * kLetterAdvance), kSmallestScale);
-  name_scale_ = std::max(tile_width_ / (name * kLetterAdvance), words_scale_);
-  tile_width_ = std::max(
-      {tile_width_, name * kLetterAdvance * name_scale_, words * kLetterAdvance * words_scale_});
-  space_ = kSpace * words_scale_;
-  cell_width_ = tile_width_ + space_;
-  cell_height_ = tile_height_ + space_ + kLineHeight * (name_scale_ + words_scale_);
+  wordsScale_ = std::max(tileWidth_ / (words * kLetterAdvance), kSmallestScale);
+  nameScale_ = std::max(tileWidth_ / (name * kLetterAdvance), wordsScale_);
+  tileWidth_ = std::max(
+      {tileWidth_, name * kLetterAdvance * nameScale_, words * kLetterAdvance * wordsScale_});
+  space_ = kSpace * wordsScale_;
+  cellWidth_ = tileWidth_ + space_;
+  cellHeight_ = tileHeight_ + space_ + kLineHeight * (nameScale_ + wordsScale_);
 
   std::size_t best = 1;
   double least = 0;
@@ -67,7 +67,7 @@ Sheet::Sheet(std::vector<Tile> tiles) : tiles_(std::move(tiles)) {
 
 std::size_t Sheet::height() const {
   const std::size_t rows = (tiles_.size() + columns_ - 1) / columns_;
-  return rows * cell_height_ + space_;
+  return rows * cellHeight_ + space_;
 }
 
 bool Sheet::colourful() const {
@@ -76,14 +76,14 @@ bool Sheet::colourful() const {
 }
 
 Sheet::Place Sheet::place(std::size_t tile) const {
-  return {space_ + tile % columns_ * cell_width_, space_ + tile / columns_ * cell_height_};
+  return {space_ + tile % columns_ * cellWidth_, space_ + tile / columns_ * cellHeight_};
 }
 
 void Sheet::row(std::size_t y, Colour* colours) const {
   std::fill_n(colours, width(), Colour::kPaper);
   if (y < space_) return;
-  const std::size_t first = (y - space_) / cell_height_ * columns_;
-  const std::size_t inCell = (y - space_) % cell_height_;
+  const std::size_t first = (y - space_) / cellHeight_ * columns_;
+  const std::size_t inCell = (y - space_) % cellHeight_;
   for (std::size_t i = first; i < std::min(first + columns_, tiles_.size()); ++i) {
     const Tile& tile = tiles_[i];
     Colour* start = colours + place(i).x;
@@ -92,15 +92,15 @@ void Sheet::row(std::size_t y, Colour* colours) const {
       continue;
     }
     // The caption stands below the tallest tile, a little away from it: the name, then the words.
-    const std::size_t nameAt = tile_height_ + words_scale_ * 2;
-    const std::size_t wordsAt = nameAt + kLineHeight * name_scale_;
+    const std::size_t nameAt = tileHeight_ + wordsScale_ * 2;
+    const std::size_t wordsAt = nameAt + kLineHeight * nameScale_;
     if (inCell < nameAt) continue;
     if (inCell < wordsAt) {
-      writeRow(tile.name, (inCell - nameAt) / name_scale_, name_scale_, start);
+      writeRow(tile.name, (inCell - nameAt) / nameScale_, nameScale_, start);
     } else {
-      writeRow(tile.words, (inCell - wordsAt) / words_scale_, words_scale_, start);
+      writeRow(tile.words, (inCell - wordsAt) / wordsScale_, wordsScale_, start);
     }
   }
 }
 
-}  // namespace kestra
+}  // namespace kestra::proof

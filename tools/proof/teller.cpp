@@ -9,7 +9,7 @@
 #include "tools/proof/drawing.h"
 #include "tools/proof/report.h"
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 constexpr double kMmPerInch = 25.4;
@@ -33,11 +33,11 @@ double coverage(std::uint64_t black, std::uint64_t dots) {
 }  // namespace
 
 Teller::Teller(const Arguments& arguments)
-    : json_on_(arguments.json),
-      words_on_(!arguments.json && !arguments.quiet),
+    : jsonOn_(arguments.json),
+      wordsOn_(!arguments.json && !arguments.quiet),
       verbose_(arguments.verbose),
       progress_(!arguments.quiet) {
-  if (!json_on_) return;
+  if (!jsonOn_) return;
   json_.object().name("program").string("kestra-proof").name("version").string(KESTRA_VERSION);
   json_.name("documents").array();
 }
@@ -57,7 +57,7 @@ void Teller::begin(const DocumentReport& document) {
   path_ = document.path;
   warnings_.clear();
   errors_.clear();
-  if (!json_on_) return;
+  if (!jsonOn_) return;
   json_.object().name("document").string(document.path).name("type").string(document.type);
   if (!document.model.empty()) json_.name("model").string(document.model);
   if (!document.ppd.empty()) {
@@ -69,8 +69,8 @@ void Teller::begin(const DocumentReport& document) {
 }
 
 void Teller::page(const PageReport& page) {
-  if (words_on_) words(page);
-  if (json_on_) pageJson(page);
+  if (wordsOn_) words(page);
+  if (jsonOn_) pageJson(page);
   for (const std::string& warning : page.warnings) {
     warn((page.number > 0 ? "page " + std::to_string(page.number) + " " : std::string()) + warning);
   }
@@ -81,14 +81,13 @@ void Teller::words(const PageReport& page) {
   if (page.number > 0) text += ": page " + std::to_string(page.number);
   text += ":\n";
   if (page.frame != nullptr) {
-    text +=
-        describeFrame(*page.frame, {page.frame_page_dots, page.dpi, page.number == 0, verbose_});
+    text += describeFrame(*page.frame, {page.framePageDots, page.dpi, page.number == 0, verbose_});
   }
   if (!page.note.empty()) text += "  note:         " + page.note + "\n";
   for (const TileReport& tile : page.tiles) {
     text += "  " + tile.halftone + ":" + std::string(18 - tile.halftone.size(), ' ') +
-            std::to_string(tile.black_dots) + " black dots, " +
-            percent(tile.black_dots, page.page_dots) + "\n";
+            std::to_string(tile.blackDots) + " black dots, " +
+            percent(tile.blackDots, page.pageDots) + "\n";
   }
   if (page.part) {
     const DotRectangle& part = *page.part;
@@ -113,25 +112,25 @@ void Teller::pageJson(const PageReport& page) {
   json_.name("dpi").array().number(page.dpi[0]).number(page.dpi[1]).endArray();
   if (page.frame != nullptr) {
     const PageFrame& frame = *page.frame;
-    const auto width = static_cast<double>(labelWidth(frame, page.frame_page_dots));
-    const double height = frame.row_count;
+    const auto width = static_cast<double>(labelWidth(frame, page.framePageDots));
+    const double height = frame.rowCount;
     json_.name("label_dots").array().fraction(width, 0).fraction(height, 0).endArray();
     json_.name("millimetres").array();
     json_.fraction(width * kMmPerInch / page.dpi[0], 2);
     json_.fraction(height * kMmPerInch / page.dpi[1], 2).endArray();
     json_.name("announced_dots").array();
-    json_.number(frame.width_dots).number(frame.height_dots).endArray();
-    json_.name("rows").number(frame.row_count);
-    json_.name("margin_dots").number(frame.margin_bytes() * 8);
+    json_.number(frame.widthDots).number(frame.heightDots).endArray();
+    json_.name("rows").number(frame.rowCount);
+    json_.name("margin_dots").number(frame.marginBytes() * 8);
     json_.name("media").string(mediaName(frame.media));
-    json_.name("gap_dots").number(frame.gap_dots);
-    json_.name("page_number").number(frame.page_number);
+    json_.name("gap_dots").number(frame.gapDots);
+    json_.name("page_number").number(frame.pageNumber);
     json_.name("wrong_counts").number(rowsWithWrongCount(frame).size());
-    json_.name("black_dots").number(page.black_dots);
-    json_.name("coverage").fraction(coverage(page.black_dots, page.page_dots), 6);
+    json_.name("black_dots").number(page.blackDots);
+    json_.name("coverage").fraction(coverage(page.blackDots, page.pageDots), 6);
   }
   if (page.setting) {
-    json_.name("speed_code").number(page.setting->speed_code);
+    json_.name("speed_code").number(page.setting->speedCode);
     json_.name("darkness").number(page.setting->darkness);
   }
   if (page.part) {
@@ -144,8 +143,8 @@ void Teller::pageJson(const PageReport& page) {
       json_.object().name("halftone").string(tile.halftone);
       json_.name("x").number(tile.x).name("y").number(tile.y);
       json_.name("width").number(tile.width).name("height").number(tile.height);
-      json_.name("black_dots").number(tile.black_dots);
-      json_.name("coverage").fraction(coverage(tile.black_dots, page.page_dots), 6).endObject();
+      json_.name("black_dots").number(tile.blackDots);
+      json_.name("coverage").fraction(coverage(tile.blackDots, page.pageDots), 6).endObject();
     }
     json_.endArray();
   }
@@ -153,30 +152,30 @@ void Teller::pageJson(const PageReport& page) {
   say(json_.take());
 }
 
-void Teller::counter(unsigned next_page) {
-  if (words_on_) {
-    say(path_ + ": the next page gets the number " + std::to_string(next_page) + "\n");
+void Teller::counter(unsigned nextPage) {
+  if (wordsOn_) {
+    say(path_ + ": the next page gets the number " + std::to_string(nextPage) + "\n");
   }
-  if (json_on_) json_.object().name("next_page_number").number(next_page).endObject();
+  if (jsonOn_) json_.object().name("next_page_number").number(nextPage).endObject();
 }
 
 void Teller::commands(const std::vector<SentSetting>& settings) {
   std::size_t number = 0;
   for (const SentSetting& setting : settings) {
     ++number;
-    if (words_on_) {
+    if (wordsOn_) {
       say(path_ + ": command " + std::to_string(number) + ": " + describe(setting) + " (" +
           describeCodes(setting) + ")\n");
     }
-    if (json_on_) {
-      json_.object().name("speed_code").number(setting.speed_code);
+    if (jsonOn_) {
+      json_.object().name("speed_code").number(setting.speedCode);
       json_.name("darkness").number(setting.darkness).endObject();
     }
   }
 }
 
 void Teller::note(const std::string& sentence) {
-  if (words_on_) say(path_ + ": " + sentence + "\n");
+  if (wordsOn_) say(path_ + ": " + sentence + "\n");
 }
 
 void Teller::warn(const std::string& sentence) {
@@ -190,19 +189,19 @@ void Teller::complain(const std::string& problem) {
   sayError(path_ + ": " + problem);
 }
 
-void Teller::end(const std::vector<std::string>& log_errors) {
-  for (const std::string& error : log_errors) sayError(path_ + ": the filter says: " + error);
-  if (!json_on_) return;
+void Teller::end(const std::vector<std::string>& logErrors) {
+  for (const std::string& error : logErrors) sayError(path_ + ": the filter says: " + error);
+  if (!jsonOn_) return;
   json_.endArray();
   json_.name("warnings").strings(warnings_);
-  json_.name("log_errors").strings(log_errors);
+  json_.name("log_errors").strings(logErrors);
   json_.name("errors").strings(errors_).endObject();
   say(json_.take());
 }
 
 bool Teller::finish() {
   progress_.clear();
-  if (json_on_) {
+  if (jsonOn_) {
     json_.endArray().name("ok").boolean(well_).endObject();
     say(json_.take() + "\n");
   }
@@ -213,4 +212,4 @@ bool Teller::finish() {
   return well_;
 }
 
-}  // namespace kestra
+}  // namespace kestra::proof

@@ -19,39 +19,39 @@
 #include "tools/proof/detail.h"
 #include "tools/proof/progress.h"
 
-namespace kestra {
+namespace kestra::proof {
 
-// One print on a comparison sheet; places in pixels of the picture.
+/// One print on a comparison sheet; places in pixels of the picture.
 struct TileReport {
   std::string halftone;
   std::size_t x = 0;
   std::size_t y = 0;
   std::size_t width = 0;
   std::size_t height = 0;
-  std::uint64_t black_dots = 0;
+  std::uint64_t blackDots = 0;
 };
 
 struct PageReport {
-  std::size_t number = 0;  // of the document, 0 for a frame
-  std::string picture;     // file
-  std::size_t width = 0;   // of the picture in pixels
+  std::size_t number = 0;  ///< of the document, 0 for a frame
+  std::string picture;     ///< file
+  std::size_t width = 0;   ///< of the picture in pixels
   std::size_t height = 0;
-  std::array<unsigned, 2> dpi = {0, 0};  // of the print
-  std::uint64_t page_dots = 0;           // dots of the page, black or not
-  std::uint64_t black_dots = 0;
-  const PageFrame* frame = nullptr;    // the caller's; null on a comparison sheet
-  std::size_t frame_page_dots = 0;     // width of the frame's page, 0: only what the frame says
-  std::optional<DotRectangle> part;    // of the page, on a sheet that does not show all of it
-  std::vector<TileReport> tiles;       // empty but on a comparison sheet
-  std::string note;                    // on the frame, empty where there is none
-  std::optional<SentSetting> setting;  // what was sent to the printer before the page
+  std::array<unsigned, 2> dpi = {0, 0};  ///< of the print
+  std::uint64_t pageDots = 0;            ///< dots of the page, black or not
+  std::uint64_t blackDots = 0;
+  const PageFrame* frame = nullptr;    ///< the caller's; null on a comparison sheet
+  std::size_t framePageDots = 0;       ///< width of the frame's page, 0: only what the frame says
+  std::optional<DotRectangle> part;    ///< of the page, on a sheet that does not show all of it
+  std::vector<TileReport> tiles;       ///< empty but on a comparison sheet
+  std::string note;                    ///< on the frame, empty where there is none
+  std::optional<SentSetting> setting;  ///< what was sent to the printer before the page
   std::vector<std::string> warnings;
 };
 
 struct DocumentReport {
   std::string path;
   std::string type;
-  std::string model;  // empty where --ppd was given, and for what is not printed
+  std::string model;  ///< empty where --ppd was given, and for what is not printed
   std::string ppd;
   std::vector<std::pair<std::string, std::string>> options;
 };
@@ -62,17 +62,18 @@ class Teller {
 
   void begin(const DocumentReport& document);
   void page(const PageReport& page);
-  void counter(unsigned next_page);
+  void counter(unsigned nextPage);
   void commands(const std::vector<SentSetting>& settings);
-  // Words for a person alone.
+  /// Words for a person alone.
   void note(const std::string& sentence);
-  // A lasting remark on the document that is no failure.
+  /// A lasting remark on the document that is no failure.
   void warn(const std::string& sentence);
-  // Something about the document failed.
+  /// Something about the document failed.
   void complain(const std::string& problem);
-  void end(const std::vector<std::string>& log_errors);
+  void end(const std::vector<std::string>& logErrors);
 
-  // The end of the run; false where something failed, the output itself included.
+  /// The end of the run.
+  /// @return false where something failed, the output itself included
   [[nodiscard]] bool finish();
 
   ProgressBar& progress() { return progress_; }
@@ -83,8 +84,8 @@ class Teller {
   void say(const std::string& text);
   void sayError(const std::string& text);
 
-  bool json_on_;
-  bool words_on_;
+  bool jsonOn_;
+  bool wordsOn_;
   bool verbose_;
   bool well_ = true;
   JsonText json_;
@@ -94,4 +95,4 @@ class Teller {
   std::vector<std::string> errors_;
 };
 
-}  // namespace kestra
+}  // namespace kestra::proof

@@ -9,7 +9,7 @@
 #include <cmath>
 #include <cstdio>
 
-namespace kestra {
+namespace kestra::proof {
 namespace {
 
 // Rows of a page are padded to this many dots, and packed as if they were not.
@@ -36,16 +36,16 @@ bool isSkewed(const PageFacts& facts) { return facts.content.width % kRowUnit !=
 bool isSolid(const PageFacts& facts) {
   const std::uint64_t pixels = facts.content.pixels();
   if (pixels == 0) return false;
-  if (!isSkewed(facts)) return facts.black_dots >= pixels;
-  return static_cast<double>(facts.black_dots) >= kNearlySolid * static_cast<double>(pixels);
+  if (!isSkewed(facts)) return facts.blackDots >= pixels;
+  return static_cast<double>(facts.blackDots) >= kNearlySolid * static_cast<double>(pixels);
 }
 
 // More dots than the page has places with ink: the others lie on blank paper.
 bool isHazy(const PageFacts& facts) {
   const std::uint64_t inked = facts.content.inkedPixels;
-  if (facts.black_dots <= inked) return false;
+  if (facts.blackDots <= inked) return false;
   const auto blank = static_cast<double>(facts.content.pixels() - inked);
-  return static_cast<double>(facts.black_dots - inked) > kHaze * blank;
+  return static_cast<double>(facts.blackDots - inked) > kHaze * blank;
 }
 
 // Blank paper turns grey, and a photograph that loses dots elsewhere hides how many it gets there.
@@ -71,9 +71,9 @@ bool isScaled(const PageFacts& facts) {
 
 std::string scaleWarning(const PageFacts& facts) {
   const std::string words = "is printed at " + perCent(facts.scale) + " % of its size";
-  if (facts.scaled_by == "number-up") return words + ", as number-up asks";
-  if (!facts.scaled_by.empty()) {
-    return words + ", as " + facts.scaled_by +
+  if (facts.scaledBy == "number-up") return words + ", as number-up asks";
+  if (!facts.scaledBy.empty()) {
+    return words + ", as " + facts.scaledBy +
            " asks; -o print-scaling=none in its place prints it 1:1";
   }
   return words +
@@ -132,12 +132,12 @@ std::vector<std::string> dotWarnings(const PageFacts& facts) {
   const bool hasContent = content.inkedPixels > 0;
   const bool fullOfInk = content.greySum == kFullInk * content.pixels();
   std::vector<std::string> warnings;
-  if (hasContent && facts.black_dots == 0 && !(facts.negative && fullOfInk)) {
+  if (hasContent && facts.blackDots == 0 && !(facts.negative && fullOfInk)) {
     warnings.push_back("has something on it but comes out without any ink: " + blankReason(facts));
   } else if (hasContent && !fullOfInk && isSolid(facts)) {
     warnings.push_back("comes out solid black: " + solidReason(facts));
-  } else if (!hasContent && facts.black_dots > 0 && !facts.negative) {
-    const std::string dots = std::to_string(facts.black_dots);
+  } else if (!hasContent && facts.blackDots > 0 && !facts.negative) {
+    const std::string dots = std::to_string(facts.blackDots);
     if (facts.brightness > 0) {
       warnings.push_back("is empty but gets " + dots + " dots: " + brightReason(facts));
     } else {
@@ -146,7 +146,7 @@ std::vector<std::string> dotWarnings(const PageFacts& facts) {
                          ": leave the page out (-o page-ranges=), or choose None");
     }
   } else if (facts.brightness > 0 && !facts.negative && isHazy(facts)) {
-    const std::uint64_t dots = facts.black_dots - content.inkedPixels;
+    const std::uint64_t dots = facts.blackDots - content.inkedPixels;
     warnings.push_back("gets a haze of at least " + std::to_string(dots) +
                        " dots on blank paper: " + brightReason(facts));
   } else if (facts.brightness > 0 && !facts.negative && mayBeHazy(facts)) {
@@ -170,15 +170,15 @@ std::vector<std::string> sizeWarnings(const PageFacts& facts) {
                        " dots is no multiple of 4: " + instead);
   }
   if (facts.fit.cuts()) warnings.push_back(cutWords(facts.fit, content.dpi[0]));
-  const bool wider = facts.head_dots > 0 && width > facts.head_dots;
+  const bool wider = facts.headDots > 0 && width > facts.headDots;
   if (facts.overlapping || wider) {
     warnings.push_back(
         "is " + std::to_string(width) + " dots wide, the print head " +
-        (facts.head_dots > 0 ? "has " + std::to_string(facts.head_dots) : "has fewer") +
+        (facts.headDots > 0 ? "has " + std::to_string(facts.headDots) : "has fewer") +
         (facts.overlapping ? ": rows overlap and garbage is printed" : ": the right edge is lost") +
         "; choose a page size of the printer");
   }
   return warnings;
 }
 
-}  // namespace kestra
+}  // namespace kestra::proof

@@ -13,14 +13,14 @@ namespace kestra::testlabel {
 struct Arguments {
   bool help = false;
   bool version = false;
-  std::string queue;                 // -d
-  std::string output;                // --output
-  std::string model;                 // --model
-  std::string ppd;                   // --ppd
-  std::string size;                  // --size as given
-  std::vector<std::string> options;  // the words behind each -o
-  std::string stepped;               // the option of --steps
-  std::vector<std::string> steps;    // its values as given; empty: the usual ones
+  std::string queue;                 ///< -d
+  std::string output;                ///< --output
+  std::string model;                 ///< --model
+  std::string ppd;                   ///< --ppd
+  std::string size;                  ///< --size as given
+  std::vector<std::string> options;  ///< the words behind each -o
+  std::string stepped;               ///< the option of --steps
+  std::vector<std::string> steps;    ///< its values as given; empty: the usual ones
 };
 
 /// @return one sentence for a line that makes no sense
@@ -30,7 +30,7 @@ struct Arguments {
 /// else.
 [[nodiscard]] std::string pageSizeOf(const std::string& size);
 
-/// The text of --help.
-const char* helpText();
+/// @return the text of --help
+[[nodiscard]] const char* helpText();
 
 }  // namespace kestra::testlabel

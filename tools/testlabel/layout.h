@@ -16,32 +16,32 @@ struct Box {
   int top = 0;
   int width = 0;
   int height = 0;
-  int ink = 100;  // per cent
+  int ink = 100;  ///< per cent
 };
 
 /// A line of words in a type whose letters are all 0.6 of its size wide.
 struct Words {
   int left = 0;
-  int base = 0;  // row on which the letters stand
-  int size = 0;  // of the type, in dots
+  int base = 0;  ///< row on which the letters stand
+  int size = 0;  ///< of the type, in dots
   std::string text;
 };
 
 struct Layout {
-  int width = 0;  // dots
+  int width = 0;  ///< dots
   int height = 0;
   std::vector<Box> boxes;
   std::vector<Words> words;
-  std::vector<std::string> leftOut;  // what had no room, in the order in which it was tried
+  std::vector<std::string> leftOut;  ///< what had no room, in the order in which it was tried
 };
 
 struct Wanted {
-  int width = 0;  // dots that are printed
+  int width = 0;  ///< dots that are printed
   int height = 0;
   int dpi = 203;
-  std::string step;                  // "Darkness Dark": set large; may be empty
-  std::string size;                  // "100 x 50 mm"
-  std::vector<std::string> options;  // "PrintSpeed 4" and so on
+  std::string step;                  ///< "Darkness Dark": set large; may be empty
+  std::string size;                  ///< "100 x 50 mm"
+  std::vector<std::string> options;  ///< "PrintSpeed 4" and so on
 };
 
 /// A border of two dots and rulers with a mark at each millimetre on all four edges, counted from

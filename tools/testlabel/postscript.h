@@ -13,10 +13,10 @@ namespace kestra::testlabel {
 
 /// The dots that a page as large as the label can reach, and where they lie.
 struct PrintedArea {
-  int width = 0;  // dots
+  int width = 0;  ///< dots
   int height = 0;
-  double left = 0;  // of the first column, in points from the page's lower left corner
-  double top = 0;   // of the first row
+  double left = 0;  ///< of the first column, in points from the page's lower left corner
+  double top = 0;   ///< of the first row
 };
 
 /// The renderer counts rows from a page height of whole points. A label of 141.73 points lies 0.27
