@@ -47,75 +47,79 @@ class TestLabel {
  public:
   explicit TestLabel(const Arguments& arguments) : arguments_(arguments) {}
 
+  /// Exit status.
   int run() {
-    int status = prepare();
-    if (status != kAllWell) return complain(status);
+    if (const auto found = findDescription(); !found) return complain(kSomethingBroken, found);
+    if (const auto taken = takeOptions(); !taken) return complain(kWrongUsage, taken);
+    if (const auto known = findResolution(); !known) return complain(kSomethingBroken, known);
     std::vector<std::string> steps = {""};
     if (!arguments_.stepped.empty()) {
       steps = stepValues();
       // A wrong value must end before the first label is printed.
       for (const std::string& value : steps) {
         PrinterOptions trial;
-        if (!done(trial.open(ppd_))) return complain(kSomethingBroken);
-        if (!done(trial.add(arguments_.stepped + "=" + value))) return complain(kWrongUsage);
+        if (const auto opened = trial.open(ppd_); !opened)
+          return complain(kSomethingBroken, opened);
+        if (const auto added = trial.add(stepOption(value)); !added) {
+          return complain(kWrongUsage, added);
+        }
       }
     }
     for (const std::string& value : steps) {
-      status = make(value);
-      if (interruptSignal() != 0) return status;
-      if (status != kAllWell) return complain(status);
+      const Result<void> made = make(value);
+      if (interruptSignal() != 0) break;
+      if (!made) return complain(kSomethingBroken, made);
     }
     return kAllWell;
   }
 
  private:
-  [[nodiscard]] int complain(int status) const {
-    std::fprintf(stderr, "kestra-testlabel: %s\n", problem_.c_str());
+  [[nodiscard]] static int complain(int status, const Result<void>& failed) {
+    std::fprintf(stderr, "kestra-testlabel: %s\n", failed.problem().c_str());
     if (status == kWrongUsage) std::fputs("Try: kestra-testlabel --help\n", stderr);
     return status;
   }
 
-  /// Keeps the problem of what could not be done.
-  template <typename T>
-  [[nodiscard]] bool done(const Result<T>& result) {
-    problem_ = result.problem();
-    return static_cast<bool>(result);
+  Result<void> findDescription() {
+    if (Result<void> made = directory_.make(); !made) return made;
+    Result<std::string> found = arguments_.queue.empty() ? chosenDescription() : queueDescription();
+    if (!found) return Problem{found.problem()};
+    ppd_ = *found;
+    return options_.open(ppd_);
   }
 
-  /// Printer description and options, those of a queue first.
-  int prepare() {
-    if (!done(directory_.make()) || !findDescription()) return kSomethingBroken;
-    if (!done(options_.open(ppd_))) return kSomethingBroken;
-    if (!arguments_.queue.empty()) takeQueueOptions();
-    if (!arguments_.size.empty() && !add("PageSize=" + sizeOption())) return kWrongUsage;
-    for (const std::string& words : arguments_.options) {
-      if (!add(words)) return kWrongUsage;
-    }
-    dpi_ = std::atoi(options_.choice("Resolution").c_str());
-    if (dpi_ > 0 && options_.headDots(dpi_) > 0) return kAllWell;
-    problem_ = (arguments_.queue.empty() ? ppd_ : "the queue " + arguments_.queue) +
-               " is not of this driver: its description names no resolution, or no print head";
-    return kSomethingBroken;
+  [[nodiscard]] Result<std::string> chosenDescription() const {
+    if (!arguments_.ppd.empty()) return arguments_.ppd;
+    return findPpd(arguments_.model.empty() ? "label" : arguments_.model);
   }
 
-  bool findDescription() {
-    if (arguments_.queue.empty()) {
-      ppd_ = arguments_.ppd;
-      if (!ppd_.empty()) return true;
-      const auto found = findPpd(arguments_.model.empty() ? "label" : arguments_.model);
-      if (done(found)) ppd_ = *found;
-      return !ppd_.empty();
-    }
+  [[nodiscard]] Result<std::string> queueDescription() const {
     const char* got = cupsGetPPD(arguments_.queue.c_str());
     if (got == nullptr) {
-      problem_ = "the queue " + arguments_.queue +
-                 " is not there, or has no printer description; lpstat -e lists the queues";
-      return false;
+      return Problem{"the queue " + arguments_.queue +
+                     " is not there, or has no printer description; lpstat -e lists the queues"};
     }
-    ppd_ = directory_.path() + "/queue.ppd";
-    if (moveFile(got, ppd_)) return true;
-    problem_ = std::string(got) + " cannot be moved to " + ppd_;
-    return false;
+    const std::string ppd = directory_.path() + "/queue.ppd";
+    if (!moveFile(got, ppd)) return Problem{std::string(got) + " cannot be moved to " + ppd};
+    return ppd;
+  }
+
+  /// Those of a queue first.
+  Result<void> takeOptions() {
+    if (!arguments_.queue.empty()) takeQueueOptions();
+    if (!arguments_.size.empty()) job_.push_back("PageSize=" + sizeOption());
+    job_.insert(job_.end(), arguments_.options.begin(), arguments_.options.end());
+    for (const std::string& words : job_) {
+      if (Result<void> added = options_.add(words); !added) return added;
+    }
+    return {};
+  }
+
+  Result<void> findResolution() {
+    dpi_ = std::atoi(options_.choice("Resolution").c_str());
+    if (dpi_ > 0 && options_.headDots(dpi_) > 0) return {};
+    return Problem{(arguments_.queue.empty() ? ppd_ : "the queue " + arguments_.queue) +
+                   " is not of this driver: its description names no resolution, or no print head"};
   }
 
   /// What lpoptions set for this user; an option of the print system's own does not matter here.
@@ -130,11 +134,8 @@ class TestLabel {
     cupsFreeDests(1, queue);
   }
 
-  /// An option that the job needs as well.
-  bool add(const std::string& words) {
-    if (!done(options_.add(words))) return false;
-    job_.push_back(words);
-    return true;
+  [[nodiscard]] std::string stepOption(const std::string& value) const {
+    return arguments_.stepped + "=" + value;
   }
 
   /// A size that the printer has by name goes by that name.
@@ -158,26 +159,23 @@ class TestLabel {
     return values;
   }
 
-  int make(const std::string& step) {
+  Result<void> make(const std::string& step) {
     std::vector<std::string> job = job_;
     if (!step.empty()) {
-      job.push_back(arguments_.stepped + "=" + step);
-      if (!done(options_.add(job.back()))) return kWrongUsage;
+      job.push_back(stepOption(step));
+      if (Result<void> added = options_.add(job.back()); !added) return added;
     }
     const PageArea page = options_.page();
     const Layout layout = layOut(wanted(step));
     const std::string drawn = directory_.path() + "/label.ps";
     const std::string pdf = directory_.path() + "/testlabel.pdf";
     std::ofstream(drawn) << postScript(layout, page, printedArea(page, dpi_), dpi_);
-    problem_ =
-        runGhostscript({"-sDEVICE=pdfwrite", "-sOutputFile=" + pdf, drawn}, directory_.path())
-            .problem;
-    if (!problem_.empty()) return kSomethingBroken;
-    if (!(arguments_.queue.empty() ? write(pdf, step, job) : print(pdf, job))) {
-      return kSomethingBroken;
-    }
-    tellWhatIsLeftOut(layout);
-    return kAllWell;
+    const GhostscriptRun run =
+        runGhostscript({"-sDEVICE=pdfwrite", "-sOutputFile=" + pdf, drawn}, directory_.path());
+    if (!run.problem.empty()) return Problem{run.problem};
+    Result<void> done = arguments_.queue.empty() ? write(pdf, step, job) : print(pdf, job);
+    if (done) tellWhatIsLeftOut(layout);
+    return done;
   }
 
   /// Points as millimetres with one decimal, none where it is 0.
@@ -206,33 +204,32 @@ class TestLabel {
     return wanted;
   }
 
-  bool write(const std::string& pdf, const std::string& step, const std::vector<std::string>& job) {
+  [[nodiscard]] Result<void> write(const std::string& pdf, const std::string& step,
+                                   const std::vector<std::string>& job) const {
     std::filesystem::path output = arguments_.output;
     if (!step.empty()) {
       output.replace_filename(output.stem().string() + "-" + step + output.extension().string());
     }
     std::error_code ignored;
     if (std::filesystem::exists(output, ignored) && !isPlacedPdf(output.string(), kMark)) {
-      problem_ = output.string() + " is there already and is no test label; name another file";
-      return false;
+      return Problem{output.string() + " is there already and is no test label; name another file"};
     }
     if (!placePdf(pdf, output.string(), kMark)) {
-      problem_ = output.string() + " cannot be written; name a file in a folder of yours";
-      return false;
+      return Problem{output.string() + " cannot be written; name a file in a folder of yours"};
     }
     std::string options;
     for (const std::string& words : job) options += " -o " + words;
     std::printf("%s: print it with lp -d QUEUE%s %s\n", output.c_str(), options.c_str(),
                 output.c_str());
-    return true;
+    return {};
   }
 
-  bool print(const std::string& pdf, const std::vector<std::string>& job) {
+  [[nodiscard]] Result<void> print(const std::string& pdf,
+                                   const std::vector<std::string>& job) const {
     Program lp;
     lp.path = onPath("lp");
     if (lp.path.empty()) {
-      problem_ = "the program lp is missing on the PATH; install the package cups-client";
-      return false;
+      return Problem{"the program lp is missing on the PATH; install the package cups-client"};
     }
     lp.words = {"lp", "-d", arguments_.queue, "-t", "Test label"};
     for (const std::string& words : job) {
@@ -244,11 +241,10 @@ class TestLabel {
     lp.output = STDOUT_FILENO;
     lp.messages = STDERR_FILENO;
     Child child;
-    if (!done(child.start(lp))) return false;
+    if (Result<void> started = child.start(lp); !started) return started;
     const int status = child.wait();
-    if (status == 0) return true;
-    problem_ = "lp ended with " + endWords(status);
-    return false;
+    if (status == 0) return {};
+    return Problem{"lp ended with " + endWords(status)};
   }
 
   static void tellWhatIsLeftOut(const Layout& layout) {
@@ -261,7 +257,6 @@ class TestLabel {
 
   const Arguments& arguments_;
   PrivateDirectory directory_;
-  std::string problem_;
   std::string ppd_;
   PrinterOptions options_;
   std::vector<std::string> job_;  // options to print with
