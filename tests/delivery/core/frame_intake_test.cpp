@@ -388,5 +388,134 @@ TEST(FrameIntake, RemovesTheOriginalsOfKeptFramesAndNoOthers) {
   EXPECT_TRUE(fs::exists(kept / "frame-1-000001.dat"));
 }
 
+TEST(FrameIntake, FollowsAFolderThatIsMovedAwayAndMadeAnew) {
+  const Folder place;
+  const std::string folder = place / "kcv6data";
+  const auto make = [&] {
+    fs::create_directory(folder);
+    fs::permissions(folder, fs::perms::owner_all);
+  };
+  make();
+  FrameIntake intake(folder, kJob, {});
+  fs::rename(folder, place / "moved");
+  intake.look();
+  EXPECT_TRUE(intake.mustBePolled());
+  make();
+  publish(place / "moved" + "/" + frameName(1, kJob), frameOf(1));
+  publish(folder + "/" + frameName(2, kJob), frameOf(2));
+  intake.look();
+  EXPECT_EQ(namesOf(intake), std::vector<std::string>{frameName(2, kJob)});
+}
+
+TEST(FrameIntake, SaysSoAtEverySecondFrame) {
+  const Folder folder;
+  FrameIntake intake(folder.path(), kJob, {});
+  std::vector<std::size_t> said;
+  intake.onEvery(2, [&] { said.push_back(intake.frames().size()); });
+  for (int page = 1; page <= 5; ++page) publish(folder / frameName(page, kJob), frameOf(1));
+  intake.look();
+  EXPECT_EQ(said, (std::vector<std::size_t>{2, 4}));
+}
+
+TEST(FrameIntake, AFrameThatCannotBeKeptIsSentFromWhereItIs) {
+  const Folder folder;
+  FrameIntake intake(folder.path(), kJob, {});
+  publish(folder / frameName(1, kJob), frameOf(1));
+  intake.look();
+  intake.keepIn(folder / "missing");
+  ASSERT_EQ(intake.frames().size(), 1U);
+  EXPECT_FALSE(intake.frames()[0].isGone);
+  EXPECT_EQ(intake.frames()[0].kept, intake.frames()[0].original);
+}
+
+TEST(FrameIntake, AFrameThatWasGoneEarlyIsNotKept) {
+  const Folder folder, kept;
+  FrameIntake intake(folder.path(), kJob, {});
+  publish(folder / frameName(1, kJob), frameOf(1));
+  fs::remove(folder / frameName(1, kJob));
+  intake.look();
+  intake.keepIn(kept.path());
+  ASSERT_EQ(intake.frames().size(), 1U);
+  EXPECT_TRUE(intake.frames()[0].isGone);
+  EXPECT_TRUE(fs::is_empty(kept.path()));
+}
+
+// Behind a page of this start, one of the same tick is this start's as well.
+TEST(FrameIntake, FramesAsOldAsTheStartAreItsOwnBehindItsFirst) {
+  const Folder folder;
+  FrameIntake intake(folder.path(), kJob, {1000, 0});
+  publish(folder / frameName(1, kJob), frameOf(1));
+  setTime(folder / frameName(1, kJob), 1001);
+  intake.look();
+  publish(folder / "hidden", frameOf(2));
+  setTime(folder / "hidden", 1000);
+  fs::rename(folder / "hidden", folder / frameName(2, kJob));
+  intake.look();
+  EXPECT_FALSE(intake.hasDoubtful());
+  EXPECT_EQ(namesOf(intake), (std::vector<std::string>{frameName(1, kJob), frameName(2, kJob)}));
+}
+
+TEST(FrameIntake, FramesInDoubtGoWithTheJobThatKeepsNone) {
+  const Folder folder;
+  for (const int page : {1, 2}) {
+    publish(folder / frameName(page, kJob), frameOf(1));
+    setTime(folder / frameName(page, kJob), 1000);
+  }
+  {
+    FrameIntake undecided(folder.path(), kJob, {1000, 0});
+    ASSERT_TRUE(undecided.hasDoubtful());
+    undecided.removeAll(1001);
+    EXPECT_TRUE(fs::exists(folder / frameName(1, kJob)));  // older than the job
+  }
+  FrameIntake intake(folder.path(), kJob, {1000, 0});
+  intake.decide(1);
+  EXPECT_EQ(namesOf(intake), std::vector<std::string>{frameName(2, kJob)});
+  EXPECT_EQ(intake.frames()[0].kept, intake.frames()[0].original);
+  FrameIntake again(folder.path(), kJob, {1000, 0});
+  again.removeAll(1000);
+  EXPECT_TRUE(fs::is_empty(folder.path()));
+}
+
+// Kept are frames of 1000, 2000 and 2000; one that is not there any more tells nothing.
+TEST(FramesBehind, AreThoseThatFollowTheLastOneKept) {
+  const Folder folder, kept;
+  const auto put = [](const std::string& path, time_t time) {
+    publish(path, frameOf(1));
+    setTime(path, time);
+  };
+  put(kept / "1", 1000);
+  put(kept / "2", 2000);
+  put(kept / "3", 2000);
+  const std::vector<std::string> paths = {kept / "2", kept / "1", kept / "gone", kept / "3"};
+  int page = 0;
+  for (const time_t time : {1000, 2000, 2000, 2000, 3000}) {
+    put(folder / frameName(++page, kJob), time);
+  }
+  EXPECT_EQ(framesBehind(folder.path(), kJob, paths, 0),
+            (std::vector<std::string>{folder / frameName(4, kJob), folder / frameName(5, kJob)}));
+  // Without any that was kept: those that are younger than the job.
+  EXPECT_EQ(framesBehind(folder.path(), kJob, {}, 2500),
+            std::vector<std::string>{folder / frameName(5, kJob)});
+}
+
+// Whoever made the link decides where it leads.
+TEST(FramesBehind, AFolderThatIsALinkIsLeftAlone) {
+  const Folder place, kept;
+  const std::string real = place / "real", linked = place / "link";
+  fs::create_directory(real);
+  fs::create_directory_symlink(real, linked);
+  const std::string path = real + "/" + frameName(1, kJob);
+  for (const std::string& one : {path, kept / "1"}) {
+    publish(one, frameOf(1));
+    setTime(one, 1000);
+  }
+  EXPECT_TRUE(framesBehind(linked, kJob, {}, 0).empty());
+  removeOriginals(linked, kJob, {kept / "1"});
+  EXPECT_TRUE(fs::exists(path));
+  EXPECT_EQ(framesBehind(real, kJob, {}, 0), std::vector<std::string>{path});
+  removeOriginals(real, kJob, {kept / "1"});
+  EXPECT_FALSE(fs::exists(path));
+}
+
 }  // namespace
 }  // namespace kestra::delivery

@@ -17,6 +17,7 @@
 
 #include "delivery/core/job_store.h"
 #include "delivery/core/lock.h"
+#include "tests/delivery/core/disk_faults.h"
 #include "tests/delivery/core/frames.h"
 #include "tests/delivery/core/printer_of_bytes.h"
 
@@ -498,6 +499,141 @@ TEST_F(JobRunTest, WithoutAMemoryAJobIsPrintedAnewFromItsFirstLabel) {
   EXPECT_EQ(printer_.labels(kLabelBytes), (std::vector<int>{16, 32, 16, 32}));
   EXPECT_FALSE(fs::exists(places_.state));
   EXPECT_TRUE(left().empty());
+}
+
+// A folder stands where a lock or a file where a folder should be.
+TEST_F(JobRunTest, NothingIsPrintedWhoseLocksOrFoldersCannotBeMade) {
+  const JobStore store(places_.state);
+  std::string problem;
+  ASSERT_TRUE(store.prepare(problem)) << problem;
+  const std::string device = store.deviceLock("socket://h:9100");
+  const std::string job = store.jobLock("job-7", problem);
+  const std::string folder = places_.state + "/jobs/job-7/0";
+  for (const std::string& path : {device, job, folder, folder + "/journal"}) {
+    told_.clear();
+    fs::remove_all(folder);
+    fs::remove_all(path);
+    if (path == folder) {
+      publish(path, {1});
+    } else {
+      fs::create_directories(path);
+      if (path != device) fs::permissions(fs::path(path).parent_path(), fs::perms::owner_all);
+    }
+    filter(7, {16});
+    EXPECT_EQ(print(sink_), Verdict::kStop) << path;
+    EXPECT_NE(told_.find("ERROR: Nothing is printed, as what was printed could not be remembered"),
+              std::string::npos)
+        << told_;
+    EXPECT_NE(told_.find(path), std::string::npos) << told_;
+    EXPECT_TRUE(printer_.connections.empty()) << path;
+    fs::remove_all(path);
+  }
+  filter(7, {16});
+  EXPECT_EQ(print(sink_), Verdict::kPrinted) << told_;
+}
+
+TEST_F(JobRunTest, NothingIsPrintedWhileTheDiskOfItsMemoryIsFullOrBroken) {
+  for (const bool hasRoom : {false, true}) {
+    told_.clear();
+    filter(7, {16});
+    DiskFaults disk;
+    disk.hasRoom = hasRoom;
+    disk.goodFlushes = 0;
+    EXPECT_EQ(print(sink_), Verdict::kStop);
+    EXPECT_NE(told_.find("/journal cannot be written"), std::string::npos) << told_;
+    EXPECT_TRUE(printer_.connections.empty());
+  }
+  filter(7, {16});
+  EXPECT_EQ(print(sink_), Verdict::kPrinted) << told_;
+  EXPECT_EQ(printer_.labels(kLabelBytes), std::vector<int>{16});
+}
+
+TEST_F(JobRunTest, WhatIsLeftOfAJobThatAnotherStartPrintsIsLeftToIt) {
+  killAfterALabelOfThree();
+  int ready[2];
+  ASSERT_EQ(pipe2(ready, O_CLOEXEC), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    Lock lock;
+    std::string problem;
+    const JobStore store(places_.state);
+    if (!lock.open(store.jobLock("job-7", problem), problem) || !lock.take()) _exit(1);
+    close(ready[1]);
+    for (;;) pause();
+  }
+  close(ready[1]);
+  char none = 0;
+  ASSERT_EQ(read(ready[0], &none, 1), 0);
+  close(ready[0]);
+  filter(8, {64});
+  EXPECT_EQ(print(sink_), Verdict::kPrinted) << told_;
+  EXPECT_EQ(printer_.labels(kLabelBytes), std::vector<int>{64});
+  kill(child, SIGKILL);
+  waitpid(child, nullptr, 0);
+  // That one was killed, too.
+  filter(9, {80});
+  EXPECT_EQ(print(sink_), Verdict::kPrinted) << told_;
+  EXPECT_EQ(printer_.labels(kLabelBytes), (std::vector<int>{64, 32, 48, 80}));
+}
+
+TEST_F(JobRunTest, WhatIsLeftAndCannotBeLockedHoldsUpNoOtherJob) {
+  killAfterALabelOfThree();
+  const std::string lock = places_.state + "/jobs/job-7/lock";
+  fs::remove(lock);
+  fs::create_directory(lock);
+  filter(8, {64});
+  EXPECT_EQ(print(sink_), Verdict::kPrinted) << told_;
+  EXPECT_EQ(printer_.labels(kLabelBytes), std::vector<int>{64});
+}
+
+// Label 1 was out or not; whoever wants to be asked is asked for that job, not for the next one.
+TEST_F(JobRunTest, WhatIsLeftInDoubtIsHeldWhileTheNextJobIsPrinted) {
+  facts_.doubt = Doubt::kHold;
+  filter(7, {16, 32});
+  const pid_t child = fork();
+  if (child == 0) {
+    sink_.diesAt = kLabelBytes;
+    static_cast<void>(print(sink_));
+    _exit(1);
+  }
+  ASSERT_EQ(waitpid(child, nullptr, 0), child);
+  close(facts_.input);
+  filter(8, {64});
+  EXPECT_EQ(print(sink_), Verdict::kPrinted) << told_;
+  EXPECT_EQ(printer_.labels(kLabelBytes), std::vector<int>{64});
+  EXPECT_NE(told_.find("Label 1 may have come or not"), std::string::npos) << told_;
+  told_.clear();
+  filter(9, {80});
+  EXPECT_EQ(print(sink_), Verdict::kPrinted) << told_;
+  EXPECT_EQ(told_.find("may have come or not"), std::string::npos) << told_;
+}
+
+// Job 7 was begun once, or twice, and has kept nothing; in the frames' folder lies one of its
+// number. After two starts nobody knows whose it is.
+TEST_F(JobRunTest, AFrameThatMayBeOfEitherOfTwoStartsIsNotTakenUp) {
+  const JobStore store(places_.state);
+  std::string problem;
+  ASSERT_TRUE(store.prepare(problem)) << problem;
+  ASSERT_NE(store.jobLock("job-7", problem), "");
+  const std::string folder = store.printingFolder("job-7", 0, problem);
+  for (const int starts : {1, 2}) {
+    fs::remove(folder + "/journal");
+    {
+      Journal journal;
+      ASSERT_TRUE(journal.open(folder + "/journal", problem)) << problem;
+      for (int i = 0; i < starts; ++i) {
+        ASSERT_TRUE(journal.start({0, 7, "label", "socket://h:9100", "t"}));
+      }
+    }
+    store.mark(folder, true);
+    const std::string frame = places_.frames + "/" + frameName(1, 7);
+    publish(frame, frameOf(48));
+    const int job = 7 + starts;
+    filter(job, {static_cast<std::uint8_t>(job)});
+    EXPECT_EQ(print(sink_), Verdict::kPrinted) << told_;
+    EXPECT_EQ(fs::exists(frame), starts == 2);
+  }
+  EXPECT_EQ(printer_.labels(kLabelBytes), (std::vector<int>{48, 8, 9}));
 }
 
 }  // namespace

@@ -325,6 +325,7 @@ TEST(PageCounterPath, IsTheFiltersOwn) {
                             "Dr\xC3\xBC"
                             "ck"),
             "/s/Dr__ck.pgc");
+  EXPECT_EQ(pageCounterPath("/s", "a~\x7F"), "/s/a~_.pgc");
   EXPECT_EQ(pageCounterPath("/s", "../x"), "");
   EXPECT_EQ(pageCounterPath("/s", ""), "");
 }
@@ -357,6 +358,62 @@ TEST_P(CounterTime, BehindTheLastPageAloneIsTheEndOfTheDocument) {
   setTime(folder_ / "label.pgc", GetParam().first);
   end();
   EXPECT_EQ(source_->announced(3, soon()), GetParam().second);
+}
+
+// Only the end of the filter decides; one that was cut off has stored nothing for its command.
+TEST_F(JobSourceTest, AFrameAsOldAsTheStartIsNoPageOfAFilterThatWasCutOff) {
+  store(7, frameOf(7));
+  const timespec birth[2] = {{1, 0}, {1, 0}};
+  ASSERT_EQ(utimensat(AT_FDCWD, (folder_ / frameName(7, kJob)).c_str(), birth, 0), 0);
+  intake_->look();
+  say(kFirst);
+  EXPECT_EQ(source_->page(1, page_, Patience::forMilliseconds(10)), Next::kStopped);
+  EXPECT_TRUE(intake_->hasDoubtful());
+  end();
+  EXPECT_EQ(page(1), Next::kMissing);
+}
+
+TEST_F(JobSourceTest, APageThatHalfACommandFollowsIsMissedAtTheEnd) {
+  say(kFirst);
+  say(Bytes(kSecond.begin(), kSecond.begin() + 3));
+  end();
+  EXPECT_EQ(page(1), Next::kMissing);
+  EXPECT_EQ(source_->problem(), "page 1 was not stored by the filter");
+  EXPECT_EQ(source_->announced(2, soon()), Next::kRaw);
+}
+
+TEST_F(JobSourceTest, FramesBesideARawJobAreNotOverlooked) {
+  store(1, frameOf(1));
+  say(Bytes{'x'});
+  Bytes raw;
+  ASSERT_EQ(source_->announced(1, soon()), Next::kRaw);
+  ASSERT_EQ(source_->raw(raw, soon()), Next::kRaw);
+  EXPECT_EQ(raw, Bytes{'x'});
+  EXPECT_EQ(source_->raw(raw, Patience::forMilliseconds(10)), Next::kStopped);
+  endWell();
+  EXPECT_EQ(source_->raw(raw, soon()), Next::kMissing);
+}
+
+// Nobody tells of files in a folder that was not there.
+TEST_F(JobSourceTest, LooksAgainAndAgainForAFolderThatIsMadeLate) {
+  const std::string late = folder_ / "late";
+  FrameIntake intake(late, kJob, timespec{1, 0});
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  {
+    JobSource source(ends[0], intake, "", watch_);
+    ASSERT_EQ(write(ends[1], kFirst.data(), kFirst.size()), 7);
+    ASSERT_EQ(source.announced(1, soon()), Next::kPage);
+    ASSERT_TRUE(intake.mustBePolled());
+    fs::create_directory(late);
+    fs::permissions(late, fs::perms::owner_all);
+    publish(late + "/" + frameName(1, kJob), frameOf(1));
+    ASSERT_EQ(source.page(1, page_, soon()), Next::kPage);
+    EXPECT_EQ(page_.bytes, labelOf(frameOf(1), kFirst));
+    EXPECT_FALSE(intake.mustBePolled());
+  }
+  close(ends[0]);
+  close(ends[1]);
 }
 
 }  // namespace

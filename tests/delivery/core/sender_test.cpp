@@ -585,13 +585,15 @@ class RawBytes : public PageSource {
     return Next::kRaw;
   }
   Next raw(std::vector<std::uint8_t>& bytes, const Patience& /*patience*/) override {
-    if (left_ == 0) return Next::kEnd;
+    if (left_ == 0) return end;
     --left_;
     bytes = {1, 2, 3};
     return Next::kRaw;
   }
   std::optional<std::size_t> total() const override { return std::nullopt; }
   std::string problem() const override { return ""; }
+
+  Next end = Next::kEnd;  // what follows the six bytes
 
  private:
   int left_ = 2;
@@ -655,6 +657,178 @@ TEST_F(SenderTest, WhatAWrappedProgramWantsForItsJobIsPassedOn) {
   sink.opensAs = Progress::kHopeless;
   Journal journal;
   EXPECT_EQ(run(sink, journal), Verdict::kHold);
+}
+
+TEST_F(SenderTest, ARawJobWhoseNotesFindNoDiskStopsTheQueue) {
+  std::string problem;
+  // Without room nothing is begun, nor without the note that it begins; the note that it came is
+  // the second one, that the job is over the third and not needed.
+  for (int good = -1; good < 3; ++good) {
+    told_.clear();
+    PrinterOfBytes printer;
+    BytesSink sink(printer);
+    Journal journal;
+    ASSERT_TRUE(journal.open(folder_ / ("raw" + std::to_string(good)), problem)) << problem;
+    DiskFaults disk;
+    disk.hasRoom = good >= 0;
+    disk.goodFlushes = std::max(good, 0);
+    RawBytes source;
+    Sender sender(source, sink, journal, watch_,
+                  [this](const std::string& line) { told_.push_back(line); }, {});
+    EXPECT_EQ(sender.run(), good < 2 ? Verdict::kStop : Verdict::kPrinted) << good;
+    EXPECT_EQ(printer.connections.at(0).size(), good < 1 ? 0U : 6U) << good;
+    EXPECT_EQ(told_.empty(), good == 2);
+  }
+}
+
+TEST_F(SenderTest, ARawJobThatEndsOtherwiseIsNeverCalledPrinted) {
+  struct Case {
+    Next end;
+    Rest rest;
+  };
+  for (const Case& one : {Case{Next::kStopped, Rest::kLeft}, Case{Next::kMissing, Rest::kAgain},
+                          Case{Next::kCut, Rest::kAgain}}) {
+    PrinterOfBytes printer;
+    BytesSink sink(printer);
+    Journal journal;
+    RawBytes source;
+    source.end = one.end;
+    Sender sender(source, sink, journal, watch_, [](const std::string&) {}, {});
+    EXPECT_EQ(sender.run(), Verdict::kRetry);
+    EXPECT_EQ(journal.state().rest, one.rest);
+    EXPECT_TRUE(sender.leftTornPage());
+  }
+}
+
+// The first way is broken before a byte, the second one is good.
+TEST_F(SenderTest, ARawJobWaitsForAPrinterThatIsAway) {
+  struct AwayOnce : BytesSink {
+    using BytesSink::BytesSink;
+    Progress open(Before before, const Patience& patience) override {
+      if (std::exchange(isAway, false)) return Progress::kBroken;
+      return BytesSink::open(before, patience);
+    }
+    bool isAway = true;
+  };
+  PrinterOfBytes printer;
+  AwayOnce sink(printer);
+  Journal journal;
+  RawBytes source;
+  Sender sender(source, sink, journal, watch_, [](const std::string&) {}, {});
+  EXPECT_EQ(sender.run(), Verdict::kPrinted);
+  EXPECT_EQ(printer.connections, (std::vector<Bytes>{{1, 2, 3, 1, 2, 3}}));
+  // One that is of no use ends it.
+  BytesSink useless(printer);
+  useless.opensAs = Progress::kHopeless;
+  Journal other;
+  RawBytes again;
+  Sender stopped(again, useless, other, watch_, [](const std::string&) {}, {});
+  EXPECT_EQ(stopped.run(), Verdict::kStop);
+}
+
+TEST_F(SenderTest, ARawJobThatBreaksOrStopsBehindItsLastByteIsNotPrinted) {
+  for (const bool breaks : {true, false}) {
+    watch_ = Watch();
+    PrinterOfBytes printer;
+    BytesSink sink(printer);
+    sink.watch = &watch_;
+    (breaks ? sink.breaksAt : sink.stopsAt) = 6;
+    sink.stop = Stop::kLeave;
+    Journal journal;
+    RawBytes source;
+    Sender sender(source, sink, journal, watch_, [](const std::string&) {}, {});
+    EXPECT_EQ(sender.run(), Verdict::kRetry);
+    EXPECT_EQ(journal.state().rest, breaks ? Rest::kAgain : Rest::kLeft);
+    EXPECT_TRUE(sender.leftTornPage());
+  }
+}
+
+TEST_F(SenderTest, ARawJobWhoseWayBecomesOfNoUseStopsTheQueue) {
+  struct Full : BytesSink {
+    using BytesSink::BytesSink;
+    Progress send(const std::uint8_t* /*data*/, std::size_t /*size*/,
+                  const Patience& /*patience*/) override {
+      return Progress::kHopeless;
+    }
+  };
+  PrinterOfBytes printer;
+  Full sink(printer);
+  Journal journal;
+  RawBytes source;
+  Sender sender(source, sink, journal, watch_, [](const std::string&) {}, {});
+  EXPECT_EQ(sender.run(), Verdict::kStop);
+}
+
+// Label 1 was on its way to its last byte when all was ended by force.
+TEST_F(SenderTest, WithoutRoomToSettleADoubtNothingIsSent) {
+  for (const Doubt doubt : {Doubt::kSkip, Doubt::kAgain}) {
+    std::string problem;
+    PrinterOfBytes printer;
+    BytesSink sink(printer);
+    Journal journal;
+    const std::string path = folder_ / (doubt == Doubt::kSkip ? "skip" : "again");
+    ASSERT_TRUE(journal.open(path, problem)) << problem;
+    ASSERT_TRUE(journal.start({}));
+    ASSERT_TRUE(journal.closing("digest", kUsualCommand));
+    DiskFaults disk;
+    disk.goodFlushes = 0;
+    SendRules rules;
+    rules.doubt = doubt;
+    EXPECT_EQ(run(sink, journal, rules), Verdict::kStop);
+    EXPECT_TRUE(printer.connections.empty());
+    EXPECT_EQ(journal.state().doubted.size(), 1U);
+  }
+}
+
+// The printer throws away 20 bytes of label 1, which is noted as printed, when label 2 is under
+// way.
+TEST_F(SenderTest, ALabelThatIsLostAndCannotBeNotedIsNamed) {
+  std::string problem;
+  PrinterOfBytes printer;
+  BytesSink sink(printer);
+  sink.unread = 20;
+  sink.breaksAt = kLabelBytes + 5;
+  Journal journal;
+  ASSERT_TRUE(journal.open(folder_ / "journal", problem)) << problem;
+  ASSERT_TRUE(journal.start({}));
+  DiskFaults disk;
+  disk.goodFlushes = 2;  // label 1 closes and is done
+  EXPECT_EQ(run(sink, journal), Verdict::kStop);
+  EXPECT_EQ(named("may be missing"), std::set<int>{1});
+}
+
+TEST_F(SenderTest, ALabelThatCameAndIsNotMadeAgainIsWaitedForNotGuessedAt) {
+  PrinterOfBytes printer;
+  BytesSink sink(printer);
+  Journal journal;
+  ASSERT_TRUE(journal.start({}));
+  sink.stopsAt = kLabelBytes + 1;
+  ASSERT_EQ(run(sink, journal), Verdict::kRetry);
+  ASSERT_EQ(journal.state().done(), 1U);
+  watch_ = Watch();
+  publish(paths_[0], {});  // a disk that was full
+  BytesSink again(printer);
+  const std::size_t came = printer.connections.size();
+  ASSERT_TRUE(journal.start({}));
+  EXPECT_EQ(run(again, journal), Verdict::kRetry);
+  EXPECT_EQ(journal.state().rest, Rest::kAgain);
+  EXPECT_EQ(printer.connections.size(), came);
+}
+
+TEST_F(SenderTest, AskedToLeaveBehindTheLastLabelItSendsNothingTwice) {
+  PrinterOfBytes printer;
+  BytesSink sink(printer);
+  sink.stopsAt = kJobBytes;
+  sink.stop = Stop::kLeave;
+  Journal journal;
+  ASSERT_TRUE(journal.start({}));
+  EXPECT_EQ(run(sink, journal), Verdict::kRetry);
+  EXPECT_EQ(journal.state().rest, Rest::kLeft);
+  watch_ = Watch();
+  BytesSink again(printer);
+  ASSERT_TRUE(journal.start({}));
+  EXPECT_EQ(run(again, journal), Verdict::kPrinted);
+  EXPECT_EQ(counts(printer), (std::vector<int>{1, 1, 1}));
 }
 
 }  // namespace
