@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstdint>
@@ -48,19 +49,16 @@ std::optional<gid_t> groupOf(const std::string& name) {
 }
 
 bool isDropped(const Account& account) {
-  uid_t realUser = 0;
-  uid_t user = 0;
-  uid_t savedUser = 0;
-  gid_t realGroup = 0;
-  gid_t group = 0;
-  gid_t savedGroup = 0;
-  if (getresuid(&realUser, &user, &savedUser) != 0) return false;
-  if (getresgid(&realGroup, &group, &savedGroup) != 0) return false;
+  // Real, effective and saved; root's where they cannot be asked for.
+  std::array<uid_t, 3> users = {};
+  std::array<gid_t, 3> groups = {};
+  static_cast<void>(getresuid(&users[0], &users[1], &users[2]));
+  static_cast<void>(getresgid(&groups[0], &groups[1], &groups[2]));
   gid_t others = 0;
   const int count = getgroups(1, &others);
-  return realUser == account.user && user == account.user && savedUser == account.user &&
-         realGroup == account.group && group == account.group && savedGroup == account.group &&
-         count == 1 && others == account.group;
+  return users == std::array{account.user, account.user, account.user} &&
+         groups == std::array{account.group, account.group, account.group} && count == 1 &&
+         others == account.group;
 }
 
 }  // namespace
