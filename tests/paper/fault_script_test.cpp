@@ -9,16 +9,15 @@ namespace kestra::paper {
 namespace {
 
 PlannedFault fault(const std::string& text) {
-  std::string problem;
-  const auto parsed = parseFault(text, problem);
-  EXPECT_TRUE(parsed) << text << ": " << problem;
-  return parsed.value_or(PlannedFault{});
+  const auto parsed = parseFault(text);
+  EXPECT_TRUE(parsed) << text << ": " << parsed.problem();
+  return parsed ? *parsed : PlannedFault{};
 }
 
 std::string problemOf(const std::string& text) {
-  std::string problem;
-  EXPECT_FALSE(parseFault(text, problem)) << text;
-  return problem;
+  const auto parsed = parseFault(text);
+  EXPECT_FALSE(parsed) << text;
+  return parsed.problem();
 }
 
 TEST(FaultScript, ReadsEveryMoment) {
@@ -78,18 +77,17 @@ TEST(FaultScript, SaysWhatIsWrong) {
 }
 
 TEST(FaultScript, ReadsAFaultALine) {
-  std::string problem;
-  const auto faults = parseScript("# two faults\n\nlabel 1 reset\n  after 2 die\n", problem);
-  ASSERT_TRUE(faults) << problem;
+  const auto faults = parseScript("# two faults\n\nlabel 1 reset\n  after 2 die\n");
+  ASSERT_TRUE(faults) << faults.problem();
   ASSERT_EQ(faults->size(), 2U);
   EXPECT_EQ((*faults)[0].action.kind, ActionKind::kReset);
   EXPECT_EQ((*faults)[1].action.kind, ActionKind::kDie);
 }
 
 TEST(FaultScript, NamesTheLineThatIsWrong) {
-  std::string problem;
-  EXPECT_FALSE(parseScript("label 1 reset\n\nlabel 1 rest\n", problem));
-  EXPECT_EQ(problem, "line 3: unknown action \"rest\"");
+  const auto faults = parseScript("label 1 reset\n\nlabel 1 rest\n");
+  EXPECT_FALSE(faults);
+  EXPECT_EQ(faults.problem(), "line 3: unknown action \"rest\"");
 }
 
 }  // namespace

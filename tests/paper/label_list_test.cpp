@@ -17,10 +17,9 @@ const std::string kOnes(64, '1');
 const std::string kAs(64, 'a');
 
 TEST(LabelList, ReadsDigestsAndNames) {
-  std::string problem;
   const std::string text = "# wanted\n" + kOnes + "  page 1.dat\n\n" + kAs + "\n";
-  const auto list = parseList(text + kOnes + "\tlast \r\n", problem);
-  ASSERT_TRUE(list) << problem;
+  const auto list = parseList(text + kOnes + "\tlast \r\n");
+  ASSERT_TRUE(list) << list.problem();
   ASSERT_EQ(list->size(), 3U);
   EXPECT_EQ((*list)[0].digest, kOnes);
   EXPECT_EQ((*list)[0].name, "page 1.dat");
@@ -32,17 +31,15 @@ TEST(LabelList, ReadsDigestsAndNames) {
 TEST(LabelList, RefusesALineThatIsNoDigest) {
   for (const std::string& line : {std::string("x"), std::string(63, '1'), std::string(65, '1'),
                                   std::string(64, 'A'), std::string(64, 'g')}) {
-    std::string problem;
     std::string text = kOnes + "\n";
     text += line;
-    EXPECT_FALSE(parseList(text, problem)) << line;
-    EXPECT_EQ(problem, "line 2 does not start with a digest of 64 digits from 0 to 9 and a to f");
+    EXPECT_EQ(parseList(text).problem(),
+              "line 2 does not start with a digest of 64 digits from 0 to 9 and a to f");
   }
 }
 
 TEST(LabelList, ReadsItsOwnLines) {
-  std::string problem;
-  const auto list = parseList(listLine(ListedLabel{kAs, "a name"}) + "\n", problem);
+  const auto list = parseList(listLine(ListedLabel{kAs, "a name"}) + "\n");
   ASSERT_TRUE(list);
   EXPECT_EQ(list->at(0).digest, kAs);
   EXPECT_EQ(list->at(0).name, "a name");

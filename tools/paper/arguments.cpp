@@ -57,10 +57,9 @@ std::vector<ValueOption> valueOptions(Arguments& arguments) {
       {"--log", textInto(arguments.log, "the name of a file")},
       {"--fault",
        [&](const std::string& value) {
-         std::string problem;
-         const auto fault = parseFault(value, problem);
+         const auto fault = parseFault(value);
          if (fault) printer.faults.push_back(*fault);
-         return fault ? std::string() : "WHEN ACTION: " + problem;
+         return fault ? std::string() : "WHEN ACTION: " + fault.problem();
        }},
       {"--script",
        [&](const std::string& value) {
@@ -110,9 +109,8 @@ Result<void> contradiction(Arguments& arguments) {
   if (arguments.inputs.size() != 1) {
     return Problem{"one source only, " + std::to_string(arguments.inputs.size()) + " are given"};
   }
-  std::string problem;
-  const auto source = parseSource(arguments.inputs[0], problem);
-  if (!source) return Problem{problem};
+  const auto source = parseSource(arguments.inputs[0]);
+  if (!source) return Problem{source.problem()};
   printer.source = *source;
   if (printer.control == "-" && source->path == "-") {
     return Problem{"--control and the source cannot both be standard input"};

@@ -80,21 +80,17 @@ constexpr std::array<Form, 11> kForms = {{
     {"die", ActionKind::kDie, 0, 0, "die"},
 }};
 
-std::optional<Action> actionOf(const Words& words, std::string& problem) {
+Result<Action> actionOf(const Words& words) {
   if (words.empty()) {
-    problem =
+    return Problem{
         "no action; known are pause, slow, close, reset, reset-unread, deaf, refuse, "
-        "power-cycle, no-close, garbage, die";
-    return std::nullopt;
+        "power-cycle, no-close, garbage, die"};
   }
   const Form* form = nullptr;
   for (const Form& known : kForms) {
     if (words[0] == known.name) form = &known;
   }
-  if (form == nullptr) {
-    problem = "unknown action \"" + words[0] + "\"";
-    return std::nullopt;
-  }
+  if (form == nullptr) return Problem{"unknown action \"" + words[0] + "\""};
   Action action;
   action.kind = form->kind;
   action.text = joined(words, 0, words.size());
@@ -116,12 +112,15 @@ std::optional<Action> actionOf(const Words& words, std::string& problem) {
     }
   }
   if (good) return action;
-  problem = "\"" + action.text + "\" is no action; it goes: " + form->usage;
-  return std::nullopt;
+  return Problem{"\"" + action.text + "\" is no action; it goes: " + form->usage};
 }
 
-// Takes the moment's words off the front; `used` says how many they were.
-std::optional<When> whenOf(const Words& words, std::size_t& used, std::string& problem) {
+struct Moment {
+  When when;
+  std::size_t words = 1;  // so many it takes at the front
+};
+
+Result<Moment> momentOf(const Words& words) {
   static const struct {
     const char* name;
     WhenKind kind;
@@ -129,11 +128,11 @@ std::optional<When> whenOf(const Words& words, std::size_t& used, std::string& p
                 {"label", WhenKind::kLabel},
                 {"after", WhenKind::kAfter},
                 {"byte", WhenKind::kByte}};
-  When when;
+  Moment moment;
+  When& when = moment.when;
   if (!words.empty() && words[0] == "start") {
-    used = 1;
     when.text = words[0];
-    return when;
+    return moment;
   }
   const std::optional<std::uint64_t> number =
       words.size() > 1 ? whole(words[1]) : std::optional<std::uint64_t>();
@@ -141,54 +140,46 @@ std::optional<When> whenOf(const Words& words, std::size_t& used, std::string& p
     if (words.empty() || words[0] != known.name || !number) continue;
     when.kind = known.kind;
     when.number = *number;
-    used = 2;
+    moment.words = 2;
     if (when.kind == WhenKind::kLabel && words.size() > 2 && words[2].back() == '%') {
       const auto percent = whole(words[2].substr(0, words[2].size() - 1));
       if (!percent || *percent > 100) {
-        problem = "\"" + words[2] + "\" is no share from 0% to 100%";
-        return std::nullopt;
+        return Problem{"\"" + words[2] + "\" is no share from 0% to 100%"};
       }
       when.percent = static_cast<unsigned>(*percent);
-      used = 3;
+      moment.words = 3;
     }
-    when.text = joined(words, 0, used);
-    return when;
+    when.text = joined(words, 0, moment.words);
+    return moment;
   }
-  problem = "\"" + joined(words, 0, words.size()) +
-            "\" does not start with start, connection N, label N, label N P%, after N or byte N";
-  return std::nullopt;
+  return Problem{
+      "\"" + joined(words, 0, words.size()) +
+      "\" does not start with start, connection N, label N, label N P%, after N or byte N"};
 }
 
 }  // namespace
 
-std::optional<Action> parseAction(const std::string& text, std::string& problem) {
-  return actionOf(wordsOf(text), problem);
-}
+Result<Action> parseAction(const std::string& text) { return actionOf(wordsOf(text)); }
 
-std::optional<PlannedFault> parseFault(const std::string& text, std::string& problem) {
+Result<PlannedFault> parseFault(const std::string& text) {
   const Words words = wordsOf(text);
-  std::size_t used = 0;
-  const std::optional<When> when = whenOf(words, used, problem);
-  if (!when) return std::nullopt;
-  const std::optional<Action> action =
-      actionOf(Words(words.begin() + static_cast<std::ptrdiff_t>(used), words.end()), problem);
-  if (!action) return std::nullopt;
-  return PlannedFault{*when, *action};
+  const Result<Moment> moment = momentOf(words);
+  if (!moment) return Problem{moment.problem()};
+  const auto behind = words.begin() + static_cast<std::ptrdiff_t>(moment->words);
+  const Result<Action> action = actionOf(Words(behind, words.end()));
+  if (!action) return Problem{action.problem()};
+  return PlannedFault{moment->when, *action};
 }
 
-std::optional<std::vector<PlannedFault>> parseScript(const std::string& text,
-                                                     std::string& problem) {
+Result<std::vector<PlannedFault>> parseScript(const std::string& text) {
   std::vector<PlannedFault> faults;
   std::istringstream lines(text);
   std::string line;
   for (std::size_t number = 1; std::getline(lines, line); ++number) {
     const Words words = wordsOf(line);
     if (words.empty() || words[0][0] == '#') continue;
-    const std::optional<PlannedFault> fault = parseFault(line, problem);
-    if (!fault) {
-      problem.insert(0, "line " + std::to_string(number) + ": ");
-      return std::nullopt;
-    }
+    const Result<PlannedFault> fault = parseFault(line);
+    if (!fault) return Problem{"line " + std::to_string(number) + ": " + fault.problem()};
     faults.push_back(*fault);
   }
   return faults;

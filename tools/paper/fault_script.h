@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "filter/base/result.h"
+
 namespace kestra::paper {
 
 enum class ActionKind {
@@ -54,14 +56,13 @@ struct PlannedFault {
 };
 
 /// "pause 2", "reset", ...: see the program's help.
-/// @return nothing, and one sentence in `problem`, where the words make no sense
-[[nodiscard]] std::optional<Action> parseAction(const std::string& text, std::string& problem);
+/// @return one sentence where the words make no sense
+[[nodiscard]] Result<Action> parseAction(const std::string& text);
 
 /// "label 3 50% reset": a moment, then an action.
-[[nodiscard]] std::optional<PlannedFault> parseFault(const std::string& text, std::string& problem);
+[[nodiscard]] Result<PlannedFault> parseFault(const std::string& text);
 
 /// A fault a line; empty lines and those that start with '#' are none.
-[[nodiscard]] std::optional<std::vector<PlannedFault>> parseScript(const std::string& text,
-                                                                   std::string& problem);
+[[nodiscard]] Result<std::vector<PlannedFault>> parseScript(const std::string& text);
 
 }  // namespace kestra::paper

@@ -18,7 +18,7 @@ bool isDigest(const std::string& text) {
 
 }  // namespace
 
-std::optional<std::vector<ListedLabel>> parseList(const std::string& text, std::string& problem) {
+Result<std::vector<ListedLabel>> parseList(const std::string& text) {
   std::vector<ListedLabel> labels;
   std::istringstream lines(text);
   std::string line;
@@ -29,9 +29,8 @@ std::optional<std::vector<ListedLabel>> parseList(const std::string& text, std::
     const std::size_t end = line.find_first_of(kBlanks);
     label.digest = line.substr(0, end);
     if (!isDigest(label.digest)) {
-      problem = "line " + std::to_string(number) + " does not start with a digest of " +
-                std::to_string(kDigestDigits) + " digits from 0 to 9 and a to f";
-      return std::nullopt;
+      return Problem{"line " + std::to_string(number) + " does not start with a digest of " +
+                     std::to_string(kDigestDigits) + " digits from 0 to 9 and a to f"};
     }
     if (end != std::string::npos) label.name = line.substr(line.find_first_not_of(kBlanks, end));
     if (label.name.empty()) label.name = "label " + std::to_string(labels.size() + 1);

@@ -3,9 +3,10 @@
 // The same form says what should come and what came, so that one run's output is another's order.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
+
+#include "filter/base/result.h"
 
 namespace kestra::paper {
 
@@ -15,9 +16,8 @@ struct ListedLabel {
 };
 
 /// Reads a list. Empty lines and those that start with '#' are none of it.
-/// @return nothing, and one sentence in `problem`, where a line is no digest
-[[nodiscard]] std::optional<std::vector<ListedLabel>> parseList(const std::string& text,
-                                                                std::string& problem);
+/// @return one sentence where a line is no digest
+[[nodiscard]] Result<std::vector<ListedLabel>> parseList(const std::string& text);
 
 /// The line of a label, without its end.
 [[nodiscard]] std::string listLine(const ListedLabel& label);

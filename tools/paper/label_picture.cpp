@@ -48,15 +48,12 @@ void LabelPicture::add(const std::uint8_t* data, std::size_t size) {
   if (!tooLarge_) bytes_.insert(bytes_.end(), data, data + size);
 }
 
-bool LabelPicture::write(const std::string& path, unsigned dpi, std::string& problem) {
+Result<void> LabelPicture::write(const std::string& path, unsigned dpi) const {
   if (tooLarge_) {
-    problem = "the label is too large for a picture: " + std::to_string(rows_) + " rows of " +
-              std::to_string(record_) + " bytes";
-    return false;
+    return Problem{"the label is too large for a picture: " + std::to_string(rows_) + " rows of " +
+                   std::to_string(record_) + " bytes"};
   }
-  const Result<void> written = proof::writePng(path, RowsDrawing(bytes_, record_), {{dpi, dpi}, 1});
-  problem = written.problem();
-  return bool(written);
+  return proof::writePng(path, RowsDrawing(bytes_, record_), {{dpi, dpi}, 1});
 }
 
 }  // namespace kestra::paper

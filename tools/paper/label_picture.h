@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "filter/base/result.h"
+
 namespace kestra::paper {
 
 /// Collects the rows of one label.
@@ -22,8 +24,8 @@ class LabelPicture {
   /// Writes rows as a PNG, a pixel a dot, white where no byte came: all announced rows of a whole
   /// label, of a torn one those that began to come.
   /// @param dpi  dots per inch of the head, both ways
-  /// @return false, and why in `problem`, where there is no picture
-  [[nodiscard]] bool write(const std::string& path, unsigned dpi, std::string& problem);
+  /// @return why there is no picture
+  [[nodiscard]] Result<void> write(const std::string& path, unsigned dpi) const;
   /// Whether there is a dot to draw.
   [[nodiscard]] bool hasRows() const { return !bytes_.empty() || tooLarge_; }
 

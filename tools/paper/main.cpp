@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -28,6 +27,8 @@
 namespace {
 
 using namespace kestra::paper;
+using kestra::Problem;
+using kestra::Result;
 
 constexpr int kAllWell = 0;
 constexpr int kFailed = 1;
@@ -38,7 +39,7 @@ int notDone(const std::string& problem) {
   return kNotDone;
 }
 
-std::optional<std::string> readFile(const std::string& path, std::string& problem) {
+Result<std::string> readFile(const std::string& path) {
   std::string text;
   std::array<char, 65536> piece = {};
   const kestra::FilePtr file(std::fopen(path.c_str(), "rb"));
@@ -49,22 +50,21 @@ std::optional<std::string> readFile(const std::string& path, std::string& proble
     if (std::ferror(file.get()) != 0) break;
     return text;
   }
-  problem = path + " cannot be read: " + std::strerror(errno);
-  return std::nullopt;
+  return Problem{path + " cannot be read: " + std::strerror(errno)};
 }
 
-std::optional<std::vector<ListedLabel>> readList(const std::string& path, std::string& problem) {
-  const std::optional<std::string> text = readFile(path, problem);
-  if (!text) return std::nullopt;
-  std::optional<std::vector<ListedLabel>> list = parseList(*text, problem);
-  if (!list) problem = path + ": " + problem;
+Result<std::vector<ListedLabel>> readList(const std::string& path) {
+  const Result<std::string> text = readFile(path);
+  if (!text) return Problem{text.problem()};
+  Result<std::vector<ListedLabel>> list = parseList(*text);
+  if (!list) return Problem{path + ": " + list.problem()};
   return list;
 }
 
-// Whether all bytes are one whole frame; adds its line to `list`.
-bool listFrame(const std::string& path, std::string& list, std::string& problem) {
-  const std::optional<std::string> bytes = readFile(path, problem);
-  if (!bytes) return false;
+// The line of a file whose bytes are one whole frame.
+Result<std::string> lineOfFrame(const std::string& path) {
+  const Result<std::string> bytes = readFile(path);
+  if (!bytes) return Problem{bytes.problem()};
   Journal silent(-1, false);
   Recorder recorder(silent, {}, 1);
   StreamParser parser(recorder, {false, false});
@@ -73,18 +73,17 @@ bool listFrame(const std::string& path, std::string& list, std::string& problem)
   parser.end();
   const Counters& counters = recorder.counters();
   if (counters.whole != 1 || counters.torn + counters.faults > 0 || bytes->front() != 'S') {
-    problem = path + " is no page frame; kestra-proof says what is wrong with it";
-    return false;
+    return Problem{path + " is no page frame; kestra-proof says what is wrong with it"};
   }
-  list += listLine({recorder.came()[0], std::filesystem::path(path).filename().string()}) + "\n";
-  return true;
+  return listLine({recorder.came()[0], std::filesystem::path(path).filename().string()}) + "\n";
 }
 
 int listFrames(const std::vector<std::string>& paths) {
   std::string list;
-  std::string problem;
   for (const std::string& path : paths) {
-    if (!listFrame(path, list, problem)) return notDone(problem);
+    const Result<std::string> line = lineOfFrame(path);
+    if (!line) return notDone(line.problem());
+    list += *line;
   }
   if (writeAll(STDOUT_FILENO, list)) return kAllWell;
   return notDone(std::string("the list cannot be written: ") + std::strerror(errno));
@@ -144,9 +143,8 @@ bool verdictOn(const std::vector<ListedLabel>& wanted, const std::vector<std::st
 
 int judgeLists(const Arguments& arguments, const std::vector<ListedLabel>& wanted,
                Journal& journal) {
-  std::string problem;
-  const auto came = readList(arguments.came, problem);
-  if (!came) return notDone(problem);
+  const auto came = readList(arguments.came);
+  if (!came) return notDone(came.problem());
   std::vector<std::string> digests;
   std::vector<std::string> names;
   for (const ListedLabel& label : *came) {
@@ -174,10 +172,9 @@ void tellCounters(const Counters& counters, Journal& journal) {
 }
 
 int print(const Arguments& arguments, const std::vector<ListedLabel>& wanted, Journal& journal) {
-  std::string problem;
   Recorder recorder(journal, arguments.output, arguments.printer.dpi);
   Printer printer(arguments.printer, recorder, journal);
-  if (!printer.run(problem)) return notDone(problem);
+  if (const auto done = printer.run(); !done) return notDone(done.problem());
   const Counters& counters = recorder.counters();
   tellCounters(counters, journal);
   std::vector<std::string> names;
@@ -212,12 +209,11 @@ int openLog(const Arguments& arguments) {
 }
 
 int run(Arguments& arguments) {
-  std::string problem;
   for (const std::string& path : arguments.scripts) {
-    const std::optional<std::string> text = readFile(path, problem);
-    if (!text) return notDone(problem);
-    const auto faults = parseScript(*text, problem);
-    if (!faults) return notDone(problem.insert(0, path + ", "));
+    const Result<std::string> text = readFile(path);
+    if (!text) return notDone(text.problem());
+    const auto faults = parseScript(*text);
+    if (!faults) return notDone(path + ", " + faults.problem());
     auto& all = arguments.printer.faults;
     all.insert(all.end(), faults->begin(), faults->end());
   }
@@ -225,8 +221,8 @@ int run(Arguments& arguments) {
 
   std::vector<ListedLabel> wanted;
   if (!arguments.expect.empty()) {
-    auto list = readList(arguments.expect, problem);
-    if (!list) return notDone(problem);
+    auto list = readList(arguments.expect);
+    if (!list) return notDone(list.problem());
     wanted = std::move(*list);
   }
   if (!arguments.output.empty()) {
@@ -249,7 +245,7 @@ int main(int argc, char** argv) {
   kestra::openMissingStandardStreams();
   std::signal(SIGPIPE, SIG_IGN);  // a reader that goes is a failed write
   const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
-  kestra::Result<Arguments> parsed = parseArguments(words);
+  Result<Arguments> parsed = parseArguments(words);
   if (!parsed) {
     std::fprintf(stderr, "kestra-paper: %s\nTry: kestra-paper --help\n", parsed.problem().c_str());
     return kNotDone;

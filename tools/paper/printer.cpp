@@ -69,14 +69,14 @@ Printer::~Printer() {
   if (controlMade_) unlink(settings_.control.c_str());
 }
 
-bool Printer::run(std::string& problem) {
-  if (!start(problem)) return false;
+Result<void> Printer::run() {
+  if (Result<void> started = start(); !started) return started;
   while (!over_) step();
   finish();
-  return true;
+  return {};
 }
 
-bool Printer::start(std::string& problem) {
+Result<void> Printer::start() {
   sigset_t set;
   sigemptyset(&set);
   for (const int signal : {SIGTERM, SIGINT, SIGUSR1}) {
@@ -86,15 +86,15 @@ bool Printer::start(std::string& problem) {
   sigprocmask(SIG_BLOCK, &set, nullptr);
   signals_ = signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
   started_ = lastByte_ = nextRead_ = Clock::now();
-  if (!openControl(problem)) return false;
+  if (Result<void> opened = openControl(); !opened) return opened;
   if (settings_.source.isSocket()) {
-    if (!listener_.open(problem)) return false;
+    if (Result<void> opened = listener_.open(); !opened) return opened;
     const std::string address = listener_.address();
     JsonLine line("ready", wallClock());
     line.text("address", address).number("port", listener_.source().port);
     journal_.line(line);
     journal_.say("listening on " + address);
-    if (!writeReadyFile(problem)) return false;
+    if (Result<void> written = writeReadyFile(); !written) return written;
   } else {
     const std::string& path = settings_.source.path;
     connection_ =
@@ -105,36 +105,32 @@ bool Printer::start(std::string& problem) {
       close(connection_);
       connection_ = -1;
     }
-    if (connection_ < 0) {
-      problem = path + " cannot be read: " + std::strerror(errno);
-      return false;
-    }
+    if (connection_ < 0) return Problem{path + " cannot be read: " + std::strerror(errno)};
     recorder_.opened();
   }
   fireDue();
-  return true;
+  return {};
 }
 
-bool Printer::openControl(std::string& problem) {
+Result<void> Printer::openControl() {
   const std::string& path = settings_.control;
-  if (path.empty()) return true;
+  if (path.empty()) return {};
   if (path == "-") {
     control_ = STDIN_FILENO;
-    return true;
+    return {};
   }
   controlMade_ = mkfifo(path.c_str(), 0600) == 0;
   // Opened for writing too: it does not end when a writer goes.
   control_ = open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
   struct stat found = {};
-  if (control_ >= 0 && fstat(control_, &found) == 0 && S_ISFIFO(found.st_mode)) return true;
-  problem = path + " cannot be used for control: " +
-            (control_ >= 0 ? "it is no FIFO" : std::strerror(errno));
-  return false;
+  if (control_ >= 0 && fstat(control_, &found) == 0 && S_ISFIFO(found.st_mode)) return {};
+  return Problem{path + " cannot be used for control: " +
+                 (control_ >= 0 ? "it is no FIFO" : std::strerror(errno))};
 }
 
-bool Printer::writeReadyFile(std::string& problem) const {
+Result<void> Printer::writeReadyFile() const {
   const std::string& path = settings_.readyFile;
-  if (path.empty()) return true;
+  if (path.empty()) return {};
   const Source& source = listener_.source();
   const std::string text =
       (source.kind == SourceKind::kTcp ? std::to_string(source.port) : source.path) + "\n";
@@ -143,10 +139,10 @@ bool Printer::writeReadyFile(std::string& problem) const {
   bool good = file >= 0 && writeAll(file, text);
   if (file >= 0) good = close(file) == 0 && good;
   good = good && std::rename(temporary.c_str(), path.c_str()) == 0;
-  if (good) return true;
-  problem = path + " cannot be written: " + std::strerror(errno);
+  if (good) return {};
+  Problem problem = {path + " cannot be written: " + std::strerror(errno)};
   unlink(temporary.c_str());
-  return false;
+  return problem;
 }
 
 void Printer::step() {
@@ -230,16 +226,15 @@ void Printer::takeControl() {
   for (std::size_t end = 0; (end = controlText_.find('\n')) != std::string::npos;) {
     const std::string line = controlText_.substr(0, end);
     controlText_.erase(0, end + 1);
-    std::string problem;
-    std::string ignored;
-    if (const auto action = parseAction(line, problem)) {
+    if (const auto action = parseAction(line)) {
       act(*action, "control");
-    } else if (const auto fault = parseFault(line, ignored)) {
+    } else if (const auto fault = parseFault(line)) {
       faults_.push_back(*fault);
       fireDue();
     } else {
-      journal_.complain("control: " + problem);
-      journal_.line(JsonLine("problem", wallClock()).text("problem", "control: " + problem));
+      const std::string problem = "control: " + action.problem();
+      journal_.complain(problem);
+      journal_.line(JsonLine("problem", wallClock()).text("problem", problem));
     }
   }
 }

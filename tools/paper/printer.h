@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "filter/base/result.h"
 #include "tools/paper/fault_script.h"
 #include "tools/paper/journal.h"
 #include "tools/paper/recorder.h"
@@ -41,17 +42,17 @@ class Printer {
   Printer& operator=(const Printer&) = delete;
 
   /// Prints until the end that the settings name, or SIGTERM or SIGINT.
-  /// @return false, and why in `problem`, where it could not start
-  [[nodiscard]] bool run(std::string& problem);
+  /// @return why it could not start
+  [[nodiscard]] Result<void> run();
 
  private:
   using Clock = std::chrono::steady_clock;
   using Moment = Clock::time_point;
   enum class Ended { kNo, kAtEnd, kByReset };  // what a read found
 
-  [[nodiscard]] bool start(std::string& problem);
-  [[nodiscard]] bool openControl(std::string& problem);
-  [[nodiscard]] bool writeReadyFile(std::string& problem) const;
+  [[nodiscard]] Result<void> start();
+  [[nodiscard]] Result<void> openControl();
+  [[nodiscard]] Result<void> writeReadyFile() const;
   void step();
   void wait();
   void takeSignals();

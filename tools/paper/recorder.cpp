@@ -97,9 +97,9 @@ void Recorder::row(bool countAgrees, bool isWhite) {
 std::string Recorder::draw(std::uint64_t number) {
   if (folder_.empty() || !picture_.hasRows()) return {};
   std::string name = pictureName(number);
-  std::string problem;
-  if (picture_.write(folder_ + "/" + name, dpi_, problem)) return name;
-  journal_.complain("label " + std::to_string(number) + " has no picture: " + problem);
+  const Result<void> written = picture_.write(folder_ + "/" + name, dpi_);
+  if (written) return name;
+  journal_.complain("label " + std::to_string(number) + " has no picture: " + written.problem());
   return {};
 }
 

@@ -49,7 +49,7 @@ bool isAbandoned(const std::string& path, const sockaddr_un& address) {
 
 }  // namespace
 
-std::optional<Source> parseSource(const std::string& text, std::string& problem) {
+Result<Source> parseSource(const std::string& text) {
   Source source;
   if (startsWith(text, "tcp:")) {
     source.kind = SourceKind::kTcp;
@@ -61,10 +61,9 @@ std::optional<Source> parseSource(const std::string& text, std::string& problem)
     }
     const std::string port = colon == std::string::npos ? rest : rest.substr(colon + 1);
     if (source.host.empty() || !parsePort(port, source.port)) {
-      problem = "\"" + text +
-                "\" is no TCP address; it goes tcp:PORT or tcp:HOST:PORT, with a port "
-                "from 0 (any free one) to 65535";
-      return std::nullopt;
+      return Problem{"\"" + text +
+                     "\" is no TCP address; it goes tcp:PORT or tcp:HOST:PORT, with a port "
+                     "from 0 (any free one) to 65535"};
     }
     return source;
   }
@@ -73,17 +72,13 @@ std::optional<Source> parseSource(const std::string& text, std::string& problem)
     source.path = text.substr(5);
     constexpr std::size_t kRoom = sizeof(sockaddr_un::sun_path);
     if (source.path.empty() || source.path.size() >= kRoom) {
-      problem = "\"" + text + "\" is no Unix socket; its path has 1 to " +
-                std::to_string(kRoom - 1) + " bytes";
-      return std::nullopt;
+      return Problem{"\"" + text + "\" is no Unix socket; its path has 1 to " +
+                     std::to_string(kRoom - 1) + " bytes"};
     }
     return source;
   }
+  if (text.empty()) return Problem{"the source is empty; it is tcp:PORT, unix:PATH, - or a file"};
   source.path = text;
-  if (text.empty()) {
-    problem = "the source is empty; it is tcp:PORT, unix:PATH, - or a file";
-    return std::nullopt;
-  }
   return source;
 }
 
@@ -98,7 +93,9 @@ void Listener::close() {
   listening_ = false;
 }
 
-bool Listener::bindTcp(std::string& problem) {
+Result<void> Listener::bind() { return source_.kind == SourceKind::kTcp ? bindTcp() : bindUnix(); }
+
+Result<void> Listener::bindTcp() {
   addrinfo hints = {};
   hints.ai_socktype = SOCK_STREAM;
   hints.ai_flags = AI_PASSIVE | AI_NUMERICSERV;
@@ -106,17 +103,15 @@ bool Listener::bindTcp(std::string& problem) {
   const int failed =
       getaddrinfo(source_.host.c_str(), std::to_string(source_.port).c_str(), &hints, &found);
   if (failed != 0) {
-    problem = source_.host + " is no address of this machine: " + gai_strerror(failed);
-    return false;
+    return Problem{source_.host + " is no address of this machine: " + gai_strerror(failed)};
   }
   const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> owner(found, freeaddrinfo);
   descriptor_ = socket(found->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   const int on = 1;
   if (descriptor_ < 0 || setsockopt(descriptor_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
       setsockopt(descriptor_, SOL_SOCKET, SO_RCVBUF, &buffer_, sizeof buffer_) != 0 ||
-      bind(descriptor_, found->ai_addr, found->ai_addrlen) != 0) {
-    problem = "cannot listen on " + address() + ": " + std::strerror(errno);
-    return false;
+      ::bind(descriptor_, found->ai_addr, found->ai_addrlen) != 0) {
+    return cannotListen();
   }
   sockaddr_storage taken = {};
   socklen_t size = sizeof taken;
@@ -126,10 +121,10 @@ bool Listener::bindTcp(std::string& problem) {
                                : reinterpret_cast<const sockaddr_in*>(&taken)->sin_port;
     source_.port = ntohs(port);
   }
-  return true;
+  return {};
 }
 
-bool Listener::bindUnix(std::string& problem) {
+Result<void> Listener::bindUnix() {
   sockaddr_un address = {};
   address.sun_family = AF_UNIX;
   std::memcpy(address.sun_path, source_.path.c_str(), source_.path.size());
@@ -137,31 +132,29 @@ bool Listener::bindUnix(std::string& problem) {
   descriptor_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (descriptor_ < 0 ||
       setsockopt(descriptor_, SOL_SOCKET, SO_RCVBUF, &buffer_, sizeof buffer_) != 0 ||
-      bind(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    problem = "cannot listen on " + source_.path + ": " + std::strerror(errno);
-    return false;
+      ::bind(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    return cannotListen();
   }
   named_ = true;
-  return true;
+  return {};
 }
 
-bool Listener::open(std::string& problem) {
-  const bool bound = source_.kind == SourceKind::kTcp ? bindTcp(problem) : bindUnix(problem);
-  if (bound && listen(descriptor_, kBacklog) == 0) {
-    listening_ = true;
-    return true;
-  }
-  if (bound) problem = "cannot listen on " + address() + ": " + std::strerror(errno);
-  close();
-  return false;
+Result<void> Listener::open() {
+  Result<void> done = bind();
+  if (done && listen(descriptor_, kBacklog) != 0) done = cannotListen();
+  listening_ = bool(done);
+  if (!done) close();
+  return done;
+}
+
+Problem Listener::cannotListen() const {
+  return {"cannot listen on " + address() + ": " + std::strerror(errno)};
 }
 
 void Listener::refuse() {
   close();
   // Bound but not listening: connections are refused, and nobody else takes the address meanwhile.
-  std::string ignored;
-  const bool bound = source_.kind == SourceKind::kTcp ? bindTcp(ignored) : bindUnix(ignored);
-  if (!bound) close();
+  if (!bind()) close();
 }
 
 bool Listener::listenAgain() {
@@ -170,8 +163,7 @@ bool Listener::listenAgain() {
     return true;
   }
   close();
-  std::string ignored;
-  return open(ignored);
+  return bool(open());
 }
 
 int Listener::accept() const {

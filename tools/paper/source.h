@@ -4,9 +4,10 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <utility>
+
+#include "filter/base/result.h"
 
 namespace kestra::paper {
 
@@ -22,8 +23,8 @@ struct Source {
 };
 
 /// "tcp:9100", "tcp:HOST:PORT", "tcp:[::1]:PORT", "unix:PATH", "-" or a path.
-/// @return nothing, and one sentence in `problem`, where the text makes no sense
-[[nodiscard]] std::optional<Source> parseSource(const std::string& text, std::string& problem);
+/// @return one sentence where the text makes no sense
+[[nodiscard]] Result<Source> parseSource(const std::string& text);
 
 /// A printer's ear. Owns its sockets, and the name of a Unix socket.
 class Listener {
@@ -34,7 +35,7 @@ class Listener {
   Listener& operator=(const Listener&) = delete;
 
   /// Takes the address and listens; after that `source().port` is the real one.
-  [[nodiscard]] bool open(std::string& problem);
+  [[nodiscard]] Result<void> open();
   /// Nobody can connect, who waits to be accepted is refused; the address stays taken.
   void refuse();
   /// After `refuse`: listens again. False for as long as the system does not give the address back.
@@ -50,8 +51,10 @@ class Listener {
   [[nodiscard]] std::string address() const;
 
  private:
-  [[nodiscard]] bool bindTcp(std::string& problem);
-  [[nodiscard]] bool bindUnix(std::string& problem);
+  [[nodiscard]] Result<void> bind();
+  [[nodiscard]] Result<void> bindTcp();
+  [[nodiscard]] Result<void> bindUnix();
+  [[nodiscard]] Problem cannotListen() const;  // by errno
   void close();
 
   Source source_;
