@@ -66,6 +66,32 @@ TEST(Json, SeparatesValuesByCommas) {
   EXPECT_EQ((*value)["c"][3].kind, JsonValue::Kind::kNull);
 }
 
+// The same values in both forms.
+std::string oneOfEach(JsonForm form) {
+  JsonText text(form);
+  text.object().name("a").number(1).name("b").array().endArray();
+  text.name("c").array().null().object().name("d").string("e").endObject().endArray();
+  return text.endObject().take();
+}
+
+TEST(Json, StandsOnALineEachForPeople) {
+  EXPECT_EQ(oneOfEach(JsonForm::kIndented),
+            "{\n"
+            "  \"a\": 1,\n"
+            "  \"b\": [],\n"
+            "  \"c\": [\n"
+            "    null,\n"
+            "    {\n"
+            "      \"d\": \"e\"\n"
+            "    }\n"
+            "  ]\n"
+            "}");
+}
+
+TEST(Json, IsOneLineForAJournal) {
+  EXPECT_EQ(oneOfEach(JsonForm::kLine), R"({"a":1,"b":[],"c":[null,{"d":"e"}]})");
+}
+
 TEST(Json, ReaderOfTheTestsForgivesNothing) {
   for (const char* text : {"", "{", "[1,]", "{\"a\" 1}", "[1] x", "\"\n\"", "\"\xFF\"", "01", "1.",
                            "{\"a\":1,}", "\"\\x\"", "nul"}) {

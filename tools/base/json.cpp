@@ -76,8 +76,12 @@ void JsonText::separate() {
     return;
   }
   if (!first_) text_ += ',';
-  if (depth_ > 0) text_ += "\n" + std::string(depth_ * 2, ' ');
+  if (depth_ > 0) breakLine();
   first_ = false;
+}
+
+void JsonText::breakLine() {
+  if (form_ == JsonForm::kIndented) text_ += "\n" + std::string(depth_ * 2, ' ');
 }
 
 JsonText& JsonText::raw(const std::string& value) {
@@ -88,7 +92,7 @@ JsonText& JsonText::raw(const std::string& value) {
 
 JsonText& JsonText::name(const char* name) {
   separate();
-  text_ += jsonString(name) + ": ";
+  text_ += jsonString(name) + (form_ == JsonForm::kIndented ? ": " : ":");
   named_ = true;
   return *this;
 }
@@ -103,7 +107,7 @@ JsonText& JsonText::open(char bracket) {
 
 JsonText& JsonText::close(char bracket) {
   --depth_;
-  if (!first_) text_ += "\n" + std::string(depth_ * 2, ' ');
+  if (!first_) breakLine();
   text_ += bracket;
   first_ = false;
   return *this;
@@ -116,7 +120,7 @@ JsonText& JsonText::strings(const std::vector<std::string>& values) {
 }
 
 JsonText& JsonText::fraction(double value, int digits) {
-  if (!std::isfinite(value)) return raw("null");
+  if (!std::isfinite(value)) return null();
   std::array<char, 64> text = {};
   std::snprintf(text.data(), text.size(), "%.*f", digits, value);
   return raw(text.data());

@@ -15,10 +15,18 @@ namespace kestra {
 /// become U+FFFD.
 std::string jsonString(const std::string& text);
 
+/// How a text is laid out.
+enum class JsonForm {
+  kIndented,  ///< a value a line, for whoever looks into it as well
+  kLine,      ///< no blanks and no line ends: a text a line
+};
+
 /// Collects a JSON text value by value; commas and line ends come by themselves. The caller closes
 /// what it opens.
 class JsonText {
  public:
+  explicit JsonText(JsonForm form = JsonForm::kIndented) : form_(form) {}
+
   /// The name of the next value; inside an object only.
   JsonText& name(const char* name);
   JsonText& object() { return open('{'); }
@@ -31,6 +39,7 @@ class JsonText {
   /// With `digits` digits behind the point; null for what is no number.
   JsonText& fraction(double value, int digits);
   JsonText& boolean(bool value) { return raw(value ? "true" : "false"); }
+  JsonText& null() { return raw("null"); }
 
   /// What has been collected since the last call.
   std::string take();
@@ -40,7 +49,9 @@ class JsonText {
   JsonText& open(char bracket);
   JsonText& close(char bracket);
   void separate();
+  void breakLine();
 
+  JsonForm form_;
   std::string text_;
   std::size_t depth_ = 0;
   bool first_ = true;  // no comma before the next value

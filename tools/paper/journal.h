@@ -7,28 +7,51 @@
 #include <string>
 #include <vector>
 
+#include "tools/base/json.h"
+
 namespace kestra::paper {
 
-/// One line of JSON: {"event": NAME, "time": NOW, ...}.
+/// One line of JSON: {"event":NAME,"time":NOW,...}.
 class JsonLine {
  public:
   /// @param time  seconds since 1970
-  JsonLine(const char* event, double time);
+  JsonLine(const char* event, double time) {
+    json_.object().name("event").string(event);
+    this->time("time", time);
+  }
 
-  JsonLine& text(const char* name, const std::string& value);
-  JsonLine& texts(const char* name, const std::vector<std::string>& values);
-  JsonLine& number(const char* name, std::uint64_t value);
-  JsonLine& time(const char* name, double seconds);
-  JsonLine& boolean(const char* name, bool value);
-  JsonLine& null(const char* name);
-  /// A value that is JSON already.
-  JsonLine& raw(const char* name, const std::string& value);
+  JsonLine& text(const char* name, const std::string& value) {
+    json_.name(name).string(value);
+    return *this;
+  }
+  JsonLine& texts(const char* name, const std::vector<std::string>& values) {
+    json_.name(name).strings(values);
+    return *this;
+  }
+  JsonLine& number(const char* name, std::uint64_t value) {
+    json_.name(name).number(value);
+    return *this;
+  }
+  JsonLine& time(const char* name, double seconds) {
+    json_.name(name).fraction(seconds, 6);
+    return *this;
+  }
+  JsonLine& boolean(const char* name, bool value) {
+    json_.name(name).boolean(value);
+    return *this;
+  }
+  JsonLine& null(const char* name) {
+    json_.name(name).null();
+    return *this;
+  }
+  /// For a value with parts: the caller puts it there, and closes what it opens.
+  [[nodiscard]] JsonText& value(const char* name) { return json_.name(name); }
 
   /// The line without its end.
-  [[nodiscard]] std::string take() const { return text_ + "}"; }
+  [[nodiscard]] std::string whole() const { return JsonText(json_).endObject().take(); }
 
  private:
-  std::string text_;
+  JsonText json_ = JsonText(JsonForm::kLine);
 };
 
 /// Writes lines to a descriptor, and words to standard error where somebody reads them.

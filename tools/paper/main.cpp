@@ -27,6 +27,7 @@
 namespace {
 
 using namespace kestra::paper;
+using kestra::JsonText;
 using kestra::Problem;
 using kestra::Result;
 
@@ -98,17 +99,16 @@ std::string inWords(const std::vector<std::string>& names) {
 void tell(const Verdict& verdict, const std::vector<std::string>& unknown, const Counters& counters,
           bool good, Journal& journal, const Arguments& arguments) {
   std::string twice;
-  std::string twiceJson;
+  JsonLine line("verdict", wallClock());
+  line.boolean("good", good).number("whole", counters.whole).texts("lost", verdict.lost);
+  JsonText& repeats = line.value("twice").array();
   for (const Repeat& repeat : verdict.twice) {
     twice += (twice.empty() ? "" : ", ") + repeat.name;
     if (repeat.count > 1) twice += " (" + std::to_string(repeat.count) + " times too often)";
-    twiceJson += std::string(twiceJson.empty() ? "" : ",") +
-                 "{\"name\":" + kestra::jsonString(repeat.name) +
-                 ",\"count\":" + std::to_string(repeat.count) + "}";
+    repeats.object().name("name").string(repeat.name).name("count").number(repeat.count);
+    repeats.endObject();
   }
-  JsonLine line("verdict", wallClock());
-  line.boolean("good", good).number("whole", counters.whole);
-  line.texts("lost", verdict.lost).raw("twice", "[" + twiceJson + "]");
+  repeats.endArray();
   line.texts("out_of_order", verdict.outOfOrder).texts("unknown", unknown);
   line.number("torn", counters.torn).number("faults", counters.faults);
   line.number("garbage", counters.garbage);
