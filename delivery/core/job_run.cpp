@@ -81,9 +81,9 @@ struct Start {
       const bool isLeft = one.journal.rest == Rest::kNone && one.journal.device == facts.device &&
                           one.key != facts.key;
       if (!isLeft) continue;
-      std::string problem;
+      const Result<std::string> path = store.jobLock(one.key);
       Lock lock;
-      if (!lock.open(store.jobLock(one.key, problem), problem) || !lock.take()) continue;
+      if (!path || !lock.open(*path) || !lock.take()) continue;
       std::vector<std::string> frames = keptFrames(one.folder);
       // Several starts that kept nothing cannot be told apart.
       if (!frames.empty() || one.journal.triesInVain <= 1) {
@@ -92,7 +92,7 @@ struct Start {
         frames.insert(frames.end(), behind.begin(), behind.end());
       }
       Journal journal;
-      if (frames.empty() || !journal.open(one.folder + "/journal", problem)) continue;
+      if (frames.empty() || !journal.open(one.folder + "/journal")) continue;
       tell("INFO: Printing what was left of job " + std::to_string(one.journal.number));
       FileSource left(frames, one.journal.command);
       const Tell aside = [this](const std::string& line) {
@@ -120,9 +120,9 @@ struct Start {
 
   // All that needs the journal, which is open from here on.
   Verdict printRemembered(Journal& journal, bool isResumed) {
-    std::string problem;
     Lock device;
-    if (!device.open(store.deviceLock(facts.device), problem)) return cannotRemember(problem);
+    const Result<void> opened = device.open(store.deviceLock(facts.device));
+    if (!opened) return cannotRemember(opened.problem());
     if (!waitFor(device, "Another job prints on this printer; waiting for it", false)) {
       static_cast<void>(
           journal.rest(watch.stopped() == Stop::kCancel ? Rest::kStopped : Rest::kLeft));
@@ -139,18 +139,20 @@ struct Start {
   }
 
   Verdict printTaken() {
-    std::string problem;
-    if (!store.prepare(problem)) return cannotRemember(problem);
+    if (const auto prepared = store.prepare(); !prepared) return cannotRemember(prepared.problem());
+    const Result<std::string> lock = store.jobLock(facts.key);
+    if (!lock) return cannotRemember(lock.problem());
     Lock job;
-    if (!job.open(store.jobLock(facts.key, problem), problem)) return cannotRemember(problem);
+    if (const auto opened = job.open(*lock); !opened) return cannotRemember(opened.problem());
     if (!waitFor(job, "An earlier start of this job still prints; waiting for it", true)) {
       return Verdict::kRetry;
     }
-    const std::string folder = store.printingFolder(facts.key, facts.completed, problem);
+    const Result<std::string> made = store.printingFolder(facts.key, facts.completed);
+    if (!made) return cannotRemember(made.problem());
+    const std::string& folder = *made;
     Journal journal;
-    if (folder.empty() || !journal.open(folder + "/journal", problem)) {
-      return cannotRemember(problem);
-    }
+    const Result<void> opened = journal.open(folder + "/journal");
+    if (!opened) return cannotRemember(opened.problem());
     const bool isResumed = journal.state().rest == Rest::kHeld && !journal.state().doubted.empty();
     if (!journal.reserve() ||
         !journal.start({facts.completed, facts.number, facts.queue, facts.device, facts.title})) {

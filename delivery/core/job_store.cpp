@@ -28,16 +28,13 @@ constexpr std::size_t kLongestKey = 64;
 constexpr char kFrameStart[] = "frame-";
 constexpr long long kTidyEvery = 3600;
 
-bool makeFolder(const std::string& path, std::string& problem) {
+// Gives back its path.
+Result<std::string> makeFolder(const std::string& path) {
   if (mkdir(path.c_str(), kOwnerOnlyFolder) != 0 && errno != EEXIST) {
-    problem = path + ": " + std::strerror(errno);
-    return false;
+    return Problem{path + ": " + std::strerror(errno)};
   }
-  if (!isTrustedFolder(path.c_str())) {
-    problem = path + ": it is no folder of ours";
-    return false;
-  }
-  return true;
+  if (!isTrustedFolder(path.c_str())) return Problem{path + ": it is no folder of ours"};
+  return path;
 }
 
 // The names in a folder that are numbers, rising.
@@ -91,24 +88,25 @@ std::string jobKey(const std::string& uuid, int number, long long created) {
   return "job-" + std::to_string(number) + "-" + std::to_string(created);
 }
 
-bool JobStore::prepare(std::string& problem) const {
+Result<void> JobStore::prepare() const {
   for (const char* name : {"", "/jobs", "/open", "/devices"}) {
-    if (!makeFolder(state_ + name, problem)) return false;
+    const Result<std::string> made = makeFolder(state_ + name);
+    if (!made) return Problem{made.problem()};
   }
-  return true;
+  return {};
 }
 
-std::string JobStore::jobLock(const std::string& key, std::string& problem) const {
-  const std::string folder = state_ + "/jobs/" + key;
-  return makeFolder(folder, problem) ? folder + "/lock" : "";
+Result<std::string> JobStore::jobLock(const std::string& key) const {
+  Result<std::string> path = makeFolder(state_ + "/jobs/" + key);
+  if (path) *path += "/lock";
+  return path;
 }
 
 std::string JobStore::deviceLock(const std::string& device) const {
   return state_ + "/devices/" + textDigest(device) + ".lock";
 }
 
-std::string JobStore::printingFolder(const std::string& key, long long completed,
-                                     std::string& problem) const {
+Result<std::string> JobStore::printingFolder(const std::string& key, long long completed) const {
   const std::string job = state_ + "/jobs/" + key;
   const std::vector<int> generations = generationsIn(job);
   int generation = generations.empty() ? 0 : generations.back();
@@ -123,8 +121,7 @@ std::string JobStore::printingFolder(const std::string& key, long long completed
       ++generation;
     }
   }
-  const std::string folder = job + "/" + std::to_string(generation);
-  return makeFolder(folder, problem) ? folder : "";
+  return makeFolder(job + "/" + std::to_string(generation));
 }
 
 std::vector<Printing> JobStore::printings() const {
@@ -209,9 +206,8 @@ void JobStore::forgetOld(long long seconds) const {
   for (const auto& [key, time] : newest) {
     if (now - time < seconds) continue;
     Lock lock;
-    std::string problem;
-    const std::string path = jobLock(key, problem);
-    if (!path.empty() && lock.open(path, problem) && lock.take()) forget(key);
+    const Result<std::string> path = jobLock(key);
+    if (path && lock.open(*path) && lock.take()) forget(key);
   }
 }
 

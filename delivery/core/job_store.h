@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "delivery/core/journal.h"
+#include "filter/base/result.h"
 
 namespace kestra::delivery {
 
@@ -32,20 +33,20 @@ class JobStore {
  public:
   explicit JobStore(std::string state) : state_(std::move(state)) {}
 
-  /// Makes the store's folders, 0700. False and a sentence where they cannot be used: not ours, a
-  /// link, no room.
-  [[nodiscard]] bool prepare(std::string& problem) const;
+  /// Makes the store's folders, 0700. A problem where they cannot be used: not ours, a link, no
+  /// room.
+  [[nodiscard]] Result<void> prepare() const;
 
-  /// The path of a job's lock; makes its folder. Empty and a sentence where it cannot.
-  [[nodiscard]] std::string jobLock(const std::string& key, std::string& problem) const;
+  /// The path of a job's lock; makes its folder.
+  [[nodiscard]] Result<std::string> jobLock(const std::string& key) const;
   /// The path of the lock of a device, by its public URI.
   [[nodiscard]] std::string deviceLock(const std::string& device) const;
 
   /// The folder of the printing that a start of the job belongs to, made if it is a new one: the
   /// last one, unless the job had ended since it began (`completed`, 0: never) or its pages had
-  /// changed. The job must be locked. Empty and a sentence where it cannot be made.
-  [[nodiscard]] std::string printingFolder(const std::string& key, long long completed,
-                                           std::string& problem) const;
+  /// changed. The job must be locked.
+  [[nodiscard]] Result<std::string> printingFolder(const std::string& key,
+                                                   long long completed) const;
 
   /// All printings, by key and generation.
   [[nodiscard]] std::vector<Printing> printings() const;

@@ -201,7 +201,7 @@ Journal::~Journal() {
   if (descriptor_ >= 0) close(descriptor_);
 }
 
-bool Journal::open(const std::string& path, std::string& problem) {
+Result<void> Journal::open(const std::string& path) {
   constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
   descriptor_ =
       ::open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, kOwnerOnly);
@@ -222,8 +222,8 @@ bool Journal::open(const std::string& path, std::string& problem) {
     usable = ftruncate(descriptor_, static_cast<off_t>(state_.validBytes)) == 0 &&
              (!text.empty() || flushFolderOf(path));
   }
-  if (!usable) problem = path + ": " + std::strerror(errno);
-  return usable;
+  if (!usable) return Problem{path + ": " + std::strerror(errno)};
+  return {};
 }
 
 bool Journal::reserve() {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "delivery/core/page.h"
+#include "filter/base/result.h"
 
 namespace kestra::delivery {
 
@@ -61,8 +62,8 @@ class Journal {
   Journal(const Journal&) = delete;
   Journal& operator=(const Journal&) = delete;
 
-  /// Opens or makes the file at `path`, 0600. False and one sentence in `problem` where it cannot.
-  [[nodiscard]] bool open(const std::string& path, std::string& problem);
+  /// Opens or makes the file at `path`, 0600.
+  [[nodiscard]] Result<void> open(const std::string& path);
 
   [[nodiscard]] const JournalState& state() const { return state_; }
 

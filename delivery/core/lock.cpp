@@ -24,11 +24,11 @@ Lock::~Lock() {
   if (descriptor_ >= 0) close(descriptor_);
 }
 
-bool Lock::open(const std::string& path, std::string& problem) {
+Result<void> Lock::open(const std::string& path) {
   constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
   descriptor_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, kOwnerOnly);
-  if (descriptor_ < 0) problem = path + ": " + std::strerror(errno);
-  return descriptor_ >= 0;
+  if (descriptor_ < 0) return Problem{path + ": " + std::strerror(errno)};
+  return {};
 }
 
 bool Lock::take() {

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "filter/base/result.h"
+
 namespace kestra::delivery {
 
 /// A lock on a file, held until this object or the process ends, however it ends. The holder can be
@@ -16,9 +18,9 @@ class Lock {
   Lock(const Lock&) = delete;
   Lock& operator=(const Lock&) = delete;
 
-  /// Opens or makes the file, 0600, without locking it. False and a sentence where it cannot be.
-  /// The same file must not be opened twice in one process.
-  [[nodiscard]] bool open(const std::string& path, std::string& problem);
+  /// Opens or makes the file, 0600, without locking it. The same file must not be opened twice in
+  /// one process.
+  [[nodiscard]] Result<void> open(const std::string& path);
 
   /// Takes the lock if nobody has it.
   [[nodiscard]] bool take();

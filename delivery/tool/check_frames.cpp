@@ -5,7 +5,8 @@
 
 namespace kestra::delivery {
 
-bool areGoodFrames(const ByHand& labels, std::string& problems) {
+Result<void> areGoodFrames(const ByHand& labels) {
+  std::string problems;
   std::vector<std::string> known = labels.came;
   known.insert(known.end(), labels.doubted.begin(), labels.doubted.end());
   for (std::size_t i = 0; i < labels.frames.size(); ++i) {
@@ -19,7 +20,8 @@ bool areGoodFrames(const ByHand& labels, std::string& problems) {
     problems += (problems.empty() ? "" : "\n") + harmless(problem, problem.size());
     if (i < known.size()) break;
   }
-  return problems.empty();
+  if (!problems.empty()) return Problem{problems};
+  return {};
 }
 
 bool noteWhatCame(const ByHand& labels, Journal& journal) {

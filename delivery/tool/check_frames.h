@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "delivery/core/journal.h"
+#include "filter/base/result.h"
 
 namespace kestra::delivery {
 
@@ -17,8 +18,9 @@ struct ByHand {
   bool isOfWaitingJob = false;       ///< the print system, or the next job, sends them as well
 };
 
-/// Whether every frame is one, and the first ones are those that came. If not, a sentence a line.
-[[nodiscard]] bool areGoodFrames(const ByHand& labels, std::string& problems);
+/// Whether every frame is one, and the first ones are those that came. If not, the problem has a
+/// sentence a line.
+[[nodiscard]] Result<void> areGoodFrames(const ByHand& labels);
 
 /// A journal in memory that knows what came.
 [[nodiscard]] bool noteWhatCame(const ByHand& labels, Journal& journal);

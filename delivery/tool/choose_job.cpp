@@ -34,8 +34,7 @@ std::vector<Remembered> matchingJobs(const std::vector<Remembered>& all, const s
   return found;
 }
 
-bool isOneJob(const std::vector<Remembered>& printings, const std::string& word,
-              std::string& problem) {
+Result<void> areOneJob(const std::vector<Remembered>& printings, const std::string& word) {
   std::string keys;
   for (const Remembered& one : printings) {
     if (one.isLast) keys += (keys.empty() ? "" : ", ") + one.key;
@@ -43,8 +42,8 @@ bool isOneJob(const std::vector<Remembered>& printings, const std::string& word,
   const bool isOne =
       std::all_of(printings.begin(), printings.end(),
                   [&printings](const Remembered& one) { return one.key == printings.front().key; });
-  if (!isOne) problem = harmless(word) + " is more than one job; name its key: " + keys;
-  return isOne;
+  if (!isOne) return Problem{harmless(word) + " is more than one job; name its key: " + keys};
+  return {};
 }
 
 }  // namespace kestra::delivery

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "delivery/tool/remembered.h"
+#include "filter/base/result.h"
 
 namespace kestra::delivery {
 
@@ -16,8 +17,8 @@ namespace kestra::delivery {
 [[nodiscard]] std::vector<Remembered> matchingJobs(const std::vector<Remembered>& all,
                                                    const std::string& word);
 
-/// Whether all printings are of one job. If not, a sentence names the keys to choose from.
-[[nodiscard]] bool isOneJob(const std::vector<Remembered>& printings, const std::string& word,
-                            std::string& problem);
+/// Whether all printings are of one job. If not, the problem names the keys to choose from.
+[[nodiscard]] Result<void> areOneJob(const std::vector<Remembered>& printings,
+                                     const std::string& word);
 
 }  // namespace kestra::delivery

@@ -23,17 +23,15 @@ bool isThere(const std::string& path) {
   return lstat(path.c_str(), &status) == 0;
 }
 
-// What was forgotten, as one sentence; empty and a problem where it was not.
-std::string forget(const Places& places, const std::vector<Remembered>& printings,
-                   std::string& problem) {
+// What was forgotten, as one sentence.
+Result<std::string> forget(const Places& places, const std::vector<Remembered>& printings) {
   const std::string& key = printings.back().key;
   const JobStore store(places.state);
   Lock lock;
-  if (!lock.open(store.jobLock(key, problem), problem)) return "";
-  if (!lock.take()) {
-    problem = "The job is under way; cancel it first";
-    return "";
-  }
+  Result<std::string> path = store.jobLock(key);
+  if (!path) return path;
+  if (const Result<void> opened = lock.open(*path); !opened) return Problem{opened.problem()};
+  if (!lock.take()) return Problem{"The job is under way; cancel it first"};
   std::size_t labels = 0, frames = 0;
   for (const Remembered& one : printings) {
     labels += one.journal.done();
@@ -42,16 +40,14 @@ std::string forget(const Places& places, const std::vector<Remembered>& printing
   }
   store.forget(key);
   const std::string folder = places.state + "/jobs/" + key;
-  if (isThere(folder)) {
-    problem = folder + " could not be removed";
-    return "";
-  }
+  if (isThere(folder)) return Problem{folder + " could not be removed"};
   return "Forgot the job " + key + ": " + counted(printings.size(), "printing") + ", " +
          counted(labels, "label") + " noted, " + counted(frames, "kept page frame") + ".\n";
 }
 
-// The same of its frames in the filter's folder.
-std::string removeFrames(const LeftJob& job, std::string& problem) {
+// Removes its frames in the filter's folder, and says so. Exit status.
+int removeFrames(const LeftJob& job) {
+  std::string problem;
   std::size_t removed = 0;
   for (const LeftFrame& frame : job.frames) {
     if (unlink(frame.path.c_str()) == 0) {
@@ -61,25 +57,25 @@ std::string removeFrames(const LeftJob& job, std::string& problem) {
       problem = frame.path + " could not be removed: " + std::strerror(errno);
     }
   }
-  return "Removed " + counted(removed, "page frame") + " of job " + std::to_string(job.number) +
-         ", " + sizeWords(job.bytes()) + ".\n";
+  std::printf("Removed %s of job %d, %s.\n", counted(removed, "page frame").c_str(), job.number,
+              sizeWords(job.bytes()).c_str());
+  return problem.empty() ? kAllWell : failed(problem);
 }
 
 }  // namespace
 
 int forgetJob(const Arguments& arguments, const Places& places) {
-  std::string problem;
-  if (!becomeOwner(places, problem)) return failed(problem);
+  if (const auto owner = becomeOwner(places); !owner) return failed(owner.problem());
   const std::vector<Remembered> all = rememberedJobs(places.state);
   const std::vector<Remembered> found = matchingJobs(all, arguments.job);
-  if (!isOneJob(found, arguments.job, problem)) return failed(problem);
+  if (const auto one = areOneJob(found, arguments.job); !one) return failed(one.problem());
   std::optional<int> number = jobNumber(arguments.job);
   if (!found.empty()) {
     // Without a journal its number is not known, and 0 would be another job's.
     if (found.back().journal.begun != 0) number = found.back().journal.number;
-    const std::string words = forget(places, found, problem);
-    if (words.empty()) return failed(problem);
-    std::fputs(words.c_str(), stdout);
+    const Result<std::string> words = forget(places, found);
+    if (!words) return failed(words.problem());
+    std::fputs(words->c_str(), stdout);
   }
 
   // What this job kept is no longer cared for, what others keep is.
@@ -91,10 +87,7 @@ int forgetJob(const Arguments& arguments, const Places& places) {
   for (const LeftJob& job : leftOverFrames(places.frames, caredFor(others))) {
     if (number && job.number == *number) left = job;
   }
-  if (!left.frames.empty() && arguments.withFrames) {
-    std::fputs(removeFrames(left, problem).c_str(), stdout);
-    return problem.empty() ? kAllWell : failed(problem);
-  }
+  if (!left.frames.empty() && arguments.withFrames) return removeFrames(left);
   if (!left.frames.empty()) {
     const std::string words =
         "Still in the filter's folder: " + counted(left.frames.size(), "page frame") + " of job " +

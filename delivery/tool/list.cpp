@@ -161,8 +161,7 @@ std::string listJson(const std::vector<Remembered>& waiting, const std::vector<L
 }
 
 int listJobs(const Arguments& arguments, const Places& places) {
-  std::string problem;
-  if (!becomeOwner(places, problem)) return failed(problem);
+  if (const auto owner = becomeOwner(places); !owner) return failed(owner.problem());
   const std::vector<Remembered> all = rememberedJobs(places.state);
   const std::vector<Remembered> waiting = waitingJobs(all);
   const std::vector<LeftJob> left = leftOverFrames(places.frames, caredFor(all));

@@ -21,54 +21,47 @@ bool isClosed(const std::string& folder) {
   return eaccess(folder.c_str(), R_OK | X_OK) != 0 && errno == EACCES;
 }
 
-std::string closedFolder(const Places& places) {
+Result<void> foldersAreOpen(const Places& places) {
   for (const std::string& folder : {places.state, places.frames}) {
     if (isClosed(folder)) {
-      return folder + " is closed to you; run this as root, for example with sudo";
+      return Problem{folder + " is closed to you; run this as root, for example with sudo"};
     }
   }
-  return "";
+  return {};
 }
 
 }  // namespace
 
-std::optional<Owner> ownerOfPlaces(const Places& places, std::string& problem) {
+Result<Owner> ownerOfPlaces(const Places& places) {
   for (const std::string& folder : {places.state, places.frames}) {
     struct stat status = {};
     if (lstat(folder.c_str(), &status) != 0) continue;
     if (S_ISDIR(status.st_mode)) return Owner{status.st_uid, status.st_gid};
-    problem = folder + " is no folder; nothing behind it is used";
-    return std::nullopt;
+    return Problem{folder + " is no folder; nothing behind it is used"};
   }
   const passwd* account = getpwnam(kFiltersUser);  // NOLINT(concurrency-mt-unsafe): one thread
   if (account != nullptr) return Owner{account->pw_uid, account->pw_gid};
-  problem = "There is no user lp, and no folder that tells who runs the print filters";
-  return std::nullopt;
+  return Problem{"There is no user lp, and no folder that tells who runs the print filters"};
 }
 
-bool becomeOwner(const Places& places, std::string& problem) {
-  const std::optional<Owner> owner = ownerOfPlaces(places, problem);
-  if (!owner) return false;
-  if (geteuid() != 0) {
-    problem = closedFolder(places);
-    return problem.empty();
-  }
+Result<void> becomeOwner(const Places& places) {
+  const Result<Owner> owner = ownerOfPlaces(places);
+  if (!owner) return Problem{owner.problem()};
+  if (geteuid() != 0) return foldersAreOpen(places);
   if (owner->user != 0) {
     const bool became = setgroups(0, nullptr) == 0 && setgid(owner->group) == 0 &&
                         setuid(owner->user) == 0 && setuid(0) != 0 && geteuid() == owner->user;
-    if (!became) {
-      problem = "The rights of root cannot be given up, so nothing is touched";
-      return false;
-    }
+    if (!became) return Problem{"The rights of root cannot be given up, so nothing is touched"};
   }
-  return true;
+  return {};
 }
 
 AsOwner::AsOwner(const Places& places) {
-  const std::optional<Owner> owner = ownerOfPlaces(places, problem_);
-  if (!owner) return;
-  if (geteuid() != 0) {
-    problem_ = closedFolder(places);
+  const Result<Owner> owner = ownerOfPlaces(places);
+  if (!owner) {
+    problem_ = owner.problem();
+  } else if (geteuid() != 0) {
+    problem_ = foldersAreOpen(places).problem();
   } else if (owner->user != 0) {
     isChanged_ = true;
     if (setegid(owner->group) != 0 || seteuid(owner->user) != 0) {

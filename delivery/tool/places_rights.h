@@ -4,10 +4,10 @@
 
 #include <sys/types.h>
 
-#include <optional>
 #include <string>
 
 #include "delivery/core/places.h"
+#include "filter/base/result.h"
 
 namespace kestra::delivery {
 
@@ -17,12 +17,12 @@ struct Owner {
 };
 
 /// Who owns what delivery remembers: the owner of the state folder, else of the filter's, else lp.
-/// Nothing and a sentence where one of the two is no folder, or nobody of that name is there.
-[[nodiscard]] std::optional<Owner> ownerOfPlaces(const Places& places, std::string& problem);
+/// A problem where one of the two is no folder, or nobody of that name is there.
+[[nodiscard]] Result<Owner> ownerOfPlaces(const Places& places);
 
-/// Root becomes that owner for good; anybody else stays who they are. False and a sentence where
-/// that fails, or where the folders are closed to us.
-[[nodiscard]] bool becomeOwner(const Places& places, std::string& problem);
+/// Root becomes that owner for good; anybody else stays who they are. A problem where that fails,
+/// or where the folders are closed to us.
+[[nodiscard]] Result<void> becomeOwner(const Places& places);
 
 /// Root is that owner as long as this object lives; what is opened meanwhile stays open.
 class AsOwner {

@@ -69,11 +69,10 @@ void readJournalOf(Remembered& one) {
 pid_t holderOf(const std::string& jobFolder) {
   const std::string path = jobFolder + "/lock";
   struct stat status = {};
-  std::string problem;
   Lock lock;
   // A lock that is not there is not made.
   if (lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return 0;
-  return lock.open(path, problem) ? lock.holder() : 0;
+  return lock.open(path) ? lock.holder() : 0;
 }
 
 // The printings of one job, by number.

@@ -59,19 +59,19 @@ std::string problemOf(const Target& target, const Places& places) {
 }
 
 // The labels of a job, and its lock: neither it nor another sending by hand may send them as well.
-bool takeJob(const Arguments& arguments, const Places& places, ByHand& labels, Lock& lock,
-             std::string& problem) {
+Result<void> takeJob(const Arguments& arguments, const Places& places, ByHand& labels, Lock& lock) {
   const std::vector<Remembered> all = rememberedJobs(places.state);
   const std::vector<Remembered> found = matchingJobs(all, arguments.job);
-  if (!isOneJob(found, arguments.job, problem)) return false;
+  if (Result<void> one = areOneJob(found, arguments.job); !one) return one;
   std::optional<int> number = jobNumber(arguments.job);
   if (!found.empty()) {
     const Remembered& last = found.back();
     number = last.journal.number;
-    if (!lock.open(JobStore(places.state).jobLock(last.key, problem), problem)) return false;
+    const Result<std::string> path = JobStore(places.state).jobLock(last.key);
+    if (!path) return Problem{path.problem()};
+    if (Result<void> opened = lock.open(*path); !opened) return opened;
     if (!lock.take()) {
-      problem = "Job " + harmless(arguments.job) + " is under way; cancel it first";
-      return false;
+      return Problem{"Job " + harmless(arguments.job) + " is under way; cancel it first"};
     }
     labels = {last.kept, last.journal.command, last.journal.digests, last.journal.doubted,
               last.journal.rest != Rest::kEnded};
@@ -87,11 +87,13 @@ bool takeJob(const Arguments& arguments, const Places& places, ByHand& labels, L
     labels.doubted.clear();
   }
   if (labels.frames.empty()) {
-    problem = "There are no page frames of a job " + harmless(arguments.job);
-  } else if (labels.frames.size() <= labels.came.size()) {
-    problem = "All labels of job " + harmless(arguments.job) + " came; --all sends them once more";
+    return Problem{"There are no page frames of a job " + harmless(arguments.job)};
   }
-  return problem.empty();
+  if (labels.frames.size() <= labels.came.size()) {
+    return Problem{"All labels of job " + harmless(arguments.job) +
+                   " came; --all sends them once more"};
+  }
+  return {};
 }
 
 // Waits until no queue prints on the same printer. False where that was given up.
@@ -115,9 +117,8 @@ void openDevice(Lock& lock, const Target& target, const Places& places, bool& is
   if (target.kind != Target::Kind::kSocket) return;
   const AsOwner owner(places);
   const std::string devices = places.state + "/devices";
-  std::string problem;
   if (!owner.problem().empty() || access(devices.c_str(), F_OK) != 0) return;
-  isOpen = lock.open(JobStore(places.state).deviceLock(deviceName(target.uri)), problem);
+  isOpen = bool(lock.open(JobStore(places.state).deviceLock(deviceName(target.uri))));
 }
 
 int sendAll(const Arguments& arguments, const ByHand& labels, const Target& target,
@@ -171,17 +172,17 @@ int sendByHand(const Arguments& arguments, const Places& places) {
   }
   ByHand labels;
   Lock lock;
-  std::string problem;
   if (arguments.job.empty()) {
     labels.frames = arguments.frames;
   } else {
     const AsOwner owner(places);
     if (!owner.problem().empty()) return failed(owner.problem());
-    if (!takeJob(arguments, places, labels, lock, problem)) return failed(problem);
+    const Result<void> taken = takeJob(arguments, places, labels, lock);
+    if (!taken) return failed(taken.problem());
   }
   labels.command = chosenCommand(arguments, labels.command);
-  if (!areGoodFrames(labels, problem)) {
-    return failed(problem + "\nkestra-delivery: nothing was sent");
+  if (const Result<void> good = areGoodFrames(labels); !good) {
+    return failed(good.problem() + "\nkestra-delivery: nothing was sent");
   }
   const int status = sendAll(arguments, labels, target, places);
   if (status == kAllWell && labels.isOfWaitingJob) {

@@ -1,6 +1,7 @@
 // kestra-delivery show: every label of a job and what became of it.
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 
 #include "delivery/tool/choose_job.h"
 #include "delivery/tool/places_rights.h"
@@ -11,8 +12,6 @@ namespace kestra::delivery {
 namespace {
 
 constexpr std::size_t kDigestDigits = 64;
-
-std::string fileName(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
 std::string labelLine(const Remembered& one, std::size_t number) {
   const JournalState& journal = one.journal;
@@ -29,7 +28,8 @@ std::string labelLine(const Remembered& one, std::size_t number) {
   }
   std::string line = "  label " + std::to_string(number) + "  " + what;
   if (!digest.empty()) line += "  " + harmless(digest, kDigestDigits);
-  if (number <= one.kept.size()) line += "  kept in " + harmless(fileName(one.kept[number - 1]));
+  if (number <= one.kept.size())
+    line += "  kept in " + harmless(std::filesystem::path(one.kept[number - 1]).filename());
   return line + "\n";
 }
 
@@ -58,8 +58,7 @@ std::string showWords(const Remembered& one) {
 }
 
 int showJob(const Arguments& arguments, const Places& places) {
-  std::string problem;
-  if (!becomeOwner(places, problem)) return failed(problem);
+  if (const auto owner = becomeOwner(places); !owner) return failed(owner.problem());
   const std::vector<Remembered> all = rememberedJobs(places.state);
   const std::vector<Remembered> found = matchingJobs(all, arguments.job);
   for (const Remembered& one : found) std::fputs(showWords(one).c_str(), stdout);

@@ -190,14 +190,13 @@ TEST_F(Backend, InDoubtThePersonWhoPrintsCountsBeforeTheQueueAndThatBeforeTheMac
   for (const auto& row : table) {
     fs::remove_all(state());
     const JobStore store(state());
-    std::string problem;
-    ASSERT_TRUE(store.prepare(problem)) << problem;
+    ASSERT_EQ(store.prepare().problem(), "");
     // The key of the job that is started here: its uuid and number.
     const std::string key = jobKey("urn:uuid:0c6bdb70-8d3d-3f0c-4a0a-94e1d3b7b3a1", 12, 1795226353);
-    ASSERT_NE(store.jobLock(key, problem), "");
+    ASSERT_EQ(store.jobLock(key).problem(), "");
     {
       Journal journal;
-      ASSERT_TRUE(journal.open(store.printingFolder(key, 0, problem) + "/journal", problem));
+      ASSERT_TRUE(journal.open(*store.printingFolder(key, 0) + "/journal"));
       ASSERT_TRUE(journal.start({0, 12, "label", "socket://h", "t"}));
       ASSERT_TRUE(journal.closing("any", kUsualCommand));
     }

@@ -264,10 +264,8 @@ TEST_F(JobRunTest, AStartWaitsForTheEarlierOneAndACancelReachesThat) {
   const pid_t child = fork();
   if (child == 0) {
     Lock lock;
-    std::string problem;
     const JobStore store(places_.state);
-    const bool held = store.prepare(problem) &&
-                      lock.open(store.jobLock("job-7", problem), problem) && lock.take();
+    const bool held = store.prepare() && lock.open(*store.jobLock("job-7")) && lock.take();
     const char word = held ? 'y' : 'n';
     if (write(ready[1], &word, 1) != 1) _exit(1);
     for (;;) pause();
@@ -299,14 +297,13 @@ TEST_F(JobRunTest, AStartWaitsForTheEarlierOneAndACancelReachesThat) {
 TEST_F(JobRunTest, AJobThatWaitsForAnotherLooksEverMoreSeldom) {
   filter(7, {16});
   const JobStore store(places_.state);
-  std::string problem;
-  ASSERT_TRUE(store.prepare(problem)) << problem;
+  ASSERT_EQ(store.prepare().problem(), "");
   int ready[2];
   ASSERT_EQ(pipe2(ready, O_CLOEXEC), 0);
   const pid_t child = fork();
   if (child == 0) {
     Lock lock;
-    if (!lock.open(store.deviceLock(facts_.device), problem) || !lock.take()) _exit(1);
+    if (!lock.open(store.deviceLock(facts_.device)) || !lock.take()) _exit(1);
     close(ready[1]);
     for (;;) pause();
   }
@@ -357,8 +354,7 @@ TEST_F(JobRunTest, TheNextJobKnowsWhetherThePrinterHasPartOfAPage) {
 // A journal that says of job 7 what a sender that was killed left, and one kept frame.
 TEST_F(JobRunTest, NothingIsTakenUpOfOtherPrintersOrOfJobsThatAPersonStopped) {
   const JobStore store(places_.state);
-  std::string problem;
-  ASSERT_TRUE(store.prepare(problem)) << problem;
+  ASSERT_EQ(store.prepare().problem(), "");
   struct Case {
     const char *key, *device;
     Rest rest;
@@ -366,10 +362,10 @@ TEST_F(JobRunTest, NothingIsTakenUpOfOtherPrintersOrOfJobsThatAPersonStopped) {
   for (const Case& one :
        {Case{"a", "socket://other:9100", Rest::kNone}, Case{"b", "socket://h:9100", Rest::kStopped},
         Case{"c", "socket://h:9100", Rest::kNone}}) {
-    ASSERT_NE(store.jobLock(one.key, problem), "");
-    const std::string folder = store.printingFolder(one.key, 0, problem);
+    ASSERT_EQ(store.jobLock(one.key).problem(), "");
+    const std::string folder = *store.printingFolder(one.key, 0);
     Journal journal;
-    ASSERT_TRUE(journal.open(folder + "/journal", problem)) << problem;
+    ASSERT_EQ(journal.open(folder + "/journal").problem(), "");
     ASSERT_TRUE(journal.start({0, 7, "label", one.device, "t"}));
     if (one.rest != Rest::kNone) {
       ASSERT_TRUE(journal.rest(one.rest));
@@ -441,10 +437,8 @@ TEST_F(JobRunTest, ACancelWhileWaitingForThePrinterEndsOnlyTheJobThatWaits) {
   if (child == 0) {
     close(over[1]);
     Lock lock;
-    std::string problem;
     const JobStore store(places_.state);
-    char word = store.prepare(problem) && lock.open(store.deviceLock("socket://h:9100"), problem) &&
-                        lock.take()
+    char word = store.prepare() && lock.open(store.deviceLock("socket://h:9100")) && lock.take()
                     ? 'y'
                     : 'n';
     if (write(ready[1], &word, 1) != 1) _exit(1);
@@ -504,10 +498,9 @@ TEST_F(JobRunTest, WithoutAMemoryAJobIsPrintedAnewFromItsFirstLabel) {
 // A folder stands where a lock or a file where a folder should be.
 TEST_F(JobRunTest, NothingIsPrintedWhoseLocksOrFoldersCannotBeMade) {
   const JobStore store(places_.state);
-  std::string problem;
-  ASSERT_TRUE(store.prepare(problem)) << problem;
+  ASSERT_EQ(store.prepare().problem(), "");
   const std::string device = store.deviceLock("socket://h:9100");
-  const std::string job = store.jobLock("job-7", problem);
+  const std::string job = *store.jobLock("job-7");
   const std::string folder = places_.state + "/jobs/job-7/0";
   for (const std::string& path : {device, job, folder, folder + "/journal"}) {
     told_.clear();
@@ -555,9 +548,8 @@ TEST_F(JobRunTest, WhatIsLeftOfAJobThatAnotherStartPrintsIsLeftToIt) {
   const pid_t child = fork();
   if (child == 0) {
     Lock lock;
-    std::string problem;
     const JobStore store(places_.state);
-    if (!lock.open(store.jobLock("job-7", problem), problem) || !lock.take()) _exit(1);
+    if (!lock.open(*store.jobLock("job-7")) || !lock.take()) _exit(1);
     close(ready[1]);
     for (;;) pause();
   }
@@ -612,15 +604,14 @@ TEST_F(JobRunTest, WhatIsLeftInDoubtIsHeldWhileTheNextJobIsPrinted) {
 // number. After two starts nobody knows whose it is.
 TEST_F(JobRunTest, AFrameThatMayBeOfEitherOfTwoStartsIsNotTakenUp) {
   const JobStore store(places_.state);
-  std::string problem;
-  ASSERT_TRUE(store.prepare(problem)) << problem;
-  ASSERT_NE(store.jobLock("job-7", problem), "");
-  const std::string folder = store.printingFolder("job-7", 0, problem);
+  ASSERT_EQ(store.prepare().problem(), "");
+  ASSERT_EQ(store.jobLock("job-7").problem(), "");
+  const std::string folder = *store.printingFolder("job-7", 0);
   for (const int starts : {1, 2}) {
     fs::remove(folder + "/journal");
     {
       Journal journal;
-      ASSERT_TRUE(journal.open(folder + "/journal", problem)) << problem;
+      ASSERT_EQ(journal.open(folder + "/journal").problem(), "");
       for (int i = 0; i < starts; ++i) {
         ASSERT_TRUE(journal.start({0, 7, "label", "socket://h:9100", "t"}));
       }

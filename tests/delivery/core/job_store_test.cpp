@@ -24,16 +24,14 @@ constexpr char kKey[] = "0b1c-2d";
 class JobStoreTest : public testing::Test {
  protected:
   void SetUp() override {
-    std::string problem;
-    ASSERT_TRUE(store_.prepare(problem)) << problem;
-    ASSERT_NE(store_.jobLock(kKey, problem), "") << problem;
+    ASSERT_EQ(store_.prepare().problem(), "");
+    ASSERT_EQ(store_.jobLock(kKey).problem(), "");
   }
   // One start of the job; the generation it belongs to.
   std::string start(long long completed, Rest rest) {
-    std::string problem;
-    const std::string folder = store_.printingFolder(kKey, completed, problem);
+    const std::string folder = *store_.printingFolder(kKey, completed);
     Journal journal;
-    EXPECT_TRUE(journal.open(folder + "/journal", problem)) << problem;
+    EXPECT_EQ(journal.open(folder + "/journal").problem(), "");
     EXPECT_TRUE(journal.start({completed, 5, "label", "socket://h", "t"}));
     if (rest != Rest::kNone) {
       EXPECT_TRUE(journal.rest(rest));
@@ -71,9 +69,7 @@ TEST_F(JobStoreTest, FoldersAreForTheFiltersUserAlone) {
 TEST_F(JobStoreTest, RefusesAFolderThatIsALink) {
   const Folder elsewhere;
   fs::create_directory_symlink(elsewhere.path(), folder_ / "link");
-  std::string problem;
-  EXPECT_FALSE(JobStore(folder_ / "link").prepare(problem));
-  EXPECT_NE(problem.find("link"), std::string::npos);
+  EXPECT_NE(JobStore(folder_ / "link").prepare().problem().find("link"), std::string::npos);
   EXPECT_TRUE(fs::is_empty(elsewhere.path()));
 }
 
@@ -90,9 +86,8 @@ TEST_F(JobStoreTest, ListsAllPrintings) {
 }
 
 TEST_F(JobStoreTest, KnowsThePrintingsUnderWayWithoutReadingAll) {
-  std::string problem;
   start(0, Rest::kEnded);
-  const std::string folder = store_.printingFolder(kKey, 0, problem);
+  const std::string folder = *store_.printingFolder(kKey, 0);
   EXPECT_TRUE(store_.openPrintings().empty());
   store_.mark(folder, true);
   const auto found = store_.openPrintings();
@@ -134,8 +129,7 @@ TEST_F(JobStoreTest, KeepsAnOldJobThatPrints) {
   if (child == 0) {
     close(over[1]);
     Lock lock;
-    std::string problem;
-    char word = lock.open(store_.jobLock(kKey, problem), problem) && lock.take() ? 'y' : 'n';
+    char word = lock.open(*store_.jobLock(kKey)) && lock.take() ? 'y' : 'n';
     if (write(ready[1], &word, 1) != 1) _exit(1);
     _exit(read(over[0], &word, 1) == 0 ? 0 : 1);
   }
@@ -157,19 +151,16 @@ TEST_F(JobStoreTest, KeepsAnOldJobThatPrints) {
 TEST_F(JobStoreTest, RefusesAFolderOfAnotherUser) {
   if (geteuid() != 0) GTEST_SKIP() << "only root can give folders away";
   ASSERT_EQ(chown((folder_ / "state/jobs").c_str(), 12345, 12345), 0);
-  std::string problem;
-  EXPECT_FALSE(store_.prepare(problem));
-  EXPECT_NE(problem.find("jobs"), std::string::npos);
+  EXPECT_NE(store_.prepare().problem().find("jobs"), std::string::npos);
 }
 
 // Two jobs that were cut off; the one that began first has the key that is sorted last.
 TEST_F(JobStoreTest, PrintingsUnderWayComeInTheOrderInWhichTheyBegan) {
-  std::string problem;
   for (const char* key : {"zz", "aa"}) {
-    ASSERT_NE(store_.jobLock(key, problem), "");
-    const std::string folder = store_.printingFolder(key, 0, problem);
+    ASSERT_EQ(store_.jobLock(key).problem(), "");
+    const std::string folder = *store_.printingFolder(key, 0);
     Journal journal;
-    ASSERT_TRUE(journal.open(folder + "/journal", problem)) << problem;
+    ASSERT_EQ(journal.open(folder + "/journal").problem(), "");
     ASSERT_TRUE(journal.start({}));
     store_.mark(folder, true);
     while (std::time(nullptr) <= journal.state().begun) usleep(1000);  // the next second
@@ -246,9 +237,8 @@ TEST_F(JobStoreTest, NamesThatAreNoJobsAreNeitherListedNorRemoved) {
 TEST_F(JobStoreTest, PrintingsAreListedByJobAndGeneration) {
   start(0, Rest::kEnded);
   start(1000, Rest::kEnded);
-  std::string problem;
-  ASSERT_NE(store_.jobLock("ABC", problem), "");
-  ASSERT_NE(store_.printingFolder("ABC", 0, problem), "") << problem;
+  ASSERT_EQ(store_.jobLock("ABC").problem(), "");
+  ASSERT_EQ(store_.printingFolder("ABC", 0).problem(), "");
   std::vector<std::string> found;
   for (const Printing& one : store_.printings()) {
     found.push_back(one.key + "." + std::to_string(one.generation));
@@ -266,14 +256,13 @@ TEST_F(JobStoreTest, AJobThatCameNoFurtherThanItsFolderIsForgottenByTheFoldersAg
 
 TEST_F(JobStoreTest, AFileInPlaceOfAFolderIsTold) {
   publish(folder_ / "file", {1});
-  std::string problem;
-  EXPECT_FALSE(JobStore(folder_ / "file/state").prepare(problem));
-  EXPECT_NE(problem.find("Not a directory"), std::string::npos) << problem;
+  const Result<void> prepared = JobStore(folder_ / "file/state").prepare();
+  EXPECT_NE(prepared.problem().find("Not a directory"), std::string::npos) << prepared.problem();
   publish(folder_ / "state/jobs/taken", {1});
-  EXPECT_EQ(store_.jobLock("taken", problem), "");
+  EXPECT_FALSE(store_.jobLock("taken"));
   publish(folder_ / ("state/jobs/" + std::string(kKey) + "/0"), {1});
-  EXPECT_EQ(store_.printingFolder(kKey, 0, problem), "");
-  EXPECT_NE(problem.find("no folder of ours"), std::string::npos) << problem;
+  const Result<std::string> printing = store_.printingFolder(kKey, 0);
+  EXPECT_NE(printing.problem().find("no folder of ours"), std::string::npos) << printing.problem();
 }
 
 }  // namespace

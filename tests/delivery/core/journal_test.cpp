@@ -31,8 +31,7 @@ void writeText(const std::string& path, const std::string& text) {
 // A start, two labels, a break that puts the second in doubt, and its second print.
 void writeALife(const std::string& path) {
   Journal journal;
-  std::string problem;
-  ASSERT_TRUE(journal.open(path, problem)) << problem;
+  ASSERT_EQ(journal.open(path).problem(), "");
   ASSERT_TRUE(journal.start({0, 17, "label one", "socket://h:9100", "100% paper\n"}));
   ASSERT_TRUE(journal.closing("aa", kFast));
   ASSERT_TRUE(journal.done("aa"));
@@ -49,8 +48,7 @@ TEST(Journal, SaysTheSameWhenItIsOpenedAgain) {
   const Folder folder;
   writeALife(folder / "journal");
   Journal journal;
-  std::string problem;
-  ASSERT_TRUE(journal.open(folder / "journal", problem)) << problem;
+  ASSERT_EQ(journal.open(folder / "journal").problem(), "");
   const JournalState& state = journal.state();
   EXPECT_EQ(state.digests, (std::vector<std::string>{"aa", "bb"}));
   EXPECT_TRUE(state.doubted.empty());
@@ -89,9 +87,8 @@ TEST(Journal, GoesOnBehindTheLastWholeLine) {
   const std::string text = textOf(folder / "journal");
   for (std::size_t size = 0; size < text.size(); ++size) {
     writeText(folder / "cut", text.substr(0, size));
-    std::string problem;
     Journal journal;
-    ASSERT_TRUE(journal.open(folder / "cut", problem)) << problem;
+    ASSERT_EQ(journal.open(folder / "cut").problem(), "");
     const std::size_t done = journal.state().done();
     ASSERT_TRUE(journal.again());
     ASSERT_TRUE(journal.done("zz"));
@@ -141,8 +138,7 @@ TEST(Journal, ASkippedLabelIsNotSentAndDidNotCome) {
 TEST(Journal, TakesBackALineThatFoundNoRoom) {
   const Folder folder;
   Journal journal;
-  std::string problem;
-  ASSERT_TRUE(journal.open(folder / "journal", problem)) << problem;
+  ASSERT_EQ(journal.open(folder / "journal").problem(), "");
   ASSERT_TRUE(journal.reserve());
   ASSERT_TRUE(journal.start({}));
   const std::string before = textOf(folder / "journal");
@@ -161,9 +157,7 @@ TEST(Journal, OpensNothingThatSomebodyPlanted) {
   writeText(folder / "theirs", "precious");
   ASSERT_EQ(symlink((folder / "theirs").c_str(), (folder / "journal").c_str()), 0);
   Journal journal;
-  std::string problem;
-  EXPECT_FALSE(journal.open(folder / "journal", problem));
-  EXPECT_NE(problem.find("journal"), std::string::npos);
+  EXPECT_NE(journal.open(folder / "journal").problem().find("journal"), std::string::npos);
   EXPECT_EQ(textOf(folder / "theirs"), "precious");
 }
 
@@ -178,8 +172,7 @@ TEST(Journal, EveryNoteIsOnTheDiskWhenTheCallReturns) {
 TEST(Journal, WhatTheDiskDidNotTakeIsNotNoted) {
   const Folder folder;
   Journal journal;
-  std::string problem;
-  ASSERT_TRUE(journal.open(folder / "journal", problem)) << problem;
+  ASSERT_EQ(journal.open(folder / "journal").problem(), "");
   ASSERT_TRUE(journal.closing("aa", kFast));
   const std::string before = textOf(folder / "journal");
   {
@@ -197,8 +190,7 @@ TEST(Journal, WhatTheDiskDidNotTakeIsNotNoted) {
 TEST(Journal, TakesNoNoteBehindOneThatCannotBeTakenBack) {
   const Folder folder;
   Journal journal;
-  std::string problem;
-  ASSERT_TRUE(journal.open(folder / "journal", problem)) << problem;
+  ASSERT_EQ(journal.open(folder / "journal").problem(), "");
   {
     DiskFaults disk;
     disk.goodFlushes = 0;
@@ -212,8 +204,7 @@ TEST(Journal, TakesNoNoteBehindOneThatCannotBeTakenBack) {
 TEST(Journal, SaysBeforeAPageWhetherItsNotesHaveRoom) {
   const Folder folder;
   Journal journal, inMemory;
-  std::string problem;
-  ASSERT_TRUE(journal.open(folder / "journal", problem)) << problem;
+  ASSERT_EQ(journal.open(folder / "journal").problem(), "");
   DiskFaults disk;
   disk.hasRoom = false;
   EXPECT_FALSE(journal.reserve());

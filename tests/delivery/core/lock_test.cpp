@@ -21,8 +21,7 @@ pid_t holderOf(const std::string& path) {
   const pid_t child = fork();
   if (child == 0) {
     Lock lock;
-    std::string problem;
-    const char held = lock.open(path, problem) && lock.take() ? 'y' : 'n';
+    const char held = lock.open(path) && lock.take() ? 'y' : 'n';
     if (write(ready[1], &held, 1) != 1) _exit(1);
     for (;;) pause();
   }
@@ -38,8 +37,7 @@ TEST(Lock, IsHadByOneProcessAndNamesIt) {
   const pid_t child = holderOf(folder / "lock");
   ASSERT_GT(child, 0);
   Lock lock;
-  std::string problem;
-  ASSERT_TRUE(lock.open(folder / "lock", problem)) << problem;
+  ASSERT_EQ(lock.open(folder / "lock").problem(), "");
   EXPECT_FALSE(lock.take());
   EXPECT_EQ(lock.holder(), child);
   kill(child, SIGKILL);
@@ -50,15 +48,14 @@ TEST(Lock, IsHadByOneProcessAndNamesIt) {
 
 TEST(Lock, KeepsItsMarkForTheNextHolder) {
   const Folder folder;
-  std::string problem;
   {
     Lock lock;
-    ASSERT_TRUE(lock.open(folder / "lock", problem)) << problem;
+    ASSERT_EQ(lock.open(folder / "lock").problem(), "");
     EXPECT_FALSE(lock.isMarked());
     lock.mark(true);
   }
   Lock next;
-  ASSERT_TRUE(next.open(folder / "lock", problem)) << problem;
+  ASSERT_EQ(next.open(folder / "lock").problem(), "");
   EXPECT_TRUE(next.isMarked());
   next.mark(false);
   EXPECT_FALSE(next.isMarked());
@@ -68,8 +65,7 @@ TEST(Lock, FollowsNoLink) {
   const Folder folder;
   ASSERT_EQ(symlink((folder / "elsewhere").c_str(), (folder / "lock").c_str()), 0);
   Lock lock;
-  std::string problem;
-  EXPECT_FALSE(lock.open(folder / "lock", problem));
+  EXPECT_FALSE(lock.open(folder / "lock"));
   EXPECT_NE(access((folder / "elsewhere").c_str(), F_OK), 0);
 }
 

@@ -193,14 +193,13 @@ TEST_F(SenderTest, WithHoldAPersonDecides) {
 TEST_F(SenderTest, KilledAtAnyByteTheNextStartGoesOnWhereItStopped) {
   for (std::uint64_t at = 0; at <= kJobBytes; ++at) {
     const std::string path = folder_ / ("journal" + std::to_string(at));
-    std::string problem;
     const pid_t child = fork();
     if (child == 0) {
       PrinterOfBytes printer;
       BytesSink sink(printer);
       sink.diesAt = at;
       Journal journal;
-      if (!journal.open(path, problem) || !journal.start({})) _exit(2);
+      if (!journal.open(path) || !journal.start({})) _exit(2);
       static_cast<void>(run(sink, journal));
       _exit(3);
     }
@@ -219,7 +218,7 @@ TEST_F(SenderTest, KilledAtAnyByteTheNextStartGoesOnWhereItStopped) {
     }
     BytesSink sink(printer);
     Journal journal;
-    ASSERT_TRUE(journal.open(path, problem)) << problem;
+    ASSERT_EQ(journal.open(path).problem(), "");
     ASSERT_TRUE(journal.start({}));
     EXPECT_EQ(run(sink, journal, {Doubt::kAgain, false, false, true, {}}), Verdict::kPrinted);
     expectOnce(printer, "killed at " + std::to_string(at));
@@ -232,14 +231,13 @@ TEST_F(SenderTest, KilledAtAnyByteTheNextStartGoesOnWhereItStopped) {
 TEST_F(SenderTest, ADiskThatFailsAtAnyNoteStopsTheQueueBeforeTheNextByte) {
   for (int good = 0; good < 8; ++good) {
     const std::string path = folder_ / ("journal" + std::to_string(good));
-    std::string problem;
     told_.clear();
     PrinterOfBytes printer;
     {
       DiskFaults disk;
       BytesSink sink(printer);
       Journal journal;
-      ASSERT_TRUE(journal.open(path, problem)) << problem;
+      ASSERT_EQ(journal.open(path).problem(), "");
       ASSERT_TRUE(journal.start({}));
       disk.goodFlushes = good;
       // Two notes a label, one at the end.
@@ -253,7 +251,7 @@ TEST_F(SenderTest, ADiskThatFailsAtAnyNoteStopsTheQueueBeforeTheNextByte) {
     }
     BytesSink sink(printer);
     Journal journal;
-    ASSERT_TRUE(journal.open(path, problem)) << problem;
+    ASSERT_EQ(journal.open(path).problem(), "");
     ASSERT_TRUE(journal.start({}));
     EXPECT_EQ(run(sink, journal), Verdict::kPrinted);
     expectOnce(printer, "notes " + std::to_string(good));
@@ -265,8 +263,7 @@ TEST_F(SenderTest, NoLabelIsBegunWhoseNotesHaveNoRoom) {
   PrinterOfBytes printer;
   BytesSink sink(printer);
   Journal journal;
-  std::string problem;
-  ASSERT_TRUE(journal.open(folder_ / "journal", problem)) << problem;
+  ASSERT_EQ(journal.open(folder_ / "journal").problem(), "");
   DiskFaults disk;
   disk.hasRoom = false;
   SendRules rules;
@@ -282,12 +279,11 @@ TEST_F(SenderTest, NoLabelIsBegunWhoseNotesHaveNoRoom) {
 // closing, one byte, done.
 TEST_F(SenderTest, AfterAPowerLossAtAnyByteOfTheJournalNothingIsLost) {
   const std::string path = folder_ / "journal";
-  std::string problem;
   {
     PrinterOfBytes printer;
     BytesSink sink(printer);
     Journal journal;
-    ASSERT_TRUE(journal.open(path, problem)) << problem;
+    ASSERT_EQ(journal.open(path).problem(), "");
     ASSERT_TRUE(journal.start({}));
     ASSERT_EQ(run(sink, journal), Verdict::kPrinted);
   }
@@ -311,7 +307,7 @@ TEST_F(SenderTest, AfterAPowerLossAtAnyByteOfTheJournalNothingIsLost) {
     }
     BytesSink sink(printer);
     Journal journal;
-    ASSERT_TRUE(journal.open(folder_ / "cut", problem)) << problem;
+    ASSERT_EQ(journal.open(folder_ / "cut").problem(), "");
     ASSERT_TRUE(journal.start({}));
     EXPECT_EQ(run(sink, journal), Verdict::kPrinted);
     expectOnce(printer, "journal cut at " + std::to_string(size));
@@ -660,7 +656,6 @@ TEST_F(SenderTest, WhatAWrappedProgramWantsForItsJobIsPassedOn) {
 }
 
 TEST_F(SenderTest, ARawJobWhoseNotesFindNoDiskStopsTheQueue) {
-  std::string problem;
   // Without room nothing is begun, nor without the note that it begins; the note that it came is
   // the second one, that the job is over the third and not needed.
   for (int good = -1; good < 3; ++good) {
@@ -668,7 +663,7 @@ TEST_F(SenderTest, ARawJobWhoseNotesFindNoDiskStopsTheQueue) {
     PrinterOfBytes printer;
     BytesSink sink(printer);
     Journal journal;
-    ASSERT_TRUE(journal.open(folder_ / ("raw" + std::to_string(good)), problem)) << problem;
+    ASSERT_EQ(journal.open(folder_ / ("raw" + std::to_string(good))).problem(), "");
     DiskFaults disk;
     disk.hasRoom = good >= 0;
     disk.goodFlushes = std::max(good, 0);
@@ -762,12 +757,11 @@ TEST_F(SenderTest, ARawJobWhoseWayBecomesOfNoUseStopsTheQueue) {
 // Label 1 was on its way to its last byte when all was ended by force.
 TEST_F(SenderTest, WithoutRoomToSettleADoubtNothingIsSent) {
   for (const Doubt doubt : {Doubt::kSkip, Doubt::kAgain}) {
-    std::string problem;
     PrinterOfBytes printer;
     BytesSink sink(printer);
     Journal journal;
     const std::string path = folder_ / (doubt == Doubt::kSkip ? "skip" : "again");
-    ASSERT_TRUE(journal.open(path, problem)) << problem;
+    ASSERT_EQ(journal.open(path).problem(), "");
     ASSERT_TRUE(journal.start({}));
     ASSERT_TRUE(journal.closing("digest", kUsualCommand));
     DiskFaults disk;
@@ -783,13 +777,12 @@ TEST_F(SenderTest, WithoutRoomToSettleADoubtNothingIsSent) {
 // The printer throws away 20 bytes of label 1, which is noted as printed, when label 2 is under
 // way.
 TEST_F(SenderTest, ALabelThatIsLostAndCannotBeNotedIsNamed) {
-  std::string problem;
   PrinterOfBytes printer;
   BytesSink sink(printer);
   sink.unread = 20;
   sink.breaksAt = kLabelBytes + 5;
   Journal journal;
-  ASSERT_TRUE(journal.open(folder_ / "journal", problem)) << problem;
+  ASSERT_EQ(journal.open(folder_ / "journal").problem(), "");
   ASSERT_TRUE(journal.start({}));
   DiskFaults disk;
   disk.goodFlushes = 2;  // label 1 closes and is done

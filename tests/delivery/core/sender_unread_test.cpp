@@ -200,8 +200,7 @@ TEST_F(SenderUnreadTest, ALabelWhoseNoteFindsNoDiskIsLeftTorn) {
   BytesSink sink(printer);
   sink.watch = &watch_;
   Journal journal;
-  std::string problem;
-  ASSERT_TRUE(journal.open(folder_ / "journal", problem)) << problem;
+  ASSERT_EQ(journal.open(folder_ / "journal").problem(), "");
   DiskFaults disk;
   disk.goodFlushes = 2;  // those of the first label
   EXPECT_EQ(run(sink, journal), Verdict::kStop);

@@ -46,13 +46,11 @@ TEST(ChooseJob, ANumberComesBeforeTheStartOfAKey) {
 }
 
 TEST(ChooseJob, TwoJobsOfOneNumberAreToldApartByTheirKeys) {
-  std::string problem;
-  EXPECT_TRUE(isOneJob({}, "45", problem));
-  EXPECT_TRUE(isOneJob({printing("a", 45, false), printing("a", 45)}, "45", problem));
-  EXPECT_EQ(problem, "");
-  EXPECT_FALSE(
-      isOneJob({printing("a", 45, false), printing("a", 45), printing("b", 45)}, "45", problem));
-  EXPECT_EQ(problem, "45 is more than one job; name its key: a, b");
+  EXPECT_TRUE(areOneJob({}, "45"));
+  EXPECT_TRUE(areOneJob({printing("a", 45, false), printing("a", 45)}, "45"));
+  EXPECT_EQ(
+      areOneJob({printing("a", 45, false), printing("a", 45), printing("b", 45)}, "45").problem(),
+      "45 is more than one job; name its key: a, b");
 }
 
 }  // namespace

@@ -80,8 +80,7 @@ TEST_F(Forget, AJobUnderWayIsRefused) {
   remember("key", 45);
   const std::string left = machine_.leave(frameName(1, 45), frameOf(1));
   Lock lock;
-  std::string problem;
-  ASSERT_TRUE(lock.open(machine_.places().state + "/jobs/key/lock", problem) && lock.take());
+  ASSERT_TRUE(lock.open(machine_.places().state + "/jobs/key/lock") && lock.take());
   const Ran ran = machine_.run({"forget", "45", "--frames"});
   EXPECT_EQ(ran.status, 1);
   EXPECT_EQ(ran.err, "kestra-delivery: The job is under way; cancel it first\n");

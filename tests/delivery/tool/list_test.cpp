@@ -74,8 +74,7 @@ TEST(List, AJobWhoseLockIsTakenIsUnderWayAndItsFramesAreItsOwn) {
   machine.begin(journal, machine.printing("key"), 45);
   machine.leave(frameName(1, 45), frameOf(1));
   Lock lock;
-  std::string problem;
-  ASSERT_TRUE(lock.open(machine.places().state + "/jobs/key/lock", problem) && lock.take());
+  ASSERT_TRUE(lock.open(machine.places().state + "/jobs/key/lock") && lock.take());
   EXPECT_EQ(machine.run({"list"}).out,
             "Jobs:\n  job 45, queue shop, \"Labels\": 0 labels came; under way; just now\n");
 }

@@ -115,8 +115,7 @@ std::string Machine::printing(const std::string& key, int generation) const {
 
 void Machine::begin(Journal& journal, const std::string& folder, int number,
                     const std::string& title) const {
-  std::string problem;
-  ASSERT_TRUE(journal.open(folder + "/journal", problem)) << problem;
+  ASSERT_EQ(journal.open(folder + "/journal").problem(), "");
   ASSERT_TRUE(journal.start({0, number, "shop", "kestra:socket://127.0.0.1:9", title}));
 }
 

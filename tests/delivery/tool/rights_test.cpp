@@ -70,8 +70,7 @@ TEST_F(Rights, NothingOfRootsGroupsStays) {
   if (child == 0) {
     const gid_t ours[2] = {4, 5};
     gid_t after[64];
-    std::string problem;
-    if (setgroups(2, ours) != 0 || !becomeOwner(machine_.places(), problem)) _exit(9);
+    if (setgroups(2, ours) != 0 || !becomeOwner(machine_.places())) _exit(9);
     const bool isOwner = getuid() == kOwner && getegid() == kOwner && getgid() == kOwner;
     _exit(isOwner && getgroups(64, after) == 0 ? 0 : 1);
   }
@@ -121,11 +120,10 @@ TEST_F(Rights, TheLockOfADeviceBelongsToTheOwner) {
 }
 
 TEST_F(Rights, WithoutAStateFolderTheOwnerOfTheFramesCounts) {
-  std::string problem;
   fs::remove_all(machine_.places().state);
   ASSERT_EQ(chown(machine_.places().frames.c_str(), kStranger, kStranger), 0);
-  const auto owner = ownerOfPlaces(machine_.places(), problem);
-  ASSERT_TRUE(owner) << problem;
+  const auto owner = ownerOfPlaces(machine_.places());
+  ASSERT_TRUE(owner) << owner.problem();
   EXPECT_EQ(owner->user, kStranger);
   EXPECT_EQ(owner->group, kStranger);
 }

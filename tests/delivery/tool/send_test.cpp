@@ -198,8 +198,7 @@ TEST_F(Send, LeftOverFramesOfAJobGoInTheOrderOfTheirTimes) {
 TEST_F(Send, AJobUnderWayIsRefused) {
   rememberJob();
   Lock lock;
-  std::string problem;
-  ASSERT_TRUE(lock.open(machine_.places().state + "/jobs/key/lock", problem) && lock.take());
+  ASSERT_TRUE(lock.open(machine_.places().state + "/jobs/key/lock") && lock.take());
   const Ran ran = machine_.run({"send", "45", out()});
   EXPECT_EQ(ran.status, 1);
   EXPECT_EQ(ran.err, "kestra-delivery: Job 45 is under way; cancel it first\n");
@@ -219,10 +218,9 @@ TEST_F(Send, APrinterThatIsAwayIsGivenUpWhenTheTimeIsUp) {
 TEST_F(Send, ADeviceOnWhichAQueuePrintsIsWaitedFor) {
   Listener printer;
   const std::string a = frame("a.dat", frameOf(10));
-  std::string problem;
   auto lock = std::make_unique<Lock>();
   const JobStore store(machine_.places().state);
-  ASSERT_TRUE(lock->open(store.deviceLock(printer.uri()), problem) && lock->take());
+  ASSERT_TRUE(lock->open(store.deviceLock(printer.uri())) && lock->take());
   Started run = machine_.start({"send", a, printer.uri()});
   EXPECT_TRUE(run.says("Another job prints on this printer"));
   lock.reset();
@@ -268,10 +266,9 @@ TEST_F(Send, AJobOfWhichAllLabelsCameIsNotSentOnceMore) {
 // A queue that prints next must not take the printer for one that has part of a page.
 TEST_F(Send, WholeLabelsLeaveNoMarkOfATornOneForTheQueue) {
   Listener printer;
-  std::string problem;
   const JobStore store(machine_.places().state);
   Lock lock;
-  ASSERT_TRUE(lock.open(store.deviceLock(printer.uri()), problem)) << problem;
+  ASSERT_EQ(lock.open(store.deviceLock(printer.uri())).problem(), "");
   lock.mark(true);
   Started run = machine_.start({"send", frame("a.dat", frameOf(10)), printer.uri()});
   EXPECT_EQ(printer.read(), labelOf(frameOf(10)));
