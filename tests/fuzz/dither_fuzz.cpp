@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include "imaging/kernels/cpu.h"
 #include "imaging/paletteimage/palette_image.h"
 #include "tests/fuzz/byte_source.h"
 #include "tests/fuzz/pixels.h"
 #include "tests/fuzz/require.h"
+#include "tests/kernels/versions.h"
 #include "tests/plain/halftone.h"
 
 namespace kestra::fuzz {
@@ -23,7 +23,7 @@ void ditherInEachVersion(ByteSource* source) {
                                            static_cast<int>(height), static_cast<int>(width)),
                       method);
   for (const KernelVersion version : kernelVersions()) {
-    forceKernelVersion(version);
+    const ForcedVersion forced(version);
     PaletteImage image;
     require(image.CreateFromArray(pixels.data(), width, height, 8, width, false), "an image");
     require(image.Dither(method) && image.IncreaseBpp(8), "a dithered image");

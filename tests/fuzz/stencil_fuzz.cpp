@@ -3,12 +3,12 @@
 // Why: single-precision sums decide these dots, and a faster order of them would change a few.
 #include <algorithm>
 
-#include "imaging/kernels/cpu.h"
 #include "imaging/kernels/stencil_diffusion.h"
 #include "imaging/tattoo/tattoo_dithering.h"
 #include "tests/fuzz/byte_source.h"
 #include "tests/fuzz/pixels.h"
 #include "tests/fuzz/require.h"
+#include "tests/kernels/versions.h"
 #include "tests/plain_stencil/chain.h"
 
 namespace kestra::fuzz {
@@ -38,7 +38,7 @@ void runChains(ByteSource* source) {
   requireSame(qmTattooDitheringV7(page).data, tattooV7, "Tattoo_V7 step by step");
   requireSame(edf_cus(page, threshold).data, diffused, "the rule of diffusion");
   for (const KernelVersion version : kernelVersions()) {
-    forceKernelVersion(version);
+    const ForcedVersion forced(version);
     std::vector<unsigned char> out(pixels.size());
     const auto stride = static_cast<std::size_t>(width);
     ditherStencilPage(StencilKind::kTattoo, pixels.data(), width, height, out.data(), stride);
