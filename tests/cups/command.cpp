@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 
 namespace kestra::cups_tests {
 
@@ -73,11 +72,6 @@ std::string mustRun(const std::vector<std::string>& words) {
     ADD_FAILURE() << line << "ended with " << said.status << ": " << said.text;
   }
   return said.text;
-}
-
-std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 void writeFile(const std::string& path, const std::string& bytes, unsigned mode) {

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/files.h"
+
 namespace kestra::cups_tests {
 
 struct Said {
@@ -25,8 +27,7 @@ Said runCommand(const Command& command);
 // As above; a status other than 0 fails the current test.
 std::string mustRun(const std::vector<std::string>& words);
 
-// The bytes of a file; empty where there is none.
-std::string readFile(const std::string& path);
+using testing_support::readFile;
 void writeFile(const std::string& path, const std::string& bytes, unsigned mode = 0644);
 
 }  // namespace kestra::cups_tests

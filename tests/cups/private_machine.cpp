@@ -27,7 +27,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-Machine g_machine;
+Machine sMachine;
 
 bool writeText(const std::string& path, const std::string& text) {
   std::ofstream out(path);
@@ -82,43 +82,43 @@ int waitFor(pid_t child) {
 // The child is the first process of the namespace: when it ends, or when this process does, the
 // kernel ends every process in it.
 int runInNamespaces(const std::function<int()>& body) {
-  g_machine.obstacle = enterNamespaces();
-  if (!g_machine.obstacle.empty()) return body();
+  sMachine.obstacle = enterNamespaces();
+  if (!sMachine.obstacle.empty()) return body();
   const pid_t child = ::fork();
   // No exit handlers here: this process did nothing, and a leak check at its end could not start
   // its helper, which would belong to the namespace that is gone.
   if (child != 0) ::_exit(waitFor(child));
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-  g_machine.obstacle = mountPrivatePlaces();
+  sMachine.obstacle = mountPrivatePlaces();
   std::exit(body());
 }
 
-pid_t g_body = -1;
+pid_t sBody = -1;
 
-void endBody(int) { ::kill(g_body, SIGKILL); }
+void endBody(int) { ::kill(sBody, SIGKILL); }
 
 // The user that runs filters must be able to walk into the directory, so it cannot lie below a
 // build directory in somebody's home.
 int runInDirectory(const std::function<int()>& body) {
   std::string root = "/tmp/kestra-cups-XXXXXX";
   if (::mkdtemp(root.data()) == nullptr) {
-    g_machine.obstacle = "no directory can be made in /tmp";
+    sMachine.obstacle = "no directory can be made in /tmp";
     return body();
   }
   ::chmod(root.c_str(), 0755);
   fs::create_directories(root + "/var/spool/cups/tmp");
   fs::create_directories(root + "/tmp");
   ::chmod((root + "/tmp").c_str(), 01777);
-  g_machine.root = root + "/";
-  g_body = ::fork();
-  if (g_body == 0) {
+  sMachine.root = root + "/";
+  sBody = ::fork();
+  if (sBody == 0) {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     std::exit(body());
   }
   // An interrupt ends the tests but not this process: the directory is removed in any case.
   std::signal(SIGINT, endBody);
   std::signal(SIGTERM, endBody);
-  const int result = waitFor(g_body);
+  const int result = waitFor(sBody);
   // A server whose tests were interrupted needs a moment to end, and may write until then.
   std::error_code problem;
   for (int i = 0; i < 20; ++i) {
@@ -131,7 +131,7 @@ int runInDirectory(const std::function<int()>& body) {
 
 }  // namespace
 
-const Machine& thisMachine() { return g_machine; }
+const Machine& thisMachine() { return sMachine; }
 
 int runInPrivateMachine(const std::function<int()>& body) {
   if (testing_support::currentIsolation() == testing_support::Isolation::kNamespace) {

@@ -5,6 +5,8 @@
 
 #include <cstddef>
 
+#include "tests/support/fixed_random.h"
+
 namespace kestra::digests {
 
 namespace {
@@ -15,17 +17,14 @@ using blackbox::JobCase;
 
 class Sequence {
  public:
-  std::size_t below(std::size_t count) {
-    state_ = state_ * 1664525U + 1013904223U;
-    return (state_ >> 16U) % count;
-  }
+  std::size_t below(std::size_t count) { return random_.word() % count; }
   template <typename T, std::size_t kCount>
   const T& pick(const T (&list)[kCount]) {
     return list[below(kCount)];
   }
 
  private:
-  unsigned state_ = 2026;
+  ts::FixedRandom random_{2026};
 };
 
 struct Size {

@@ -6,13 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "tests/driver/chosen.h"
 #include "tests/driver/model.h"
 #include "tests/plain/job.h"
+#include "tests/support/files.h"
 #include "tests/support/page_makers.h"
 #include "tests/support/raster_stream.h"
 #include "tests/support/sandbox.h"
@@ -37,8 +36,7 @@ class EveryChoice : public testing::TestWithParam<const char*> {
   void SetUp() override {
     ppd_ = openModel(GetParam());
     ASSERT_NE(ppd_, nullptr) << GetParam();
-    std::ifstream in(pathOf(GetParam()), std::ios::binary);
-    text_.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    text_ = ts::readFile(pathOf(GetParam()));
     ASSERT_FALSE(text_.empty());
   }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/fit/plain_fit.h"
+#include "tests/support/fixed_random.h"
 
 namespace kestra::fit_tests {
 
@@ -110,11 +111,8 @@ TEST(UnfitStream, RowThatNeverComesTakesNoMemory) {
 // Bytes that nobody would write, the same ones in every run.
 class MadeUpStream : public testing::Test {
  protected:
-  unsigned below(unsigned limit) {
-    state_ = state_ * 1664525 + 1013904223;
-    return (state_ >> 16) % limit;
-  }
-  std::uint32_t state_ = 20261122;
+  unsigned below(unsigned limit) { return random_.word() % limit; }
+  ts::FixedRandom random_{20261122};
 };
 
 // Pieces that reach beyond their row: the raster library's reading of such a page counts.

@@ -146,9 +146,9 @@ TEST(KestraFit, IsEndedByTheSignalThatCancelsAJob) {
 // A label must not wait in the stage for the next one.
 TEST(KestraFit, HandsOnEachPageBeforeItWaitsForTheNext) {
   FitProgram program(jobWords());
-  std::string so_far = "3SaR";
-  program.give(so_far);
-  EXPECT_EQ(program.take(4), so_far);
+  std::string soFar = "3SaR";
+  program.give(soFar);
+  EXPECT_EQ(program.take(4), soFar);
   for (const unsigned width : {6U, 8U, 2001U}) {
     const std::vector<ts::StreamPage> page = {makePage("noise", width, 5)};
     program.give(ts::rawStream(page).substr(4));

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/fuzz/byte_source.h"
+#include "tests/support/fixed_random.h"
 
 namespace kestra::fuzz {
 
@@ -16,11 +17,7 @@ inline std::vector<std::uint8_t> makePixels(ByteSource* source, std::size_t coun
   std::vector<std::uint8_t> pixels(count);
   const unsigned kind = source->below(5);
   const std::uint8_t level = source->byte();
-  std::uint32_t state = source->number();
-  const auto next = [&state] {
-    state = state * 1664525U + 1013904223U;
-    return static_cast<std::uint8_t>(state >> 24U);
-  };
+  testing_support::FixedRandom random(source->number());
   if (kind == 4) {
     const std::vector<std::uint8_t> own = source->bytes(512);
     for (std::size_t i = 0; i < count && !own.empty(); ++i) pixels[i] = own[i % own.size()];
@@ -34,18 +31,18 @@ inline std::vector<std::uint8_t> makePixels(ByteSource* source, std::size_t coun
         pixel = level;
         break;
       case 1:
-        pixel = next();
+        pixel = random.byte();
         break;
       case 2:
         if (run == 0) {
-          run = next() % 40U + 1U;
+          run = random.byte() % 40U + 1U;
           black = !black;
         }
         --run;
         pixel = black ? level : 0;
         break;
       default:
-        pixel = static_cast<std::uint8_t>(level + next() % 5U);
+        pixel = static_cast<std::uint8_t>(level + random.byte() % 5U);
         break;
     }
   }

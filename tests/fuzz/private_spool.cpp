@@ -9,11 +9,11 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
-#include <sstream>
 
 #include "filter/job.h"
 #include "printer/kestra_printer.h"
 #include "tests/fuzz/require.h"
+#include "tests/support/files.h"
 
 namespace kestra::fuzz {
 namespace {
@@ -53,13 +53,6 @@ void removeSpool() {
   rmdir(kDataFolder);
   for (std::size_t i = std::size(kFolders); i > 0; --i) rmdir(kFolders[i - 1]);
   if (chdir("/") == 0) rmdir(root().c_str());
-}
-
-std::string readAll(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream bytes;
-  bytes << in.rdbuf();
-  return bytes.str();
 }
 
 // Collects what is written to a standard stream while it lives; the process's own stream, to which
@@ -115,7 +108,7 @@ void putCounter(const std::string& name, const std::string& bytes) {
 
 std::map<std::string, std::string> takeFiles() {
   std::map<std::string, std::string> files;
-  emptyFolder(".", [&](const std::string& path) { files[path] = readAll(path); });
+  emptyFolder(".", [&](const std::string& path) { files[path] = testing_support::readFile(path); });
   rmdir(kDataFolder);
   return files;
 }

@@ -1,23 +1,12 @@
 // Makes the pages, with chance from a generator of its own so that all machines get the same.
 #include "tests/kernels/grey_pages.h"
 
+#include "tests/support/fixed_random.h"
+
 namespace kestra::testing_support {
 namespace {
 
-// A linear congruential generator; its high bits are the better ones.
-class Chance {
- public:
-  explicit Chance(std::uint32_t seed) : state_(seed) {}
-  std::uint32_t below(std::uint32_t limit) {
-    state_ = state_ * 1664525U + 1013904223U;
-    return (state_ >> 8) % limit;
-  }
-
- private:
-  std::uint32_t state_;
-};
-
-std::uint32_t levelAt(PageKind kind, std::size_t x, std::size_t y, Chance& chance) {
+std::uint32_t levelAt(PageKind kind, std::size_t x, std::size_t y, FixedRandom& chance) {
   switch (kind) {
     case PageKind::kRandom:
       return chance.below(256);
@@ -68,7 +57,7 @@ const char* nameOf(PageKind kind) {
 }
 
 std::vector<std::uint8_t> makeLevels(PageKind kind, std::size_t width, std::size_t height) {
-  Chance chance(static_cast<std::uint32_t>(width * 1009 + height));
+  FixedRandom chance(static_cast<std::uint32_t>(width * 1009 + height));
   std::vector<std::uint8_t> levels;
   levels.reserve(width * height);
   for (std::size_t y = 0; y < height; ++y) {

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "tests/unit/test_images.h"
+#include "tests/support/fixed_random.h"
 
 namespace kestra {
 
@@ -18,7 +18,8 @@ inline constexpr RowFill kRowFills[] = {RowFill::Random, RowFill::Zeros, RowFill
                                         RowFill::Extremes, RowFill::NearMiddle};
 
 inline std::vector<std::uint8_t> filledRow(std::size_t size, RowFill fill) {
-  FixedRandom random(static_cast<std::uint32_t>(size) * 31U + static_cast<std::uint32_t>(fill));
+  testing_support::FixedRandom random(static_cast<std::uint32_t>(size) * 31U +
+                                      static_cast<std::uint32_t>(fill));
   std::vector<std::uint8_t> row(size);
   for (std::uint8_t& level : row) {
     switch (fill) {

@@ -11,9 +11,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
+
+#include "tests/support/files.h"
 
 namespace {
 
@@ -22,9 +23,6 @@ namespace fs = std::filesystem;
 class Program : public testing::Test {
  protected:
   void SetUp() override {
-    std::string name = testing::TempDir() + "kestrasize-XXXXXX";
-    ASSERT_NE(mkdtemp(name.data()), nullptr);
-    folder_ = name;
     fs::create_directories(folder_ + "/filter");
     std::ofstream(folder_ + "/in") << "in";
     for (const char* stage :
@@ -33,7 +31,6 @@ class Program : public testing::Test {
     }
     filter("rastertokestra", "cat; printf ' rastertokestra'");
   }
-  void TearDown() override { fs::remove_all(folder_); }
 
   // A filter with its words in files of its name: options, and the number of words.
   void filter(const std::string& name, const std::string& lines) {
@@ -47,10 +44,7 @@ class Program : public testing::Test {
   }
 
   std::string text(const std::string& name) const {
-    std::ifstream file(folder_ + "/" + name);
-    std::ostringstream all;
-    all << file.rdbuf();
-    return all.str();
+    return kestra::testing_support::readFile(folder_ + "/" + name);
   }
 
   pid_t start(const std::string& type, const std::string& options, bool named = true) {
@@ -78,7 +72,8 @@ class Program : public testing::Test {
     return status;
   }
 
-  std::string folder_;
+  const kestra::testing_support::TemporaryFolder temporary_;
+  const std::string folder_ = temporary_.path();
 };
 
 TEST_F(Program, HandsADocumentFromFilterToFilter) {

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <utility>
 
-#include "tests/unit/test_images.h"
+#include "tests/support/fixed_random.h"
 
 namespace kestra {
 
@@ -49,7 +49,7 @@ plain::Rows lineArtPage(int width, int height) {
 }
 
 plain::Rows photoPage(int width, int height) {
-  FixedRandom random(static_cast<std::uint32_t>(width * 131 + height));
+  testing_support::FixedRandom random(static_cast<std::uint32_t>(width * 131 + height));
   return draw(width, height, [&](int x, int y) {
     const int slope = 160 * (x + 2 * y) / (width + 2 * height);
     const int dx = 2 * x - width;
@@ -61,7 +61,7 @@ plain::Rows photoPage(int width, int height) {
 }
 
 plain::Rows noisePage(int width, int height, unsigned seed) {
-  FixedRandom random(seed);
+  testing_support::FixedRandom random(seed);
   return draw(width, height, [&](int, int) { return static_cast<int>(random.byte()); });
 }
 
@@ -72,7 +72,7 @@ plain::Rows singlePixelPage(int width, int height, int paper, int pixel) {
 }
 
 plain::Rows nearlyUniformPage(int width, int height, int level) {
-  FixedRandom random(static_cast<std::uint32_t>(level + width));
+  testing_support::FixedRandom random(static_cast<std::uint32_t>(level + width));
   return draw(width, height, [&](int, int) {
     return std::clamp(level - 1 + static_cast<int>(random.below(3)), 0, 255);
   });

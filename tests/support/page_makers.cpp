@@ -6,21 +6,11 @@
 #include <functional>
 #include <stdexcept>
 
+#include "tests/support/fixed_random.h"
+
 namespace kestra::testing_support {
 
 namespace {
-
-class Lcg {
- public:
-  explicit Lcg(std::uint32_t seed) : state_(seed) {}
-  std::uint32_t next() {
-    state_ = state_ * 1664525U + 1013904223U;
-    return state_ >> 16U;
-  }
-
- private:
-  std::uint32_t state_;
-};
 
 Pixels draw(unsigned bytesPerLine, unsigned height,
             const std::function<int(unsigned, unsigned)>& level) {
@@ -47,19 +37,19 @@ Pixels gradient(unsigned bytesPerLine, unsigned height) {
 }
 
 Pixels photo(unsigned bytesPerLine, unsigned height) {
-  Lcg noise(7);
+  FixedRandom noise(7);
   return draw(bytesPerLine, height, [&noise](unsigned x, unsigned y) {
     const int across = static_cast<int>(x % 97) - 48;
     const int down = static_cast<int>(y % 61) - 30;
-    return 255 - (across * across / 10 + down * down / 6) + static_cast<int>(noise.next() % 17) - 8;
+    return 255 - (across * across / 10 + down * down / 6) + static_cast<int>(noise.word() % 17) - 8;
   });
 }
 
 Pixels bars(unsigned bytesPerLine, unsigned height) {
   std::vector<bool> ink;
-  Lcg widths(3);
+  FixedRandom widths(3);
   while (ink.size() < bytesPerLine)
-    ink.insert(ink.end(), 2 + widths.next() % 5, ink.size() % 2 == 0);
+    ink.insert(ink.end(), 2 + widths.word() % 5, ink.size() % 2 == 0);
   return draw(bytesPerLine, height,
               [&ink](unsigned x, unsigned y) { return y >= 3 && ink[x] ? 255 : 0; });
 }
@@ -74,22 +64,22 @@ Pixels textLines(unsigned bytesPerLine, unsigned height) {
 }
 
 Pixels noise(unsigned bytesPerLine, unsigned height, std::uint32_t seed) {
-  Lcg noise(seed);
+  FixedRandom noise(seed);
   return draw(bytesPerLine, height,
-              [&noise](unsigned, unsigned) { return static_cast<int>(noise.next() & 255U); });
+              [&noise](unsigned, unsigned) { return static_cast<int>(noise.word() & 255U); });
 }
 
 Pixels longRuns(unsigned bytesPerLine, unsigned height, std::uint32_t seed) {
-  Lcg random(seed);
+  FixedRandom random(seed);
   Pixels page;
   for (unsigned y = 0; y < height; ++y) {
     // A third of the rows stay blank, the others get dots 300 to 400 pixels apart, here and there
     // a solid stretch.
     std::vector<std::uint8_t> row(bytesPerLine, 0);
-    const bool blank = random.next() % 3 == 0;
-    for (std::size_t x = random.next() % 40; !blank && x < row.size();
-         x += 300 + random.next() % 100) {
-      const std::size_t solid = random.next() % 4 == 0 ? 250 : 1;
+    const bool blank = random.word() % 3 == 0;
+    for (std::size_t x = random.word() % 40; !blank && x < row.size();
+         x += 300 + random.word() % 100) {
+      const std::size_t solid = random.word() % 4 == 0 ? 250 : 1;
       for (std::size_t i = x; i < std::min(row.size(), x + solid); ++i) row[i] = 255;
       x += solid - 1;
     }

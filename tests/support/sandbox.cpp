@@ -18,10 +18,10 @@
 #include <filesystem>
 #include <fstream>
 #include <mutex>
-#include <sstream>
 #include <stdexcept>
 #include <thread>
 
+#include "tests/support/files.h"
 #include "tests/support/filter_command.h"
 
 namespace kestra::testing_support {
@@ -188,10 +188,7 @@ std::map<std::string, std::string> readTree(const std::string& root) {
   std::error_code gone;  // other jobs of the same tree may still be at work
   for (const auto& entry : fs::recursive_directory_iterator(root)) {
     if (!entry.is_regular_file(gone)) continue;
-    std::ifstream in(entry.path(), std::ios::binary);
-    std::ostringstream bytes;
-    bytes << in.rdbuf();
-    files[entry.path().lexically_relative(root)] = bytes.str();
+    files[entry.path().lexically_relative(root)] = readFile(entry.path());
   }
   return files;
 }

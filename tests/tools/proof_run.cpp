@@ -16,12 +16,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 namespace kestra {
 namespace {
-
-std::string textOf(const Bytes& bytes) { return std::string(bytes.begin(), bytes.end()); }
 
 // Only in the child, between fork and exec.
 void redirect(const std::string& path, int flags, int target) {
@@ -41,23 +38,13 @@ bool readWhole(png_structp png, png_infop info, std::FILE* file) {
 }  // namespace
 
 ProofDirectory::ProofDirectory() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "kestra-proof-XXXXXX").string();
-  const char* made = mkdtemp(pattern.data());
-  if (made == nullptr) std::abort();
-  root_ = made;
-  std::filesystem::create_directory(root_ + "/files");
-  std::filesystem::create_directory(root_ + "/streams");
-  std::filesystem::create_directory(root_ + "/temporary");
-  root_ += "/files";
-}
-
-ProofDirectory::~ProofDirectory() {
-  std::error_code ignored;
-  std::filesystem::remove_all(std::filesystem::path(root_).parent_path(), ignored);
+  for (const char* part : {"/files", "/streams", "/temporary"}) {
+    std::filesystem::create_directory(folder_.path() + part);
+  }
 }
 
 void ProofDirectory::write(const std::string& name, const Bytes& bytes) const {
-  writeText(name, textOf(bytes));
+  writeText(name, std::string(bytes.begin(), bytes.end()));
 }
 
 void ProofDirectory::writeText(const std::string& name, const std::string& text) const {
@@ -67,8 +54,8 @@ void ProofDirectory::writeText(const std::string& name, const std::string& text)
 }
 
 Bytes ProofDirectory::read(const std::string& name) const {
-  std::ifstream file(path(name), std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+  const std::string text = testing_support::readFile(path(name));
+  return Bytes(text.begin(), text.end());
 }
 
 bool ProofDirectory::exists(const std::string& name) const {
@@ -116,8 +103,8 @@ ProofResult ProofDirectory::finish(pid_t child) const {
     if (WIFEXITED(status)) result.status = WEXITSTATUS(status);
     if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
   }
-  result.output = textOf(read("../streams/out"));
-  result.errors = textOf(read("../streams/err"));
+  result.output = testing_support::readFile(path("../streams/out"));
+  result.errors = testing_support::readFile(path("../streams/err"));
   EXPECT_EQ(temporaries(), std::vector<std::string>{});
   return result;
 }

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/files.h"
 #include "tests/tools/frame_bytes.h"
 
 namespace kestra {
@@ -28,9 +29,6 @@ using Environment = std::vector<std::pair<std::string, std::string>>;
 class ProofDirectory {
  public:
   ProofDirectory();
-  ~ProofDirectory();
-  ProofDirectory(const ProofDirectory&) = delete;
-  ProofDirectory& operator=(const ProofDirectory&) = delete;
 
   std::string path(const std::string& name) const { return root_ + "/" + name; }
   void write(const std::string& name, const Bytes& bytes) const;
@@ -57,7 +55,8 @@ class ProofDirectory {
   std::vector<std::string> temporaries() const { return names("../temporary"); }
 
  private:
-  std::string root_;
+  testing_support::TemporaryFolder folder_;
+  std::string root_ = folder_.path() + "/files";
 };
 
 // A picture as libpng reads it.
@@ -66,7 +65,7 @@ struct Picture {
   unsigned height = 0;
   int bitDepth = 0;
   int colourType = 0;
-  unsigned dotsPerMetre = 0;       // 0 where the file does not say it, or not the same both ways
+  unsigned dotsPerMetre = 0;      // 0 where the file does not say it, or not the same both ways
   unsigned dotsPerMetreDown = 0;  // pixels per metre from top to bottom
   // '#' for black, '.' for white, '?' for any other colour
   std::vector<std::string> rows;

@@ -352,7 +352,7 @@ TEST(BarcodeRules, GoOnWithoutAnImage) {
 
 /// Bars of random lengths, mostly white, along rows or down columns.
 Page bars(int width, int height, bool along, std::uint32_t longest, std::uint32_t seed) {
-  FixedRandom random(seed);
+  testing_support::FixedRandom random(seed);
   const std::uint8_t values[] = {0, 255, 0, 255, 255, 254, 128};
   Page page(width, height, 0);
   const int lines = along ? height : width;

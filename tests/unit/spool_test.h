@@ -6,20 +6,19 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
+
+#include "tests/support/files.h"
 
 namespace kestra {
 
 using Bytes = std::vector<std::uint8_t>;
 
 inline Bytes readBytes(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  const std::string text = testing_support::readFile(path);
   return Bytes(text.begin(), text.end());
 }
 
@@ -46,26 +45,19 @@ class SpoolTest : public testing::Test {
   const std::string kData = kTmp + "/kcv6data";
 
   void SetUp() override {
-    home_ = std::filesystem::current_path();
-    std::string name = (home_ / "unit-test-XXXXXX").string();
-    ASSERT_NE(nullptr, mkdtemp(name.data()));
-    place_ = name;
-    std::filesystem::create_directories(place_ / kTmp);
-    std::filesystem::create_directories(place_ / "tmp");
-    std::filesystem::current_path(place_);
+    std::filesystem::current_path(place());
+    std::filesystem::create_directories(kTmp);
+    std::filesystem::create_directories("tmp");
   }
 
-  void TearDown() override {
-    std::filesystem::current_path(home_);
-    if (!place_.empty()) std::filesystem::remove_all(place_);
-  }
+  void TearDown() override { std::filesystem::current_path(home_); }
 
-  std::filesystem::path place() const { return place_; }
+  std::filesystem::path place() const { return place_.path(); }
   void makeDataFolder() const { std::filesystem::create_directories(kData); }
 
  private:
-  std::filesystem::path home_;
-  std::filesystem::path place_;
+  const std::filesystem::path home_ = std::filesystem::current_path();
+  const testing_support::TemporaryFolder place_{home_};
 };
 
 }  // namespace kestra

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "imaging/paletteimage/palette_image.h"
+#include "tests/support/fixed_random.h"
 
 namespace kestra {
 
@@ -16,28 +17,13 @@ struct OwnedImage : PaletteImage {
   ~OwnedImage() { Destroy(); }
 };
 
-/// The same numbers in every run: a linear congruential generator whose high bits are used.
-class FixedRandom {
- public:
-  explicit FixedRandom(std::uint32_t seed) : state_(seed) {}
-  std::uint8_t byte() { return static_cast<std::uint8_t>(next() >> 24); }
-  std::uint32_t below(std::uint32_t limit) { return (next() >> 8) % limit; }
-
- private:
-  std::uint32_t next() {
-    state_ = state_ * 1664525U + 1013904223U;
-    return state_;
-  }
-  std::uint32_t state_;
-};
-
 enum class Fill { Random, Flat, Gradient, Extremes };
 
 /// width x height grey levels without padding, first row first.
 inline std::vector<std::uint8_t> greyPage(std::uint32_t width, std::uint32_t height, Fill fill) {
   std::vector<std::uint8_t> page;
   page.reserve(std::size_t{width} * height);
-  FixedRandom random(width * 1009U + height);
+  testing_support::FixedRandom random(width * 1009U + height);
   for (std::uint32_t y = 0; y < height; ++y) {
     for (std::uint32_t x = 0; x < width; ++x) {
       switch (fill) {
