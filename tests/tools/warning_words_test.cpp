@@ -96,7 +96,7 @@ TEST(WarningWords, NameTheSettingThatMadeAPageSolid) {
 TEST(WarningWords, TakeASkewedPageForSolidWhenAlmostAllOfItIs) {
   PageFacts facts = halfBlack();
   facts.content.width = 101;  // of 1010 pixels
-  facts.blackDots = 1005;    // 99.5 per cent are 1004.95
+  facts.blackDots = 1005;     // 99.5 per cent are 1004.95
   EXPECT_EQ(only(facts).rfind("comes out solid black", 0), 0U);
   facts.blackDots = 1004;
   EXPECT_EQ(only(facts), "");

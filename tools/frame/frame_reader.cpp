@@ -135,9 +135,8 @@ ParsedFrame parsePageFrame(std::vector<std::uint8_t> bytes) {
   const std::uint64_t expected =
       kRowsAt + std::uint64_t{frame.rowCount} * std::uint64_t{frame.recordBytes};
   if (bytes.size() != expected) {
-    return broken(std::to_string(frame.rowCount) + " rows of " +
-                  std::to_string(frame.recordBytes) + " bytes make a file of " +
-                  std::to_string(expected) + " bytes, this one has " +
+    return broken(std::to_string(frame.rowCount) + " rows of " + std::to_string(frame.recordBytes) +
+                  " bytes make a file of " + std::to_string(expected) + " bytes, this one has " +
                   std::to_string(bytes.size()) +
                   (bytes.size() < expected ? " (cut off?)" : " (something follows the page)"));
   }
