@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/kernels/grey_pages.h"
 #include "tests/kernels/versions.h"
 #include "tests/plain/halftone.h"
+#include "tests/support/grey_pages.h"
 
 namespace kestra {
 namespace {

@@ -10,11 +10,14 @@
 
 #include "tests/kernels/row_sizes.h"
 #include "tests/kernels/versions.h"
+#include "tests/support/grey_pages.h"
 
 namespace kestra {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using testing_support::kPageKinds;
+using testing_support::PageKind;
 
 Bytes plainlyPacked(const Bytes& pixels) {
   Bytes bits((pixels.size() + 7) / 8);
@@ -58,9 +61,9 @@ TEST(Dots, CountEveryBit) {
 }
 
 TEST(Dots, AreThoseOfThePlainVersionForEverySize) {
-  for (const RowFill fill : kRowFills) {
+  for (const PageKind kind : kPageKinds) {
     for (const std::size_t size : kRowSizes) {
-      const Bytes pixels = filledRow(size, fill);
+      const Bytes pixels = makeLevels(kind, size, 1);
       Bytes wanted = plainlyPacked(pixels);
       wanted.push_back(0xA5);  // the byte behind is as it was
       std::uint64_t dots = 0;
@@ -78,7 +81,8 @@ TEST(Dots, AreThoseOfThePlainVersionForEverySize) {
 TEST(Dots, MayBePackedOverTheirOwnPixels) {
   for (const std::size_t size : kRowSizes) {
     for (const std::ptrdiff_t before : {0, 1, 5}) {
-      const Bytes start = filledRow(size + static_cast<std::size_t>(before), RowFill::Extremes);
+      const Bytes start =
+          makeLevels(PageKind::kExtremes, size + static_cast<std::size_t>(before), 1);
       const Bytes wanted = plainlyPacked(Bytes(start.begin() + before, start.end()));
       inEveryVersion([&] {
         Bytes pixels = start;

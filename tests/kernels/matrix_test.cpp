@@ -9,11 +9,14 @@
 
 #include "tests/kernels/row_sizes.h"
 #include "tests/kernels/versions.h"
+#include "tests/support/grey_pages.h"
 
 namespace kestra {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using testing_support::kPageKinds;
+using testing_support::PageKind;
 
 Bytes dithered(const Bytes& levels, const RowThresholds& thresholds) {
   Bytes dots(levels.size());
@@ -47,9 +50,9 @@ TEST(Matrix, CutsEveryLevelAtEveryThreshold) {
 TEST(Matrix, MakesTheDotsOfThePlainVersionForEverySizeInPlaceAndWritesNoOthers) {
   const RowThresholds sets[] = {{129, 129, 129, 129}, {16, 144, 48, 176}, {1, 193, 49, 241}};
   for (const RowThresholds& thresholds : sets) {
-    for (const RowFill fill : kRowFills) {
+    for (const PageKind kind : kPageKinds) {
       for (const std::size_t size : kRowSizes) {
-        Bytes levels = filledRow(size, fill);
+        Bytes levels = makeLevels(kind, size, 1);
         Bytes wanted;
         for (std::size_t x = 0; x < size; ++x) {
           wanted.push_back(levels[x] < thresholds[x % 4] ? 0 : 1);

@@ -12,11 +12,14 @@
 
 #include "tests/kernels/row_sizes.h"
 #include "tests/kernels/versions.h"
+#include "tests/support/grey_pages.h"
 
 namespace kestra {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using testing_support::kPageKinds;
+using testing_support::PageKind;
 using Table = std::array<std::uint8_t, 256>;
 
 Table tableOfSum(int sum) {
@@ -36,7 +39,7 @@ Table scrambledTable() {
 
 /// Long enough for a table to be looked at as a whole, every level in it.
 Bytes longRow() {
-  Bytes row = filledRow(2481, RowFill::Random);
+  Bytes row = makeLevels(PageKind::kRandom, 2481, 1);
   for (std::size_t level = 0; level < 256; ++level) row[level] = static_cast<std::uint8_t>(level);
   return row;
 }
@@ -75,7 +78,7 @@ TEST(Tones, FollowATableThatIsNearlyASum) {
 
 TEST(Tones, FollowTheirTableForEverySize) {
   for (const std::size_t size : kRowSizes) {
-    const Bytes row = filledRow(size, RowFill::Random);
+    const Bytes row = makeLevels(PageKind::kRandom, size, 1);
     for (const Table& table : {scrambledTable(), tableOfSum(75), tableOfSum(-75)}) {
       expectLookedUp(table, row);
     }
@@ -84,7 +87,7 @@ TEST(Tones, FollowTheirTableForEverySize) {
 
 TEST(Tones, OfTurnedRowsAreInTheOppositeOrder) {
   for (const std::size_t size : kRowSizes) {
-    const Bytes row = filledRow(size, RowFill::Random);
+    const Bytes row = makeLevels(PageKind::kRandom, size, 1);
     inEveryVersion([&] {
       Bytes turned = row;
       reverseLevels(turned.data(), size);
@@ -94,9 +97,9 @@ TEST(Tones, OfTurnedRowsAreInTheOppositeOrder) {
 }
 
 TEST(Tones, AreCountedInRowsOfEverySizeAndAddedToWhatIsThere) {
-  for (const RowFill fill : kRowFills) {
+  for (const PageKind kind : kPageKinds) {
     for (const std::size_t size : kRowSizes) {
-      const Bytes row = filledRow(size, fill);
+      const Bytes row = makeLevels(kind, size, 1);
       std::array<std::uint32_t, 256> wanted = {};
       wanted[9] = 5;
       for (const std::uint8_t level : row) ++wanted[level];

@@ -9,8 +9,8 @@
 
 #include "printer/kestra_printer.h"
 #include "tests/plain/barcode.h"
+#include "tests/support/fixed_random.h"
 #include "tests/unit/capture.h"
-#include "tests/unit/test_images.h"
 
 namespace kestra {
 namespace {

@@ -15,12 +15,15 @@
 
 #include "tests/kernels/versions.h"
 #include "tests/plain/halftone.h"
+#include "tests/support/grey_pages.h"
 #include "tests/unit/test_images.h"
 
 namespace kestra {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using testing_support::kPageKinds;
+using testing_support::PageKind;
 
 Bytes dithered(const Bytes& levels, std::uint32_t width, std::uint32_t height,
                std::int64_t method) {
@@ -57,7 +60,7 @@ TEST(Dither, MakesAOneBitImageOfBlackAndWhite) {
   for (std::int64_t method = 0; method <= 8; ++method) {
     for (const std::uint32_t width : {1U, 31U, 32U, 33U, 836U}) {
       OwnedImage image;
-      ASSERT_TRUE(makeGrey(image, greyPage(width, 2, Fill::Random), width, 2));
+      ASSERT_TRUE(makeGrey(image, makeLevels(PageKind::kRandom, width, 2), width, 2));
       ASSERT_TRUE(image.Dither(method));
       EXPECT_EQ(1, image.GetBitsPerPixel());
       EXPECT_EQ(2U, image.GetNumColors());
@@ -151,7 +154,7 @@ enum RoomlessEnd { kWhole = 0, kSpoilt = 1, kNoLimit = 2 };
 // kNoLimit: there was room after all, as on an emulated processor, whose programs have no limit of
 // their own.
 RoomlessEnd ditherWithoutRoom(std::int64_t method) {
-  const Bytes levels = greyPage(4000, 4000, Fill::Gradient);
+  const Bytes levels = makeLevels(PageKind::kGradient, 4000, 4000);
   OwnedImage image;
   if (!makeGrey(image, levels, 4000, 4000)) return kSpoilt;
   std::size_t pages = 0;
@@ -290,7 +293,7 @@ TEST(Diffusion, ShowsEachKernelByItsImpulse) {
 }
 
 TEST(Diffusion, RunsFloydAndSteinbergForEveryOtherNumber) {
-  const Bytes page = greyPage(33, 17, Fill::Random);
+  const Bytes page = makeLevels(PageKind::kRandom, 33, 17);
   const Bytes wanted = plain::halftone(page, 33, 17, 8);
   for (const std::int64_t method :
        {std::int64_t{8}, std::int64_t{9}, std::int64_t{100}, std::int64_t{-1}, std::int64_t{-2},
@@ -301,7 +304,7 @@ TEST(Diffusion, RunsFloydAndSteinbergForEveryOtherNumber) {
 
 TEST(Diffusion, DiffersFromMethodToMethod) {
   // The plain versions are different methods, so that no two numbers can be swapped unnoticed.
-  const Bytes page = greyPage(33, 17, Fill::Gradient);
+  const Bytes page = makeLevels(PageKind::kGradient, 33, 17);
   for (std::int64_t a = 0; a <= 8; ++a) {
     for (std::int64_t b = a + 1; b <= 8; ++b) {
       EXPECT_NE(plain::halftone(page, 33, 17, a), plain::halftone(page, 33, 17, b))
@@ -313,11 +316,11 @@ TEST(Diffusion, DiffersFromMethodToMethod) {
 class DitherSizes : public testing::TestWithParam<std::int64_t> {
  protected:
   void expectSame(std::uint32_t width, std::uint32_t height) {
-    for (const Fill fill : {Fill::Random, Fill::Flat, Fill::Gradient, Fill::Extremes}) {
-      const Bytes page = greyPage(width, height, fill);
+    for (const PageKind kind : kPageKinds) {
+      const Bytes page = makeLevels(kind, width, height);
       ASSERT_EQ(plain::halftone(page, width, height, GetParam()),
                 dithered(page, width, height, GetParam()))
-          << width << "x" << height << " fill " << static_cast<int>(fill);
+          << width << "x" << height << " " << nameOf(kind);
     }
   }
 };
@@ -340,7 +343,7 @@ TEST_P(DitherSizes, WideAndTallOnesPrintLikeThePlainVersion) {
 TEST_P(DitherSizes, PaddedRowsOfTheSourceDoNotPrint) {
   // Rows of 8 bytes for 5 pixels: the 3 bytes behind them are white, the image is not.
   Bytes rows;
-  const Bytes page = greyPage(5, 9, Fill::Random);
+  const Bytes page = makeLevels(PageKind::kRandom, 5, 9);
   for (std::size_t y = 0; y < 9; ++y) {
     rows.insert(rows.end(), page.begin() + static_cast<std::ptrdiff_t>(y * 5),
                 page.begin() + static_cast<std::ptrdiff_t>(y * 5 + 5));
@@ -391,7 +394,7 @@ TEST(DitherToBytes, EqualsDitheringAndThenRaisingTheDepth) {
     for (const std::uint32_t width : {1U, 3U, 4U, 33U, 64U, 101U, 836U}) {
       for (std::int64_t method = -1; method <= 8; ++method) {
         // Lines longer than the page is wide leave other bytes in the padding.
-        const Bytes page = greyPage(width + 3, 9, Fill::Random);
+        const Bytes page = makeLevels(PageKind::kRandom, width + 3, 9);
         OwnedImage wanted;
         OwnedImage image;
         ASSERT_TRUE(wanted.CreateFromArray(page.data(), width, 9, 8, width + 3, false));

@@ -5,12 +5,14 @@
 #include <limits>
 #include <vector>
 
+#include "tests/support/grey_pages.h"
 #include "tests/unit/test_images.h"
 
 namespace kestra {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using testing_support::PageKind;
 constexpr tagRGBQUAD kWhite = {255, 255, 255, 0};
 
 TEST(Rotate180, TurnsAnImage) {
@@ -25,7 +27,7 @@ TEST(Rotate180, TurnsAnImage) {
 
 TEST(Rotate180, TwiceRestoresAnImage) {
   OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, greyPage(17, 9, Fill::Random), 17, 9));
+  ASSERT_TRUE(makeGrey(image, makeLevels(PageKind::kRandom, 17, 9), 17, 9));
   const Bytes before = rowBytesOf(image);
   image.Rotate180(nullptr);
   EXPECT_NE(before, rowBytesOf(image));
@@ -103,7 +105,7 @@ TEST(Mirror, LeavesOnePixelAsItIs) {
 TEST(Mirror, TwiceRestoresAnImage) {
   for (const std::uint32_t width : {2U, 3U, 5U, 33U, 836U}) {
     OwnedImage image;
-    ASSERT_TRUE(makeGrey(image, greyPage(width, 4, Fill::Random), width, 4));
+    ASSERT_TRUE(makeGrey(image, makeLevels(PageKind::kRandom, width, 4), width, 4));
     const Bytes before = rowBytesOf(image);
     image.Mirror();
     EXPECT_NE(before, rowBytesOf(image));

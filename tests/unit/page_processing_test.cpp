@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/plain/halftone.h"
+#include "tests/support/grey_pages.h"
 #include "tests/unit/bare_printer.h"
 #include "tests/unit/capture.h"
 #include "tests/unit/test_images.h"
@@ -15,6 +16,7 @@ namespace kestra {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using testing_support::PageKind;
 
 /// A printer, its result buffer (just as large as promised) and its log of one page.
 class PageProcessing : public testing::Test {
@@ -102,7 +104,7 @@ TEST_F(PageProcessing, ScalesBrightnessByFiveAndContrastByTwo) {
 
 TEST_F(PageProcessing, PassesItsArgumentAsTheMethodNumber) {
   // The argument counts, not the property, and the names are not the numbers' own names.
-  const Bytes page = greyPage(33, 9, Fill::Random);
+  const Bytes page = makeLevels(PageKind::kRandom, 33, 9);
   for (int method = 0; method <= 7; ++method) {
     process(page, 33, 33, 9, static_cast<DitherType>(method));
     EXPECT_EQ(plain::halftone(page, 33, 9, method), indicesOf(*printer.pimage_)) << method;
@@ -145,7 +147,7 @@ TEST_F(PageProcessing, RotatesAndMirrors) {
 }
 
 TEST_F(PageProcessing, HalftonesAfterToneRotationAndMirror) {
-  const Bytes page = greyPage(9, 5, Fill::Random);
+  const Bytes page = makeLevels(PageKind::kRandom, 9, 5);
   printer.setBrightness(4);
   printer.setRotate180Print(true);
   printer.setMirrorPrint(true);
@@ -196,7 +198,7 @@ TEST_F(PageProcessing, TakesRowsLongerThanThePageIsWide) {
 }
 
 TEST_F(PageProcessing, MakesTheSameImageWithoutABuffer) {
-  const Bytes page = greyPage(20, 9, Fill::Random);
+  const Bytes page = makeLevels(PageKind::kRandom, 20, 9);
   for (int type = 0; type <= 9; ++type) {
     for (const int width : {20, 17, 3}) {  // lines may be longer than the page is wide
       printer.setHalftoneType(static_cast<DitherType>(type));

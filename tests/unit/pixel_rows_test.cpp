@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/grey_pages.h"
 #include "tests/unit/bare_printer.h"
 #include "tests/unit/capture.h"
 #include "tests/unit/test_images.h"
@@ -18,6 +19,7 @@ namespace kestra {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using testing_support::PageKind;
 
 /// Packs and gives back just the bytes that count.
 Bytes packed(BarePrinter& printer, int bytesPerLine, int height, Bytes page) {
@@ -107,7 +109,7 @@ TEST(GrayToMono, LogsWhatItPacks) {
 TEST(GrayToMono, TakesEveryWidth) {
   BarePrinter printer;
   for (const std::uint32_t width : {1U, 2U, 3U, 7U, 8U, 9U, 15U, 16U, 17U, 31U, 33U, 101U, 836U}) {
-    const Bytes page = greyPage(width, 5, Fill::Extremes);
+    const Bytes page = makeLevels(PageKind::kExtremes, width, 5);
     const std::size_t rowBytes = (width + 7) / 8;
     Bytes wanted(rowBytes * 5, 0);
     for (std::size_t i = 0; i < page.size(); ++i) {

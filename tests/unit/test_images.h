@@ -1,5 +1,5 @@
-// Pages and images for tests: random, flat, gradient and extreme grey levels, and the pixels of an
-// image as a list.
+// Images for tests, and their pixels as a list.
+// Why: a test compares what an image holds with what was worked out, a level after the other.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "imaging/paletteimage/palette_image.h"
-#include "tests/support/fixed_random.h"
 
 namespace kestra {
 
@@ -16,34 +15,6 @@ struct OwnedImage : PaletteImage {
   OwnedImage() = default;
   ~OwnedImage() { Destroy(); }
 };
-
-enum class Fill { Random, Flat, Gradient, Extremes };
-
-/// width x height grey levels without padding, first row first.
-inline std::vector<std::uint8_t> greyPage(std::uint32_t width, std::uint32_t height, Fill fill) {
-  std::vector<std::uint8_t> page;
-  page.reserve(std::size_t{width} * height);
-  testing_support::FixedRandom random(width * 1009U + height);
-  for (std::uint32_t y = 0; y < height; ++y) {
-    for (std::uint32_t x = 0; x < width; ++x) {
-      switch (fill) {
-        case Fill::Random:
-          page.push_back(random.byte());
-          break;
-        case Fill::Flat:
-          page.push_back(100);
-          break;
-        case Fill::Gradient:
-          page.push_back(static_cast<std::uint8_t>((x * 3 + y * 5) & 255));
-          break;
-        case Fill::Extremes:
-          page.push_back(random.below(2) == 0 ? 0 : 255);
-          break;
-      }
-    }
-  }
-  return page;
-}
 
 /// Makes an 8-bit grey image of rows without padding.
 inline bool makeGrey(PaletteImage& image, const std::vector<std::uint8_t>& levels,

@@ -5,12 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/grey_pages.h"
 #include "tests/unit/test_images.h"
 
 namespace kestra {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using testing_support::PageKind;
 
 /// All 256 levels in one row, after Light.
 Bytes lit(int brightness, int contrast) {
@@ -32,7 +34,7 @@ TEST(Negative, ComplementsEveryByteAndItsPadding) {
 
 TEST(Negative, TwiceRestoresTheImage) {
   OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, greyPage(33, 7, Fill::Random), 33, 7));
+  ASSERT_TRUE(makeGrey(image, makeLevels(PageKind::kRandom, 33, 7), 33, 7));
   const Bytes before = rowBytesOf(image);
   image.Negative();
   EXPECT_NE(before, rowBytesOf(image));

@@ -1,5 +1,5 @@
 // Makes the pages, with chance from a generator of its own so that all machines get the same.
-#include "tests/kernels/grey_pages.h"
+#include "tests/support/grey_pages.h"
 
 #include "tests/support/fixed_random.h"
 
