@@ -51,45 +51,45 @@ int end(int code, const std::string& problem) {
 // The job stays, and a person is asked for help.
 int stopQueue(const std::string& problem) { return end(CUPS_BACKEND_STOP, problem); }
 
-// For a device that a program of the print system reaches. Null, and no problem, where none does.
-std::unique_ptr<Starter> starterFor(const DeviceUri& device, const std::vector<std::string>& words,
-                                    const Account& account, std::string& problem) {
-  if (device.scheme == "socket") return nullptr;
+using StarterPtr = std::unique_ptr<Starter>;
+
+// For a device that a program of the print system reaches; null where none does.
+Result<StarterPtr> starterFor(const DeviceUri& device, const std::vector<std::string>& words,
+                              const Account& account) {
+  if (device.scheme == "socket") return StarterPtr();
   const bool isRoot = geteuid() == 0;
-  const std::optional<InnerProgram> program = findInnerProgram(
+  const Result<InnerProgram> program = findInnerProgram(
       serverBin(), device, {words[1], words[2], words[3], words[5]},
-      isRoot ? std::optional(UserAndGroup{account.user, account.group}) : std::nullopt, problem);
-  if (!program) return nullptr;
-  if (!isRoot || !program->needsRoot) return std::make_unique<DirectStarter>(*program);
-  std::unique_ptr<Starter> starter = forkRootStarter(*program);
-  if (starter == nullptr) problem = "The machine has no room for another process.";
+      isRoot ? std::optional(UserAndGroup{account.user, account.group}) : std::nullopt);
+  if (!program) return Problem{program.problem()};
+  if (!isRoot || !program->needsRoot) return StarterPtr(std::make_unique<DirectStarter>(*program));
+  StarterPtr starter = forkRootStarter(*program);
+  if (starter == nullptr) return Problem{"The machine has no room for another process."};
   return starter;
 }
 
 int print(const std::vector<std::string>& words) {
-  std::string problem;
-  const std::optional<Account> account = accountOfFilters(problem);
-  if (!account) return stopQueue(problem);
+  const Result<Account> account = accountOfFilters();
+  if (!account) return stopQueue(account.problem());
   const DeviceUri device = parseDeviceUri(variable("DEVICE_URI", words[0].c_str()));
   if (!device.isGood()) return stopQueue(device.problem);
-  problem = makeStateFolder(placesOfThisMachine().state, *account);
+  const std::string problem = makeStateFolder(placesOfThisMachine().state, *account);
   if (!problem.empty()) return stopQueue(problem);
-  std::unique_ptr<Starter> starter = starterFor(device, words, *account, problem);
-  if (!problem.empty()) return stopQueue(problem);
+  Result<StarterPtr> starter = starterFor(device, words, *account);
+  if (!starter) return stopQueue(starter.problem());
   if (!becomeForGood(*account)) return stopQueue("The rights of the administrator stay.");
 
   const std::optional<JobWords> job = readJobWords(words);
   if (!job) return CUPS_BACKEND_FAILED;
   return runApart([&](int printSystem, Watch& watch, const Tell& tell) {
-    return sendJob(*job, device, std::move(starter), printSystem, watch, tell);
+    return sendJob(*job, device, std::move(*starter), printSystem, watch, tell);
   });
 }
 
 int run(const std::vector<std::string>& words) {
   if (words.size() == 1) {
-    std::string problem;
-    const std::optional<Account> account = accountOfFilters(problem);
-    if (!account) return end(CUPS_BACKEND_FAILED, problem);
+    const Result<Account> account = accountOfFilters();
+    if (!account) return end(CUPS_BACKEND_FAILED, account.problem());
     return listDevices(serverBin() + "/backend", *account);
   }
   if (words.size() == kFewestWords || words.size() == kFewestWords + 1) return print(words);

@@ -18,6 +18,7 @@
 #include <fstream>
 #include <iterator>
 #include <limits>
+#include <optional>
 #include <sstream>
 
 namespace kestra::delivery {
@@ -79,28 +80,26 @@ AccountNames readAccountNames(const std::string& settings) {
   return names;
 }
 
-std::optional<Account> findAccount(const AccountNames& names, std::string& problem) {
+Result<Account> findAccount(const AccountNames& names) {
   const std::optional<uid_t> user = userOf(names.user);
   const std::optional<gid_t> group = groupOf(names.group);
   if (!user || !group) {
-    problem = "There is no " + (user ? "group \"" + names.group : "user \"" + names.user) +
-              "\", which the print system's cups-files.conf names for filters.";
-    return std::nullopt;
+    return Problem{"There is no " + (user ? "group \"" + names.group : "user \"" + names.user) +
+                   "\", which the print system's cups-files.conf names for filters."};
   }
   if (*user == 0 || *group == 0) {
-    problem = "Filters must not run as " + (*user == 0 ? names.user : "group " + names.group) +
-              ": name another in the print system's cups-files.conf.";
-    return std::nullopt;
+    return Problem{"Filters must not run as " + (*user == 0 ? names.user : "group " + names.group) +
+                   ": name another in the print system's cups-files.conf."};
   }
   return Account{*user, *group};
 }
 
-std::optional<Account> accountOfFilters(std::string& problem) {
+Result<Account> accountOfFilters() {
   if (geteuid() != 0) return Account{geteuid(), getegid()};
   const char* root = std::getenv("CUPS_SERVERROOT");
   std::ifstream file(std::string(root == nullptr ? "/etc/cups" : root) + "/cups-files.conf");
   const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  return findAccount(readAccountNames(text), problem);
+  return findAccount(readAccountNames(text));
 }
 
 std::string makeStateFolder(const std::string& path, const Account& account) {

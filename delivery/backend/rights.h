@@ -4,8 +4,9 @@
 
 #include <sys/types.h>
 
-#include <optional>
 #include <string>
+
+#include "filter/base/result.h"
 
 namespace kestra::delivery {
 
@@ -23,13 +24,13 @@ struct Account {
   gid_t group = 0;
 };
 
-/// @return nothing, with one sentence in `problem`, where there is no such user or group, or where
-///         it is the administrator's: work that needs no rights is then not done at all
-[[nodiscard]] std::optional<Account> findAccount(const AccountNames& names, std::string& problem);
+/// @return a problem where there is no such user or group, or where it is the administrator's: work
+///         that needs no rights is then not done at all
+[[nodiscard]] Result<Account> findAccount(const AccountNames& names);
 
 /// The user of filters on this machine, by cups-files.conf in $CUPS_SERVERROOT; ourselves where we
 /// are not the administrator, who alone can become another.
-[[nodiscard]] std::optional<Account> accountOfFilters(std::string& problem);
+[[nodiscard]] Result<Account> accountOfFilters();
 
 /// Makes the folder for delivery's journals, for the account alone, where it does not exist yet;
 /// only the administrator can. Never follows a link in its last part, nor takes over another's

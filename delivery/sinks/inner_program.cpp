@@ -32,25 +32,22 @@ std::vector<std::string> environmentFor(const std::string& inner) {
 
 }  // namespace
 
-std::optional<InnerProgram> findInnerProgram(const std::string& serverBin, const DeviceUri& uri,
-                                             const InnerJob& job,
-                                             const std::optional<UserAndGroup>& account,
-                                             std::string& problem) {
+Result<InnerProgram> findInnerProgram(const std::string& serverBin, const DeviceUri& uri,
+                                      const InnerJob& job,
+                                      const std::optional<UserAndGroup>& account) {
   const std::string name = "The program \"" + uri.scheme + "\" of the print system ";
   // The scheme was checked when the address was read; a name that leaves the folder is no scheme.
   if (!uri.isGood() || uri.scheme.empty() || uri.scheme.find('/') != std::string::npos ||
       uri.scheme.front() == '.' || uri.scheme == "kestra" || serverBin.empty() ||
       serverBin.front() != '/') {
-    problem = "The device address names no program of the print system.";
-    return std::nullopt;
+    return Problem{"The device address names no program of the print system."};
   }
   InnerProgram program;
   program.scheme = uri.scheme;
   std::array<char, PATH_MAX> real = {};
   const std::string path = serverBin + "/backend/" + uri.scheme;
   if (realpath(path.c_str(), real.data()) == nullptr) {
-    problem = name + "is not installed (" + path + ").";
-    return std::nullopt;
+    return Problem{name + "is not installed (" + path + ")."};
   }
   program.path = real.data();
   struct stat file = {};
@@ -58,17 +55,14 @@ std::optional<InnerProgram> findInnerProgram(const std::string& serverBin, const
   const std::string folderPath = program.path.substr(0, program.path.rfind('/') + 1);
   if (stat(program.path.c_str(), &file) != 0 || stat(folderPath.c_str(), &folder) != 0 ||
       !S_ISREG(file.st_mode) || (file.st_mode & S_IXUSR) == 0) {
-    problem = name + "cannot be executed (" + path + ").";
-    return std::nullopt;
+    return Problem{name + "cannot be executed (" + path + ")."};
   }
   if (!isTrusted(file) || !isTrusted(folder)) {
-    problem = name + "could have been changed by another user than root (" + path + ").";
-    return std::nullopt;
+    return Problem{name + "could have been changed by another user than root (" + path + ")."};
   }
   program.needsRoot = (file.st_mode & (S_IWGRP | S_IXGRP | S_IWOTH | S_IXOTH)) == 0;
   if (access(program.path.c_str(), X_OK) != 0) {
-    problem = name + "can be started by root alone (" + path + ").";
-    return std::nullopt;
+    return Problem{name + "can be started by root alone (" + path + ")."};
   }
   program.words = {publicText(uri.inner), job.id, job.user, job.title, "1", job.options};
   program.environment = environmentFor(uri.inner);

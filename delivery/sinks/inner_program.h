@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "delivery/core/device_uri.h"
+#include "filter/base/result.h"
 
 namespace kestra::delivery {
 
@@ -37,9 +38,9 @@ struct InnerJob {
 /// Finds the program of a URI's scheme in `serverBin`/backend. A file that somebody else than the
 /// administrator or ourselves could have written is refused.
 /// @param account  of filters; nothing where we are not the administrator
-/// @return nothing, with one sentence in `problem`, where there is none to be started
-[[nodiscard]] std::optional<InnerProgram> findInnerProgram(
-    const std::string& serverBin, const DeviceUri& uri, const InnerJob& job,
-    const std::optional<UserAndGroup>& account, std::string& problem);
+/// @return a problem where there is none to be started
+[[nodiscard]] Result<InnerProgram> findInnerProgram(const std::string& serverBin,
+                                                    const DeviceUri& uri, const InnerJob& job,
+                                                    const std::optional<UserAndGroup>& account);
 
 }  // namespace kestra::delivery

@@ -109,31 +109,29 @@ bool isFrame(const std::string& word) {
   return word.find('/') != std::string::npos || word.find('.') != std::string::npos;
 }
 
-bool takeSendWords(const std::vector<std::string>& words, Arguments& arguments,
-                   std::string& problem) {
+Result<void> takeSendWords(const std::vector<std::string>& words, Arguments& arguments) {
   if (words.size() < 2) {
-    problem = "send needs page frames or a job, and where to: socket://HOST, unix:PATH, a file, -";
-    return false;
+    return Problem{
+        "send needs page frames or a job, and where to: socket://HOST, unix:PATH, a file, -"};
   }
   arguments.target = words.back();
   arguments.frames.assign(words.begin(), words.end() - 1);
-  if (arguments.frames.size() > 1 || isFrame(arguments.frames.front())) return true;
+  if (arguments.frames.size() > 1 || isFrame(arguments.frames.front())) return {};
   arguments.job = arguments.frames.front();
   arguments.frames.clear();
-  return true;
+  return {};
 }
 
-bool takeWords(const std::vector<std::string>& words, Arguments& arguments, std::string& problem) {
-  if (arguments.verb == Verb::kSend) return takeSendWords(words, arguments, problem);
+Result<void> takeWords(const std::vector<std::string>& words, Arguments& arguments) {
+  if (arguments.verb == Verb::kSend) return takeSendWords(words, arguments);
   const bool needsJob = arguments.verb == Verb::kShow || arguments.verb == Verb::kForget;
   if (words.size() == (needsJob ? 1U : 0U)) {
     if (needsJob) arguments.job = words.front();
-    return true;
+    return {};
   }
-  problem = std::string(nameOf(arguments.verb)) +
-            (needsJob ? " needs one job: its number, its key or the start of that"
-                      : " needs no other words");
-  return false;
+  return Problem{std::string(nameOf(arguments.verb)) +
+                 (needsJob ? " needs one job: its number, its key or the start of that"
+                           : " needs no other words")};
 }
 
 // What is left of the command line.
@@ -143,41 +141,34 @@ struct Rest {
 };
 
 // One option and the value behind it. Moves `at` to its last word.
-bool takeOption(const std::vector<std::string>& words, std::size_t& at,
-                const std::vector<Option>& options, Rest& rest, std::string& problem) {
+Result<void> takeOption(const std::vector<std::string>& words, std::size_t& at,
+                        const std::vector<Option>& options, Rest& rest) {
   const std::size_t equals =
       words[at].rfind("--", 0) == 0 ? words[at].find('=') : std::string::npos;
   const std::string name = words[at].substr(0, equals);
   for (const Option& option : options) {
     if (name != option.name) continue;
     const bool isBehind = option.hasValue && equals == std::string::npos;
-    if (isBehind && at + 1 == words.size()) {
-      problem = name + " needs a value";
-      return false;
-    }
-    if (!option.hasValue && equals != std::string::npos) {
-      problem = name + " has no value";
-      return false;
-    }
+    if (isBehind && at + 1 == words.size()) return Problem{name + " needs a value"};
+    if (!option.hasValue && equals != std::string::npos) return Problem{name + " has no value"};
     std::string value;
     if (option.hasValue) value = isBehind ? words[++at] : words[at].substr(equals + 1);
     const std::string wanted = option.take(value);
     if (!wanted.empty()) {
-      problem = name;
-      problem += " can be " + wanted + ", not \"" + harmless(value) + "\"";
-      return false;
+      std::string sentence = name;
+      sentence.append(" can be ").append(wanted).append(", not \"").append(harmless(value));
+      return Problem{sentence.append("\"")};
     }
     if (option.only) rest.only.emplace_back(name, *option.only);
-    return true;
+    return {};
   }
-  problem = "There is no option " + harmless(name);
-  return false;
+  return Problem{"There is no option " + harmless(name)};
 }
 
 }  // namespace
 
-bool parseArguments(const std::vector<std::string>& words, Arguments& arguments,
-                    std::string& problem) {
+Result<Arguments> parseArguments(const std::vector<std::string>& words) {
+  Arguments arguments;
   std::optional<Verb> verb;
   const std::vector<Option> options = optionsInto(arguments);
   Rest rest;
@@ -187,32 +178,26 @@ bool parseArguments(const std::vector<std::string>& words, Arguments& arguments,
     if (!areOptionsOver && word == "--") {
       areOptionsOver = true;
     } else if (!areOptionsOver && word.size() > 1 && word[0] == '-') {
-      if (!takeOption(words, at, options, rest, problem)) return false;
+      const Result<void> taken = takeOption(words, at, options, rest);
+      if (!taken) return Problem{taken.problem()};
       // Whoever asks how it is used need not know how it is used.
-      if (word == "--help" || word == "--version") return true;
+      if (word == "--help" || word == "--version") return arguments;
     } else if (verb) {
       rest.words.push_back(word);
     } else {
       for (const VerbName& one : kVerbs) {
         if (word == one.name) verb = one.verb;
       }
-      if (!verb) {
-        problem = "\"" + harmless(word) + "\" is not list, show, send or forget";
-        return false;
-      }
+      if (!verb) return Problem{"\"" + harmless(word) + "\" is not list, show, send or forget"};
     }
   }
-  if (!verb) {
-    problem = "What shall be done is missing: list, show, send or forget";
-    return false;
-  }
+  if (!verb) return Problem{"What shall be done is missing: list, show, send or forget"};
   arguments.verb = *verb;
   for (const auto& [name, only] : rest.only) {
-    if (only == *verb) continue;
-    problem = name + " is for " + nameOf(only);
-    return false;
+    if (only != *verb) return Problem{name + " is for " + nameOf(only)};
   }
-  return takeWords(rest.words, arguments, problem);
+  if (const auto taken = takeWords(rest.words, arguments); !taken) return Problem{taken.problem()};
+  return arguments;
 }
 
 Command chosenCommand(const Arguments& arguments, Command command) {

@@ -8,6 +8,7 @@
 
 #include "delivery/core/doubt.h"
 #include "delivery/core/page.h"
+#include "filter/base/result.h"
 
 namespace kestra::delivery {
 
@@ -29,9 +30,8 @@ struct Arguments {
   std::optional<std::string> root;  ///< put in front of all places
 };
 
-/// Fills `arguments`. False and one sentence in `problem` for a line that makes no sense.
-[[nodiscard]] bool parseArguments(const std::vector<std::string>& words, Arguments& arguments,
-                                  std::string& problem);
+/// @return a problem for a line that makes no sense
+[[nodiscard]] Result<Arguments> parseArguments(const std::vector<std::string>& words);
 
 /// The setting command with what the command line chose.
 [[nodiscard]] Command chosenCommand(const Arguments& arguments, Command command);

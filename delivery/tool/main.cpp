@@ -43,13 +43,13 @@ int main(int argc, char** argv) {
   kestra::openMissingStandardStreams();
   std::signal(SIGPIPE, SIG_IGN);  // a reader that ends early is a failed write
   const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
-  Arguments arguments;
-  std::string problem;
-  if (!parseArguments(words, arguments, problem)) {
-    std::fprintf(stderr, "kestra-delivery: %s\nTry: kestra-delivery --help\n", problem.c_str());
+  const kestra::Result<Arguments> arguments = parseArguments(words);
+  if (!arguments) {
+    std::fprintf(stderr, "kestra-delivery: %s\nTry: kestra-delivery --help\n",
+                 arguments.problem().c_str());
     return kWrongUsage;
   }
-  const int status = run(arguments);
+  const int status = run(*arguments);
   if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
   return failed("What was to be said could not be written");
 }

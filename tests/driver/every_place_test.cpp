@@ -90,12 +90,11 @@ TEST_P(EveryPlace, IsAPrinterThatTakesTheDarkness) {
 TEST_P(EveryPlace, SendsByHandWithTheDarkness) {
   int level = 0;
   for (const std::string& name : choicesOf(ppd_.get(), "Darkness")) {
-    delivery::Arguments arguments;
-    std::string problem;
-    const std::vector<std::string> words = {"send", "socket://h", "page.dat", "--darkness", name};
-    EXPECT_TRUE(delivery::parseArguments(words, arguments, problem))
-        << "delivery/tool/arguments.cpp refuses " << name << ": " << problem;
-    EXPECT_EQ(arguments.darkness.value_or(-1), level++) << name;
+    const auto arguments =
+        delivery::parseArguments({"send", "socket://h", "page.dat", "--darkness", name});
+    ASSERT_TRUE(arguments) << "delivery/tool/arguments.cpp refuses " << name << ": "
+                           << arguments.problem();
+    EXPECT_EQ(arguments->darkness.value_or(-1), level++) << name;
   }
 }
 

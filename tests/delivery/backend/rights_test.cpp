@@ -57,13 +57,12 @@ TEST(FindAccount, KnowsNamesAndNumbers) {
   const group* printers = getgrnam("lp");
   ASSERT_NE(printers, nullptr);
   const gid_t group = printers->gr_gid;
-  std::string problem;
-  const auto named = findAccount({"lp", "lp"}, problem);
-  ASSERT_TRUE(named.has_value()) << problem;
+  const auto named = findAccount({"lp", "lp"});
+  ASSERT_TRUE(named) << named.problem();
   EXPECT_EQ(named->user, user);
   EXPECT_EQ(named->group, group);
-  const auto numbered = findAccount({"1234", "1235"}, problem);
-  ASSERT_TRUE(numbered.has_value()) << problem;
+  const auto numbered = findAccount({"1234", "1235"});
+  ASSERT_TRUE(numbered) << numbered.problem();
   EXPECT_EQ(numbered->user, 1234U);
   EXPECT_EQ(numbered->group, 1235U);
 }
@@ -74,18 +73,15 @@ TEST(FindAccount, RefusesTheAdministratorAndWhoDoesNotExist) {
                                   {"lp", "no such group"}, {"-1", "lp"}, {"4294967295", "lp"},
                                   {"4294967296", "lp"},    {"", "lp"}};
   for (const AccountNames& names : refused) {
-    std::string problem;
-    EXPECT_FALSE(findAccount(names, problem).has_value()) << names.user << ":" << names.group;
-    EXPECT_NE(problem, "");
+    EXPECT_NE(findAccount(names).problem(), "") << names.user << ":" << names.group;
   }
 }
 
 TEST(FindAccount, SaysWhoDoesNotExist) {
-  std::string problem;
-  EXPECT_FALSE(findAccount({"nosuchuser", "lp"}, problem).has_value());
-  EXPECT_NE(problem.find("user \"nosuchuser\""), std::string::npos) << problem;
-  EXPECT_FALSE(findAccount({"lp", "nosuchgroup"}, problem).has_value());
-  EXPECT_NE(problem.find("group \"nosuchgroup\""), std::string::npos) << problem;
+  const std::string noUser = findAccount({"nosuchuser", "lp"}).problem();
+  EXPECT_NE(noUser.find("user \"nosuchuser\""), std::string::npos) << noUser;
+  const std::string noGroup = findAccount({"lp", "nosuchgroup"}).problem();
+  EXPECT_NE(noGroup.find("group \"nosuchgroup\""), std::string::npos) << noGroup;
 }
 
 class AsRoot : public testing::Test {
@@ -100,8 +96,7 @@ TEST_F(AsRoot, ReadsTheUserFromThePrintSystemsFolder) {
   folder_.write("cups-files.conf", "User 1234\nGroup 1235\n");
   Child child([this] {
     setenv("CUPS_SERVERROOT", folder_.path().c_str(), 1);
-    std::string problem;
-    const auto account = accountOfFilters(problem);
+    const auto account = accountOfFilters();
     return account && account->user == 1234 && account->group == 1235 ? 0 : 1;
   });
   EXPECT_EQ(child.wait(), 0);
@@ -210,8 +205,7 @@ TEST_F(AsRoot, TakesNothingElseForTheStateFolder) {
 TEST(AccountOfFilters, IsOurselvesWhereWeAreNotTheAdministrator) {
   Child child([] {
     if (geteuid() == 0 && !becomeForGood(kSomebody)) return 2;
-    std::string problem;
-    const auto account = accountOfFilters(problem);
+    const auto account = accountOfFilters();
     if (!account || account->user != geteuid() || account->group != getegid()) return 3;
     return becomeForGood(*account) ? 0 : 4;
   });

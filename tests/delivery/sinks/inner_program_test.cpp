@@ -15,10 +15,7 @@ using test::ServerBin;
 
 // The sentence on why there is none; empty where there is one.
 std::string problemOf(const ServerBin& place, const std::string& uri) {
-  std::string problem;
-  const auto found = findInnerProgram(place.path(), parseDeviceUri(uri), {}, std::nullopt, problem);
-  EXPECT_EQ(found.has_value(), problem.empty());
-  return problem;
+  return findInnerProgram(place.path(), parseDeviceUri(uri), {}, std::nullopt).problem();
 }
 
 TEST(InnerProgram, TheProgramGetsTheWordsOfTheJobButNoPassword) {
@@ -87,13 +84,9 @@ TEST(InnerProgram, NoNameLeavesTheFolder) {
     DeviceUri uri;
     uri.scheme = scheme;
     uri.inner = "x:y";
-    std::string problem;
-    EXPECT_FALSE(findInnerProgram(place.path(), uri, {}, std::nullopt, problem)) << scheme;
-    EXPECT_FALSE(problem.empty());
+    EXPECT_NE(findInnerProgram(place.path(), uri, {}, std::nullopt).problem(), "") << scheme;
   }
-  std::string problem;
-  EXPECT_FALSE(
-      findInnerProgram("relative", parseDeviceUri("kestra:evil:x"), {}, std::nullopt, problem));
+  EXPECT_FALSE(findInnerProgram("relative", parseDeviceUri("kestra:evil:x"), {}, std::nullopt));
 }
 
 }  // namespace

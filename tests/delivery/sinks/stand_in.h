@@ -47,11 +47,10 @@ class ServerBin {
   /// The program of a scheme, ready to be started.
   [[nodiscard]] InnerProgram program(
       const std::string& uri, const std::optional<UserAndGroup>& account = std::nullopt) const {
-    std::string problem;
     const auto found = findInnerProgram(path_, parseDeviceUri("kestra:" + uri),
-                                        {"17", "anna", "a title", "a=1 b"}, account, problem);
-    EXPECT_TRUE(found) << problem;
-    return found.value_or(InnerProgram{});
+                                        {"17", "anna", "a title", "a=1 b"}, account);
+    EXPECT_TRUE(found) << found.problem();
+    return found ? *found : InnerProgram{};
   }
 
  private:

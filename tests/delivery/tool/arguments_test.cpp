@@ -14,11 +14,9 @@ namespace {
 using Words = std::vector<std::string>;
 
 Arguments good(const Words& words) {
-  Arguments arguments;
-  std::string problem;
-  EXPECT_TRUE(parseArguments(words, arguments, problem)) << problem;
-  EXPECT_EQ(problem, "");
-  return arguments;
+  const Result<Arguments> arguments = parseArguments(words);
+  EXPECT_TRUE(arguments) << arguments.problem();
+  return arguments ? *arguments : Arguments();
 }
 
 TEST(ToolArguments, VerbsAndOptionsComeInAnyOrder) {
@@ -109,10 +107,9 @@ TEST(ToolArguments, WrongLinesAreToldInOneSentence) {
       {{"send", "45", "-", "--wait", "604801"}, "at most a week"},
       {{"list", "--root", ""}, "--root can be the name of a folder"}};
   for (const Wrong& one : wrong) {
-    Arguments arguments;
-    std::string problem;
-    EXPECT_FALSE(parseArguments(one.words, arguments, problem)) << one.problem;
+    const std::string problem = parseArguments(one.words).problem();
     EXPECT_NE(problem.find(one.problem), std::string::npos) << problem;
+    EXPECT_NE(problem, "") << one.problem;
     EXPECT_EQ(problem.find('\n'), std::string::npos);
   }
 }
