@@ -16,32 +16,32 @@
 namespace kestra::blackbox {
 
 struct JobCase {
-  // A fresh queue: the data directory does not exist yet.
+  /// A fresh queue: the data directory does not exist yet.
   JobCase() { place.dataDirectoryThere = false; }
 
   testing_support::PpdText ppd;
-  std::string options;       // argv[5]
-  plain::Settings settings;  // what `ppd` and `options` come to, by hand
+  std::string options;       ///< argv[5]
+  plain::Settings settings;  ///< what `ppd` and `options` come to, by hand
   std::vector<testing_support::StreamPage> pages;
-  std::optional<std::string> stream;  // these bytes instead of `pages`
+  std::optional<std::string> stream;  ///< these bytes instead of `pages`
   bool compressed = false;
-  bool fileArgument = false;  // argv[6] instead of standard input
+  bool fileArgument = false;  ///< argv[6] instead of standard input
   std::string jobId = "42";
   std::optional<std::string> queue = "label";
-  std::optional<std::string> marker;     // bytes of the queue's counter file before the job
-  std::vector<std::string> framesThere;  // frame files of earlier jobs
-  plain::Place place;                    // only the flags; prefix, marker and frames are filled in
+  std::optional<std::string> marker;     ///< bytes of the queue's counter file before the job
+  std::vector<std::string> framesThere;  ///< frame files of earlier jobs
+  plain::Place place;  ///< only the flags; prefix, marker and frames are filled in
   long fileSizeLimit = -1;
   bool asNobody = false;
   testing_support::Listener listener = testing_support::Listener::kReads;
   std::vector<testing_support::Milestone> milestones;
-  bool manyFiles = false;                                  // the tree lies in memory
-  std::function<void(testing_support::Sandbox&)> prepare;  // last thing before the start
+  bool manyFiles = false;                                  ///< the tree lies in memory
+  std::function<void(testing_support::Sandbox&)> prepare;  ///< last thing before the start
 
-  // Adds "keyword=choice" to the options.
+  /// Adds "keyword=choice" to the options.
   void choose(const std::string& keyword, const std::string& choice);
-  // Each sets a choice in options and settings: the halftone with this number (0..9), brightness
-  // (a choice of the PPD), mirror, negative, the barcode choice (0..3).
+  /// Each sets a choice in options and settings: the halftone with this number (0..9), brightness
+  /// (a choice of the PPD), mirror, negative, the barcode choice (0..3).
   void halftone(int number);
   void brightness(int level);
   void mirror();
@@ -51,34 +51,34 @@ struct JobCase {
                unsigned bytesPerLine = 0, unsigned dpi = 203);
 };
 
-// Name of the halftone choice with this number (0..9).
+/// Name of the halftone choice with this number (0..9).
 std::string halftoneName(int number);
 
 plain::Header toPlain(const cups_page_header2_t& header);
 
-// The plain version's outcome of the case.
+/// The plain version's outcome of the case.
 plain::Outcome predict(const JobCase& job);
 
-// Fills a tree with the job's files and returns what is to be started there.
+/// Fills a tree with the job's files and returns what is to be started there.
 testing_support::Run prepare(const JobCase& job, testing_support::Sandbox& box);
 
-// Runs the filter alone.
+/// Runs the filter alone.
 testing_support::Result runFilter(const JobCase& job);
 
-// Files of a run that are the test's own (PPD, stream).
+/// Files of a run that are the test's own (PPD, stream).
 bool isInput(const std::string& file);
 
-// The debug image with this masked name ("dithered_#_1.bmp"); an empty text and a failure if there
-// is none. Its pixels start at byte 1078.
+/// The debug image with this masked name ("dithered_#_1.bmp"); an empty text and a failure if there
+/// is none. Its pixels start at byte 1078.
 std::string imageNamed(const testing_support::Result& result, const std::string& maskedName);
 
-// Runs both, expects that all agree, returns what the filter did.
+/// Runs both, expects that all agree, returns what the filter did.
 testing_support::Result expectAsPlain(const JobCase& job);
 
-// The bytes of the only new frame; an empty text and a failure if there is not exactly one.
+/// The bytes of the only new frame; an empty text and a failure if there is not exactly one.
 std::string onlyFrame(const testing_support::Result& result);
 
-// Text of hexadecimal pairs ("1B 73 01") to bytes.
+/// Text of hexadecimal pairs ("1B 73 01") to bytes.
 std::string hex(const std::string& pairs);
 
 }  // namespace kestra::blackbox

@@ -10,21 +10,21 @@
 namespace kestra::cups_tests {
 
 struct Said {
-  int status = -1;   // exit status; 128 and more: the signal that ended it, plus 128
-  std::string text;  // standard output and standard error
+  int status = -1;   ///< exit status; 128 and more: the signal that ended it, plus 128
+  std::string text;  ///< standard output and standard error
 };
 
 struct Command {
   std::vector<std::string> words;
-  std::vector<std::string> environment;  // "NAME=value", added to this process's
-  std::string input = "/dev/null";       // files
-  std::string output;                    // standard output only; empty: into Said
+  std::vector<std::string> environment;  ///< "NAME=value", added to this process's
+  std::string input = "/dev/null";       ///< files
+  std::string output;                    ///< standard output only; empty: into Said
 };
 
-// Waits for its end; after 60 seconds the program is ended.
+/// Waits for its end; after 60 seconds the program is ended.
 Said runCommand(const Command& command);
 
-// As above; a status other than 0 fails the current test.
+/// As above; a status other than 0 fails the current test.
 std::string mustRun(const std::vector<std::string>& words);
 
 using testing_support::readFile;

@@ -20,36 +20,37 @@ class CupsCase : public testing::Test {
   void SetUp() override;
 
   PrintServer& server() { return PrintServer::running(); }
-  // A queue of the label printer with a name that no other test uses.
+  /// A queue of the label printer with a name that no other test uses.
   std::string makeQueue(const std::vector<std::string>& defaults = {});
-  // Writes a document; the path.
+  /// Writes a document; the path.
   std::string document(const std::string& name, const std::string& bytes);
-  // A raster document of such pages, small on disk.
+  /// A raster document of such pages, small on disk.
   std::string raster(const std::vector<testing_support::StreamPage>& pages);
 };
 
-// The setting command `pages` times: speed code and darkness as the protocol has them.
+/// The setting command `pages` times: speed code and darkness as the protocol has them.
 std::string commands(std::size_t pages, int speed = 2, int darkness = 1);
 
-// "page_0001_jobid_000012_0000.dat"
+/// "page_0001_jobid_000012_0000.dat"
 std::string frameName(int page, int job, int sequence = 0);
 
-// The job must have ended well without an error line, with these frames and one command per frame.
+/// The job must have ended well without an error line, with these frames and one command per frame.
 void expectPrinted(const JobReport& report, const std::map<std::string, plain::Bytes>& frames,
                    const std::string& commands);
-// The same for the outcome that the plain version predicts.
+/// The same for the outcome that the plain version predicts.
 void expectPrinted(const JobReport& report, const plain::Outcome& outcome);
 
-// The frames of a job in printing order.
+/// The frames of a job in printing order.
 std::vector<std::string> inOrder(const JobReport& report);
 
-// Columns 0 to 203 k (k inches), rows 812 to 1015: the bar of page k on a 4 x 6 inch label. The bar
-// lies 72 to 144 points above the lower edge: (432 - 144) / 72 * 203 = 812 rows below the upper.
+/// Columns 0 to 203 k (k inches), rows 812 to 1015: the bar of page k on a 4 x 6 inch label. The
+/// bar lies 72 to 144 points above the lower edge: (432 - 144) / 72 * 203 = 812 rows below the
+/// upper.
 Box bar(int k);
-// Margin bytes of that label: ((832.02 - 812) / 2 + 7) / 8 = 2.1.
+/// Margin bytes of that label: ((832.02 - 812) / 2 + 7) / 8 = 2.1.
 inline constexpr int kLabelMargin = 2;
 
-// The bar numbers of a job's pages in printing order; 0 for any other page.
+/// The bar numbers of a job's pages in printing order; 0 for any other page.
 std::vector<int> bars(const JobReport& report);
 
 }  // namespace kestra::cups_tests

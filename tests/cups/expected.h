@@ -9,21 +9,21 @@
 
 namespace kestra::cups_tests {
 
-// The label printer's settings without any option, 4 x 6 inch at 203 dpi.
+/// The label printer's settings without any option, 4 x 6 inch at 203 dpi.
 plain::Settings labelSettings();
 
-// Runs the programs (names below the server's filter directory) one after the other on a document
-// with a printer description and options; the raster stream that the last of them gives.
+/// Runs the programs (names below the server's filter directory) one after the other on a document
+/// with a printer description and options; the raster stream that the last of them gives.
 std::string renderByHand(const std::vector<std::string>& programs, const std::string& document,
                          const std::string& contentType, const std::string& ppd,
                          const std::string& options);
 
-// The plain version's outcome for a fresh queue and a job that prints this stream.
+/// The plain version's outcome for a fresh queue and a job that prints this stream.
 plain::Outcome predict(const std::string& stream, const plain::Settings& settings, int job,
                        const std::string& queue);
 
-// A frame must hold exactly one black rectangle; its first and one-behind-last dot column and row,
-// columns counted from the page's left edge. All -1 and a failure where it is anything else.
+/// A frame must hold exactly one black rectangle; its first and one-behind-last dot column and row,
+/// columns counted from the page's left edge. All -1 and a failure where it is anything else.
 struct Box {
   int left = -1;
   int top = -1;

@@ -8,19 +8,19 @@
 namespace kestra::cups_tests {
 
 struct Machine {
-  // What stands before "var/spool/cups" and "tmp" in the names of the filter's places: "/" where
-  // they are private mounts, else a directory that the relative build of the filter is started in.
+  /// What stands before "var/spool/cups" and "tmp" in the names of the filter's places: "/" where
+  /// they are private mounts, else a directory that the relative build of the filter is started in.
   std::string root = "/";
-  // What keeps the tests from running here; empty where they can.
+  /// What keeps the tests from running here; empty where they can.
   std::string obstacle;
 };
 
-// The machine of this process; valid inside the body of RunInPrivateMachine.
+/// The machine of this process; valid inside the body of runInPrivateMachine.
 const Machine& thisMachine();
 
-// Runs the body in namespaces of its own (mounts, network, processes: whatever it started ends with
-// it, and the places are in memory), or in a fresh directory where namespaces are refused. Returns
-// the body's result.
+/// Runs the body in namespaces of its own (mounts, network, processes: whatever it started ends
+/// with it, and the places are in memory), or in a fresh directory where namespaces are refused.
+/// Returns the body's result.
 int runInPrivateMachine(const std::function<int()>& body);
 
 }  // namespace kestra::cups_tests

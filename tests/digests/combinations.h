@@ -10,11 +10,11 @@
 namespace kestra::digests {
 
 struct Combination {
-  std::string name;  // one line, without colons
+  std::string name;  ///< one line, without colons
   blackbox::JobCase job;
 };
 
-// Always the same ones in the same order; new ones are added at the end.
+/// Always the same ones in the same order; new ones are added at the end.
 std::vector<Combination> allCombinations();
 
 }  // namespace kestra::digests

@@ -12,7 +12,7 @@ struct Entry {
   std::string name;
 };
 
-// Throws where the file cannot be read or a line is not of that form. Lines with '#' are skipped.
+/// Throws where the file cannot be read or a line is not of that form. Lines with '#' are skipped.
 std::vector<Entry> readList(const std::string& path);
 
 std::string listText(const std::vector<Entry>& entries);

@@ -10,16 +10,16 @@
 
 namespace kestra::driver {
 
-// Settings and resolution of a job.
+/// Settings and resolution of a job.
 struct Chosen {
   plain::Settings settings;
   int dpi = 203;
 };
 
-// The defaults of a description.
+/// The defaults of a description.
 Chosen defaultsOf(ppd_file_t* ppd);
 
-// Adds one choice; false for an option that no rule is known for.
+/// Adds one choice; false for an option that no rule is known for.
 bool choose(Chosen& chosen, ppd_file_t* ppd, const std::string& keyword, const std::string& choice);
 
 }  // namespace kestra::driver

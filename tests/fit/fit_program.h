@@ -12,15 +12,15 @@
 namespace kestra::fit_tests {
 
 struct FitEnd {
-  int status = -1;  // exit status, -1 after a signal
+  int status = -1;  ///< exit status, -1 after a signal
   int signal = 0;
-  std::string messages;  // standard error
+  std::string messages;  ///< standard error
 };
 
-// A running kestrafit between two pipes. Ends it where it still runs.
+/// A running kestrafit between two pipes. Ends it where it still runs.
 class FitProgram {
  public:
-  // `arguments` from argv[1] on; `output` is a path to write to instead of the pipe.
+  /// `arguments` from argv[1] on; `output` is a path to write to instead of the pipe.
   explicit FitProgram(const std::vector<std::string>& arguments,
                       const std::optional<std::string>& ppd = std::nullopt,
                       const std::string& output = "");
@@ -29,13 +29,13 @@ class FitProgram {
   FitProgram& operator=(const FitProgram&) = delete;
 
   pid_t pid() const { return child_; }
-  // Writes to its standard input; false where it does not read any more.
+  /// Writes to its standard input; false where it does not read any more.
   bool give(const std::string& bytes) const;
   void endOfInput();
-  // Reads from its standard output: so many bytes, or all there are until its end.
+  /// Reads from its standard output: so many bytes, or all there are until its end.
   std::string take(std::size_t size) const;
   void stopReading();
-  // Waits for its end; after a minute it is ended by force.
+  /// Waits for its end; after a minute it is ended by force.
   FitEnd await();
 
  private:
@@ -45,7 +45,7 @@ class FitProgram {
   int messages_ = -1;
 };
 
-// The arguments of a job.
+/// The arguments of a job.
 std::vector<std::string> jobWords(const std::string& file = "");
 
 }  // namespace kestra::fit_tests

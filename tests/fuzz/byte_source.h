@@ -20,7 +20,7 @@ class ByteSource {
     --size_;
     return *data_++;
   }
-  // 0 to end - 1.
+  /// 0 to end - 1.
   unsigned below(unsigned end) { return byte() % end; }
   bool flag() { return (byte() & 1U) != 0; }
   std::uint16_t word() {
@@ -31,7 +31,7 @@ class ByteSource {
     const std::uint32_t low = word();
     return low | std::uint32_t{word()} << 16U;
   }
-  // Up to the next `end`, which is left out, or to the end of the input.
+  /// Up to the next `end`, which is left out, or to the end of the input.
   std::string text(char end) {
     std::string result;
     while (size_ > 0) {
@@ -41,7 +41,7 @@ class ByteSource {
     }
     return result;
   }
-  // At most `most` bytes.
+  /// At most `most` bytes.
   std::vector<std::uint8_t> bytes(std::size_t most) {
     const std::size_t count = most < size_ ? most : size_;
     std::vector<std::uint8_t> result(data_, data_ + count);

@@ -11,8 +11,8 @@
 
 namespace kestra::fuzz {
 
-// `count` pixels: one level all over, noise, two levels in runs, levels that swing around a
-// threshold, or the input's own bytes again and again.
+/// `count` pixels: one level all over, noise, two levels in runs, levels that swing around a
+/// threshold, or the input's own bytes again and again.
 inline std::vector<std::uint8_t> makePixels(ByteSource* source, std::size_t count) {
   std::vector<std::uint8_t> pixels(count);
   const unsigned kind = source->below(5);

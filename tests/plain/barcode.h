@@ -7,7 +7,7 @@
 
 namespace kestra::plain {
 
-// All three take the padded rows of the finished page and its true width, and change the page.
+/// All three take the padded rows of the finished page and its true width, and change the page.
 void dashLongRuns(Rows& padded, int width);
 void thinBarcode1(Rows& padded, int width);
 void thinBarcode2(Rows& padded, int width);

@@ -7,12 +7,12 @@
 
 namespace kestra::plain {
 
-// 8 bits per pixel: header, 256 greys, then the first width x height bytes of `data` as they lie.
-// The header speaks of padded, bottom-up rows; the data is neither.
+/// 8 bits per pixel: header, 256 greys, then the first width x height bytes of `data` as they lie.
+/// The header speaks of padded, bottom-up rows; the data is neither.
 std::vector<std::uint8_t> debugImage8(const std::vector<std::uint8_t>& data, int width, int height);
 
-// 1 bit per pixel: two colours, rows bottom-up, lines of `bytesPerLine` input bytes; a 1 bit
-// (white) where the byte is 0. The row in the file is as long as `width` asks for.
+/// 1 bit per pixel: two colours, rows bottom-up, lines of `bytesPerLine` input bytes; a 1 bit
+/// (white) where the byte is 0. The row in the file is as long as `width` asks for.
 std::vector<std::uint8_t> debugImage1(const std::vector<std::uint8_t>& data, int bytesPerLine,
                                       int width, int height);
 

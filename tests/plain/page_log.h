@@ -8,10 +8,10 @@
 
 namespace kestra::plain {
 
-// printf into a text; a "-nan" loses its sign, which carries no meaning.
+/// printf into a text; a "-nan" loses its sign, which carries no meaning.
 std::string format(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-// Lines are "DEBUG:" text and a line end each.
+/// Lines are "DEBUG:" text and a line end each.
 std::string settingsLog(const Settings& settings, float widthMm, float heightMm, float maxMediaMm);
 std::string headerLog(const Header& header, int pageCount);
 

@@ -6,10 +6,10 @@
 
 namespace kestra::plain_stencil {
 
-// Rows of 0 and 255.
+/// Rows of 0 and 255.
 Rows diffuse(const Rows& grey, int threshold);
 
-// Grey page in, rows of 0 and 255 out. The page must have at least one pixel.
+/// Grey page in, rows of 0 and 255 out. The page must have at least one pixel.
 Rows tattoo(const Rows& grey);
 Rows tattooV7(const Rows& grey);
 

@@ -10,18 +10,18 @@ namespace kestra::plain_stencil {
 
 using plain::Rows;
 
-// A finished page image: rows of padded length, of which the first `width` bytes are pixels.
+/// A finished page image: rows of padded length, of which the first `width` bytes are pixels.
 struct Picture {
   int width = 0;
   Rows rows;
 };
 
 struct Framing {
-  int level = 0;  // width of the side bars in mm
+  int level = 0;  ///< width of the side bars in mm
   int dpi = 300;
-  std::string pageName;   // "A4", "Letter", "Tattoo_A5", "Tattoo_A6"; any other: no canvas
-  bool hasHeader = true;  // without one nothing is framed
-  int canvasIndex = 255;  // index of white in the picture's palette
+  std::string pageName;   ///< "A4", "Letter", "Tattoo_A5", "Tattoo_A6"; any other: no canvas
+  bool hasHeader = true;  ///< without one nothing is framed
+  int canvasIndex = 255;  ///< index of white in the picture's palette
 };
 
 struct Framed {
@@ -29,7 +29,7 @@ struct Framed {
   std::string log;
 };
 
-// Dots of a length in mm.
+/// Dots of a length in mm.
 int dots(int dpi, int mm);
 
 Framed frame(const Picture& picture, const Framing& framing);

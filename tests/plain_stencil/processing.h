@@ -11,7 +11,7 @@
 namespace kestra::plain_stencil {
 
 struct Choices {
-  int halftone = 8;  // 8 and 9: stencil chain; any other: classic method of that number
+  int halftone = 8;  ///< 8 and 9: stencil chain; any other: classic method of that number
   int brightness = 0;
   int contrast = 0;
   bool rotate = false;
@@ -24,13 +24,13 @@ struct Choices {
 };
 
 struct Processed {
-  int length = 0;                    // bytes announced as valid, 0: no image could be made
-  Picture image;                     // finished page image
-  std::vector<std::uint8_t> buffer;  // 2 x bytesPerLine x height bytes, 0 before the page
+  int length = 0;                    ///< bytes announced as valid, 0: no image could be made
+  Picture image;                     ///< finished page image
+  std::vector<std::uint8_t> buffer;  ///< 2 x bytesPerLine x height bytes, 0 before the page
   std::string log;
 };
 
-// data: height lines of bytesPerLine bytes.
+/// data: height lines of bytesPerLine bytes.
 Processed process(const Choices& choices, const std::vector<std::uint8_t>& data, int bytesPerLine,
                   int width, int height);
 

@@ -10,13 +10,13 @@ namespace kestra::testing_support {
 
 enum class PageKind {
   kRandom,
-  kExtremes,  // 0 and 255 in turn of chance: clamps at nearly every dot
-  kGradient,  // changes by 1 from column to column, by 3 from row to row
-  kNearTies,  // 126 to 131: on both sides of the lowest white level
+  kExtremes,  ///< 0 and 255 in turn of chance: clamps at nearly every dot
+  kGradient,  ///< changes by 1 from column to column, by 3 from row to row
+  kNearTies,  ///< 126 to 131: on both sides of the lowest white level
   kFlat0,
   kFlat127,
-  kFlat128,  // the highest black level, whose error is the largest
-  kFlat129,  // the lowest white level, whose error is the smallest
+  kFlat128,  ///< the highest black level, whose error is the largest
+  kFlat129,  ///< the lowest white level, whose error is the smallest
   kFlat255,
 };
 
