@@ -5,8 +5,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <memory>
+#include <utility>
 
 #include "delivery/sinks/factory.h"
 #include "delivery/sinks/root_starter.h"
@@ -300,6 +303,176 @@ TEST_F(BackendSinkTest, TheSameGoesThroughTheProcessThatKeptItsRights) {
   EXPECT_EQ(place_.text("out"), text(bytes) + text(bytes));
   sink.reset();
   EXPECT_GT(waitpid(-1, nullptr, 0), 0);  // its process
+}
+
+// A machine that is short of something; then one whose program is none.
+class FailingStarter : public Starter {
+ public:
+  explicit FailingStarter(int error) : error_(error) {}
+  [[nodiscard]] int start(const InnerEnds& /*ends*/) override {
+    return std::exchange(error_, ENOEXEC);
+  }
+  [[nodiscard]] int descriptor() const override { return -1; }
+  [[nodiscard]] std::optional<int> end() override { return std::nullopt; }
+  void signal(int /*number*/) override {}
+
+ private:
+  int error_;
+};
+
+TEST_F(BackendSinkTest, AMachineThatIsShortOfSomethingIsAskedAgain) {
+  for (const int error : {EAGAIN, ENOMEM, EMFILE, ENFILE, EBUSY, ETIMEDOUT}) {
+    BackendSink sink("lpd", std::make_unique<FailingStarter>(error), false, watch_, told_.tell(),
+                     quick());
+    EXPECT_EQ(sink.open(Before::kNothing, within(kLong)), Progress::kBroken);
+    EXPECT_NE(sink.problem().find(std::strerror(error)), std::string::npos) << sink.problem();
+    EXPECT_EQ(sink.open(Before::kNothing, within(kLong)), Progress::kHopeless);
+    EXPECT_NE(sink.problem().find("Exec format error"), std::string::npos) << sink.problem();
+  }
+}
+
+TEST_F(BackendSinkTest, APauseBeforeTheNextStartEndsWithPatience) {
+  place_.write("lpd", "cat >/dev/null\nexit 1");
+  BackendTimes times = quick();
+  times.firstPause = milliseconds(kLong);
+  const auto sink = sinkTo("lpd", times);
+  ASSERT_EQ(page(*sink, someBytes(10)), Progress::kBroken);
+  EXPECT_EQ(sink->open(Before::kNothing, within(10)), Progress::kTimedOut);
+  watch_.stop(Stop::kCancel);
+  EXPECT_EQ(sink->open(Before::kNothing, {}), Progress::kStopped);
+}
+
+TEST_F(BackendSinkTest, NothingGoesToAProgramThatDoesNotRun) {
+  place_.write("lpd", "cat >/dev/null\nexit 1");
+  const auto sink = sinkTo("lpd", quick());
+  const Bytes bytes = someBytes(10);
+  EXPECT_EQ(sink->send(bytes.data(), bytes.size(), within(kLong)), Progress::kBroken);
+  EXPECT_EQ(sink->settle(within(kLong)), Progress::kBroken);
+  EXPECT_EQ(sink->prove(within(kLong)), Progress::kDone);  // nothing was sent
+  ASSERT_EQ(page(*sink, bytes), Progress::kBroken);
+  EXPECT_EQ(sink->prove(within(kLong)), Progress::kBroken);
+}
+
+TEST_F(BackendSinkTest, NothingFollowsTheEndOfTheInput) {
+  place_.write("lpd", "cat >/dev/null\nexec sleep 1000");
+  const auto sink = sinkTo("lpd", quick());
+  const Bytes bytes = someBytes(10);
+  ASSERT_EQ(sink->open(Before::kNothing, within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->send(bytes.data(), bytes.size(), within(kLong)), Progress::kDone);
+  EXPECT_EQ(sink->prove(within(100)), Progress::kTimedOut);
+  EXPECT_EQ(sink->send(bytes.data(), bytes.size(), within(kLong)), Progress::kBroken);
+}
+
+TEST_F(BackendSinkTest, AProgramThatReadsNothingIsWaitedForWithPatience) {
+  place_.write("lpd", "exec sleep 1000");
+  const auto sink = sinkTo("lpd", quick());
+  const Bytes bytes = someBytes(1000000);  // no pipe holds that
+  ASSERT_EQ(sink->open(Before::kNothing, within(kLong)), Progress::kDone);
+  EXPECT_EQ(sink->send(bytes.data(), bytes.size(), within(500)), Progress::kTimedOut);
+  EXPECT_LT(sink->sent(), bytes.size());
+}
+
+TEST_F(BackendSinkTest, AProgramThatClosesItsInputAndLivesOnIsABreak) {
+  place_.write("lpd", "exec <&-\nexec sleep 1000");
+  const auto sink = sinkTo("lpd", quick());
+  EXPECT_EQ(page(*sink, someBytes(1000000)), Progress::kBroken);
+  EXPECT_EQ(sink->problem(), "the program lpd takes no more data");
+}
+
+TEST_F(BackendSinkTest, AStopEndsTheWaitForTheCount) {
+  place_.write("usb", kUsb);
+  const auto sink = sinkTo("usb", quick());
+  ASSERT_EQ(page(*sink, someBytes(5000)), Progress::kDone);
+  std::ofstream(place_.file("stall")) << "out of paper";
+  const Bytes second = someBytes(3000, 2);
+  ASSERT_EQ(sink->open(Before::kNothing, within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->send(second.data(), second.size(), within(kLong)), Progress::kDone);
+  watch_.stop(Stop::kCancel);
+  EXPECT_EQ(sink->settle({}), Progress::kStopped);
+}
+
+// All bytes were counted, and then the program does not end well: what it held may be lost.
+TEST_F(BackendSinkTest, ACountedJobWhoseProgramEndsBadlyIsABreak) {
+  struct Case {
+    const char *end, *problem;
+  };
+  for (const Case& one : {Case{"exit 1", "the program usb ended with status 1"},
+                          Case{"kill -KILL $$", "the program usb was ended by signal 9"}}) {
+    place_.write("usb", std::string(kUsb) + "\n" + one.end);
+    const auto sink = sinkTo("usb", quick());
+    ASSERT_EQ(page(*sink, someBytes(5000)), Progress::kDone) << sink->problem();
+    EXPECT_EQ(sink->finish(within(kLong)), Progress::kBroken);
+    EXPECT_EQ(sink->problem(), one.problem);
+  }
+}
+
+TEST_F(BackendSinkTest, AProgramThatDoesNotEndIsNotWaitedForBeyondPatience) {
+  place_.write("usb", std::string(kUsb) + "\nexec sleep 1000");
+  const auto sink = sinkTo("usb", quick());
+  ASSERT_EQ(page(*sink, someBytes(5000)), Progress::kDone) << sink->problem();
+  EXPECT_EQ(sink->finish(within(100)), Progress::kTimedOut);
+}
+
+TEST_F(BackendSinkTest, AProgramThatWillNotEndIsKilled) {
+  place_.write("lpd", "trap '' TERM\necho run >>$D/runs\nwhile :; do sleep 0.01; done");
+  const auto sink = sinkTo("lpd", quick());
+  ASSERT_EQ(sink->open(Before::kNothing, within(kLong)), Progress::kDone);
+  while (runs() == 0) ASSERT_EQ(watch_.pause(within(1)), Woken::kTime);
+  StopWatch time;
+  sink->drop();
+  EXPECT_GE(time.seconds(), 0.3);  // its mercy
+  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+}
+
+TEST_F(BackendSinkTest, OtherStatesArePassedOn) {
+  place_.write("lpd", "echo 'STATE: +media-empty-error' >&2\nexec cat >/dev/null");
+  const auto sink = sinkTo("lpd");
+  ASSERT_EQ(page(*sink, someBytes(10)), Progress::kDone);
+  EXPECT_EQ(told_.count("STATE: +media-empty-error"), 1);
+}
+
+TEST_F(BackendSinkTest, TheWaitForAResetEndsWithPatience) {
+  BackendTimes times = quick();
+  times.reset = milliseconds(kLong);
+  place_.write("usb", kUsb);  // never answers
+  const auto sink = sinkTo("usb", times);
+  EXPECT_EQ(sink->open(Before::kTornPage, within(100)), Progress::kTimedOut);
+  sink->drop();
+  watch_.stop(Stop::kCancel);
+  EXPECT_EQ(sink->open(Before::kTornPage, {}), Progress::kStopped);
+}
+
+TEST_F(BackendSinkTest, AProgramThatEndsInsteadOfAnAnswerIsABreak) {
+  BackendTimes times = quick();
+  times.reset = milliseconds(kLong);
+  place_.write("usb", "exit 1");
+  const auto sink = sinkTo("usb", times);
+  EXPECT_EQ(sink->open(Before::kTornPage, within(kLong)), Progress::kBroken);
+  EXPECT_EQ(told_.count("WARNING: The printer could not be made to forget"), 0);
+}
+
+// The answer comes after the time for it, which counts from when the printer is there.
+TEST_F(BackendSinkTest, APrinterThatIsNotThereYetCannotAnswer) {
+  BackendTimes times = quick();
+  times.reset = milliseconds(1000);
+  place_.write("usb", std::string("echo 'STATE: +connecting-to-device' >&2\nsleep 1.5\n"
+                                  "printf '\\001\\001\\000\\000' >&4\n") +
+                          kUsb);
+  const auto sink = sinkTo("usb", times);
+  ASSERT_EQ(page(*sink, someBytes(5000), Before::kTornPage), Progress::kDone) << sink->problem();
+  EXPECT_EQ(told_.count("WARNING"), 0);
+  EXPECT_EQ(runs(), 1U);
+}
+
+TEST_F(BackendSinkTest, AnAnswerToAnotherQuestionIsNoneAndToldOncePerJob) {
+  place_.write("usb", std::string("printf '\\002\\001\\000\\000' >&4\n") + kUsb);
+  const auto sink = sinkTo("usb", quick());
+  for (std::size_t page = 1; page <= 2; ++page) {
+    ASSERT_EQ(this->page(*sink, someBytes(5000), Before::kTornPage), Progress::kDone);
+    EXPECT_EQ(told_.count("WARNING: The printer could not be made to forget"), 1);
+    EXPECT_EQ(runs(), page);
+    sink->drop();
+  }
 }
 
 TEST(Factory, TheSchemeChoosesTheWay) {

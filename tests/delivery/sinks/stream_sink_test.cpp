@@ -183,6 +183,78 @@ TEST_F(StreamSinkTest, AFifoIsWaitedForUntilSomebodyReads) {
   ASSERT_GE(reader, 0);
   EXPECT_EQ(sink.open(Before::kNothing, within(kLong)), Progress::kDone);
   close(reader);
+  watch_.stop(Stop::kCancel);
+  StreamSink other(StreamSink::Place::kFile, path, watch_, told_.tell());
+  EXPECT_EQ(other.open(Before::kNothing, {}), Progress::kStopped);
+}
+
+TEST_F(StreamSinkTest, AReaderThatComesWhileItIsWaitedForEndsTheWait) {
+  const std::string path = folder_ + "/fifo";
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  int reader = -1;
+  // It comes when it is told of.
+  StreamSink sink(StreamSink::Place::kFile, path, watch_, [&](const std::string& line) {
+    told_.lines.push_back(line);
+    if (line.rfind("INFO: Waiting", 0) == 0) reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
+  });
+  EXPECT_EQ(sink.open(Before::kNothing, within(kLong)), Progress::kDone);
+  EXPECT_EQ(told_.lines.back(), "STATE: -connecting-to-device");
+  ASSERT_GE(reader, 0);
+  close(reader);
+}
+
+TEST_F(StreamSinkTest, NothingGoesWhereNothingIsOpen) {
+  StreamSink sink(StreamSink::Place::kFile, folder_ + "/out", watch_, told_.tell());
+  const Bytes page = someBytes(10);
+  EXPECT_EQ(sink.send(page.data(), page.size(), within(kLong)), Progress::kBroken);
+  EXPECT_EQ(sink.prove(within(kLong)), Progress::kBroken);
+  EXPECT_EQ(sink.finish(within(kLong)), Progress::kDone);
+  StreamSink none(-1, "standard output", watch_, told_.tell());
+  EXPECT_EQ(none.open(Before::kNothing, within(kLong)), Progress::kHopeless);
+  EXPECT_EQ(none.problem(), "The way to standard output is closed.");
+}
+
+TEST_F(StreamSinkTest, AStopEndsTheWaitForAReader) {
+  std::array<int, 2> ends = {};
+  ASSERT_EQ(pipe(ends.data()), 0);
+  StreamSink sink(ends[1], "standard output", watch_, told_.tell());
+  const Bytes page = someBytes(10);
+  ASSERT_EQ(sink.open(Before::kNothing, within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink.send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  watch_.stop(Stop::kCancel);
+  EXPECT_EQ(sink.prove({}), Progress::kStopped);
+  close(ends[0]);
+  close(ends[1]);
+}
+
+TEST_F(StreamSinkTest, ASocketThatNobodyListensToAnyMoreIsWaitedFor) {
+  const std::string path = folder_ + "/socket";
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+  ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  StreamSink sink(StreamSink::Place::kUnix, path, watch_, told_.tell());
+  EXPECT_EQ(sink.open(Before::kNothing, within(150)), Progress::kTimedOut);
+  EXPECT_NE(sink.problem().find("Connection refused"), std::string::npos) << sink.problem();
+  ASSERT_EQ(listen(listener, 1), 0);
+  EXPECT_EQ(sink.open(Before::kNothing, within(kLong)), Progress::kDone);
+  close(listener);
+}
+
+// It threw away what it had not read: nobody knows how much of it.
+TEST_F(StreamSinkTest, AReaderOfASocketThatLeavesBytesUnreadIsABreak) {
+  std::array<int, 2> ends = {};
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
+  StreamSink sink(ends[1], "the reader", watch_, told_.tell());
+  const Bytes page = someBytes(1000);
+  ASSERT_EQ(sink.open(Before::kNothing, within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink.send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  close(ends[0]);
+  EXPECT_EQ(sink.send(page.data(), page.size(), within(kLong)), Progress::kBroken);
+  EXPECT_EQ(sink.surelyRead(), 0U);
+  EXPECT_EQ(sink.problem(), "Nobody reads the reader any more.");
+  close(ends[1]);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <net/if.h>
+#include <netdb.h>
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
@@ -13,6 +14,7 @@
 #include <memory>
 #include <thread>
 
+#include "delivery/sinks/count_lines.h"
 #include "tests/delivery/sinks/small_printer.h"
 
 namespace kestra::delivery {
@@ -389,6 +391,161 @@ TEST_F(TcpSinkTest, OutsideOfAClassAPrinterThatIsAwayIsWaitedFor) {
   EXPECT_EQ(sink->open(Before::kNothing, within(600)), Progress::kTimedOut);
 }
 
+TEST_F(TcpSinkTest, NothingGoesWithoutAConnection) {
+  TcpSink sink("127.0.0.1", "9100", false, watch_, told_.tell());
+  const Bytes page = someBytes(10);
+  EXPECT_EQ(sink.send(page.data(), page.size(), within(kLong)), Progress::kBroken);
+  EXPECT_EQ(sink.settle(within(kLong)), Progress::kBroken);
+  EXPECT_EQ(sink.prove(within(kLong)), Progress::kBroken);
+  EXPECT_EQ(sink.finish(within(kLong)), Progress::kDone);
+}
+
+TEST_F(TcpSinkTest, AServiceThatNobodyKnowsIsToldInTheSystemsWords) {
+  TcpTimes times;
+  times.tellAway = milliseconds(0);
+  TcpSink sink("127.0.0.1", "no-such-service", false, watch_, told_.tell(), times);
+  EXPECT_EQ(sink.open(Before::kNothing, within(300)), Progress::kTimedOut);
+  EXPECT_EQ(sink.problem(), gai_strerror(EAI_SERVICE));
+  EXPECT_EQ(told_.count("INFO: Waiting for the printer at 127.0.0.1:no-such-service: "), 1);
+}
+
+// It takes no more connections than wait already: who asks gets no answer at all.
+TEST_F(TcpSinkTest, APrinterThatDoesNotAnswerIsWaitedForWithPatience) {
+  SmallPrinter printer;
+  std::vector<int> waiting;
+  sockaddr_in address = {};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(static_cast<std::uint16_t>(printer.port()));
+  for (int i = 0; i < 12; ++i) {
+    waiting.push_back(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    static_cast<void>(
+        ::connect(waiting.back(), reinterpret_cast<const sockaddr*>(&address), sizeof address));
+  }
+  {
+    const auto sink = sinkTo(printer);
+    EXPECT_EQ(sink->open(Before::kNothing, within(300)), Progress::kTimedOut);
+    EXPECT_EQ(sink->problem(), "no answer");
+  }
+  TcpTimes times;
+  times.connect = milliseconds(100);
+  times.tellAway = milliseconds(0);
+  const auto sink = sinkTo(printer, times);
+  EXPECT_EQ(sink->open(Before::kNothing, within(500)), Progress::kTimedOut);
+  EXPECT_EQ(
+      told_.count("INFO: Waiting for the printer at 127.0.0.1:" + printer.portText() + ": no"), 1);
+  for (const int one : waiting) close(one);
+}
+
+TEST_F(TcpSinkTest, APageThatAPrinterClosesBeforeItsProofIsABreak) {
+  SmallPrinter printer;
+  const auto sink = sinkTo(printer);
+  connect(*sink, printer);
+  const Bytes page = someBytes(1000);
+  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(printer.read(page.size()), page);
+  printer.hangUp();
+  Progress progress = Progress::kDone;
+  StopWatch time;
+  while (progress == Progress::kDone && time.seconds() < 10) {
+    progress = sink->open(Before::kNothing, within(kLong));
+  }
+  EXPECT_EQ(progress, Progress::kBroken);
+}
+
+TEST_F(TcpSinkTest, AResetWhileAPageIsOnItsWayIsABreak) {
+  SmallPrinter printer(4096);
+  const auto sink = sinkTo(printer);
+  connect(*sink, printer);
+  const Bytes page = someBytes(4000000);
+  auto reset = std::async(std::launch::async, [&] {
+    static_cast<void>(printer.read(1000));
+    printer.awaitUnread(1000);
+    printer.hangUp();
+  });
+  EXPECT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kBroken);
+  EXPECT_EQ(sink->problem(), "connection reset");
+  EXPECT_LT(sink->sent(), page.size());
+}
+
+TEST_F(TcpSinkTest, AFullPrinterIsWaitedForWithPatience) {
+  SmallPrinter printer(4096);
+  const auto sink = sinkTo(printer);
+  connect(*sink, printer);
+  const Bytes page = someBytes(4000000);
+  EXPECT_EQ(sink->send(page.data(), page.size(), within(700)), Progress::kTimedOut);
+  const std::uint64_t sent = sink->sent();
+  EXPECT_LT(sent, page.size());
+  // More of it, while nothing of what was sent is out.
+  EXPECT_EQ(sink->send(page.data() + sent, 1000000, within(100)), Progress::kTimedOut);
+  watch_.stop(Stop::kCancel);
+  EXPECT_EQ(sink->prove({}), Progress::kStopped);
+}
+
+TEST_F(TcpSinkTest, APrinterThatResetsWhileItIsOutOfPaperIsNotLeftOffline) {
+  SmallPrinter printer(4096);
+  TcpTimes times;
+  times.noProgress = milliseconds(200);
+  const auto sink = sinkTo(printer, times);
+  connect(*sink, printer);
+  const Bytes page = someBytes(60000);
+  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->prove(within(1000)), Progress::kTimedOut);
+  ASSERT_EQ(told_.count("STATE: +offline-report"), 1);
+  printer.hangUp();
+  EXPECT_EQ(sink->prove(within(kLong)), Progress::kBroken);
+  EXPECT_EQ(told_.count("STATE: -offline-report"), 1);
+}
+
+// As above, three pieces of 3,000 bytes of which more than one is unread: who settles waits.
+TEST_F(TcpSinkTest, SettlingEndsWithPatienceAStopOrABreak) {
+  SmallPrinter printer(8192);
+  TcpTimes times;
+  times.previousPage = milliseconds(kLong);
+  const auto sink = sinkTo(printer, times);
+  connect(*sink, printer);
+  const Bytes piece = someBytes(3000);
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_EQ(sink->send(piece.data(), piece.size(), within(kLong)), Progress::kDone);
+    ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  }
+  ASSERT_EQ(sink->send(piece.data(), piece.size(), within(kLong)), Progress::kDone);
+  EXPECT_EQ(sink->settle(within(100)), Progress::kTimedOut);
+  watch_.stop(Stop::kLeave);
+  EXPECT_EQ(sink->settle({}), Progress::kStopped);
+  auto reset = std::async(std::launch::async, [&] {
+    std::this_thread::sleep_for(milliseconds(100));  // while it is being waited for
+    printer.hangUp();
+  });
+  EXPECT_EQ(sink->settle(Patience::forMilliseconds(kLong, Stop::kNone)), Progress::kBroken);
+}
+
+TEST_F(TcpSinkTest, AStopEndsTheFarewell) {
+  SmallPrinter printer;
+  TcpTimes times;
+  times.farewell = milliseconds(kLong);
+  const auto sink = sinkTo(printer, times);
+  connect(*sink, printer);
+  const Bytes page = someBytes(10);
+  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  watch_.stop(Stop::kCancel);
+  EXPECT_EQ(sink->finish({}), Progress::kStopped);
+}
+
+// More words than are heard at once.
+TEST_F(TcpSinkTest, AChattererIsSentItsPage) {
+  SmallPrinter printer;
+  const auto sink = sinkTo(printer);
+  connect(*sink, printer);
+  printer.say(std::string(100000, '?'));
+  const Bytes page = someBytes(10);
+  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  EXPECT_EQ(printer.read(page.size()), page);
+  EXPECT_EQ(told_.count("DEBUG: the printer says "), 3);
+}
+
 // In a network of the process's own, whose only way is cut under a connection as a cable is.
 void setLoopback(bool isUp) {
   const int any = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
@@ -428,7 +585,11 @@ TEST(TcpSinkWithoutACable, APrinterThatIsGoneIsGivenUpInAClassAndToldElsewhere) 
   if (geteuid() != 0) GTEST_SKIP() << "only root has networks of its own";
   for (const bool inClass : {true, false}) {
     const pid_t child = fork();
-    if (child == 0) _exit(loseThePrinter(inClass));
+    if (child == 0) {
+      const int outcome = loseThePrinter(inClass);
+      countLines();
+      _exit(outcome);
+    }
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     if (WEXITSTATUS(status) == 9) GTEST_SKIP() << "no network of its own can be had";
