@@ -3,6 +3,7 @@
 #include "delivery/backend/channel.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -152,6 +153,32 @@ TEST_F(WireTest, NoLongerCallsAnEndThatIsGone) {
   std::make_unique<SenderEnd>(sender_, &watch).reset();
   hangUp(front_);
   EXPECT_EQ(watch.pause(Patience::forMilliseconds(10)), Woken::kTime);
+}
+
+// What neither end says today an other version may say.
+TEST_F(WireTest, PassesOverWhatItDoesNotKnow) {
+  {
+    const SenderEnd sender(sender_, nullptr);
+    for (const std::string& message : {std::string("?what"), std::string("V"), std::string("Vx")}) {
+      ASSERT_EQ(send(sender_, message.data(), message.size(), 0),
+                static_cast<ssize_t>(message.size()));
+    }
+    sender.verdict(7);
+  }
+  const Report report = FrontEnd(front_).next();
+  EXPECT_EQ(report.kind, Report::Kind::kVerdict);
+  EXPECT_EQ(report.code, 7);
+}
+
+TEST_F(WireTest, TakesNothingButACancelForOne) {
+  Watch watch;
+  const SenderEnd sender(sender_, &watch);
+  ASSERT_EQ(send(front_, "?", 1, 0), 1);
+  EXPECT_EQ(watch.await(Patience::forMilliseconds(10000, Stop::kNone)), Woken::kReady);
+  EXPECT_EQ(watch.stopped(), Stop::kNone);
+  FrontEnd(front_).cancel();
+  EXPECT_EQ(watch.await(Patience::forMilliseconds(10000, Stop::kNone)), Woken::kReady);
+  EXPECT_EQ(watch.stopped(), Stop::kCancel);
 }
 
 }  // namespace

@@ -164,5 +164,16 @@ TEST_F(Discovery, LeavesNoBackendBehind) {
   }
 }
 
+TEST_F(Discovery, PassesOverWhatIsNoPrinter) {
+  folder_.write("usb",
+                lists("what a program says that cannot find its library\n"
+                      "network usb://K/4 \"K 4\" \"K 4\" \"MFG:K;MDL:4;\" \"\"\n"
+                      "direct usb://K/5 \"K 5\" \"K 5\" \"MFG:K;MDL:5;\" \"\""),
+                0744);
+  EXPECT_EQ(list(),
+            "direct kestra:usb://K/5 \"K 5\" \"K 5 (each label exactly once)\" "
+            "\"MFG:K;MDL:5;\" \"\"\n");
+}
+
 }  // namespace
 }  // namespace kestra::delivery

@@ -32,7 +32,7 @@ void writeText(const std::string& path, const std::string& text) {
 void writeALife(const std::string& path) {
   Journal journal;
   ASSERT_EQ(journal.open(path).problem(), "");
-  ASSERT_TRUE(journal.start({0, 17, "label one", "socket://h:9100", "100% paper\n"}));
+  ASSERT_TRUE(journal.start({0, 17, "label one", "socket://h:9100", "100% paper\n\x7F"}));
   ASSERT_TRUE(journal.closing("aa", kFast));
   ASSERT_TRUE(journal.done("aa"));
   ASSERT_TRUE(journal.closing("bb", kFast));
@@ -57,7 +57,7 @@ TEST(Journal, SaysTheSameWhenItIsOpenedAgain) {
   EXPECT_EQ(state.number, 17);
   EXPECT_EQ(state.queue, "label one");
   EXPECT_EQ(state.device, "socket://h:9100");
-  EXPECT_EQ(state.title, "100% paper\n");
+  EXPECT_EQ(state.title, "100% paper\n\x7F");
   EXPECT_EQ(state.command, kFast);
 }
 

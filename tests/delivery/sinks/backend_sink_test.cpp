@@ -2,6 +2,7 @@
 #include "delivery/sinks/backend_sink.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -331,6 +332,31 @@ TEST_F(BackendSinkTest, AMachineThatIsShortOfSomethingIsAskedAgain) {
   }
 }
 
+// A start needs eight descriptors for the program's channels; whichever of them is lacking, none
+// is left behind and the page is printed when there is room.
+TEST_F(BackendSinkTest, AProcessWithoutRoomForFilesIsNoReasonToGiveUp) {
+  place_.write("lpd", kOnce);
+  BackendTimes times = quick();
+  times.firstPause = times.longestPause = milliseconds(1);
+  const auto sink = sinkTo("lpd", times);
+  const std::size_t before = openDescriptors();
+  rlimit all = {};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &all), 0);
+  const int next = dup(STDIN_FILENO);  // the lowest number that is free
+  close(next);
+  for (rlim_t room = 0; room < 8; ++room) {
+    rlimit little = all;
+    little.rlim_cur = static_cast<rlim_t>(next) + room;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &little), 0);
+    const Progress progress = sink->open(Before::kNothing, within(kLong));
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &all), 0);
+    EXPECT_EQ(progress, Progress::kBroken) << room;
+    EXPECT_NE(sink->problem().find("Too many open files"), std::string::npos) << sink->problem();
+    EXPECT_EQ(openDescriptors(), before) << room;
+  }
+  EXPECT_EQ(page(*sink, someBytes(10)), Progress::kDone) << sink->problem();
+}
+
 TEST_F(BackendSinkTest, APauseBeforeTheNextStartEndsWithPatience) {
   place_.write("lpd", "cat >/dev/null\nexit 1");
   BackendTimes times = quick();
@@ -442,10 +468,11 @@ TEST_F(BackendSinkTest, TheWaitForAResetEndsWithPatience) {
   EXPECT_EQ(sink->open(Before::kTornPage, {}), Progress::kStopped);
 }
 
+// Something that it started keeps the channel open: an end of that would be no answer either.
 TEST_F(BackendSinkTest, AProgramThatEndsInsteadOfAnAnswerIsABreak) {
   BackendTimes times = quick();
   times.reset = milliseconds(kLong);
-  place_.write("usb", "exit 1");
+  place_.write("usb", "(exec sleep 1 </dev/null >/dev/null 2>&1 3>&-) &\nexit 1");
   const auto sink = sinkTo("usb", times);
   EXPECT_EQ(sink->open(Before::kTornPage, within(kLong)), Progress::kBroken);
   EXPECT_EQ(told_.count("WARNING: The printer could not be made to forget"), 0);

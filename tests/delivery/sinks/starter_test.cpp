@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <pwd.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -370,6 +371,58 @@ TEST(RootStarter, RightsFollowTheModeOfTheFile) {
     EXPECT_EQ(place.text("groups"), std::to_string(nobody.group) + "\n");
   }
   ASSERT_EQ(setgroups(static_cast<std::size_t>(count), before.data()), 0);
+}
+
+TEST(RootStarter, WithoutAProgramThereIsNoEndAndNothingToSignal) {
+  const ServerBin place;
+  place.write("usb", "exit 5");
+  std::unique_ptr<Starter> starter = forkRootStarter(place.program("usb://M/K"));
+  ASSERT_NE(starter, nullptr);
+  EXPECT_EQ(starter->end(), std::nullopt);
+  starter->signal(SIGKILL);
+  const Nowhere nowhere;
+  ASSERT_EQ(starter->start(nowhere.ends()), 0);
+  EXPECT_EQ(WEXITSTATUS(awaitEnd(*starter)), 5);
+  EXPECT_EQ(starter->end(), std::nullopt);
+  starter.reset();
+  EXPECT_GT(waitpid(-1, nullptr, 0), 0);
+}
+
+// Nothing can be started or waited for any more: the sender must not take that for a good end.
+TEST(RootStarter, AServerThatIsKilledEndsItsProgramBadly) {
+  const ServerBin place;
+  place.write("usb", "exec sleep 1000");
+  std::unique_ptr<Starter> starter = forkRootStarter(place.program("usb://M/K"));
+  ASSERT_NE(starter, nullptr);
+  std::ifstream children("/proc/self/task/" + std::to_string(getpid()) + "/children");
+  pid_t server = -1;
+  ASSERT_TRUE(children >> server);
+  const Nowhere nowhere;
+  ASSERT_EQ(starter->start(nowhere.ends()), 0);
+  EXPECT_EQ(starter->end(), std::nullopt);
+  ASSERT_EQ(kill(server, SIGKILL), 0);
+  ASSERT_EQ(waitpid(server, nullptr, 0), server);
+  const int status = awaitEnd(*starter);
+  EXPECT_TRUE(WIFSIGNALED(status));
+  EXPECT_EQ(WTERMSIG(status), SIGKILL);
+  EXPECT_EQ(starter->start(nowhere.ends()), EPIPE);
+}
+
+TEST(DirectStarter, AProcessWithoutRoomForAFileSaysSoAndGoesOnLater) {
+  const ServerBin place;
+  place.write("usb", "exit 5");
+  DirectStarter starter(place.program("usb://M/K"));
+  const Nowhere nowhere;
+  rlimit before = {};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  rlimit none = before;
+  none.rlim_cur = static_cast<rlim_t>(nowhere.ends().input);
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  const int error = starter.start(nowhere.ends());
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+  EXPECT_EQ(error, EMFILE);
+  ASSERT_EQ(starter.start(nowhere.ends()), 0);
+  EXPECT_EQ(WEXITSTATUS(awaitEnd(starter)), 5);
 }
 
 }  // namespace

@@ -2,12 +2,14 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
 
+#include "delivery/sinks/count_lines.h"
 #include "delivery/tool/places_rights.h"
 #include "tests/delivery/tool/machine.h"
 
@@ -72,7 +74,9 @@ TEST_F(Rights, NothingOfRootsGroupsStays) {
     gid_t after[64];
     if (setgroups(2, ours) != 0 || !becomeOwner(machine_.places())) _exit(9);
     const bool isOwner = getuid() == kOwner && getegid() == kOwner && getgid() == kOwner;
-    _exit(isOwner && getgroups(64, after) == 0 ? 0 : 1);
+    const bool hasNone = getgroups(64, after) == 0;
+    countLines();
+    _exit(isOwner && hasNone ? 0 : 1);
   }
   int status = 0;
   ASSERT_EQ(waitpid(child, &status, 0), child);
@@ -117,6 +121,24 @@ TEST_F(Rights, TheLockOfADeviceBelongsToTheOwner) {
   EXPECT_EQ(machine_.run({"send", frame, "socket://127.0.0.1:1", "--wait", "0"}).status, 1);
   EXPECT_FALSE(fs::is_empty(machine_.places().state + "/devices"));
   expectNothingOfRoot();
+}
+
+TEST_F(Rights, TheOwnerSeesWhatRootSees) {
+  const Ran root = machine_.run({"list"});
+  const Ran owner = machine_.run({"list"}, kOwner);
+  EXPECT_EQ(owner.status, 0) << owner.err;
+  EXPECT_EQ(owner.out, root.out);
+}
+
+TEST_F(Rights, WithoutAnyFolderTheUserOfFiltersCounts) {
+  const passwd* account = getpwnam("lp");
+  if (account == nullptr) GTEST_SKIP() << "no such user here";
+  fs::remove_all(machine_.places().state);
+  fs::remove_all(machine_.places().frames);
+  const auto owner = ownerOfPlaces(machine_.places());
+  ASSERT_TRUE(owner) << owner.problem();
+  EXPECT_EQ(owner->user, account->pw_uid);
+  EXPECT_EQ(owner->group, account->pw_gid);
 }
 
 TEST_F(Rights, WithoutAStateFolderTheOwnerOfTheFramesCounts) {
