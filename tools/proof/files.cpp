@@ -66,13 +66,7 @@ Result<std::vector<std::uint8_t>> readFile(const std::string& path) {
   return Problem{std::string("cannot be read: ") + std::strerror(errno)};
 }
 
-std::string fileName(const std::string& path) { return path.substr(path.rfind('/') + 1); }
-
-std::string stem(const std::string& path) {
-  const std::string name = fileName(path);
-  const std::size_t dot = name.rfind('.');
-  return dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
-}
+std::string stem(const std::string& path) { return std::filesystem::path(path).stem(); }
 
 std::string picturePath(const Arguments& arguments, const std::string& name) {
   if (!arguments.output.empty()) return arguments.output;
@@ -111,7 +105,7 @@ Result<void> WriteGuard::mayWrite(const std::string& path, const std::string& do
   Result<void> may = mayWriteFile(path);
   std::error_code ignored;
   if (!may || force_ || !std::filesystem::exists(path, ignored)) return may;
-  return isProofOf(path, named_ ? "" : fileName(document));
+  return isProofOf(path, named_ ? "" : std::filesystem::path(document).filename());
 }
 
 Result<void> makeNewDirectory(const std::string& path) {

@@ -19,9 +19,6 @@ namespace kestra::proof {
 /// What a picture says of who made it.
 inline constexpr const char* kProgram = "kestra-proof";
 
-/// A file's name without directory: "a/label.pdf" -> "label.pdf".
-[[nodiscard]] std::string fileName(const std::string& path);
-
 /// A file's name without directory and, where there is one, the ending: "a/label.pdf" -> "label".
 [[nodiscard]] std::string stem(const std::string& path);
 

@@ -236,8 +236,9 @@ class DocumentProof {
     report.height = drawing.height() * arguments_.scale;
     Result<void> written = guard_.mayWrite(report.picture, path_);
     if (written) {
-      written = writePng(report.picture, drawing,
-                         {page.content.dpi, arguments_.scale, kProgram, fileName(path_)});
+      written = writePng(
+          report.picture, drawing,
+          {page.content.dpi, arguments_.scale, kProgram, std::filesystem::path(path_).filename()});
     }
     if (!written) return fail(page, written.problem());
     guard_.wrote(report.picture);

@@ -2,6 +2,7 @@
 #include "tools/proof/proof_records.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -37,7 +38,8 @@ void drawFrame(const std::string& path, const PageFrame& frame, const Arguments&
   PageReport report;
   // A frame's other endings are part of its name: only .dat is replaced.
   const bool isData = path.size() > 4 && path.compare(path.size() - 4, 4, ".dat") == 0;
-  report.picture = picturePath(arguments, isData ? stem(path) : fileName(path));
+  const std::string name = std::filesystem::path(path).filename();
+  report.picture = picturePath(arguments, isData ? stem(path) : name);
   report.width = drawing->width() * arguments.scale;
   report.height = drawing->height() * arguments.scale;
   const unsigned dpi = frameDpi(frame, arguments, report.note);
@@ -49,8 +51,7 @@ void drawFrame(const std::string& path, const PageFrame& frame, const Arguments&
   }
   Result<void> written = guard.mayWrite(report.picture, path);
   if (written) {
-    written =
-        writePng(report.picture, *drawing, {report.dpi, arguments.scale, kProgram, fileName(path)});
+    written = writePng(report.picture, *drawing, {report.dpi, arguments.scale, kProgram, name});
   }
   if (!written) {
     teller.complain(written.problem());
