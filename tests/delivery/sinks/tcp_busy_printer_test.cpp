@@ -94,6 +94,16 @@ TEST_F(TcpBusyPrinterTest, IsAskedEverMoreSeldom) {
   EXPECT_LE(printer_.connections(), 5);
 }
 
+TEST_F(TcpBusyPrinterTest, IsNotAskedAnyMoreAfterAStop) {
+  TcpTimes times;
+  times.firstPause = std::chrono::seconds(60);
+  TcpSink sink("127.0.0.1", printer_.port(), false, watch_, told_.tell(), times);
+  EXPECT_EQ(tryFor(sink, 500), Progress::kTimedOut);
+  watch_.stop(Stop::kCancel);
+  EXPECT_EQ(sink.open(Before::kNothing, {}), Progress::kStopped);
+  EXPECT_EQ(printer_.connections(), 1);
+}
+
 TEST_F(TcpBusyPrinterTest, IsGivenUpInAClass) {
   TcpTimes times;
   times.awayInClass = milliseconds(400);

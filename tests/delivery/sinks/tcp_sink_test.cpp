@@ -404,7 +404,7 @@ TEST_F(TcpSinkTest, AServiceThatNobodyKnowsIsToldInTheSystemsWords) {
   TcpTimes times;
   times.tellAway = milliseconds(0);
   TcpSink sink("127.0.0.1", "no-such-service", false, watch_, told_.tell(), times);
-  EXPECT_EQ(sink.open(Before::kNothing, within(300)), Progress::kTimedOut);
+  EXPECT_EQ(sink.open(Before::kNothing, within(1500)), Progress::kTimedOut);
   EXPECT_EQ(sink.problem(), gai_strerror(EAI_SERVICE));
   EXPECT_EQ(told_.count("INFO: Waiting for the printer at 127.0.0.1:no-such-service: "), 1);
 }
@@ -424,7 +424,7 @@ TEST_F(TcpSinkTest, APrinterThatDoesNotAnswerIsWaitedForWithPatience) {
   }
   {
     const auto sink = sinkTo(printer);
-    EXPECT_EQ(sink->open(Before::kNothing, within(300)), Progress::kTimedOut);
+    EXPECT_EQ(sink->open(Before::kNothing, within(1000)), Progress::kTimedOut);
     EXPECT_EQ(sink->problem(), "no answer");
   }
   TcpTimes times;
