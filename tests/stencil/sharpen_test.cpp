@@ -16,7 +16,7 @@
 namespace kestra {
 namespace {
 
-std::vector<double> kernelOf(int size, double sigma) {
+std::vector<double> weightsOf(int size, double sigma) {
   std::vector<double> kernel(static_cast<std::size_t>(2 * (size / 2) + 1), -7.0);
   generateGaussianKernel1D(size, sigma, kernel.data());
   return kernel;
@@ -36,26 +36,26 @@ plain::Rows sharpened(const plain::Rows& rows) {
 
 TEST(GaussianKernel, SumsToOneAndIsSymmetric) {
   for (const int size : {1, 3, 5, 11, 31}) {
-    const std::vector<double> kernel = kernelOf(size, 3.0);
+    const std::vector<double> kernel = weightsOf(size, 3.0);
     EXPECT_NEAR(std::accumulate(kernel.begin(), kernel.end(), 0.0), 1.0, 1e-14) << size;
     for (std::size_t i = 0; i < kernel.size(); ++i) {
       EXPECT_EQ(kernel[i], kernel[kernel.size() - 1 - i]);
     }
   }
-  EXPECT_EQ(kernelOf(1, 3.0), (std::vector<double>{1.0}));
+  EXPECT_EQ(weightsOf(1, 3.0), (std::vector<double>{1.0}));
 }
 
 TEST(GaussianKernel, WeightsOfElevenTaps) {
   // exp(-i * i / 18) for i = 0..5: 1, 0.945959, 0.800737, 0.606531, 0.411112, 0.249352. Their sum
   // over i = -5..5 is 7.027383.
   const double expected[] = {0.0354829, 0.0585015, 0.0863096, 0.1139453, 0.1346105, 0.1423005};
-  const std::vector<double> kernel = kernelOf(11, 3.0);
+  const std::vector<double> kernel = weightsOf(11, 3.0);
   for (std::size_t i = 0; i < 6; ++i) EXPECT_NEAR(kernel[i], expected[i], 2e-7) << i;
 }
 
 TEST(GaussianKernel, EvenSizesLeaveTheLastWeightOutOfTheSum) {
   // Size 2: three weights for -1, 0, 1; only the first two are divided by their sum.
-  const std::vector<double> kernel = kernelOf(2, 3.0);
+  const std::vector<double> kernel = weightsOf(2, 3.0);
   EXPECT_NEAR(kernel[0] + kernel[1], 1.0, 1e-14);
   // The third is exp(-1/18) / (sqrt(2 pi) * 3) = 0.945959 / 7.519885 = 0.125794.
   EXPECT_NEAR(kernel[2], 0.125794, 1e-6);
@@ -64,7 +64,7 @@ TEST(GaussianKernel, EvenSizesLeaveTheLastWeightOutOfTheSum) {
 TEST(GaussianKernel, EveryBitEqualsThePlainVersion) {
   for (const double sigma : {0.3, 0.8, 1.0, 3.0, 7.5}) {
     for (int size = 1; size <= 33; ++size) {
-      EXPECT_EQ(kernelOf(size, sigma), plain_stencil::blurKernel(size, sigma))
+      EXPECT_EQ(weightsOf(size, sigma), plain_stencil::blurKernel(size, sigma))
           << size << ", " << sigma;
     }
   }
@@ -108,7 +108,7 @@ TEST(Convolve, EqualsThePlainVersionWhateverTheKernel) {
   const plain::Rows page = noisePage(47, 19, 8);
   const std::vector<double> skew = {0.0, 0.1, 0.2, 0.3, 0.4};
   const std::vector<double> sharp = {-0.5, 0.0, 2.0, 0.0, -0.5};
-  for (const std::vector<double>& kernel : {skew, sharp, kernelOf(5, 3.0)}) {
+  for (const std::vector<double>& kernel : {skew, sharp, weightsOf(5, 3.0)}) {
     for (const bool horizontal : {true, false}) {
       EXPECT_EQ(rowsOf(convolve1D(greyImage(page), kernel.data(), 5, horizontal)),
                 plain_stencil::blurPass(page, kernel, 5, horizontal));
@@ -270,7 +270,7 @@ TEST(SquareGaussian, BlursInOnePass) {
 TEST(SquareGaussian, MakesAGreyImage) {
   QMImage source = greyImage({{5, 6}, {7, 8}});
   EXPECT_EQ(enh_gaussian_filter(source, 3, 1.0, 1.0).color, QM_IMG_GRAY);
-  EXPECT_EQ(convolve1D(source, kernelOf(3, 1.0).data(), 3, true).width, 2);
+  EXPECT_EQ(convolve1D(source, weightsOf(3, 1.0).data(), 3, true).width, 2);
 }
 
 }  // namespace kestra
