@@ -8,14 +8,7 @@
 #include "tests/blackbox/job_case.h"
 #include "tests/plain/page_log.h"
 #include "tests/support/log_text.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-#define KESTRA_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define KESTRA_SANITIZED 1
-#endif
-#endif
+#include "tests/support/sanitized.h"
 
 namespace kestra::blackbox {
 

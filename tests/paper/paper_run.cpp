@@ -129,6 +129,14 @@ std::vector<JsonValue> Paper::events(const std::string& name) const {
   return found;
 }
 
+std::string Paper::closings() const {
+  std::string how;
+  for (const JsonValue& event : events("connection")) {
+    if (event["what"].string == "closed") how += (how.empty() ? "" : ", ") + event["how"].string;
+  }
+  return how;
+}
+
 bool Paper::await(const std::string& name, std::size_t count) const {
   return awaitThat([&] { return events(name).size() >= count; });
 }

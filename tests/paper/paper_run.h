@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -53,6 +54,8 @@ class Paper {
   /// Lines of standard output (or of the file "log", where there is one) that are events of this
   /// name. Fails the test where a line is no JSON.
   [[nodiscard]] std::vector<JsonValue> events(const std::string& name) const;
+  /// How connections closed, in order, a comma between them.
+  [[nodiscard]] std::string closings() const;
   /// Waits until there are so many of them, at most ten seconds; false where they do not come.
   [[nodiscard]] bool await(const std::string& name, std::size_t count) const;
   /// Waits until it listens; the port, 0 where it does not.
@@ -65,6 +68,12 @@ class Paper {
 
 /// Waits until `condition` holds, at most ten seconds.
 bool awaitThat(const std::function<bool()>& condition);
+
+using Clock = std::chrono::steady_clock;
+
+inline double secondsSince(Clock::time_point start) {
+  return std::chrono::duration<double>(Clock::now() - start).count();
+}
 
 /// A run to its end on these bytes.
 struct Result {

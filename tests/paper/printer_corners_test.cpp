@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -14,21 +13,6 @@
 
 namespace kestra::paper {
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-double secondsSince(Clock::time_point start) {
-  return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-// How connections closed, in order, each behind a blank.
-std::string closedHow(const Paper& paper) {
-  std::string how;
-  for (const JsonValue& event : paper.events("connection")) {
-    if (event["what"].string == "closed") how += " " + event["how"].string;
-  }
-  return how;
-}
 
 double unreadAtLast(const Paper& paper) {
   return paper.events("connection").back()["unread"].number;
@@ -86,7 +70,7 @@ TEST(PaperFaults, AResetOnAUnixSocketEndsTheConnectionBehindWhatWasSent) {
   const Sender sender(folder.path("socket"));
   ASSERT_TRUE(sender.send(smallLabel()));
   EXPECT_EQ(sender.await(), "end");
-  ASSERT_TRUE(awaitThat([&] { return closedHow(paper) == " reset by printer"; }));
+  ASSERT_TRUE(awaitThat([&] { return paper.closings() == "reset by printer"; }));
   EXPECT_TRUE(Sender(folder.path("socket")).isConnected());
   EXPECT_EQ(paper.stop(), 0);
   EXPECT_EQ(paper.events("label").size(), 1U);
@@ -119,7 +103,7 @@ TEST(PaperFaults, ThoseThatFollowAnEndedSenderFindTheEnd) {
     ASSERT_TRUE(sender.send(smallLabel()));
     sender.endSending();
     EXPECT_EQ(sender.await(), "end") << action;
-    ASSERT_TRUE(awaitThat([&] { return closedHow(paper) == " end"; })) << action;
+    ASSERT_TRUE(awaitThat([&] { return paper.closings() == "end"; })) << action;
     EXPECT_EQ(paper.stop(), 0) << action;
   }
 }
@@ -136,7 +120,7 @@ TEST(PaperFaults, OfAFileOrAPipeEndTheReading) {
   ASSERT_EQ(mkfifo(folder.path("pipe").c_str(), 0600), 0);
   Paper paper(folder, {"pipe", "--fault", "start reset"});  // nobody has written yet
   EXPECT_EQ(paper.finish(), 0);
-  EXPECT_EQ(closedHow(paper), " reset by printer");
+  EXPECT_EQ(paper.closings(), "reset by printer");
 }
 
 TEST(PaperFaults, AnAnswerToAFileGoesNowhere) {
@@ -160,7 +144,7 @@ TEST(PaperPrinter, TellsAResetOfTheSenderFromAnEnd) {
     sender.resetAtOnce();
   }
   ASSERT_TRUE(paper.await("label", 1));
-  ASSERT_TRUE(awaitThat([&] { return closedHow(paper) == " reset"; }));
+  ASSERT_TRUE(awaitThat([&] { return paper.closings() == "reset"; }));
   EXPECT_FALSE(paper.events("label")[0]["whole"].boolean);
   EXPECT_EQ(paper.stop(), 1);
 }
@@ -174,7 +158,7 @@ TEST(PaperPrinter, ADeafPrinterToldOfAResetSaysSo) {
     ASSERT_TRUE(paper.await("action", 1));
     sender.resetAtOnce();
   }
-  ASSERT_TRUE(awaitThat([&] { return closedHow(paper) == " reset"; }));
+  ASSERT_TRUE(awaitThat([&] { return paper.closings() == "reset"; }));
   EXPECT_EQ(paper.stop(), 0);
   EXPECT_EQ(paper.events("label").size(), 0U);
 }
@@ -188,7 +172,7 @@ TEST(PaperPrinter, ReadsNothingAtItsEndThatAFaultKeepsUnread) {
     ASSERT_TRUE(deaf.await("action", 1));
     ASSERT_TRUE(awaitThat([&] { return sender.unacknowledged() == 0; }));
     EXPECT_EQ(deaf.stop(), 0);
-    EXPECT_EQ(closedHow(deaf), " end of run");
+    EXPECT_EQ(deaf.closings(), "end of run");
     EXPECT_EQ(unreadAtLast(deaf), 39);
   }
   {
@@ -218,7 +202,7 @@ TEST(PaperPrinter, TakesAPipeUntilItIsToldToEnd) {
   (pipe << smallLabel()).flush();
   ASSERT_TRUE(paper.await("label", 1));
   EXPECT_EQ(paper.stop(), 0);
-  EXPECT_EQ(closedHow(paper), " end of run");
+  EXPECT_EQ(paper.closings(), "end of run");
 }
 
 TEST(PaperPrinter, IsNotIdleBeforeTheFirstLabelNorWhileOutOfPaper) {

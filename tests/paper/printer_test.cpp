@@ -15,21 +15,6 @@
 namespace kestra::paper {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double secondsSince(Clock::time_point start) {
-  return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-// What the last "closed" line says.
-std::string closedHow(const Paper& paper) {
-  std::string how;
-  for (const JsonValue& event : paper.events("connection")) {
-    if (event["what"].string == "closed") how = event["how"].string;
-  }
-  return how;
-}
-
 TEST(PaperPrinter, TakesOneConnectionAfterTheOther) {
   const Folder folder;
   Paper paper(folder, {"tcp:0", "--ready", "ready"});
@@ -278,7 +263,7 @@ TEST(PaperFaults, ClosesInOrderBehindWhatWasSent) {
   ASSERT_TRUE(sender.send(smallLabel() + smallLabel()));
   EXPECT_EQ(sender.await(), "end");
   EXPECT_EQ(paper.events("label").size(), 2U);
-  EXPECT_TRUE(awaitThat([&] { return closedHow(paper) == "closed by printer"; }));
+  EXPECT_TRUE(awaitThat([&] { return paper.closings() == "closed by printer"; }));
   EXPECT_EQ(paper.stop(), 0);
 }
 
@@ -288,7 +273,7 @@ TEST(PaperFaults, ResetsBehindWhatWasSent) {
   const Sender sender(paper.port());
   ASSERT_TRUE(sender.send(smallLabel() + smallLabel()));
   EXPECT_EQ(sender.await(), "reset");
-  ASSERT_TRUE(awaitThat([&] { return closedHow(paper) == "reset by printer"; }));
+  ASSERT_TRUE(awaitThat([&] { return paper.closings() == "reset by printer"; }));
   // All that was acknowledged was read as well.
   EXPECT_EQ(paper.events("label").size(), 2U);
   const Sender next(paper.port());
@@ -322,7 +307,7 @@ TEST(PaperFaults, LosesWhatWasSentWhenItResetsUnread) {
   ASSERT_TRUE(awaitThat([&] { return sender.unacknowledged() == 0; }));
   EXPECT_EQ(sender.await(), "reset");
   EXPECT_GE(secondsSince(start), 0.3);  // time for the buffer to fill
-  ASSERT_TRUE(awaitThat([&] { return closedHow(paper) == "reset by printer, unread"; }));
+  ASSERT_TRUE(awaitThat([&] { return paper.closings() == "reset by printer, unread"; }));
   EXPECT_EQ(paper.events("connection").back()["unread"].number, 38 + 39);
   EXPECT_EQ(paper.stop(), 1);
   EXPECT_EQ(paper.events("counters")[0]["whole"].number, 1);
@@ -337,7 +322,7 @@ TEST(PaperFaults, AcceptsAndNeverReads) {
     ASSERT_TRUE(sender.send(smallLabel()));
     ASSERT_TRUE(awaitThat([&] { return sender.unacknowledged() == 0; }));
   }
-  ASSERT_TRUE(awaitThat([&] { return closedHow(paper) == "end"; }));
+  ASSERT_TRUE(awaitThat([&] { return paper.closings() == "end"; }));
   EXPECT_EQ(paper.events("connection").back()["unread"].number, 39);
   EXPECT_EQ(paper.events("label").size(), 0U);
   const Sender next(paper.port());
@@ -407,7 +392,7 @@ TEST(PaperFaults, NeverClosesButTakesTheNextConnection) {
   const Sender first(paper.port());
   ASSERT_TRUE(first.send(smallLabel()));
   first.endSending();
-  ASSERT_TRUE(awaitThat([&] { return closedHow(paper) == "end"; }));
+  ASSERT_TRUE(awaitThat([&] { return paper.closings() == "end"; }));
   const Sender second(paper.port());
   ASSERT_TRUE(second.send(smallLabel()));
   ASSERT_TRUE(paper.await("label", 2));

@@ -7,17 +7,10 @@
 
 #include <fstream>
 
+#include "tests/support/sanitized.h"
 #include "tests/tools/json_value.h"
 #include "tests/tools/proof_run.h"
 #include "tests/tools/raster_document.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-#define KESTRA_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define KESTRA_SANITIZED 1
-#endif
-#endif
 
 namespace kestra {
 namespace {

@@ -16,6 +16,7 @@
 #include "tests/kernels/versions.h"
 #include "tests/plain/halftone.h"
 #include "tests/support/grey_pages.h"
+#include "tests/support/sanitized.h"
 #include "tests/unit/test_images.h"
 
 namespace kestra {
@@ -138,14 +139,6 @@ TEST(Dither, DiffusesWithinTheDepthOf4BitImages) {
   ASSERT_TRUE(image.Dither(100));
   EXPECT_EQ((Bytes{0, 0}), indicesOf(image));
 }
-
-#if defined(__SANITIZE_ADDRESS__)
-#define KESTRA_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define KESTRA_SANITIZED 1
-#endif
-#endif
 
 #ifndef KESTRA_SANITIZED  // which has no limit of address space
 enum RoomlessEnd { kWhole = 0, kSpoilt = 1, kNoLimit = 2 };

@@ -9,13 +9,7 @@
 #include <cstring>
 #include <limits>
 
-#if defined(__SANITIZE_ADDRESS__)
-#define KESTRA_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define KESTRA_SANITIZED 1
-#endif
-#endif
+#include "tests/support/sanitized.h"
 
 namespace kestra {
 namespace {
