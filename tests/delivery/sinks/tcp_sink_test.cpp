@@ -240,9 +240,9 @@ TEST_F(TcpSinkTest, AHostNameThatNobodyKnowsIsToldOnce) {
   TcpSink sink("no-such-printer.invalid", "9100", false, watch_, told_.tell(), times);
   EXPECT_EQ(sink.open(Before::kNothing, within(1500)), Progress::kTimedOut);
   EXPECT_GE(told_.count("INFO: Waiting for the printer at no-such-printer.invalid:9100: "), 1);
-  for (std::size_t i = 0; i < told_.lines.size(); ++i) {
-    for (std::size_t j = 0; j < i; ++j) EXPECT_NE(told_.lines[i], told_.lines[j]);
-  }
+  // A name server that is away in between is another reason, and news.
+  for (std::size_t i = 1; i < told_.lines.size(); ++i)
+    EXPECT_NE(told_.lines[i], told_.lines[i - 1]);
 }
 
 TEST_F(TcpSinkTest, AnEmptyHostIsHopeless) {
