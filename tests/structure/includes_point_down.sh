@@ -27,7 +27,7 @@ tools/render filter filter/base tools/fit tools/size
 tools/crop tools/render filter/base
 tools/testlabel tools/base tools/render filter/base
 tools/proof tools/base tools/crop tools/fit tools/frame tools/render filter/base
-tools/paper tools/base tools/frame tools/proof filter/base
+tools/paper tools/base tools/proof filter/base
 tools
 '
 

@@ -40,5 +40,6 @@ expect 0 tools/render/a.cpp tools/size/job_size.h
 expect 1 tools/size/a.cpp tools/render/chain.h
 expect 0 tools/paper/a.cpp tools/base/json.h
 expect 1 tools/base/a.cpp tools/proof/sheet.h
+expect 1 tools/paper/a.cpp tools/frame/frame_reader.h
 expect 1 tools/paper/a.cpp delivery/core/sender.h
 expect 1 tools/paper/a.cpp printer/page_frame.h
