@@ -14,8 +14,15 @@ stand_in git 'exit 1' # the copy is no repository
 stand_in cmake 'mkdir -p build-test' \
   'printf "[\n{\n  \"file\": \"%s\"\n}\n]\n" "$PWD/filter/a.cpp" >build-test/compile_commands.json'
 for checker in ctest shellcheck; do stand_in "$checker"; done
-version=$(sed -n 's/^tidy_version=//p' "$project/test.sh")
-stand_in clang-tidy "[ \"\$1\" != --version ] || { echo 'LLVM version $version.0'; exit 0; }"
+version=$(sed -n 's/^clang_version=//p' "$project/test.sh")
+formatter=$(command -v clang-format)
+# version_of_checkers N: from now on clang's checkers are of that version. The one of formats works.
+version_of_checkers() {
+  local tell="[ \"\$1\" != --version ] || { echo 'LLVM version $1.0'; exit 0; }"
+  stand_in clang-tidy "$tell"
+  stand_in clang-format "$tell" "$(printf '%q' "$formatter") \"\$@\" || exit 1"
+}
+version_of_checkers "$version"
 
 run 0
 asked cmake "-DKESTRA_TESTS=ON"
@@ -29,6 +36,9 @@ done
 run 0
 echo 'int  b( );' >>"$stage/filter/a.cpp"
 run 1
+version_of_checkers "1$version" # which may format otherwise
+run 0
+version_of_checkers "$version"
 
 mkdir -p "$stage/tests/unit" "$stage/tests/tools"
 touch "$stage/tests/unit/CMakeLists.txt" "$stage/tests/tools/CMakeLists.txt"

@@ -144,7 +144,8 @@ Box PageInk::around(Box box) const {
          std::min(box.bottom, height_)};
   // Each edge moves inwards by halves, for as long as what it passes is empty. A strip is the part
   // between the edge, `step` dots further in, and the two other edges.
-  const auto narrow = [this, &box](int Box::*edge, int Box::*opposite) {
+  using Edge = int Box::*;
+  const auto narrow = [this, &box](Edge edge, Edge opposite) {
     const int inwards = box.*opposite > box.*edge ? 1 : -1;
     int step = 1;
     while (step < std::abs(box.*opposite - box.*edge)) step *= 2;
