@@ -166,7 +166,9 @@ KINDS = [
     Kind("front and sender killed", _both, Rules(tears=True)),
     Kind("filter killed", _program("rastertokestra"), aim="rastertokestra"),
     Kind("filter ended (TERM)", _program("rastertokestra", signal.SIGTERM), aim="rastertokestra"),
-    Kind("page fitter killed", _program("kestrafit"), Rules(heals=False), aim="kestrafit"),
+    # Not SIGKILL, which the print system takes for a good end: between two pages nobody knows of it.
+    Kind("page fitter crashes", _program("kestrafit", signal.SIGSEGV), Rules(heals=False),
+         aim="kestrafit"),
     Kind("renderer killed", _program("gs"), Rules(heals=False), "pdf", "gs"),
     Kind("PDF filter killed", _program("pdftopdf"), Rules(heals=False), "pdf", "pdftopdf"),
     Kind("print system restarted", _restart),
