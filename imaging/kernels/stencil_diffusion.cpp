@@ -115,9 +115,8 @@ void StencilDiffuser::finishBand(int count) {
                       height_,
                       threshold_,
                       upperErrors_.empty() ? nullptr : upperErrors_.data() + kMargin};
-  unsigned char* above = band_.data() + kMargin;
   if (!band_.empty()) {
-    band.rows = above + bandStride_;
+    band.rows = band_.data() + kMargin + bandStride_;
     band.stride = bandStride_;
   }
   {
@@ -129,7 +128,8 @@ void StencilDiffuser::finishBand(int count) {
   for (int row = 0; row < count; ++row, out += stride_) {
     std::memcpy(out, band.rows + static_cast<std::size_t>(row) * bandStride_, columns);
   }
-  std::memcpy(above, band.rows + (kStencilBandRows - 1) * bandStride_, columns);
+  const unsigned char* last = band.rows + (kStencilBandRows - 1) * bandStride_;
+  std::memcpy(band_.data() + kMargin, last, columns);  // above the next band
 }
 
 }  // namespace kestra
