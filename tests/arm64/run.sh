@@ -28,7 +28,7 @@ left_out=(
   # Limits the address space, of which the emulator takes more than any filter.
   'OfEachKind/NoMemory\.'
   # Measure the memory of the process, which is the emulator's.
-  'ThousandPages/LongJob\.' 'LongJobMemory\.'
+  'ThousandPages/LongJob\.' 'LongJobMemory\.' 'PageShapes\.'
   # Cancel at moments of a job's time, most of which is the emulator's start.
   'TwentyMoments/CancelledJob\.' 'CancelledJob\.'
   # Thousands of starts with a page cut at every byte: five minutes, for the reading of streams,
