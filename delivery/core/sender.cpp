@@ -137,13 +137,16 @@ Sender::Step Sender::openWay() {
 Sender::Step Sender::sendPage(const Page& page) {
   const std::uint64_t start = sink_.sent();
   const auto sent = [&] { return static_cast<std::size_t>(sink_.sent() - start); };
-  const auto sendUpTo = [&](std::size_t end, const Patience& patience) {
-    return sink_.send(&page.bytes[sent()], end - sent(), patience);
+  const auto rest = [&] { return page.bytes.size() - sent(); };
+  const auto settle = [&](const Patience& patience) {
+    return sink_.settle(&page.bytes[sent()], rest() - 1, patience);
   };
-  const std::size_t most = page.bytes.size() - 1;
+  const auto close = [&](const Patience& patience) {
+    const Progress progress = sink_.send(page.bytes.data() + sent(), rest(), patience);
+    return progress == Progress::kDone ? sink_.prove(patience) : progress;
+  };
   Patience patience = kWithinPage;
-  Progress progress = sendUpTo(most, patience);
-  if (progress == Progress::kDone) progress = sink_.settle(patience);
+  Progress progress = settle(patience);
   if (progress == Progress::kStopped) {
     if (sent() == 0 || !isWhite(page, page.endOfRow(sent()))) {
       endInWhite(page, start);
@@ -151,8 +154,7 @@ Sender::Step Sender::sendPage(const Page& page) {
     }
     // Ended in white it is whole, and counts.
     patience = Patience::forMilliseconds(kWhiteMilliseconds, Stop::kNone);
-    progress = sendUpTo(most, patience);
-    if (progress == Progress::kDone) progress = sink_.settle(patience);
+    progress = settle(patience);
   }
   const bool isClosing = progress == Progress::kDone;
   if (isClosing) {
@@ -162,13 +164,11 @@ Sender::Step Sender::sendPage(const Page& page) {
       static_cast<void>(giveUpWay());
       return noRoom();
     }
-    progress = sendUpTo(page.bytes.size(), patience);
-    if (progress == Progress::kDone) progress = sink_.prove(patience);
+    progress = close(patience);
     if (progress == Progress::kStopped) {
       // Only the last byte or its proof is missing: it comes soon or never.
       patience = Patience::forMilliseconds(kWhiteMilliseconds, Stop::kNone);
-      progress = sendUpTo(page.bytes.size(), patience);
-      if (progress == Progress::kDone) progress = sink_.prove(patience);
+      progress = close(patience);
     }
   }
   if (isClosing && progress == Progress::kDone) {

@@ -48,9 +48,11 @@ class Sink {
   /// Bytes handed over since the way was opened anew.
   [[nodiscard]] virtual std::uint64_t sent() const = 0;
 
-  /// Waits until all that was handed over is at the printer, as far as that can be known in the
-  /// middle of a page; a way that cannot know it there returns at once.
-  [[nodiscard]] virtual Progress settle(const Patience& patience) = 0;
+  /// Hands over the rest of a page but for its last byte, as `send` does, and waits until all that
+  /// was handed over is at the printer, as far as that can be known in the middle of a page; a way
+  /// that cannot know it there does not wait.
+  [[nodiscard]] virtual Progress settle(const std::uint8_t* data, std::size_t size,
+                                        const Patience& patience) = 0;
 
   /// After the last byte of a page: waits for the best proof there is that the printer has it.
   [[nodiscard]] virtual Progress prove(const Patience& patience) = 0;

@@ -187,9 +187,9 @@ Progress BackendSink::send(const std::uint8_t* data, std::size_t size, const Pat
   return Progress::kDone;
 }
 
-Progress BackendSink::settle(const Patience& patience) {
-  if (!isRunning_) return Progress::kBroken;
-  return counts_ ? awaitCount(patience) : Progress::kDone;
+Progress BackendSink::settle(const std::uint8_t* data, std::size_t size, const Patience& patience) {
+  const Progress progress = send(data, size, patience);
+  return progress == Progress::kDone && counts_ ? awaitCount(patience) : progress;
 }
 
 Progress BackendSink::prove(const Patience& patience) {

@@ -42,7 +42,8 @@ class BackendSink : public Sink {
   [[nodiscard]] Progress send(const std::uint8_t* data, std::size_t size,
                               const Patience& patience) override;
   [[nodiscard]] std::uint64_t sent() const override { return sent_; }
-  [[nodiscard]] Progress settle(const Patience& patience) override;
+  [[nodiscard]] Progress settle(const std::uint8_t* data, std::size_t size,
+                                const Patience& patience) override;
   [[nodiscard]] Progress prove(const Patience& patience) override;
   [[nodiscard]] std::uint64_t surelyRead() const override;
   [[nodiscard]] Progress finish(const Patience& patience) override;

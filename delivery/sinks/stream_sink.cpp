@@ -163,7 +163,12 @@ void StreamSink::note() {
   if (!wasReset_) read_ = std::max(read_, sent_ - std::min(sent_, left));
 }
 
-Progress StreamSink::settle(const Patience& patience) {
+Progress StreamSink::settle(const std::uint8_t* data, std::size_t size, const Patience& patience) {
+  const Progress progress = send(data, size, patience);
+  return progress == Progress::kDone ? prove(patience) : progress;
+}
+
+Progress StreamSink::prove(const Patience& patience) {
   if (descriptor_ < 0) return Progress::kBroken;
   const Clock::time_point since = Clock::now();
   for (;;) {
@@ -179,8 +184,6 @@ Progress StreamSink::settle(const Patience& patience) {
     if (Clock::now() >= patience.until) return Progress::kTimedOut;
   }
 }
-
-Progress StreamSink::prove(const Patience& patience) { return settle(patience); }
 
 Progress StreamSink::finish(const Patience& /*patience*/) {
   if (descriptor_ < 0) return Progress::kDone;

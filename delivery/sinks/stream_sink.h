@@ -27,7 +27,8 @@ class StreamSink : public Sink {
   [[nodiscard]] Progress send(const std::uint8_t* data, std::size_t size,
                               const Patience& patience) override;
   [[nodiscard]] std::uint64_t sent() const override { return sent_; }
-  [[nodiscard]] Progress settle(const Patience& patience) override;
+  [[nodiscard]] Progress settle(const std::uint8_t* data, std::size_t size,
+                                const Patience& patience) override;
   [[nodiscard]] Progress prove(const Patience& patience) override;
   [[nodiscard]] std::uint64_t surelyRead() const override { return read_; }
   [[nodiscard]] Progress finish(const Patience& patience) override;

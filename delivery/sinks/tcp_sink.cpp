@@ -250,11 +250,22 @@ Progress TcpSink::awaitAcknowledged(const Patience& patience) {
   }
 }
 
-Progress TcpSink::settle(const Patience& patience) {
-  const Progress progress = awaitAcknowledged(patience);
-  if (progress != Progress::kDone) return progress;
+// A break takes this page into doubt, and must not take the one before with it: that has to be read
+// first. A printer's system tells of its room where it acknowledges bytes, not where the printer
+// reads them: so the end of a page is kept back, and each of its bytes asks.
+Progress TcpSink::settle(const std::uint8_t* data, std::size_t size, const Patience& patience) {
+  constexpr std::size_t kQuestions = 32;
+  const std::uint64_t end = sent_ + size;
+  const auto sendUpTo = [&](std::uint64_t to) {
+    return send(data + size - (end - sent_), to - sent_, patience);
+  };
+  sample();
+  const bool asks = !isPreviousRead(end) && end - proven_ <= 2 * windows_.mostHidden();
+  Progress progress = sendUpTo(asks ? end - std::min(size, kQuestions) : end);
+  if (progress == Progress::kDone) progress = awaitAcknowledged(patience);
   const Clock::time_point since = Clock::now();
-  while (acknowledged_ - std::min(acknowledged_, windows_.shownUnread()) < proven_ &&
+  Clock::time_point askedAt = since;
+  while (progress == Progress::kDone && !isPreviousRead(end) &&
          Clock::now() < since + times_.previousPage) {
     const Clock::duration step = nextLook(Clock::now() - since);
     const Woken woken = watch_.await(socket_, kPeer, {soonest(patience, step), patience.endsWith});
@@ -262,8 +273,19 @@ Progress TcpSink::settle(const Patience& patience) {
     if (isCut()) return Progress::kBroken;
     sample();
     if (isOver(patience)) return Progress::kTimedOut;
+    if (sent_ < end && Clock::now() >= askedAt + times_.previousPage / kQuestions) {
+      askedAt = Clock::now();
+      progress = sendUpTo(sent_ + 1);
+    }
   }
-  return Progress::kDone;
+  if (progress == Progress::kDone) progress = sendUpTo(end);
+  return progress == Progress::kDone ? awaitAcknowledged(patience) : progress;
+}
+
+// Surely, where a page that ends at `end` is long enough to show it; else as far as shows.
+bool TcpSink::isPreviousRead(std::uint64_t end) const {
+  if (end - proven_ > windows_.mostHidden()) return read_ >= proven_;
+  return acknowledged_ - std::min(acknowledged_, windows_.shownUnread()) >= proven_;
 }
 
 Progress TcpSink::prove(const Patience& patience) {

@@ -41,8 +41,10 @@ class TcpSink : public Sink {
   [[nodiscard]] Progress send(const std::uint8_t* data, std::size_t size,
                               const Patience& patience) override;
   [[nodiscard]] std::uint64_t sent() const override { return sent_; }
-  /// Waits until everything is acknowledged and the page before is read, as far as that shows.
-  [[nodiscard]] Progress settle(const Patience& patience) override;
+  /// Waits until everything is acknowledged and the page before is read, as far as that shows: for
+  /// `previousPage`, as a printer that is out of paper reads nothing.
+  [[nodiscard]] Progress settle(const std::uint8_t* data, std::size_t size,
+                                const Patience& patience) override;
   /// Waits until everything is acknowledged.
   [[nodiscard]] Progress prove(const Patience& patience) override;
   [[nodiscard]] std::uint64_t surelyRead() const override { return read_; }
@@ -68,6 +70,7 @@ class TcpSink : public Sink {
   void sample();
   bool isStalled();
   Progress awaitAcknowledged(const Patience& patience);
+  [[nodiscard]] bool isPreviousRead(std::uint64_t end) const;
   void hangUp();
 
   const std::string host_, port_, name_;

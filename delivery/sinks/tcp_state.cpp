@@ -40,9 +40,9 @@ void WindowBook::note(const TcpSample& sample) {
 
 std::uint64_t WindowBook::shownUnread() const { return last_ ? largest_ - *last_ : 0; }
 
-std::uint64_t WindowBook::mostUnread() const {
+std::uint64_t WindowBook::mostHidden() const {
   constexpr std::uint64_t kUsualRoom = 65536;
-  return last_ ? shownUnread() + largest_ : kUsualRoom;
+  return last_ ? largest_ : kUsualRoom;
 }
 
 }  // namespace kestra::delivery

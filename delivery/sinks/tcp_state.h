@@ -26,10 +26,13 @@ class WindowBook {
   /// read everything offers as much room as it ever did.
   [[nodiscard]] std::uint64_t shownUnread() const;
 
-  /// At most so many are unread, counting what it does not show: a system may hold back as much
-  /// room again as the most it ever offered (seen: 22,000 bytes unread behind an offer that had
-  /// gone from 16,384 to 8,192). 64 KiB where rooms are not known.
-  [[nodiscard]] std::uint64_t mostUnread() const;
+  /// At most so many more are unread and do not show: a system may hold back as much room again as
+  /// the most it ever offered (seen: 22,000 bytes unread behind an offer that had gone from 16,384
+  /// to 8,192). 64 KiB where rooms are not known.
+  [[nodiscard]] std::uint64_t mostHidden() const;
+
+  /// At most so many are unread.
+  [[nodiscard]] std::uint64_t mostUnread() const { return shownUnread() + mostHidden(); }
 
  private:
   std::uint64_t largest_ = 0;

@@ -41,8 +41,9 @@ Progress BytesSink::send(const std::uint8_t* data, std::size_t size, const Patie
   return Progress::kDone;
 }
 
-Progress BytesSink::settle(const Patience& patience) {
-  const Progress progress = arrive(patience);
+Progress BytesSink::settle(const std::uint8_t* data, std::size_t size, const Patience& patience) {
+  Progress progress = send(data, size, patience);
+  if (progress == Progress::kDone) progress = arrive(patience);
   if (progress == Progress::kDone && stopsAfterSettle && (*stopsAfterSettle)-- == 0) {
     watch->stop(stop);
   }

@@ -46,7 +46,7 @@ class BytesSink : public Sink {
   Progress open(Before before, const Patience& patience) override;
   Progress send(const std::uint8_t* data, std::size_t size, const Patience& patience) override;
   std::uint64_t sent() const override { return sent_; }
-  Progress settle(const Patience& patience) override;
+  Progress settle(const std::uint8_t* data, std::size_t size, const Patience& patience) override;
   Progress prove(const Patience& patience) override { return arrive(patience); }
   std::uint64_t surelyRead() const override { return sent_ > unread ? sent_ - unread : 0; }
   Progress finish(const Patience& patience) override;

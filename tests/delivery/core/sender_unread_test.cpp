@@ -53,7 +53,10 @@ class OutOfPaper : public Sink {
     return Progress::kDone;
   }
   std::uint64_t sent() const override { return isOpen_ ? printer_.connections.back().size() : 0; }
-  Progress settle(const Patience& patience) override { return prove(patience); }
+  Progress settle(const std::uint8_t* data, std::size_t size, const Patience& patience) override {
+    const Progress progress = send(data, size, patience);
+    return progress == Progress::kDone ? prove(patience) : progress;
+  }
   Progress prove(const Patience& patience) override {
     return watch_.isStopped(patience) ? Progress::kStopped : Progress::kDone;
   }

@@ -64,7 +64,7 @@ class BackendSinkTest : public ::testing::Test {
     Progress progress = sink.open(before, within(kLong));
     if (progress != Progress::kDone) return progress;
     progress = sink.send(bytes.data(), bytes.size() - 1, within(kLong));
-    if (progress == Progress::kDone) progress = sink.settle(within(kLong));
+    if (progress == Progress::kDone) progress = sink.settle(nullptr, 0, within(kLong));
     if (progress == Progress::kDone) progress = sink.send(&bytes.back(), 1, within(kLong));
     return progress == Progress::kDone ? sink.prove(within(kLong)) : progress;
   }
@@ -107,7 +107,7 @@ TEST_F(BackendSinkTest, UsbThatHasTakenButNotWrittenProvesNothing) {
   const Bytes second = someBytes(3000, 2);
   ASSERT_EQ(sink->open(Before::kNothing, within(kLong)), Progress::kDone);
   ASSERT_EQ(sink->send(second.data(), second.size(), within(kLong)), Progress::kDone);
-  EXPECT_EQ(sink->settle(within(300)), Progress::kTimedOut);
+  EXPECT_EQ(sink->settle(nullptr, 0, within(300)), Progress::kTimedOut);
   EXPECT_EQ(sink->prove(within(300)), Progress::kTimedOut);
   EXPECT_EQ(sink->surelyRead(), 5000U);
   StopWatch time;
@@ -127,7 +127,7 @@ TEST_F(BackendSinkTest, UsbThatHasCountedOnceIsWaitedForHoweverLongItIsSilent) {
   const Bytes second = someBytes(3000, 2);
   ASSERT_EQ(sink->open(Before::kNothing, within(kLong)), Progress::kDone);
   ASSERT_EQ(sink->send(second.data(), second.size(), within(kLong)), Progress::kDone);
-  EXPECT_EQ(sink->settle(within(1000)), Progress::kTimedOut);
+  EXPECT_EQ(sink->settle(nullptr, 0, within(1000)), Progress::kTimedOut);
   EXPECT_EQ(sink->surelyRead(), 5000U);
 }
 
@@ -373,7 +373,7 @@ TEST_F(BackendSinkTest, NothingGoesToAProgramThatDoesNotRun) {
   const auto sink = sinkTo("lpd", quick());
   const Bytes bytes = someBytes(10);
   EXPECT_EQ(sink->send(bytes.data(), bytes.size(), within(kLong)), Progress::kBroken);
-  EXPECT_EQ(sink->settle(within(kLong)), Progress::kBroken);
+  EXPECT_EQ(sink->settle(nullptr, 0, within(kLong)), Progress::kBroken);
   EXPECT_EQ(sink->prove(within(kLong)), Progress::kDone);  // nothing was sent
   ASSERT_EQ(page(*sink, bytes), Progress::kBroken);
   EXPECT_EQ(sink->prove(within(kLong)), Progress::kBroken);
@@ -414,7 +414,7 @@ TEST_F(BackendSinkTest, AStopEndsTheWaitForTheCount) {
   ASSERT_EQ(sink->open(Before::kNothing, within(kLong)), Progress::kDone);
   ASSERT_EQ(sink->send(second.data(), second.size(), within(kLong)), Progress::kDone);
   watch_.stop(Stop::kCancel);
-  EXPECT_EQ(sink->settle({}), Progress::kStopped);
+  EXPECT_EQ(sink->settle(nullptr, 0, {}), Progress::kStopped);
 }
 
 // All bytes were counted, and then the program does not end well: what it held may be lost.

@@ -61,7 +61,7 @@ TEST_F(StreamSinkTest, APipesReaderGetsTheBytesAndItsReadingIsTheProof) {
   ASSERT_EQ(sink.open(Before::kNothing, within(kLong)), Progress::kDone);
   const Bytes page = someBytes(20000);
   ASSERT_EQ(sink.send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  EXPECT_EQ(sink.settle(within(100)), Progress::kTimedOut);
+  EXPECT_EQ(sink.settle(nullptr, 0, within(100)), Progress::kTimedOut);
   EXPECT_EQ(sink.surelyRead(), 0U);
   EXPECT_EQ(readAll(ends[0], 15000).size(), 15000U);
   EXPECT_EQ(sink.prove(within(100)), Progress::kTimedOut);
@@ -100,7 +100,7 @@ TEST_F(StreamSinkTest, AReaderThatLeavesIsABreakAndAGivenDescriptorIsThenOver) {
   ASSERT_EQ(sink.send(page.data(), page.size(), within(kLong)), Progress::kDone);
   ASSERT_EQ(readAll(ends[0], 400).size(), 400U);
   close(ends[0]);
-  EXPECT_EQ(sink.settle(within(kLong)), Progress::kBroken);
+  EXPECT_EQ(sink.settle(nullptr, 0, within(kLong)), Progress::kBroken);
   EXPECT_EQ(sink.surelyRead(), 400U);
   sink.drop();
   EXPECT_EQ(sink.open(Before::kTornPage, within(kLong)), Progress::kHopeless);
@@ -117,7 +117,7 @@ TEST_F(StreamSinkTest, AFileIsBegunAnewAndHoldsAllPages) {
     const std::string text = page;
     const Bytes bytes(text.begin(), text.end());
     ASSERT_EQ(sink.send(bytes.data(), bytes.size(), within(kLong)), Progress::kDone);
-    ASSERT_EQ(sink.settle(within(kLong)), Progress::kDone);
+    ASSERT_EQ(sink.settle(nullptr, 0, within(kLong)), Progress::kDone);
     ASSERT_EQ(sink.prove(within(kLong)), Progress::kDone);
     EXPECT_EQ(sink.finish(within(kLong)), Progress::kDone);
   }
@@ -164,7 +164,7 @@ TEST_F(StreamSinkTest, ASocketOfThisMachineIsWaitedForAndKnowsWhatWasRead) {
   EXPECT_EQ(sink.prove(within(kLong)), Progress::kDone);
   ASSERT_EQ(sink.send(page.data(), page.size(), within(kLong)), Progress::kDone);
   close(reader);
-  EXPECT_EQ(sink.settle(within(kLong)), Progress::kBroken);
+  EXPECT_EQ(sink.settle(nullptr, 0, within(kLong)), Progress::kBroken);
   EXPECT_GE(sink.surelyRead(), page.size());
   EXPECT_LT(sink.surelyRead(), 2 * page.size());
   // The way can be had again.

@@ -45,6 +45,15 @@ class TcpSinkTest : public ::testing::Test {
     ASSERT_EQ(sink.open(Before::kNothing, within(kLong)), Progress::kDone) << sink.problem();
     printer.accept();
   }
+  // Two pages, small enough to be acknowledged unread by a printer with a buffer of 8,192 bytes:
+  // with a third one 9,000 bytes are unread, of which more than 3,000 show.
+  static void sendTwoPages(TcpSink& sink, const Bytes& page) {
+    ASSERT_EQ(page.size(), 3000U);
+    for (int i = 0; i < 2; ++i) {
+      ASSERT_EQ(sink.send(page.data(), page.size(), within(kLong)), Progress::kDone);
+      ASSERT_EQ(sink.prove(within(kLong)), Progress::kDone);
+    }
+  }
   Watch watch_;
   Told told_;
 };
@@ -56,7 +65,7 @@ TEST_F(TcpSinkTest, BytesArriveUnchangedAndTheJobEndsInOrder) {
   const Bytes page = someBytes(300001);
   auto got = std::async(std::launch::async, [&] { return printer.read(page.size() + 1); });
   EXPECT_EQ(sink->send(page.data(), page.size() - 1, within(kLong)), Progress::kDone);
-  EXPECT_EQ(sink->settle(within(kLong)), Progress::kDone);
+  EXPECT_EQ(sink->settle(nullptr, 0, within(kLong)), Progress::kDone);
   EXPECT_EQ(sink->sent(), page.size() - 1);
   EXPECT_EQ(sink->send(&page.back(), 1, within(kLong)), Progress::kDone);
   EXPECT_EQ(sink->prove(within(kLong)), Progress::kDone);
@@ -73,7 +82,7 @@ TEST_F(TcpSinkTest, APrinterThatReadsNothingProvesNothing) {
   connect(*sink, printer);
   const Bytes page = someBytes(60000);
   ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  EXPECT_EQ(sink->settle(within(300)), Progress::kTimedOut);
+  EXPECT_EQ(sink->settle(nullptr, 0, within(300)), Progress::kTimedOut);
   EXPECT_EQ(sink->prove(within(300)), Progress::kTimedOut);
   EXPECT_EQ(sink->surelyRead(), 0U);
   EXPECT_EQ(printer.read(page.size()), page);
@@ -142,7 +151,7 @@ TEST_F(TcpSinkTest, WhatAPrinterReadLongBeforeAResetIsSure) {
   printer.hangUp();
   // The reset may still be on its way.
   Progress progress = Progress::kDone;
-  while (progress == Progress::kDone) progress = sink->settle(within(kLong));
+  while (progress == Progress::kDone) progress = sink->settle(nullptr, 0, within(kLong));
   EXPECT_EQ(progress, Progress::kBroken);
   // The bound must not claim what is unread, and a small buffer cannot hold much: the system makes
   // 32768 bytes of it, and the bound allows for it twice.
@@ -156,11 +165,11 @@ TEST_F(TcpSinkTest, APrinterThatClosesInOrderHasReadWhatItAcknowledged) {
   connect(*sink, printer);
   const Bytes page = someBytes(3000);
   ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  ASSERT_EQ(sink->settle(within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->settle(nullptr, 0, within(kLong)), Progress::kDone);
   ASSERT_EQ(printer.read(page.size()), page);
   printer.hangUp();
   // In the middle of a page it is a break all the same.
-  while (sink->settle(within(kLong)) == Progress::kDone) {
+  while (sink->settle(nullptr, 0, within(kLong)) == Progress::kDone) {
   }
   EXPECT_EQ(sink->surelyRead(), page.size());
   EXPECT_EQ(sink->problem(), "it closed the connection");
@@ -316,11 +325,11 @@ TEST_F(TcpSinkTest, APrinterThatTakesNothingIsToldOnceAndSoIsItsReturn) {
   connect(*sink, printer);
   const Bytes page = someBytes(60000);
   ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  EXPECT_EQ(sink->settle(within(1500)), Progress::kTimedOut);
+  EXPECT_EQ(sink->settle(nullptr, 0, within(1500)), Progress::kTimedOut);
   EXPECT_EQ(told_.count("INFO: The printer takes no more data; is it out of paper or paused?"), 1);
   EXPECT_EQ(told_.count("STATE: +offline-report"), 1);
   auto got = std::async(std::launch::async, [&] { return printer.read(page.size()); });
-  EXPECT_EQ(sink->settle(within(kLong)), Progress::kDone);
+  EXPECT_EQ(sink->settle(nullptr, 0, within(kLong)), Progress::kDone);
   EXPECT_EQ(told_.count("STATE: -offline-report"), 1);
   EXPECT_EQ(told_.count("INFO: The printer takes no more data"), 1);
   EXPECT_EQ(got.get(), page);
@@ -332,23 +341,59 @@ TEST_F(TcpSinkTest, SettlingWaitsForThePageBeforeToBeRead) {
   times.previousPage = milliseconds(400);
   const auto sink = sinkTo(printer, times);
   connect(*sink, printer);
-  // Small enough to be acknowledged unread, in pieces that make the room shrink visibly: behind the
-  // third piece 9,000 bytes are unread, of which more than 3,000 show.
-  const Bytes piece = someBytes(3000);
-  for (int i = 0; i < 2; ++i) {
-    ASSERT_EQ(sink->send(piece.data(), piece.size(), within(kLong)), Progress::kDone);
-    ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
-  }
-  ASSERT_EQ(sink->send(piece.data(), piece.size(), within(kLong)), Progress::kDone);
+  const Bytes page = someBytes(3000);
+  sendTwoPages(*sink, page);
   StopWatch time;
-  ASSERT_EQ(sink->settle(within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->settle(page.data(), page.size(), within(kLong)), Progress::kDone);
   EXPECT_GE(time.seconds(), 0.4);
   EXPECT_LT(time.seconds(), 0.8);
   // A printer that has read everything shows it, and nothing is waited for.
-  EXPECT_EQ(printer.read(3 * piece.size()).size(), 3 * piece.size());
+  EXPECT_EQ(printer.read(3 * page.size()).size(), 3 * page.size());
   StopWatch quick;
-  ASSERT_EQ(sink->settle(within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->settle(page.data(), page.size(), within(kLong)), Progress::kDone);
   EXPECT_LT(quick.seconds(), 0.3);
+}
+
+TEST_F(TcpSinkTest, SettlingAsksForTheRoomByteByByte) {
+  SmallPrinter printer(8192);
+  TcpTimes times;
+  times.previousPage = milliseconds(3200);
+  const auto sink = sinkTo(printer, times);
+  connect(*sink, printer);
+  const Bytes page = someBytes(3000);
+  sendTwoPages(*sink, page);
+  // 32 bytes are kept back; a question each tenth of a second.
+  EXPECT_EQ(sink->settle(page.data(), page.size(), within(1000)), Progress::kTimedOut);
+  EXPECT_GT(sink->sent(), 9000U - 32U);
+  EXPECT_LE(sink->sent(), 9000U - 32U + 10U);
+  EXPECT_EQ(printer.read(sink->sent()).size(), sink->sent());
+  const std::size_t rest = 9000 - sink->sent();
+  EXPECT_EQ(sink->settle(&page[page.size() - rest], rest, within(kLong)), Progress::kDone);
+  EXPECT_EQ(printer.read(rest), Bytes(page.end() - static_cast<std::ptrdiff_t>(rest), page.end()));
+}
+
+// The second page is longer than the room that is offered, so that most of it being read shows that
+// all of the first one is.
+TEST_F(TcpSinkTest, SettlingALongEnoughPageLeavesNoDoubtAboutTheOneBefore) {
+  SmallPrinter printer(16384);
+  TcpTimes times;
+  times.previousPage = milliseconds(kLong);
+  const auto sink = sinkTo(printer, times);
+  connect(*sink, printer);
+  const Bytes before = someBytes(500);
+  ASSERT_EQ(sink->send(before.data(), before.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  const Bytes page = someBytes(21500, 2);
+  StopWatch time;
+  auto settled = std::async(std::launch::async,
+                            [&] { return sink->settle(page.data(), page.size(), within(kLong)); });
+  EXPECT_EQ(settled.wait_for(milliseconds(300)), std::future_status::timeout);
+  EXPECT_EQ(printer.read(before.size()), before);
+  EXPECT_EQ(printer.read(page.size()), page);
+  EXPECT_EQ(settled.get(), Progress::kDone);
+  EXPECT_LT(time.seconds(), kLong / 2000.0);
+  EXPECT_GE(sink->surelyRead(), before.size());
+  EXPECT_EQ(sink->sent(), before.size() + page.size());
 }
 
 TEST_F(TcpSinkTest, ADroppedPageReachesThePrinterAsAReset) {
@@ -357,7 +402,7 @@ TEST_F(TcpSinkTest, ADroppedPageReachesThePrinterAsAReset) {
   connect(*sink, printer);
   const Bytes page = someBytes(3000);
   ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  ASSERT_EQ(sink->settle(within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->settle(nullptr, 0, within(kLong)), Progress::kDone);
   sink->drop();
   static_cast<void>(printer.read(page.size() + 1));
   EXPECT_EQ(printer.lastError(), ECONNRESET);
@@ -395,7 +440,7 @@ TEST_F(TcpSinkTest, NothingGoesWithoutAConnection) {
   TcpSink sink("127.0.0.1", "9100", false, watch_, told_.tell());
   const Bytes page = someBytes(10);
   EXPECT_EQ(sink.send(page.data(), page.size(), within(kLong)), Progress::kBroken);
-  EXPECT_EQ(sink.settle(within(kLong)), Progress::kBroken);
+  EXPECT_EQ(sink.settle(nullptr, 0, within(kLong)), Progress::kBroken);
   EXPECT_EQ(sink.prove(within(kLong)), Progress::kBroken);
   EXPECT_EQ(sink.finish(within(kLong)), Progress::kDone);
 }
@@ -497,27 +542,23 @@ TEST_F(TcpSinkTest, APrinterThatResetsWhileItIsOutOfPaperIsNotLeftOffline) {
   EXPECT_EQ(told_.count("STATE: -offline-report"), 1);
 }
 
-// As above, three pieces of 3,000 bytes of which more than one is unread: who settles waits.
 TEST_F(TcpSinkTest, SettlingEndsWithPatienceAStopOrABreak) {
   SmallPrinter printer(8192);
   TcpTimes times;
   times.previousPage = milliseconds(kLong);
   const auto sink = sinkTo(printer, times);
   connect(*sink, printer);
-  const Bytes piece = someBytes(3000);
-  for (int i = 0; i < 2; ++i) {
-    ASSERT_EQ(sink->send(piece.data(), piece.size(), within(kLong)), Progress::kDone);
-    ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
-  }
-  ASSERT_EQ(sink->send(piece.data(), piece.size(), within(kLong)), Progress::kDone);
-  EXPECT_EQ(sink->settle(within(100)), Progress::kTimedOut);
+  const Bytes page = someBytes(3000);
+  sendTwoPages(*sink, page);
+  EXPECT_EQ(sink->settle(page.data(), page.size(), within(100)), Progress::kTimedOut);
   watch_.stop(Stop::kLeave);
-  EXPECT_EQ(sink->settle({}), Progress::kStopped);
+  EXPECT_EQ(sink->settle(nullptr, 0, {}), Progress::kStopped);
   auto reset = std::async(std::launch::async, [&] {
     std::this_thread::sleep_for(milliseconds(100));  // while it is being waited for
     printer.hangUp();
   });
-  EXPECT_EQ(sink->settle(Patience::forMilliseconds(kLong, Stop::kNone)), Progress::kBroken);
+  EXPECT_EQ(sink->settle(nullptr, 0, Patience::forMilliseconds(kLong, Stop::kNone)),
+            Progress::kBroken);
 }
 
 TEST_F(TcpSinkTest, AStopEndsTheFarewell) {
@@ -575,7 +616,7 @@ int loseThePrinter(bool inClass) {
   if (sink.prove(within(kLong)) != Progress::kDone) return 6;
   setLoopback(false);
   if (sink.send(page.data(), page.size(), within(kLong)) != Progress::kDone) return 5;
-  const Progress progress = sink.settle(within(5000));
+  const Progress progress = sink.settle(nullptr, 0, within(5000));
   if (progress == Progress::kBroken) return sink.problem() == "it does not answer" ? 0 : 4;
   const std::string words = "INFO: The printer at 127.0.0.1:" + printer.portText();
   return told.count(words + " does not answer") == 1 ? 1 : 2;

@@ -16,6 +16,7 @@ TcpSample offering(std::uint32_t window) {
 TEST(WindowBook, AnUnknownRoomMaySwallowTheUsual64KiB) {
   WindowBook book;
   EXPECT_EQ(book.mostUnread(), 65536U);
+  EXPECT_EQ(book.mostHidden(), 65536U);
   EXPECT_EQ(book.shownUnread(), 0U);
   book.note(TcpSample{});
   EXPECT_EQ(book.mostUnread(), 65536U);
@@ -28,6 +29,7 @@ TEST(WindowBook, TheLargestOfferIsTheMeasure) {
   EXPECT_EQ(book.mostUnread(), 16000U);
   book.note(offering(4000));  // 12,000 shown, up to 16,000 held back
   EXPECT_EQ(book.shownUnread(), 12000U);
+  EXPECT_EQ(book.mostHidden(), 16000U);
   EXPECT_EQ(book.mostUnread(), 28000U);
   book.note(offering(20000));  // it had held back 4,000 at least
   EXPECT_EQ(book.shownUnread(), 0U);
