@@ -212,7 +212,8 @@ bear_faults() {
   local faults=(python3 tests/delivery/system/faults.py --build build-test --jobs "$jobs")
   configure build-test -DCMAKE_BUILD_TYPE=Release
   cmake --build build-test -j "$jobs" \
-    --target rastertokestra kestrafit kestra kestra-monitor kestra-paper ppds || fail "building failed"
+    --target rastertokestra kestrafit kestrasize kestra kestra-monitor kestra-paper ppds ||
+    fail "building failed"
   "${faults[@]}" "$1" || fail "delivery does not bear a fault; build-test/delivery-faults has the logs"
   "${faults[@]}" --restart "$(($1 < 100 ? $1 : 100))" ||
     fail "delivery does not bear a restart; build-test/delivery-faults has the logs"

@@ -3,6 +3,7 @@
 #include "tests/fit/fit_program.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -12,11 +13,13 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
 
 namespace kestra::fit_tests {
 
 FitProgram::FitProgram(const std::vector<std::string>& arguments,
-                       const std::optional<std::string>& ppd, const std::string& output) {
+                       const std::optional<std::string>& ppd, const std::string& output,
+                       const std::function<void()>& prepare) {
   std::signal(SIGPIPE, SIG_IGN);
   std::array<int, 2> in{};
   std::array<int, 2> out{};
@@ -24,6 +27,7 @@ FitProgram::FitProgram(const std::vector<std::string>& arguments,
   if (pipe2(in.data(), O_CLOEXEC) != 0 || pipe2(out.data(), O_CLOEXEC) != 0) std::abort();
   child_ = fork();
   if (child_ == 0) {
+    setpgid(0, 0);
     alarm(60);
     const int target = output.empty() ? out[1] : open(output.c_str(), O_WRONLY);
     dup2(in[0], 0);
@@ -41,6 +45,7 @@ FitProgram::FitProgram(const std::vector<std::string>& arguments,
     argv.reserve(words.size() + 1);
     for (std::string& word : words) argv.push_back(word.data());
     argv.push_back(nullptr);
+    prepare();
     execv(KESTRA_FIT, argv.data());
     _exit(127);
   }
@@ -58,6 +63,13 @@ FitProgram::~FitProgram() {
   endOfInput();
   stopReading();
   close(messages_);
+}
+
+pid_t FitProgram::worker() const {
+  const std::string pid = std::to_string(child_);
+  std::ifstream children("/proc/" + pid + "/task/" + pid + "/children");
+  pid_t found = -1;
+  return children >> found ? found : -1;
 }
 
 bool FitProgram::give(const std::string& bytes) const {
@@ -91,6 +103,11 @@ std::string FitProgram::take(std::size_t size) const {
 void FitProgram::stopReading() {
   if (output_ >= 0) close(output_);
   output_ = -1;
+}
+
+bool FitProgram::outputHasEnded() const {
+  pollfd end = {output_, 0, 0};
+  return poll(&end, 1, 0) == 1 && (end.revents & POLLHUP) != 0;
 }
 
 FitEnd FitProgram::await() {

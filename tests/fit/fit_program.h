@@ -5,6 +5,7 @@
 #include <sys/types.h>
 #include <cstddef>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,21 +21,28 @@ struct FitEnd {
 /// A running kestrafit between two pipes. Ends it where it still runs.
 class FitProgram {
  public:
-  /// `arguments` from argv[1] on; `output` is a path to write to instead of the pipe.
-  explicit FitProgram(const std::vector<std::string>& arguments,
-                      const std::optional<std::string>& ppd = std::nullopt,
-                      const std::string& output = "");
+  /// `arguments` from argv[1] on; `output` is a path to write to instead of the pipe; `prepare`
+  /// runs in its process before it. Like every filter it leads a process group of its own.
+  explicit FitProgram(
+      const std::vector<std::string>& arguments,
+      const std::optional<std::string>& ppd = std::nullopt, const std::string& output = "",
+      const std::function<void()>& prepare = [] {});
   ~FitProgram();
   FitProgram(const FitProgram&) = delete;
   FitProgram& operator=(const FitProgram&) = delete;
 
   pid_t pid() const { return child_; }
+  /// The process of it that does the work, from its first byte of output on; -1 where there is but
+  /// one process.
+  pid_t worker() const;
   /// Writes to its standard input; false where it does not read any more.
   bool give(const std::string& bytes) const;
   void endOfInput();
   /// Reads from its standard output: so many bytes, or all there are until its end.
   std::string take(std::size_t size) const;
   void stopReading();
+  /// Whether all who could write to its standard output have ended.
+  bool outputHasEnded() const;
   /// Waits for its end; after a minute it is ended by force.
   FitEnd await();
 

@@ -53,6 +53,8 @@ PROGRAMS = {
     "sinks": Program("tests/delivery/sinks/kestra_delivery_sinks_tests", 60, 8),
     "backend": Program("tests/delivery/backend/delivery_backend_test", 60, 4),
     "delivery": Program("tests/delivery/tool/delivery_tool_test", 60, 4),
+    "fit": Program("tests/fit/kestra_fit_tests", 60),
+    "size": Program("tests/size/size_test", 60),
     "driver": Program("tests/driver/driver_test", 120),
     "scripts": Program("", 60),  # they are their own programs
     # Of the slow ones the tests that look at bytes.
@@ -70,6 +72,8 @@ NOTICE = {
     "delivery/monitor/*": "backend",
     "delivery/tool/*": "delivery",
     "tools/paper/*": "paper",
+    "tools/fit/*": "fit tools",
+    "tools/size/*": "size tools",
     "tools/*": "tools",
     "driver/*": "driver",
     "*.sh": "scripts",

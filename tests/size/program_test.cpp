@@ -3,10 +3,12 @@
 // them.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -159,25 +161,98 @@ TEST_F(Program, FailsAsAFilterFails) {
   EXPECT_NE(text("log").find("ERROR: Unable to start filter"), std::string::npos) << text("log");
 }
 
-TEST_F(Program, EndsItsFiltersWhenTheJobIsCancelled) {
-  // A pipe that only filters hold open: it ends when all of them have.
-  int ends[2];
-  ASSERT_EQ(pipe2(ends, 0), 0);
-  filter("rastertokestra", "printf ready >&" + std::to_string(ends[1]) + "; exec sleep 60");
-  filter("pdftopdf", "exec sleep 60");
-  const pid_t process = start("application/pdf", "");
-  close(ends[1]);
-  char ready[6] = {};
-  ASSERT_EQ(read(ends[0], ready, 5), 5);
-  kill(process, SIGTERM);
-  int status = 0;
-  waitpid(process, &status, 0);
-  ASSERT_TRUE(WIFSIGNALED(status));
-  EXPECT_EQ(WTERMSIG(status), SIGTERM);
-  alarm(20);  // where a filter lives on, the next line would wait for its 60 seconds
-  EXPECT_EQ(read(ends[0], ready, 5), 0);
-  alarm(0);
-  close(ends[0]);
+// The print system takes a program that was killed for one that is done.
+TEST_F(Program, FailsWithWordsWhereAFilterWasKilled) {
+  for (const char* signal : {"KILL", "TERM"}) {
+    filter("rastertokestra", std::string("cat >/dev/null; kill -") + signal + " $$");
+    const int status = run("application/pdf", "");
+    ASSERT_TRUE(WIFEXITED(status)) << status;
+    EXPECT_EQ(WEXITSTATUS(status), EXIT_FAILURE);
+    const std::string number = signal == std::string("KILL") ? "9" : "15";
+    EXPECT_NE(text("log").find("ERROR: The filter \"" + folder_ +
+                               "/filter/rastertokestra\" was ended by signal " + number +
+                               " before the end of the document.\n"),
+              std::string::npos)
+        << text("log");
+  }
+}
+
+// The printer's filter must not take the end of what is before it for the end of the document, not
+// even while nobody has noticed how that ended.
+TEST_F(Program, ShowsThePrintersFilterNoEndWhereAFilterBeforeItWasKilled) {
+  for (const char* killed : {"texttopdf", "pdftopdf", "gstoraster", "kestrafit"}) {
+    SetUp();
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe2(ends.data(), 0), 0);
+    // At the start of each filter's lines: where it tells what it has come to.
+    const std::string begin = "exec 3>&" + std::to_string(ends[1]) + "; ";
+    filter("rastertokestra", begin + "printf r >&3; cat >/dev/null; printf E >&3");
+    // It stops kestrasize, and ends before it goes on.
+    const std::string go = folder_ + "/go";
+    ASSERT_EQ(mkfifo(go.c_str(), 0600), 0);
+    std::string lines = begin;
+    lines.append("read line <")
+        .append(go)
+        .append("; kill -STOP $PPID; printf k >&3; kill -KILL $$");
+    filter(killed, lines);
+    const pid_t process = start("text/plain", "");
+    close(ends[1]);
+    char letter = 0;
+    ASSERT_EQ(read(ends[0], &letter, 1), 1);
+    EXPECT_EQ(letter, 'r');
+    std::ofstream(go) << "go\n";
+    ASSERT_EQ(read(ends[0], &letter, 1), 1);
+    EXPECT_EQ(letter, 'k') << killed;
+    pollfd told = {ends[0], POLLIN, 0};
+    EXPECT_EQ(poll(&told, 1, 100), 0) << killed;
+    kill(process, SIGCONT);
+    EXPECT_EQ(read(ends[0], &letter, 1), 0) << killed;
+    int status = 0;
+    waitpid(process, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == EXIT_FAILURE) << killed << status;
+    const std::string log = text("log");
+    const std::size_t at = log.find(" was ended by signal 9 ");
+    EXPECT_NE(at, std::string::npos) << log;
+    EXPECT_EQ(log.find(" was ended by signal ", at + 1), std::string::npos) << log;
+    close(ends[0]);
+    fs::remove(go);
+  }
+}
+
+// Those before it only lose their reader.
+TEST_F(Program, FailsAsTheLastFilterOfThoseThatFail) {
+  filter("pdftopdf", "exec yes");
+  filter("gstoraster", "exec cat");
+  filter("kestrafit", "exec cat");
+  filter("rastertokestra", "exit 5");
+  const int status = run("application/pdf", "");
+  ASSERT_TRUE(WIFEXITED(status)) << status;
+  EXPECT_EQ(WEXITSTATUS(status), 5);
+  EXPECT_EQ(text("log").find("ERROR"), std::string::npos) << text("log");
+}
+
+// Cancelled, or killed: nothing of the job may go on.
+TEST_F(Program, EndsItsFiltersWhereItIsEnded) {
+  for (const int signal : {SIGTERM, SIGKILL}) {
+    // A pipe that only filters hold open: it ends when all of them have.
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, 0), 0);
+    filter("rastertokestra", "printf ready >&" + std::to_string(ends[1]) + "; exec sleep 60");
+    filter("pdftopdf", "exec sleep 60");
+    const pid_t process = start("application/pdf", "");
+    close(ends[1]);
+    char ready[6] = {};
+    ASSERT_EQ(read(ends[0], ready, 5), 5);
+    kill(process, signal);
+    int status = 0;
+    waitpid(process, &status, 0);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), signal);
+    alarm(20);  // where a filter lives on, the next line would wait for its 60 seconds
+    EXPECT_EQ(read(ends[0], ready, 5), 0);
+    alarm(0);
+    close(ends[0]);
+  }
 }
 
 }  // namespace

@@ -12,11 +12,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <optional>
 #include <string>
 
 #include "filter/base/file.h"
 #include "tools/fit/description.h"
 #include "tools/fit/fit_stream.h"
+#include "tools/fit/guard.h"
 
 namespace {
 
@@ -72,6 +74,7 @@ int main(int argc, char* argv[]) {
                  argc > 0 ? argv[0] : "kestrafit");
     return EXIT_FAILURE;
   }
+  if (const std::optional<int> status = kestra::guardWork()) return *status;
   int input = STDIN_FILENO;
   if (argc > kArguments) {
     input = open(argv[kArguments], O_RDONLY | O_CLOEXEC);

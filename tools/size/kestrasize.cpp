@@ -75,8 +75,10 @@ std::optional<PageMeasure> firstPage(const std::vector<std::string>& words) {
   return measure;
 }
 
-// The print system tells a crash from a failure, so this program ends as the filter did.
+// The print system tells a crash from a failure, so this program ends as the filter did. Only one
+// that was killed would count as one that did well.
 int endAs(int status) {
+  if (wasKilled(status)) return EXIT_FAILURE;
   if (!WIFSIGNALED(status)) return WEXITSTATUS(status);
   std::signal(WTERMSIG(status), SIG_DFL);
   std::raise(WTERMSIG(status));

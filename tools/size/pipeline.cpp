@@ -7,12 +7,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "filter/base/unbroken.h"
 
@@ -50,36 +52,85 @@ std::string endWords(int status) {
   return "stopped with status " + std::to_string(WEXITSTATUS(status));
 }
 
-}  // namespace
+struct Running {
+  pid_t process;         // -1: it could not be started, or has ended
+  int output;            // a second hold on its pipe to the next one, or -1
+  int status = kFailed;  // as waitpid tells it
+};
 
-int runFilters(const std::vector<Filter>& filters) {
-  std::vector<pid_t> running;
-  int result = 0;
+// The next one sees the end of the document when the filter's own end is closed, too.
+void letGo(Running* one) {
+  if (one->output >= 0) close(std::exchange(one->output, -1));
+}
+
+std::vector<Running> startAll(const std::vector<Filter>& filters) {
+  std::vector<Running> row;
   int input = STDIN_FILENO;
   for (std::size_t i = 0; i < filters.size(); ++i) {
     std::array<int, 2> pipe = {-1, STDOUT_FILENO};
     const bool isLast = i + 1 == filters.size();
     const bool hasPipe = isLast || pipe2(pipe.data(), O_CLOEXEC) == 0;
     const pid_t process = hasPipe ? start(filters[i], input, pipe[1]) : -1;
+    row.push_back({process, hasPipe && !isLast ? pipe[1] : -1});
     if (process < 0) {
       say("ERROR", "Unable to start filter \"" + filters[i].path + "\": " + std::strerror(errno));
+      letGo(&row.back());
     } else {
       say("DEBUG", "Started filter " + filters[i].path + " (PID " + std::to_string(process) + ")");
     }
-    running.push_back(process);
     if (input != STDIN_FILENO) close(input);
-    if (hasPipe && !isLast) close(pipe[1]);
     input = pipe[0];
   }
-  for (std::size_t i = 0; i < running.size(); ++i) {
-    int status = kFailed;
-    if (running[i] > 0) {
-      static_cast<void>(unbroken([&] { return waitpid(running[i], &status, 0); }));
+  return row;
+}
+
+// The last one first, and by force: it must not take the end of a filter that was killed for the
+// end of the document. What delivery then finds is a filter that was killed, and has the job made
+// anew.
+void endBehind(std::size_t one, const std::vector<Running>& row) {
+  if (one + 1 == row.size()) return;
+  const pid_t last = row.back().process;
+  siginfo_t info;
+  if (last > 0 && kill(last, SIGKILL) == 0) {
+    static_cast<void>(
+        unbroken([&] { return waitid(P_PID, static_cast<id_t>(last), &info, WEXITED | WNOWAIT); }));
+  }
+  for (std::size_t i = one + 1; i + 1 < row.size(); ++i) {
+    if (row[i].process > 0) kill(row[i].process, SIGTERM);
+  }
+}
+
+}  // namespace
+
+bool wasKilled(int status) {
+  return WIFSIGNALED(status) && (WTERMSIG(status) == SIGKILL || WTERMSIG(status) == SIGTERM);
+}
+
+int runFilters(const std::vector<Filter>& filters) {
+  std::vector<Running> row = startAll(filters);
+  bool isCut = false;
+  int status = 0;
+  for (pid_t ended = 0; (ended = unbroken([&] { return wait(&status); })) > 0;) {
+    const auto one = std::find_if(row.begin(), row.end(),
+                                  [&](const Running& other) { return other.process == ended; });
+    if (one == row.end()) continue;
+    one->process = -1;
+    one->status = status;
+    const std::string& path = filters[static_cast<std::size_t>(one - row.begin())].path;
+    if (status != 0) say("DEBUG", path + " " + endWords(status));
+    if (wasKilled(status) && !isCut) {
+      isCut = true;
+      say("ERROR", "The filter \"" + path + "\" was ended by signal " +
+                       std::to_string(WTERMSIG(status)) + " before the end of the document.");
+      endBehind(static_cast<std::size_t>(one - row.begin()), row);
     }
-    if (status == 0) continue;
+    letGo(&*one);
+  }
+  int result = 0;
+  for (Running& one : row) {
+    letGo(&one);
     // The last in the row: those before it may only have lost their reader.
-    result = status;
-    if (running[i] > 0) say("DEBUG", filters[i].path + " " + endWords(status));
+    if (one.status != 0) result = one.status;
   }
   return result;
 }

@@ -66,6 +66,14 @@ def _program(name, sign=signal.SIGKILL):
     return lambda round_: _kill(machine.processes(name), sign)
 
 
+def _one_of(name):
+    """Of several processes of a program, one by chance."""
+    def strike(round_):
+        found = machine.processes(name)
+        return bool(found) and _kill([round_.random.choice(found)])
+    return strike
+
+
 def _restart(round_):
     busy = bool(round_.stage.fronts())
     round_.system.restart()
@@ -166,10 +174,12 @@ KINDS = [
     Kind("front and sender killed", _both, Rules(tears=True)),
     Kind("filter killed", _program("rastertokestra"), aim="rastertokestra"),
     Kind("filter ended (TERM)", _program("rastertokestra", signal.SIGTERM), aim="rastertokestra"),
+    Kind("page fitter killed", _one_of("kestrafit"), Rules(heals=False), aim="kestrafit"),
     Kind("page fitter crashes", _program("kestrafit", signal.SIGSEGV), Rules(heals=False),
          aim="kestrafit"),
+    Kind("page sizer killed", _program("kestrasize"), document="pdf", aim="kestrasize"),
     Kind("renderer killed", _program("gs"), Rules(heals=False), "pdf", "gs"),
-    Kind("PDF filter killed", _program("pdftopdf"), Rules(heals=False), "pdf", "pdftopdf"),
+    Kind("PDF filter killed", _program("pdftopdf"), document="pdf", aim="pdftopdf"),
     Kind("print system restarted", _restart),
     Kind("print system killed", _crash),
     Kind("reset", _printer("reset"), Rules(tears=True)),
@@ -187,10 +197,4 @@ KINDS = [
     Kind("frames folder removed", _empty, aim="rastertokestra"),
     Kind("USB program killed", lambda round_: _kill(round_.stage.stand_ins()), Rules(tears=True),
          queue="usb"),
-]
-
-#: Struck only where --kind names them, as they show a gap that is open: the print system takes SIGKILL
-#: for a good end, and between two pages of a raster document the rest of the job is lost unseen.
-OPEN = [
-    Kind("page fitter killed", _program("kestrafit"), Rules(heals=False), aim="kestrafit"),
 ]

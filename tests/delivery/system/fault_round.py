@@ -213,7 +213,7 @@ def calibrate(stage, kinds):
 
 def _watch_lives(round_, kind):
     """Follows the programs of a job that is left alone."""
-    names = ("rastertokestra", "kestrafit", "gs", "pdftopdf")
+    names = ("rastertokestra", "kestrafit", "kestrasize", "gs", "pdftopdf")
     first, last = {}, {}
     until = time.monotonic() + 3
     while time.monotonic() < until:

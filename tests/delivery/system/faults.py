@@ -47,8 +47,7 @@ def arguments():
 def kinds_of(options):
     if options.restart:
         return [fault_kinds.RESTART_IN_A_PAGE]
-    kinds = fault_kinds.KINDS + (fault_kinds.OPEN if options.kind else [])
-    return [kind for kind in kinds if options.kind in kind.name]
+    return [kind for kind in fault_kinds.KINDS if options.kind in kind.name]
 
 
 def plan(options):
