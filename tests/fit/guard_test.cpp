@@ -84,7 +84,7 @@ void refuseProcesses() {
 }  // namespace
 
 TEST(GuardedFit, FailsWithWordsWhereItsWorkIsEndedByASignal) {
-  for (const int signal : {SIGKILL, SIGTERM, SIGSEGV}) {
+  for (const int signal : {SIGKILL, SIGTERM, SIGABRT}) {
     FitProgram program(jobWords());
     begin(&program);
     ASSERT_GT(program.worker(), 0);
