@@ -10,11 +10,10 @@ namespace kestra {
 
 /// Divides this process. One half goes on and does the work; the other keeps standard output open,
 /// so that no end of the pages is seen, until it knows how the first one ended. SIGTERM to the
-/// guard ends both; a guard that is killed leaves the work to its end.
-/// @return in the guard the exit status to end with; where a signal ended the work that is 1, with
-/// a
-///   message. Nothing in the process that has the work to do, which is also the only one where the
-///   system has no room for two.
+/// guard ends both; a guard that is killed leaves the work to its end. Where the system has no room
+/// for two processes there is no guard.
+/// @return in the guard the exit status to end with: 1, with a message, where a signal ended the
+///         work. Nothing in the process that has the work to do.
 [[nodiscard]] std::optional<int> guardWork();
 
 }  // namespace kestra

@@ -17,7 +17,7 @@ import fault_stage
 import machine
 import rig
 
-ATTEMPTS = 8  # a fault that finds nothing to strike is tried again at another moment
+ATTEMPTS = 20  # a fault that finds nothing to strike is tried again at another moment
 SKIP_SHARE = 0.25  # of the rounds are printed with doubt=skip
 PDF_SHARE = 0.1
 
