@@ -30,7 +30,7 @@ namespace kestra::KESTRA_VERSION {
 
 namespace {
 
-constexpr std::size_t kChunk = 32;      // steps from one preparation to the next
+constexpr std::size_t kChunk = 64;      // steps from one preparation to the next
 constexpr std::size_t kGhostBytes = 4;  // per step; as many of the last as there are ghosts count
 constexpr std::size_t kSquare = 16;     // columns that are brought into order together
 
@@ -106,13 +106,14 @@ class Wavefront {
   static constexpr std::size_t kDepth = kGhosts * kSkew + static_cast<std::size_t>(kThePlan.reach);
   static_assert(kGhosts < kGhostBytes + 1, "ghosts fit into their bytes");
 
-  // Where lane l would find column 0 of its row, as a place in `page_.levels`. Ghosts, and rows
+  // Where lane l would find its level of step 0, as a place in `page_.levels`. Ghosts, and rows
   // below the page, take any row: their levels are replaced or not used.
   void findRows(std::size_t top) {
     const std::size_t last = page_.height - 1;
     for (std::size_t lane = 0; lane < kLanes; ++lane) {
       const std::size_t row = top + lane < kGhosts ? 0 : top + lane - kGhosts;
-      rowStart_[lane] = (row < last ? row : last) * page_.stride;
+      rowStart_[lane] = static_cast<std::ptrdiff_t>((row < last ? row : last) * page_.stride) -
+                        static_cast<std::ptrdiff_t>(lane * kSkew);
       nextRowStart_[lane] = (row + kRows < last ? row + kRows : last) * page_.stride;
     }
   }
@@ -151,10 +152,15 @@ class Wavefront {
     std::uint8_t spare[kLanes][kSquare];
     const std::uint8_t* rows[kLanes];
     for (std::size_t step = 0; step < kChunk; step += kSquare) {
-      for (std::size_t lane = 0; lane < kLanes; ++lane) {
-        const auto place = static_cast<std::ptrdiff_t>(rowStart_[lane] + start + step) -
-                           static_cast<std::ptrdiff_t>(lane * kSkew);
-        rows[lane] = inside ? page_.levels + place : levels(place, spare[lane]);
+      const auto from = static_cast<std::ptrdiff_t>(start + step);
+      if (inside) {
+        for (std::size_t lane = 0; lane < kLanes; ++lane) {
+          rows[lane] = page_.levels + (rowStart_[lane] + from);
+        }
+      } else {
+        for (std::size_t lane = 0; lane < kLanes; ++lane) {
+          rows[lane] = levels(rowStart_[lane] + from, spare[lane]);
+        }
       }
       Lanes square[kSquare];
       for (std::size_t i = 0; i < kSquare; ++i) square[i] = loadRows(rows + i);
@@ -271,7 +277,7 @@ class Wavefront {
   // A vector in front, as the oldest pulls begin some bytes before theirs.
   alignas(64) std::uint8_t shares_[(1 + (kDepth + kChunk) * kShares) * kLanes];
   LaneBits dots_[kChunk];  // of each step
-  std::size_t rowStart_[kLanes];
+  std::ptrdiff_t rowStart_[kLanes];
   std::size_t nextRowStart_[kLanes];  // in the next block
   const DiffusionPage& page_;
   const std::size_t steps_;
