@@ -26,13 +26,12 @@ namespace {
 #define KESTRA_LANES(operation) simde_mm256_##operation
 #define KESTRA_LANES_WHOLE(operation) simde_mm256_##operation##_si256
 using Lanes = simde__m256i;
-using LaneBits = std::uint32_t;
 #else
 #define KESTRA_LANES(operation) simde_mm_##operation
 #define KESTRA_LANES_WHOLE(operation) simde_mm_##operation##_si128
 using Lanes = simde__m128i;
-using LaneBits = std::uint16_t;
 #endif
+using LaneBits = std::uint32_t;  // one for each lane, of which there may be fewer
 
 // No variables, of which every file would hold its own.
 enum : std::size_t {
@@ -98,6 +97,17 @@ KESTRA_INLINE Lanes smaller(Lanes a, Lanes b) { return KESTRA_LANES(min_epu8)(a,
 /// 0xFF where the unsigned byte `a` is `b` or above, else 0.
 KESTRA_INLINE Lanes atLeast(Lanes a, Lanes b) { return same(smaller(a, b), b); }
 
+#if defined(__AVX2__)
+/// 16 bytes as both halves.
+KESTRA_INLINE Lanes twice(const std::uint8_t* from) {
+  simde__m128i half;
+  std::memcpy(&half, from, sizeof half);
+  return simde_mm256_broadcastsi128_si256(half);
+}
+/// In each half the bytes of `a` at the places 0 to 15; 0 where the place is a byte below 0.
+KESTRA_INLINE Lanes shuffled(Lanes a, Lanes places) { return simde_mm256_shuffle_epi8(a, places); }
+#endif
+
 /// a0 b0 a1 b1 ... of the first and of the second half of each 16 bytes.
 KESTRA_INLINE Lanes zipFirst(Lanes a, Lanes b) { return KESTRA_LANES(unpacklo_epi8)(a, b); }
 KESTRA_INLINE Lanes zipSecond(Lanes a, Lanes b) { return KESTRA_LANES(unpackhi_epi8)(a, b); }
@@ -119,7 +129,7 @@ KESTRA_INLINE std::uint64_t toBits(const Lanes (&bytes)[kBlock / kLanes]) {
     const Lanes backwards =
         simde_mm256_set_epi8(8, 9, 10, 11, 12, 13, 14, 15, 0, 1, 2, 3, 4, 5, 6, 7,  //
                              8, 9, 10, 11, 12, 13, 14, 15, 0, 1, 2, 3, 4, 5, 6, 7);
-    const LaneBits bits = highBits(simde_mm256_shuffle_epi8(bytes[i], backwards));
+    const LaneBits bits = highBits(shuffled(bytes[i], backwards));
 #else
     const LaneBits bits = highBits(bytes[i]);
 #endif
@@ -154,7 +164,12 @@ using Sixteen = simde__m128i;
 #if defined(__AVX2__)
 KESTRA_INLINE Sixteen zipFirst(Sixteen a, Sixteen b) { return simde_mm_unpacklo_epi8(a, b); }
 KESTRA_INLINE Sixteen zipSecond(Sixteen a, Sixteen b) { return simde_mm_unpackhi_epi8(a, b); }
+KESTRA_INLINE Sixteen both(Sixteen a, Sixteen b) { return simde_mm_and_si128(a, b); }
+KESTRA_INLINE Sixteen same(Sixteen a, Sixteen b) { return simde_mm_cmpeq_epi8(a, b); }
 #endif
+KESTRA_INLINE Sixteen allSixteen(unsigned byte) {
+  return simde_mm_set1_epi8(static_cast<std::int8_t>(byte));
+}
 
 /// 16 rows of 16 bytes, or two such squares side by side, become columns: byte r of out[c] is byte
 /// c of row r. Row 16 + r lies in the second half of in[r].
@@ -253,6 +268,28 @@ KESTRA_INLINE void storeAs(Element* to, const Vector& vector) {
 }
 
 KESTRA_INLINE Floats allFloats(float value) { return value - Floats{}; }
+
+/// Bytes as numbers.
+KESTRA_INLINE Floats loadFloats(const std::uint8_t* from) {
+#if defined(__AVX2__)
+  const Lanes ints =
+      simde_mm256_cvtepu8_epi32(simde_mm_loadl_epi64(reinterpret_cast<const simde__m128i*>(from)));
+  return reinterpret_cast<Floats>(simde_mm256_cvtepi32_ps(ints));
+#else
+  const Lanes bytes = simde_mm_cvtsi32_si128(loadAs<std::int32_t>(from));
+  const Lanes ints = firstPairs(firstWords(bytes), zeros());
+  return reinterpret_cast<Floats>(simde_mm_cvtepi32_ps(ints));
+#endif
+}
+
+/// The highest bit of every number, the first number's lowest.
+KESTRA_INLINE std::uint32_t highBits(const Ints& a) {
+#if defined(__AVX2__)
+  return static_cast<std::uint32_t>(simde_mm256_movemask_ps(reinterpret_cast<simde__m256>(a)));
+#else
+  return static_cast<std::uint32_t>(simde_mm_movemask_ps(reinterpret_cast<simde__m128>(a)));
+#endif
+}
 
 /// Moves every number one up; the last one of `before` enters.
 ///

@@ -6,9 +6,7 @@ namespace kestra::KESTRA_VERSION {
 
 void ditherRow(const std::uint8_t* levels, std::size_t count, const std::uint8_t* thresholds,
                std::uint8_t* dots) {
-  std::uint8_t columns[kLanes];
-  for (std::size_t i = 0; i < kLanes; ++i) columns[i] = thresholds[i % 4];
-  const Lanes least = load(columns);
+  const Lanes least = allInts(loadAs<std::int32_t>(thresholds));
   const Lanes one = all(1);
   std::size_t x = 0;
   for (; x + kLanes <= count; x += kLanes) {

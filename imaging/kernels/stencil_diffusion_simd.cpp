@@ -20,20 +20,23 @@ static_assert(kStencilMargin >= kDelay + kSteps + kStencilSkew - 1, "lanes stay 
 struct State {
   Floats previous[kGroups];        // own row's errors at x - 1
   Floats beforePrevious[kGroups];  // and at x - 2
-  Ints leftBlack[kGroups];
-  Floats above[kStencilSkew + 1][kGroups];  // upper row's errors at x + 3 down to x - 1
+  Ints leftWhite[kGroups];
+  // The upper row's shares of the pixels at x to x + 4, of which the first two are complete: a
+  // share is added as soon as its error is there, which is the order of the rule.
+  Floats upper[5][kGroups];
 };
 
 // What stays the same for a whole band.
 struct Charges {
   Floats threshold;
-  Floats one[kGroups];  // beside one black neighbour; the full charge on the page's outer rows
-  Floats two[kGroups];  // beside two
+  Floats one[kGroups];   // beside one black neighbour; the full charge on the page's outer rows
+  Floats two[kGroups];   // beside two
+  Ints rowBit[kGroups];  // the lowest bit for row 0
 };
 
-// -1 where the row above the band is black, else 0.
-KESTRA_INLINE std::int32_t blackInRowAbove(const StencilBand& band, int x) {
-  return *(band.rows - band.stride + x) == 0 ? -1 : 0;
+// Whether the row above the band is black: 1 or 0.
+KESTRA_INLINE std::uint32_t blackInRowAbove(const StencilBand& band, int x) {
+  return *(band.rows - band.stride + x) == 0 ? 1 : 0;
 }
 
 KESTRA_INLINE Ints laneRows(std::size_t group) {
@@ -44,34 +47,37 @@ KESTRA_INLINE Ints laneRows(std::size_t group) {
   return rows;
 }
 
+// Takes the upper row's errors at x + 3.
+KESTRA_INLINE void addUpper(State& state, std::size_t group, const Floats& errors) {
+  state.upper[0][group] = state.upper[1][group];
+  state.upper[1][group] = state.upper[2][group] + errors * kStencilBelowSecondLeft;
+  state.upper[2][group] = state.upper[3][group] + errors * kStencilBelowLeft;
+  state.upper[3][group] = state.upper[4][group] + errors * kStencilBelow;
+  state.upper[4][group] = errors * kStencilBelowRight;
+}
+
 // One block of steps.
 //
-// levels[step][row] is read. upperBlack[step][row] is what the row above has at the same column;
-// the step writes its own blacks four steps further on, where the row below looks. white[step][row]
-// receives -1 for a white dot.
+// levels[step][row] is read. Bit r of upperBlack[step] tells whether the row above row r is black
+// at the same column: its lowest one is there, the step writes the others four steps further on,
+// where the rows below look. white[r / 8][step] receives a bit a row.
+//
 // kAtEdge: some lane is outside the page, or on its first or last column.
 template <bool kAtEdge>
 KESTRA_INLINE void diffuseBlock(const StencilBand& band, const Charges& charges, int time,
-                                const float (*levels)[kStencilBandRows],
-                                std::int32_t (*upperBlack)[kStencilBandRows],
-                                std::int32_t (*white)[kStencilBandRows], State& state) {
+                                const std::uint8_t (*levels)[kStencilBandRows],
+                                std::uint32_t* upperBlack, std::uint8_t (*white)[kSteps],
+                                State& state) {
   const Floats full = allFloats(kStencilCharge);
-  std::int32_t black[kSteps];  // what row 0 looks ahead to
-  for (int step = 0; step < kSteps; ++step) {
-    black[step] = blackInRowAbove(band, time + kStencilSkew + step);
-  }
   for (int step = 0; step < kSteps; ++step) {
     const int x = time + step;  // of row 0
+    const Ints upperBits = static_cast<std::int32_t>(upperBlack[step]) - Ints{};
     Floats errorAbove = allFloats(band.upperErrors[x + kStencilSkew]);
-    Ints blackAbove = black[step] - Ints{};
+    std::uint32_t whiteBits = 0;
     for (std::size_t g = 0; g < kGroups; ++g) {
-      Floats v = state.above[4][g] * kStencilBelowRight;
-      v = v + state.above[3][g] * kStencilBelow;
-      v = v + state.above[2][g] * kStencilBelowLeft;
-      v = v + state.above[1][g] * kStencilBelowSecondLeft;
-      v = v + state.beforePrevious[g] * kStencilSecondRight;
+      Floats v = state.upper[0][g] + state.beforePrevious[g] * kStencilSecondRight;
       v = v + state.previous[g] * kStencilRight;
-      v = v + loadAs<Floats>(&levels[step][g * kFloats]);
+      v = v + loadFloats(&levels[step][g * kFloats]);
 
       Floats one = charges.one[g];
       Floats two = charges.two[g];
@@ -83,26 +89,25 @@ KESTRA_INLINE void diffuseBlock(const StencilBand& band, const Charges& charges,
         one = inner ? one : full;
         two = inner ? two : full;
       }
-      const Ints upper = loadAs<Ints>(&upperBlack[step][g * kFloats]);
-      const Floats besideWhite = upper ? one : full;
-      const Floats besideBlack = upper ? two : one;
-      const Floats charge = state.leftBlack[g] ? besideBlack : besideWhite;
+      const Ints upperIsBlack = (upperBits & charges.rowBit[g]) == charges.rowBit[g];
+      const Floats besideWhite = upperIsBlack ? one : full;
+      const Floats besideBlack = upperIsBlack ? two : one;
+      const Floats charge = state.leftWhite[g] ? besideWhite : besideBlack;
 
       const Ints isWhite = v > charges.threshold;
       Floats e = isWhite ? v - charge : v;
       if (kAtEdge) e = inside ? e : Floats{};
-      const Ints isBlack = ~isWhite;
-      storeAs(&white[step][g * kFloats], isWhite);
-      storeAs(&upperBlack[step + kStencilSkew][g * kFloats], shiftedIn(blackAbove, isBlack));
+      whiteBits |= highBits(isWhite) << (g * kFloats);
 
-      for (int age = kStencilSkew; age > 0; --age) state.above[age][g] = state.above[age - 1][g];
-      state.above[0][g] = shiftedIn(errorAbove, e);
+      addUpper(state, g, shiftedIn(errorAbove, e));
       state.beforePrevious[g] = state.previous[g];
       state.previous[g] = e;
-      state.leftBlack[g] = isBlack;
+      state.leftWhite[g] = isWhite;
       errorAbove = e;
-      blackAbove = isBlack;
     }
+    white[0][step] = static_cast<std::uint8_t>(whiteBits);
+    white[1][step] = static_cast<std::uint8_t>(whiteBits >> 8);
+    upperBlack[step + kStencilSkew] = blackInRowAbove(band, x + kStencilSkew) | ~whiteBits << 1;
     band.upperErrors[x - kDelay] = errorAbove[kFloats - 1];
   }
 }
@@ -118,6 +123,7 @@ KESTRA_INLINE Charges chargesOf(const StencilBand& band) {
     const Ints inner = (row >= 1) & (row < band.height - 1);
     charges.one[g] = inner ? allFloats(oneBlack) : allFloats(kStencilCharge);
     charges.two[g] = inner ? allFloats(twoBlack) : allFloats(kStencilCharge);
+    charges.rowBit[g] = 1 << laneRows(g);
   }
   return charges;
 }
@@ -128,12 +134,13 @@ KESTRA_INLINE unsigned char* placeOf(const StencilBand& band, int row, int time)
 }
 
 // What row 0 of the band finds above it in the first steps; the other rows start outside the page.
-KESTRA_INLINE void lookAhead(const StencilBand& band, State& state,
-                             std::int32_t (*upperBlack)[kStencilBandRows]) {
-  for (int age = 0; age <= kStencilSkew; ++age) {
-    state.above[age][0][0] = band.upperErrors[kStencilSkew - 1 - age];
+KESTRA_INLINE void lookAhead(const StencilBand& band, State& state, std::uint32_t* upperBlack) {
+  for (int x = -1; x < kStencilSkew; ++x) {
+    Floats errors = {};
+    errors[0] = band.upperErrors[x];
+    addUpper(state, 0, errors);
   }
-  for (int step = 0; step < kStencilSkew; ++step) upperBlack[step][0] = blackInRowAbove(band, step);
+  for (int x = 0; x < kStencilSkew; ++x) upperBlack[x] = blackInRowAbove(band, x);
 }
 
 }  // namespace
@@ -141,10 +148,9 @@ KESTRA_INLINE void lookAhead(const StencilBand& band, State& state,
 void diffuseStencilBand(const StencilBand& band) {
   const Charges charges = chargesOf(band);
   State state = {};
-  std::int32_t upperBlack[kSteps + kStencilSkew][kStencilBandRows] = {};
-  std::int32_t white[kSteps][kStencilBandRows];
-  float levels[kSteps][kStencilBandRows];
-  std::uint8_t columns[kSteps][kStencilBandRows];
+  std::uint32_t upperBlack[kSteps + kStencilSkew];
+  std::uint8_t white[kStencilBandRows / 8][kSteps];
+  std::uint8_t levels[kSteps][kStencilBandRows];
   lookAhead(band, state, upperBlack);
 
   for (int time = 0; time < band.width + kDelay; time += kSteps) {
@@ -153,12 +159,7 @@ void diffuseStencilBand(const StencilBand& band) {
       square[row] = loadAs<Sixteen>(placeOf(band, row, time));
     }
     transpose(square);
-    for (int step = 0; step < kSteps; ++step) storeAs(columns[step], square[step]);
-    for (int step = 0; step < kSteps; ++step) {
-      for (int row = 0; row < kStencilBandRows; ++row) {
-        levels[step][row] = static_cast<float>(columns[step][row]);
-      }
-    }
+    for (int step = 0; step < kSteps; ++step) storeAs(levels[step], square[step]);
 
     if (time - kDelay >= 1 && time + kSteps < band.width) {
       diffuseBlock<false>(band, charges, time, levels, upperBlack, white, state);
@@ -167,15 +168,10 @@ void diffuseStencilBand(const StencilBand& band) {
     }
     std::memcpy(upperBlack, upperBlack + kSteps, sizeof upperBlack[0] * kStencilSkew);
 
-    for (int step = 0; step < kSteps; ++step) {
-      for (int row = 0; row < kStencilBandRows; ++row) {
-        columns[step][row] = static_cast<std::uint8_t>(white[step][row] & 0xFF);
-      }
-    }
-    for (int step = 0; step < kSteps; ++step) square[step] = loadAs<Sixteen>(columns[step]);
-    transpose(square);
     for (int row = 0; row < kStencilBandRows; ++row) {
-      storeAs(placeOf(band, row, time), square[row]);
+      const Sixteen bit = allSixteen(1U << (row % 8));
+      const Sixteen dots = both(loadAs<Sixteen>(white[row / 8]), bit);
+      storeAs(placeOf(band, row, time), same(dots, bit));
     }
   }
 }

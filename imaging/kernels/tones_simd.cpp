@@ -34,6 +34,44 @@ KESTRA_INLINE void addToLevels(int sum, const std::uint8_t* levels, std::uint8_t
   for (; x < count; ++x) out[x] = static_cast<std::uint8_t>(clampToLevel(levels[x] + sum));
 }
 
+#if defined(__AVX2__)
+// Looks up vectors of levels; the number of pixels done.
+//
+// A shuffle of bytes is a table of 16 entries, and gives 0 for a place below 0. So places are
+// levels less 16 k, for the k-th 16 entries: it takes part where a level is 16 k or above, and all
+// of these parts together are the level's entry, as each but the first holds only how its entries
+// differ from the part before. As a place is signed, levels from 128 on have eight parts of their
+// own.
+KESTRA_INLINE std::size_t lookUpVectors(const std::uint8_t* table, const std::uint8_t* levels,
+                                        std::uint8_t* out, std::size_t count) {
+  constexpr std::size_t kParts = 8;
+  Lanes low[kParts];
+  Lanes high[kParts];
+  for (std::size_t k = 0; k < kParts; ++k) {
+    low[k] = twice(table + 16 * k);
+    high[k] = twice(table + 128 + 16 * k);
+  }
+  for (std::size_t k = kParts - 1; k > 0; --k) {
+    low[k] = flipped(low[k], low[k - 1]);
+    high[k] = flipped(high[k], high[k - 1]);
+  }
+  std::size_t x = 0;
+  for (; x + kLanes <= count; x += kLanes) {
+    Lanes lowPlaces = load(levels + x);
+    Lanes highPlaces = flipped(lowPlaces, all(128));
+    Lanes entries = zeros();
+    for (std::size_t k = 0; k < kParts; ++k) {
+      const Lanes part = flipped(shuffled(low[k], lowPlaces), shuffled(high[k], highPlaces));
+      entries = flipped(entries, part);
+      lowPlaces = plusClamped(lowPlaces, all(256 - 16));
+      highPlaces = plusClamped(highPlaces, all(256 - 16));
+    }
+    store(out + x, entries);
+  }
+  return x;
+}
+#endif
+
 KESTRA_INLINE std::uint64_t loadEight(const std::uint8_t* bytes) {
   std::uint64_t word = 0;
   std::memcpy(&word, bytes, sizeof word);
@@ -51,6 +89,12 @@ void lookUpLevels(const std::uint8_t* table, const std::uint8_t* levels, std::ui
     addToLevels(sum, levels, out, count);
     return;
   }
+#if defined(__AVX2__)
+  const std::size_t done = lookUpVectors(table, levels, out, count);
+  levels += done;
+  out += done;
+  count -= done;
+#endif
   // Eight at a time, so that no entry waits for the byte before it to be stored.
   for (const std::uint8_t* end = levels + count / 8 * 8; levels != end; levels += 8, out += 8) {
     std::uint8_t entries[8];
