@@ -3,6 +3,7 @@
 // Why: all versions print the same, so a fast one that never ran would show in nothing but time.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <limits>
 #include <string>
 #include <vector>
@@ -48,6 +49,17 @@ bool remainsCount() {
 namespace kestra {
 namespace {
 
+constexpr double kEven[kGaussianTaps] = {0, 0, 0, 0.2, 0.2, 0.2, 0.2, 0.2, 0, 0, 0};
+constexpr double kSkew[kGaussianTaps] = {0, 0, 0.2, 0.2, 0.2, 0.2, 0.2, 0, 0, 0, 0};
+
+void blur(const double* kernel, std::size_t count) {
+  const unsigned char row[64] = {};
+  std::array<const unsigned char*, kGaussianTaps> taps = {};
+  taps.fill(row);
+  unsigned char out[64];
+  blurPixels(taps.data(), gaussianWeights(kernel), out, count);
+}
+
 void diffuseStencil(int height, float threshold) {
   std::vector<unsigned char> page(static_cast<std::size_t>(height) * 8);
   StencilDiffuser diffuser(8, height, threshold, page.data(), 8);
@@ -81,10 +93,6 @@ TEST(Choice, EachLoopRunsTheVersionThatIsForced) {
       std::uint8_t bytes[64] = {};
       std::uint32_t counts[256] = {};
       const std::uint8_t table[256] = {};
-      const double kernel[kGaussianTaps] = {0, 0, 0, 0.2, 0.2, 0.2, 0.2, 0.2, 0, 0, 0};
-      const unsigned char* taps[kGaussianTaps] = {};
-      for (const unsigned char*& tap : taps) tap = bytes;
-      std::uint8_t out[64] = {};
       packDots(bytes, 8, bytes);
       countDots(bytes, 8);
       ditherRow(bytes, 8, table, bytes);
@@ -92,8 +100,8 @@ TEST(Choice, EachLoopRunsTheVersionThatIsForced) {
       reverseLevels(bytes, 8);
       countLevels(bytes, 8, counts);
       diffuse({DiffusionMethod::kBurkes, bytes, 8, 8, kFewestRowsForScratch});
-      blurPixels(taps, gaussianWeights(kernel), out, kGaussianChunk);
-      sharpenPixels(bytes, bytes, out, 8);
+      blur(kEven, kGaussianChunk);
+      sharpenPixels(bytes, bytes, bytes, 8);
       diffuseStencil(kStencilBandRows, 1.0F);
     });
     const Names all = {"packDots",      "countDots",         "ditherRow", "lookUpLevels",
@@ -107,14 +115,9 @@ TEST(Choice, PagesAndRowsTooSmallForAFastVersionAreTheRules) {
   inEveryVersion([] {
     EXPECT_EQ(namesOf([] {
                 std::uint8_t bytes[64] = {};
-                std::uint8_t out[64] = {};
-                const unsigned char* taps[kGaussianTaps] = {};
-                for (const unsigned char*& tap : taps) tap = bytes;
-                const double kernel[kGaussianTaps] = {0, 0, 0, 0.2, 0.2, 0.2, 0.2, 0.2, 0, 0, 0};
-                const double skew[kGaussianTaps] = {0, 0, 0.2, 0.2, 0.2, 0.2, 0.2, 0, 0, 0, 0};
                 diffuse({DiffusionMethod::kBurkes, bytes, 8, 8, kFewestRowsForScratch - 1});
-                blurPixels(taps, gaussianWeights(kernel), out, kGaussianChunk - 1);
-                blurPixels(taps, gaussianWeights(skew), out, kGaussianChunk);
+                blur(kEven, kGaussianChunk - 1);
+                blur(kSkew, kGaussianChunk);
                 diffuseStencil(kStencilBandRows - 1, 1.0F);
               }),
               Names{});

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
+#include <initializer_list>
 #include <vector>
 
 #include "tests/kernels/versions.h"
@@ -24,14 +24,12 @@ struct Method {
   long number;  // of the plain version
 };
 
-constexpr Method kMethods[] = {
-    {DiffusionMethod::kBurkes, 2},
-    {DiffusionMethod::kStucki, 3},
-    {DiffusionMethod::kJarvisJudiceNinke, 4},
-    {DiffusionMethod::kSierra, 5},
-    {DiffusionMethod::kStevensonArce, 6},
-    {DiffusionMethod::kFloydSteinberg, 8},
-};
+constexpr Method kMethods[] = {{DiffusionMethod::kBurkes, 2},
+                               {DiffusionMethod::kStucki, 3},
+                               {DiffusionMethod::kJarvisJudiceNinke, 4},
+                               {DiffusionMethod::kSierra, 5},
+                               {DiffusionMethod::kStevensonArce, 6},
+                               {DiffusionMethod::kFloydSteinberg, 8}};
 
 // Rows with a gap of 255 or 0 behind each, and room for a block of rows behind the last. All of
 // that must neither print nor change.
@@ -65,41 +63,45 @@ void expectPlainDots(PageKind kind, std::size_t width, std::size_t height) {
   }
 }
 
+using Sizes = std::initializer_list<std::size_t>;
+
+void expectPlainDots(PageKind kind, const Sizes& widths, const Sizes& heights) {
+  for (const std::size_t width : widths) {
+    for (const std::size_t height : heights) {
+      expectPlainDots(kind, width, height);
+      if (testing::Test::HasFatalFailure()) return;
+    }
+  }
+}
+
 // Around the lanes of a vector (16, 32), a block of rows (13 to 15, 29 to 31), a chunk (32), and
 // the rows below which there is no block (4).
-constexpr std::size_t kWidths[] = {1,  2,  3,  4,  5,  6,  7,  8,   9,   15, 16,
-                                   17, 31, 32, 33, 63, 65, 79, 127, 251, 832};
-constexpr std::size_t kHeights[] = {1,  2,  3,  4,  5,  7,  8,  9,  11, 12, 13,
-                                    14, 15, 16, 17, 29, 30, 31, 32, 33, 61, 67};
+constexpr Sizes kWidths = {1,  2,  3,  4,  5,  6,  7,  8,   9,   15, 16,
+                           17, 31, 32, 33, 63, 65, 79, 127, 251, 832};
+constexpr Sizes kHeights = {1,  2,  3,  4,  5,  7,  8,  9,  11, 12, 13,
+                            14, 15, 16, 17, 29, 30, 31, 32, 33, 61, 67};
+
+std::vector<DiffusionLoop*> fastLoops() {
+  std::vector<DiffusionLoop*> loops = {baseline::diffuse};
+#if defined(__x86_64__)
+  if (kernelVersions().back() == KernelVersion::kAvx2) loops.push_back(avx2::diffuse);
+#endif
+  return loops;
+}
 
 }  // namespace
 
 TEST(Diffusion, MatchesThePlainVersionOnNoiseOfAllSizes) {
-  for (const std::size_t width : kWidths) {
-    for (const std::size_t height : kHeights) {
-      expectPlainDots(PageKind::kRandom, width, height);
-      if (HasFatalFailure()) return;
-    }
-  }
+  expectPlainDots(PageKind::kRandom, kWidths, kHeights);
 }
 
 TEST(Diffusion, MatchesThePlainVersionWhereNearlyEveryDotClamps) {
-  for (const std::size_t width : kWidths) {
-    for (const std::size_t height : kHeights) {
-      expectPlainDots(PageKind::kExtremes, width, height);
-      if (HasFatalFailure()) return;
-    }
-  }
+  expectPlainDots(PageKind::kExtremes, kWidths, kHeights);
 }
 
 TEST(Diffusion, MatchesThePlainVersionOnEveryKindOfPage) {
   for (const PageKind kind : kPageKinds) {
-    for (const std::size_t width : {1U, 3U, 9U, 33U, 251U}) {
-      for (const std::size_t height : {1U, 3U, 17U, 31U, 97U}) {
-        expectPlainDots(kind, width, height);
-        if (HasFatalFailure()) return;
-      }
-    }
+    expectPlainDots(kind, {1, 3, 9, 33, 251}, {1, 3, 17, 31, 97});
   }
 }
 
@@ -128,16 +130,12 @@ TEST(Diffusion, FastVersionsTakeLowPagesToo) {
   for (std::size_t height = 0; height < kFewestRowsForScratch; ++height) {
     const Bytes levels = makeLevels(PageKind::kRandom, 45, height);
     for (const Method& method : kMethods) {
-      const auto expectDots = [&](DiffusionLoop* loop) {
+      for (DiffusionLoop* loop : fastLoops()) {
         Bytes page = levels;
         Bytes scratch(diffusionScratch(45), 0xA5);
         loop({method.method, page.data(), 45, 45, height}, scratch.data());
         EXPECT_EQ(plain::halftone(levels, 45, height, method.number), page) << height << " rows";
-      };
-      expectDots(baseline::diffuse);
-#if defined(__x86_64__)
-      if (kernelVersions().back() == KernelVersion::kAvx2) expectDots(avx2::diffuse);
-#endif
+      }
     }
   }
 }
@@ -147,24 +145,18 @@ TEST(Diffusion, StaysWithinItsScratchAndDependsOnNothingInIt) {
   for (const std::size_t width : {1U, 7U, 64U, 129U, 832U, 2480U}) {
     const Bytes levels = makeLevels(PageKind::kRandom, width, 70);
     for (const Method& method : kMethods) {
-      const auto expectWithin = [&](DiffusionLoop* loop) {
-        const std::size_t size = diffusionScratch(width);
+      for (DiffusionLoop* loop : fastLoops()) {
         Bytes first;
         for (const std::uint8_t content : {std::uint8_t{0xA5}, std::uint8_t{0}}) {
-          Bytes scratch(size, content);
-          scratch.resize(size + 4096, 0xC3);
+          Bytes scratch(diffusionScratch(width), content);
+          scratch.insert(scratch.end(), 4096, 0xC3);
           Bytes page = levels;
           loop({method.method, page.data(), width, width, 70}, scratch.data());
-          scratch.erase(scratch.begin(), scratch.begin() + static_cast<std::ptrdiff_t>(size));
-          EXPECT_EQ(Bytes(4096, 0xC3), scratch) << "width " << width;
+          EXPECT_EQ(Bytes(4096, 0xC3), Bytes(scratch.end() - 4096, scratch.end())) << width;
           if (first.empty()) first = page;
           EXPECT_EQ(first, page);
         }
-      };
-      expectWithin(baseline::diffuse);
-#if defined(__x86_64__)
-      if (kernelVersions().back() == KernelVersion::kAvx2) expectWithin(avx2::diffuse);
-#endif
+      }
     }
   }
 }

@@ -5,19 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <bitset>
-#include <cstdint>
-#include <vector>
+#include <numeric>
 
-#include "tests/kernels/row_sizes.h"
+#include "tests/kernels/rows_of_all_sizes.h"
 #include "tests/kernels/versions.h"
-#include "tests/support/grey_pages.h"
 
 namespace kestra {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
-using testing_support::kPageKinds;
-using testing_support::PageKind;
 
 Bytes plainlyPacked(const Bytes& pixels) {
   Bytes bits((pixels.size() + 7) / 8);
@@ -40,8 +34,8 @@ TEST(Dots, PackTheLeftmostPixelIntoTheHighestBit) {
 }
 
 TEST(Dots, PackEveryByteButZeroAsADot) {
-  Bytes pixels;
-  for (int level = 0; level < 256; ++level) pixels.push_back(static_cast<std::uint8_t>(level));
+  Bytes pixels(256);
+  std::iota(pixels.begin(), pixels.end(), std::uint8_t{0});
   Bytes wanted(32, 0xFF);
   wanted[0] = 0x7F;  // level 0 alone is none
   inEveryVersion([&] {
@@ -61,37 +55,33 @@ TEST(Dots, CountEveryBit) {
 }
 
 TEST(Dots, AreThoseOfThePlainVersionForEverySize) {
-  for (const PageKind kind : kPageKinds) {
-    for (const std::size_t size : kRowSizes) {
-      const Bytes pixels = makeLevels(kind, size, 1);
-      Bytes wanted = plainlyPacked(pixels);
-      wanted.push_back(0xA5);  // the byte behind is as it was
-      std::uint64_t dots = 0;
-      for (const std::uint8_t byte : pixels) dots += std::bitset<8>(byte).count();
-      inEveryVersion([&] {
-        Bytes bits(wanted.size(), 0xA5);
-        packDots(pixels.data(), size, bits.data());
-        ASSERT_EQ(wanted, bits) << size;
-        ASSERT_EQ(dots, countDots(pixels.data(), size)) << size;
-      });
-    }
-  }
+  withRowsOfAllSizes([](const Bytes& pixels) {
+    Bytes wanted = plainlyPacked(pixels);
+    wanted.push_back(0xA5);  // the byte behind is as it was
+    std::uint64_t dots = 0;
+    for (const std::uint8_t byte : pixels) dots += std::bitset<8>(byte).count();
+    inEveryVersion([&] {
+      Bytes bits(wanted.size(), 0xA5);
+      packDots(pixels.data(), pixels.size(), bits.data());
+      ASSERT_EQ(wanted, bits);
+      ASSERT_EQ(dots, countDots(pixels.data(), pixels.size()));
+    });
+  });
 }
 
 TEST(Dots, MayBePackedOverTheirOwnPixels) {
-  for (const std::size_t size : kRowSizes) {
-    for (const std::ptrdiff_t before : {0, 1, 5}) {
-      const Bytes start =
-          makeLevels(PageKind::kExtremes, size + static_cast<std::size_t>(before), 1);
-      const Bytes wanted = plainlyPacked(Bytes(start.begin() + before, start.end()));
+  withRowsOfAllSizes([](const Bytes& row) {
+    const Bytes wanted = plainlyPacked(row);
+    for (const std::size_t before : {0U, 1U, 5U}) {
       inEveryVersion([&] {
-        Bytes pixels = start;
-        packDots(pixels.data() + before, size, pixels.data());
+        Bytes pixels(before, 0xFF);
+        pixels.insert(pixels.end(), row.begin(), row.end());
+        packDots(pixels.data() + before, row.size(), pixels.data());
         pixels.resize(wanted.size());
-        ASSERT_EQ(wanted, pixels) << size << " from " << before;
+        ASSERT_EQ(wanted, pixels) << "from " << before;
       });
     }
-  }
+  });
 }
 
 }  // namespace kestra

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -17,44 +18,53 @@
 namespace kestra {
 namespace {
 
+using Bytes = std::vector<unsigned char>;
+using Kernel = std::vector<double>;
+
 // 1 1 2 4 5 6 5 4 2 1 1, whose sum is 32: sums are whole 32nds, one pixel in 32 is a tie.
 constexpr int kThirtySeconds[] = {1, 1, 2, 4, 5, 6, 5, 4, 2, 1, 1};
 
-std::vector<double> thirtySeconds() {
-  std::vector<double> kernel;
+Kernel thirtySeconds() {
+  Kernel kernel;
   for (const int weight : kThirtySeconds) kernel.push_back(weight / 32.0);
   return kernel;
 }
 
-std::vector<double> stencilKernel() { return plain_stencil::blurKernel(kGaussianTaps, 3.0); }
+// A quarter in the middle: 2 * (1 + 1 + 2 + 4 + 4) + 8 = 32.
+Kernel steepKernel() {
+  Kernel kernel = thirtySeconds();
+  kernel[4] = kernel[6] = 4.0 / 32;
+  kernel[5] = 8.0 / 32;
+  return kernel;
+}
 
-std::vector<unsigned char> randomBytes(std::size_t count, unsigned seed) {
+Kernel stencilKernel() { return plain_stencil::blurKernel(kGaussianTaps, 3.0); }
+
+Bytes randomBytes(std::size_t count, unsigned seed) {
   std::mt19937 random(seed);
-  std::vector<unsigned char> bytes(count);
+  Bytes bytes(count);
   for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(random() & 0xFF);
   return bytes;
 }
 
 // Eleven offsets of a row that has ten bytes more than pixels.
-std::array<const unsigned char*, kGaussianTaps> along(const std::vector<unsigned char>& row) {
+std::array<const unsigned char*, kGaussianTaps> along(const Bytes& row) {
   std::array<const unsigned char*, kGaussianTaps> taps = {};
   for (std::size_t k = 0; k < taps.size(); ++k) taps[k] = row.data() + k;
   return taps;
 }
 
-std::vector<unsigned char> blurred(const std::vector<unsigned char>& row,
-                                   const std::vector<double>& kernel) {
-  std::vector<unsigned char> out(row.size() - 10);
+Bytes blurred(const Bytes& row, const Kernel& kernel) {
+  Bytes out(row.size() - 10);
   blurPixels(along(row).data(), gaussianWeights(kernel.data()), out.data(), out.size());
   return out;
 }
 
 // The same by the plain version, which repeats edges: they are cut off again.
-std::vector<unsigned char> plainBlurred(const std::vector<unsigned char>& row,
-                                        const std::vector<double>& kernel) {
+Bytes plainBlurred(const Bytes& row, const Kernel& kernel) {
   plain::Rows rows(1, std::vector<int>(row.begin(), row.end()));
   const plain::Rows result = plain_stencil::blurPass(rows, kernel, kGaussianTaps, true);
-  std::vector<unsigned char> out;
+  Bytes out;
   for (std::size_t i = 5; i + 5 < row.size(); ++i) {
     out.push_back(static_cast<unsigned char>(result[0][i]));
   }
@@ -65,8 +75,8 @@ std::vector<unsigned char> plainBlurred(const std::vector<unsigned char>& row,
 
 TEST(Gaussian, RoundTiesUp) {
   // Whole numbers say it: (sum + 16) / 32 cut.
-  const std::vector<unsigned char> row = randomBytes(4096 + 10, 1);
-  std::vector<unsigned char> expected;
+  const Bytes row = randomBytes(4096 + 10, 1);
+  Bytes expected;
   std::size_t ties = 0;
   for (std::size_t i = 0; i < 4096; ++i) {
     int sum = 16;
@@ -84,10 +94,10 @@ TEST(Gaussian, SumsAHairOffATieEqualThePlainVersion) {
   for (const double side : {-1.0, 1.0}) {
     bool differs = false;
     for (int n = 12; n <= 40; ++n) {
-      std::vector<double> kernel = thirtySeconds();
+      Kernel kernel = thirtySeconds();
       kernel[5] += side * std::ldexp(1.0, -n);
-      const std::vector<unsigned char> row = randomBytes(2048 + 10, static_cast<unsigned>(n));
-      const std::vector<unsigned char> expected = plainBlurred(row, kernel);
+      const Bytes row = randomBytes(2048 + 10, static_cast<unsigned>(n));
+      const Bytes expected = plainBlurred(row, kernel);
       differs = differs || expected != plainBlurred(row, thirtySeconds());
       inEveryVersion([&] { ASSERT_EQ(blurred(row, kernel), expected) << "2^-" << n; });
     }
@@ -97,9 +107,9 @@ TEST(Gaussian, SumsAHairOffATieEqualThePlainVersion) {
 
 TEST(Gaussian, NearTiesOfTheStencilsOwnKernelEqualThePlainVersion) {
   // Windows whose sum lies within 2^-13 of a half: two million random ones hold about 500.
-  const std::vector<double> kernel = stencilKernel();
+  const Kernel kernel = stencilKernel();
   std::mt19937 random(99);
-  std::vector<unsigned char> row;
+  Bytes row;
   int found = 0;
   for (int tries = 0; tries < 2000000; ++tries) {
     std::array<unsigned char, kGaussianTaps> window = {};
@@ -117,18 +127,17 @@ TEST(Gaussian, NearTiesOfTheStencilsOwnKernelEqualThePlainVersion) {
     ++found;
   }
   ASSERT_GT(found, 300);
-  const std::vector<unsigned char> expected = plainBlurred(row, kernel);
+  const Bytes expected = plainBlurred(row, kernel);
   inEveryVersion([&] { EXPECT_EQ(blurred(row, kernel), expected); });
 }
 
 TEST(Gaussian, EveryLengthOfARowEqualsThePlainVersionAndNothingElseIsWritten) {
-  const std::vector<double> kernel = stencilKernel();
+  const Kernel kernel = stencilKernel();
   const GaussianWeights weights = gaussianWeights(kernel.data());
   for (std::size_t count = 0; count <= 101; ++count) {
-    const std::vector<unsigned char> row =
-        randomBytes(count + 10, static_cast<unsigned>(count) + 7);
+    const Bytes row = randomBytes(count + 10, static_cast<unsigned>(count) + 7);
     inEveryVersion([&] {
-      std::vector<unsigned char> out(count + 2, 170);
+      Bytes out(count + 2, 170);
       blurPixels(along(row).data(), weights, out.data() + 1, count);
       EXPECT_EQ(out.front(), 170);
       EXPECT_EQ(out.back(), 170);
@@ -141,16 +150,15 @@ TEST(Gaussian, EveryLengthOfARowEqualsThePlainVersionAndNothingElseIsWritten) {
 
 TEST(Gaussian, FlatRowsStayFlat) {
   for (int value = 0; value < 256; ++value) {
-    const std::vector<unsigned char> row(64 + 10, static_cast<unsigned char>(value));
+    const Bytes row(64 + 10, static_cast<unsigned char>(value));
     inEveryVersion([&] {
-      EXPECT_EQ(blurred(row, stencilKernel()),
-                std::vector<unsigned char>(64, static_cast<unsigned char>(value)));
+      EXPECT_EQ(blurred(row, stencilKernel()), Bytes(64, static_cast<unsigned char>(value)));
     });
   }
 }
 
 TEST(Gaussian, WholeWeightsLieLessThanTheirLastPlaceBelowTheRealOnes) {
-  for (const std::vector<double>& kernel : {stencilKernel(), thirtySeconds()}) {
+  for (const Kernel& kernel : {stencilKernel(), thirtySeconds()}) {
     const GaussianWeights weights = gaussianWeights(kernel.data());
     ASSERT_TRUE(weights.haveWhole);
     for (std::size_t k = 0; k <= kGaussianReach; ++k) {
@@ -164,7 +172,7 @@ TEST(Gaussian, WholeWeightsLieLessThanTheirLastPlaceBelowTheRealOnes) {
 
 TEST(Gaussian, HasNoWholeWeightsForWhatTheirNumbersCannotHold) {
   const auto serve = [&](std::size_t k, double weight, bool symmetric = true) {
-    std::vector<double> kernel = thirtySeconds();
+    Kernel kernel = thirtySeconds();
     kernel[k] = weight;
     if (symmetric) kernel[10 - k] = weight;
     return gaussianWeights(kernel.data()).haveWhole;
@@ -180,10 +188,8 @@ TEST(Gaussian, HasNoWholeWeightsForWhatTheirNumbersCannotHold) {
 }
 
 TEST(Gaussian, HasNoWholeWeightsForAQuarterInAKernelWhoseSumIsOne) {
-  // 1/4 is 32768 units of 2^-17, one more than 16 bits hold; 2 * (1 + 1 + 2 + 4 + 4) + 8 = 32.
-  std::vector<double> kernel = thirtySeconds();
-  kernel[4] = kernel[6] = 4.0 / 32;
-  kernel[5] = 8.0 / 32;
+  // 1/4 is 32768 units of 2^-17, one more than 16 bits hold.
+  Kernel kernel = steepKernel();
   EXPECT_FALSE(gaussianWeights(kernel.data()).haveWhole);
   // A hair less, 2^-17, is 32767 units: it fits.
   kernel[5] -= std::ldexp(1.0, -17);
@@ -193,27 +199,23 @@ TEST(Gaussian, HasNoWholeWeightsForAQuarterInAKernelWhoseSumIsOne) {
 }
 
 TEST(Gaussian, WithoutWholeWeightsEqualsThePlainVersion) {
-  std::vector<double> skew = thirtySeconds();
+  Kernel skew = thirtySeconds();
   skew[0] = 0.0;
-  std::vector<double> steep = thirtySeconds();
-  steep[4] = steep[6] = 4.0 / 32;
-  steep[5] = 8.0 / 32;
-  const std::vector<unsigned char> row = randomBytes(200 + 10, 8);
-  for (const std::vector<double>& kernel : {skew, steep}) {
+  const Bytes row = randomBytes(200 + 10, 8);
+  for (const Kernel& kernel : {skew, steepKernel()}) {
     inEveryVersion([&] { EXPECT_EQ(blurred(row, kernel), plainBlurred(row, kernel)); });
   }
 }
 
 TEST(Gaussian, SharpeningIsFourTimesThePixelMinusThreeTimesItsBlurForAllBytes) {
-  std::vector<unsigned char> own;
-  std::vector<unsigned char> soft;
+  Bytes own;
+  Bytes soft;
   std::vector<int> expected;
   for (int a = 0; a < 256; ++a) {
     for (int b = 0; b < 256; ++b) {
       own.push_back(static_cast<unsigned char>(a));
       soft.push_back(static_cast<unsigned char>(b));
-      const int level = 4 * a - 3 * b;
-      expected.push_back(level < 0 ? 0 : (level > 255 ? 255 : level));
+      expected.push_back(std::clamp(4 * a - 3 * b, 0, 255));
     }
   }
   // The rule in single precision says the same.
@@ -222,10 +224,10 @@ TEST(Gaussian, SharpeningIsFourTimesThePixelMinusThreeTimesItsBlurForAllBytes) {
                                  {std::vector<int>(soft.begin(), soft.end())}, 3.0F);
   ASSERT_EQ(ruled[0], expected);
   inEveryVersion([&] {
-    std::vector<unsigned char> out(own.size());
+    Bytes out(own.size());
     sharpenPixels(own.data(), soft.data(), out.data(), own.size());
     EXPECT_EQ(std::vector<int>(out.begin(), out.end()), expected);
-    std::vector<unsigned char> same = soft;
+    Bytes same = soft;
     sharpenPixels(own.data(), same.data(), same.data(), own.size());
     EXPECT_EQ(std::vector<int>(same.begin(), same.end()), expected) << "in place of the blur";
   });

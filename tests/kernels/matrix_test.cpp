@@ -4,19 +4,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <vector>
+#include <numeric>
 
-#include "tests/kernels/row_sizes.h"
+#include "tests/kernels/rows_of_all_sizes.h"
 #include "tests/kernels/versions.h"
-#include "tests/support/grey_pages.h"
 
 namespace kestra {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
-using testing_support::kPageKinds;
-using testing_support::PageKind;
 
 Bytes dithered(const Bytes& levels, const RowThresholds& thresholds) {
   Bytes dots(levels.size());
@@ -36,9 +30,7 @@ TEST(Matrix, ComparesEachPixelWithTheThresholdOfItsColumn) {
 
 TEST(Matrix, CutsEveryLevelAtEveryThreshold) {
   Bytes levels(256);
-  for (std::size_t level = 0; level < levels.size(); ++level) {
-    levels[level] = static_cast<std::uint8_t>(level);
-  }
+  std::iota(levels.begin(), levels.end(), std::uint8_t{0});
   for (unsigned threshold = 1; threshold < 256; ++threshold) {
     const auto byte = static_cast<std::uint8_t>(threshold);
     Bytes wanted(threshold, 0);
@@ -50,22 +42,19 @@ TEST(Matrix, CutsEveryLevelAtEveryThreshold) {
 TEST(Matrix, MakesTheDotsOfThePlainVersionForEverySizeInPlaceAndWritesNoOthers) {
   const RowThresholds sets[] = {{129, 129, 129, 129}, {16, 144, 48, 176}, {1, 193, 49, 241}};
   for (const RowThresholds& thresholds : sets) {
-    for (const PageKind kind : kPageKinds) {
-      for (const std::size_t size : kRowSizes) {
-        Bytes levels = makeLevels(kind, size, 1);
-        Bytes wanted;
-        for (std::size_t x = 0; x < size; ++x) {
-          wanted.push_back(levels[x] < thresholds[x % 4] ? 0 : 1);
-        }
-        levels.push_back(0xA5);
-        wanted.push_back(0xA5);
-        inEveryVersion([&] {
-          Bytes row = levels;
-          ditherRow(row.data(), size, thresholds.data(), row.data());
-          ASSERT_EQ(wanted, row) << size;
-        });
+    withRowsOfAllSizes([&](const Bytes& levels) {
+      Bytes wanted;
+      for (std::size_t x = 0; x < levels.size(); ++x) {
+        wanted.push_back(levels[x] < thresholds[x % 4] ? 0 : 1);
       }
-    }
+      wanted.push_back(0xA5);
+      inEveryVersion([&] {
+        Bytes row = levels;
+        row.push_back(0xA5);
+        ditherRow(row.data(), levels.size(), thresholds.data(), row.data());
+        ASSERT_EQ(wanted, row);
+      });
+    });
   }
 }
 

@@ -8,46 +8,38 @@ void note(const char* name) { ran.push_back(std::string(KESTRA_VERSION_NAME) + n
 
 }  // namespace
 
-void packDots(const std::uint8_t* /*pixels*/, std::size_t /*count*/, std::uint8_t* /*bits*/) {
-  note("packDots");
-}
+void packDots(const std::uint8_t*, std::size_t, std::uint8_t*) { note("packDots"); }
 
-std::uint64_t countDots(const std::uint8_t* /*bits*/, std::size_t /*size*/) {
+std::uint64_t countDots(const std::uint8_t*, std::size_t) {
   note("countDots");
   return 0;
 }
 
-void ditherRow(const std::uint8_t* /*levels*/, std::size_t /*count*/,
-               const std::uint8_t* /*thresholds*/, std::uint8_t* /*dots*/) {
+void ditherRow(const std::uint8_t*, std::size_t, const std::uint8_t*, std::uint8_t*) {
   note("ditherRow");
 }
 
-void lookUpLevels(const std::uint8_t* /*table*/, const std::uint8_t* /*levels*/,
-                  std::uint8_t* /*out*/, std::size_t /*count*/) {
+void lookUpLevels(const std::uint8_t*, const std::uint8_t*, std::uint8_t*, std::size_t) {
   note("lookUpLevels");
 }
 
-void reverseLevels(std::uint8_t* /*levels*/, std::size_t /*count*/) { note("reverseLevels"); }
+void reverseLevels(std::uint8_t*, std::size_t) { note("reverseLevels"); }
 
-void countLevels(const std::uint8_t* /*levels*/, std::size_t /*count*/, std::uint32_t* /*counts*/) {
-  note("countLevels");
-}
+void countLevels(const std::uint8_t*, std::size_t, std::uint32_t*) { note("countLevels"); }
 
-void diffuse(const DiffusionPage& /*page*/, std::uint8_t* scratch) {
+void diffuse(const DiffusionPage&, std::uint8_t* scratch) {
   note(scratch == nullptr ? "diffuse without scratch" : "diffuse");
 }
 
-void blurPixels(const unsigned char* const* /*taps*/, const GaussianWeights& /*weights*/,
-                unsigned char* /*out*/, std::size_t /*count*/) {
+void blurPixels(const unsigned char* const*, const GaussianWeights&, unsigned char*, std::size_t) {
   note("blurPixels");
 }
 
-void sharpenPixels(const unsigned char* /*source*/, const unsigned char* /*blurred*/,
-                   unsigned char* /*out*/, std::size_t /*count*/) {
+void sharpenPixels(const unsigned char*, const unsigned char*, unsigned char*, std::size_t) {
   note("sharpenPixels");
 }
 
-void diffuseStencilBand(const StencilBand& /*band*/) {
+void diffuseStencilBand(const StencilBand&) {
   note("diffuseStencilBand");
   remainsCounted = remainsCount();
 }

@@ -7,27 +7,20 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
-#include <vector>
+#include <numeric>
 
-#include "tests/kernels/row_sizes.h"
+#include "tests/kernels/rows_of_all_sizes.h"
 #include "tests/kernels/versions.h"
-#include "tests/support/grey_pages.h"
 
 namespace kestra {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-using testing_support::kPageKinds;
-using testing_support::PageKind;
 using Table = std::array<std::uint8_t, 256>;
 
 Table tableOfSum(int sum) {
   Table table = {};
-  for (int level = 0; level < 256; ++level) {
-    table[static_cast<std::size_t>(level)] =
-        static_cast<std::uint8_t>(std::clamp(level + sum, 0, 255));
-  }
+  int level = sum;
+  for (std::uint8_t& entry : table) entry = static_cast<std::uint8_t>(std::clamp(level++, 0, 255));
   return table;
 }
 
@@ -40,7 +33,7 @@ Table scrambledTable() {
 /// Long enough for a table to be looked at as a whole, every level in it.
 Bytes longRow() {
   Bytes row = makeLevels(PageKind::kRandom, 2481, 1);
-  for (std::size_t level = 0; level < 256; ++level) row[level] = static_cast<std::uint8_t>(level);
+  std::iota(row.begin(), row.begin() + 256, std::uint8_t{0});
   return row;
 }
 
@@ -77,40 +70,35 @@ TEST(Tones, FollowATableThatIsNearlyASum) {
 }
 
 TEST(Tones, FollowTheirTableForEverySize) {
-  for (const std::size_t size : kRowSizes) {
-    const Bytes row = makeLevels(PageKind::kRandom, size, 1);
+  withRowsOfAllSizes([](const Bytes& row) {
     for (const Table& table : {scrambledTable(), tableOfSum(75), tableOfSum(-75)}) {
       expectLookedUp(table, row);
     }
-  }
+  });
 }
 
 TEST(Tones, OfTurnedRowsAreInTheOppositeOrder) {
-  for (const std::size_t size : kRowSizes) {
-    const Bytes row = makeLevels(PageKind::kRandom, size, 1);
+  withRowsOfAllSizes([](const Bytes& row) {
     inEveryVersion([&] {
       Bytes turned = row;
-      reverseLevels(turned.data(), size);
-      ASSERT_EQ(Bytes(row.rbegin(), row.rend()), turned) << size;
+      reverseLevels(turned.data(), row.size());
+      ASSERT_EQ(Bytes(row.rbegin(), row.rend()), turned);
     });
-  }
+  });
 }
 
 TEST(Tones, AreCountedInRowsOfEverySizeAndAddedToWhatIsThere) {
-  for (const PageKind kind : kPageKinds) {
-    for (const std::size_t size : kRowSizes) {
-      const Bytes row = makeLevels(kind, size, 1);
-      std::array<std::uint32_t, 256> wanted = {};
-      wanted[9] = 5;
-      for (const std::uint8_t level : row) ++wanted[level];
-      inEveryVersion([&] {
-        std::array<std::uint32_t, 256> counts = {};
-        counts[9] = 5;
-        countLevels(row.data(), size, counts.data());
-        ASSERT_EQ(wanted, counts) << size;
-      });
-    }
-  }
+  withRowsOfAllSizes([](const Bytes& row) {
+    std::array<std::uint32_t, 256> before = {};
+    before[9] = 5;
+    std::array<std::uint32_t, 256> wanted = before;
+    for (const std::uint8_t level : row) ++wanted[level];
+    inEveryVersion([&] {
+      std::array<std::uint32_t, 256> counts = before;
+      countLevels(row.data(), row.size(), counts.data());
+      ASSERT_EQ(wanted, counts);
+    });
+  });
 }
 
 }  // namespace kestra

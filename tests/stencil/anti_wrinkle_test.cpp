@@ -16,22 +16,25 @@ namespace {
 
 constexpr const char* kPageNames[] = {"A4", "Letter", "Tattoo_A5", "Tattoo_A6"};
 
-// Frames a grey page; the result and what was logged.
-plain_stencil::Framed framed(const plain::Rows& rows, const plain_stencil::Framing& framing) {
+// Frames an image; what was logged.
+std::string frameOf(OwnedImage& image, const plain_stencil::Framing& framing) {
   FramedPrinter printer;
   if (framing.hasHeader) printer.setPageName(framing.pageName);
   printer.setDotsPerInch(framing.dpi);
   printer.setAntiWrinkle(framing.level);
+  Capture capture;
+  printer.EnableAntiWrink(image);
+  return capture.stop();
+}
+
+// Frames a grey page; the result and what was logged.
+plain_stencil::Framed framed(const plain::Rows& rows, const plain_stencil::Framing& framing) {
   OwnedImage image;
   const std::vector<std::uint8_t> bytes = plain::flatten(rows);
   EXPECT_TRUE(makeGrey(image, bytes, static_cast<std::uint32_t>(rows[0].size()),
                        static_cast<std::uint32_t>(rows.size())));
-  Capture capture;
-  printer.EnableAntiWrink(image);
-  plain_stencil::Framed result;
-  result.log = capture.stop();
-  result.picture = pictureOf(image);
-  return result;
+  const std::string log = frameOf(image, framing);
+  return {pictureOf(image), log};
 }
 
 void expectAsPlain(const plain::Rows& rows, const plain_stencil::Framing& framing) {
@@ -54,7 +57,7 @@ TEST(AntiWrinkle, LevelThreeOnAnA4PageAt300Dpi) {
   // 1 mm: 300 * 100 / 254 = 118, (118 + 5) / 10 = 12 dots. 3 mm: 354, 35 dots. 200 mm: 23622, 2362;
   // 275 mm: 32480, 3248. Canvas 2362 + 70 = 2432 wide, 3248 + 24 = 3272 high.
   const plain::Rows page = uniformPage(2432, 3272, 0);
-  const plain_stencil::Framed result = framed(page, {3, 300, "A4", true, 255});
+  const plain_stencil::Framed result = framed(page, {3, 300, "A4"});
   EXPECT_EQ(result.log,
             "DEBUG:EnableAntiWrink: AntiWrinkle level: 3, line_v: 35 points, line_h: 12 points.\n"
             "DEBUG:EnableAntiWrink: Page size is A4, CanvasWidth: 2432, CanvasHeight: 3272\n"
@@ -82,8 +85,7 @@ TEST(AntiWrinkle, CanvasSizesOfAllPageNamesAt300Dpi) {
                                "Tattoo_A5, CanvasWidth: 2432, CanvasHeight: 1418",
                                "Tattoo_A6, CanvasWidth: 1251, CanvasHeight: 1418"};
   for (std::size_t i = 0; i < 4; ++i) {
-    EXPECT_TRUE(
-        logHas(framed({{7}}, {3, 300, kPageNames[i], true, 255}), "Page size is " + sizes[i]))
+    EXPECT_TRUE(logHas(framed({{7}}, {3, 300, kPageNames[i]}), "Page size is " + sizes[i]))
         << kPageNames[i];
   }
 }
@@ -91,8 +93,7 @@ TEST(AntiWrinkle, CanvasSizesOfAllPageNamesAt300Dpi) {
 TEST(AntiWrinkle, SmallerImagesAreCentredOnASolidCanvas) {
   // At 30 dpi: 1 mm is 30 * 100 / 254 = 11, (11 + 5) / 10 = 1 dot; 2 mm 23, 2 dots; 100 mm 1181,
   // 118; 118 mm 1393, 139. Canvas 122 x 141. An image of 100 x 121: 11 and 10 dots on each side.
-  const plain_stencil::Framed result =
-      framed(uniformPage(100, 121, 0), {2, 30, "Tattoo_A6", true, 255});
+  const plain_stencil::Framed result = framed(uniformPage(100, 121, 0), {2, 30, "Tattoo_A6"});
   EXPECT_TRUE(logHas(result, "Image width is less than canvas width, exPoints: 11"));
   EXPECT_TRUE(logHas(result, "Image height is less than canvas height, eyPoints: 10"));
   EXPECT_TRUE(logHas(result, "Image expanded successfully."));
@@ -109,8 +110,7 @@ TEST(AntiWrinkle, SmallerImagesAreCentredOnASolidCanvas) {
 TEST(AntiWrinkle, AnOddDifferenceLeavesTheCanvasOneDotShort) {
   // Canvas 122 x 141 as above, image 121 x 141: half of 1 is 0, so nothing is enlarged, and the
   // right bar's last column falls outside.
-  const plain_stencil::Framed result =
-      framed(uniformPage(121, 141, 0), {2, 30, "Tattoo_A6", true, 255});
+  const plain_stencil::Framed result = framed(uniformPage(121, 141, 0), {2, 30, "Tattoo_A6"});
   EXPECT_TRUE(logHas(result, "Image width is less than canvas width, exPoints: 0"));
   EXPECT_FALSE(logHas(result, "Image expanded successfully."));
   EXPECT_EQ(result.picture.width, 121);
@@ -121,8 +121,7 @@ TEST(AntiWrinkle, AnOddDifferenceLeavesTheCanvasOneDotShort) {
 
 TEST(AntiWrinkle, LargerImagesAreFramedInTheirMiddle) {
   // Image 132 x 151: the canvas of 122 x 141 begins at (5, 5).
-  const plain_stencil::Framed result =
-      framed(uniformPage(132, 151, 0), {2, 30, "Tattoo_A6", true, 255});
+  const plain_stencil::Framed result = framed(uniformPage(132, 151, 0), {2, 30, "Tattoo_A6"});
   EXPECT_TRUE(logHas(result, "Image width is greater than canvas width, offset.x: 5"));
   EXPECT_TRUE(logHas(result, "Image height is greater than canvas height, offset.y: 5"));
   ASSERT_EQ(result.picture.width, 132);
@@ -138,7 +137,7 @@ TEST(AntiWrinkle, LargerImagesAreFramedInTheirMiddle) {
 TEST(AntiWrinkle, AnUnknownPageNameDrawsNothing) {
   for (const char* name : {"", "a4", "A4 ", "A5", "Tattoo_A5x", "Custom.100x100"}) {
     const plain::Rows page = noisePage(31, 20, 3);
-    const plain_stencil::Framed result = framed(page, {3, 300, name, true, 255});
+    const plain_stencil::Framed result = framed(page, {3, 300, name});
     EXPECT_EQ(result.picture.width, 31);
     EXPECT_TRUE(result.picture.rows == pictureOf(page).rows) << name;
     EXPECT_TRUE(logHas(result, "Image width is greater than canvas width, offset.x: 15"));
@@ -151,35 +150,25 @@ TEST(AntiWrinkle, AnUnknownPageNameDrawsNothing) {
 
 TEST(AntiWrinkle, WithoutAPageHeaderNothingHappens) {
   const plain::Rows page = noisePage(9, 7, 1);
-  const plain_stencil::Framed result = framed(page, {3, 300, "A4", false, 255});
+  const plain_stencil::Framed result = framed(page, {3, 300, "A4", false});
   EXPECT_EQ(result.log, "DEBUG:EnableAntiWrink: Image or pageHdr_ is not valid, returning.\n");
   EXPECT_TRUE(result.picture.rows == pictureOf(page).rows);
 }
 
 TEST(AntiWrinkle, WithoutAnImageNothingHappens) {
-  FramedPrinter printer;
-  printer.setPageName("A4");
-  printer.setAntiWrinkle(3);
   OwnedImage image;
-  Capture capture;
-  printer.EnableAntiWrink(image);
-  EXPECT_EQ(capture.stop(), "DEBUG:EnableAntiWrink: Image or pageHdr_ is not valid, returning.\n");
+  EXPECT_EQ(frameOf(image, {3, 300, "A4"}),
+            "DEBUG:EnableAntiWrink: Image or pageHdr_ is not valid, returning.\n");
   EXPECT_FALSE(image.IsValid());
 }
 
 TEST(AntiWrinkle, TheCanvasIsFilledWithTheIndexOfWhite) {
   // An image of two colours at 8 bits: white is index 1 there, the bars are 255 all the same.
-  FramedPrinter printer;
-  printer.setPageName("Tattoo_A6");
-  printer.setDotsPerInch(30);
-  printer.setAntiWrinkle(2);
   OwnedImage image;
   ASSERT_TRUE(makeGrey(image, std::vector<std::uint8_t>(10 * 10, 0), 10, 10));
   image.Dither(0);
   image.IncreaseBpp(8);
-  Capture capture;
-  printer.EnableAntiWrink(image);
-  capture.stop();
+  frameOf(image, {2, 30, "Tattoo_A6"});
   const plain_stencil::Picture picture = pictureOf(image);
   // Canvas 122 x 141, image enlarged by 56 and 65: 122 x 140.
   ASSERT_EQ(picture.width, 122);
@@ -194,7 +183,7 @@ TEST(AntiWrinkle, ACanvasThatCannotBeMadeLeavesTheImage) {
   // 20000 mm: 20000 * 300 * 100 / 254 = 2362204, 236220 dots. 2362 + 2 * 236220 = 474802 times 3272
   // dots are more than 2^29.
   const plain::Rows page = noisePage(9, 7, 1);
-  const plain_stencil::Framed result = framed(page, {20000, 300, "A4", true, 255});
+  const plain_stencil::Framed result = framed(page, {20000, 300, "A4"});
   EXPECT_TRUE(
       logHas(result, "AntiWrinkle level: 20000, line_v: 236220 points, line_h: 12 points."));
   EXPECT_TRUE(logHas(result, "Failed to expand image, returning."));
@@ -210,7 +199,7 @@ TEST(AntiWrinkle, EqualsThePlainVersionForLevels0To20AndAllPageNames) {
       for (const auto& [width, height] :
            {std::pair{1, 1}, std::pair{40, 50}, std::pair{33, 150}, std::pair{130, 31},
             std::pair{131, 149}, std::pair{97, 130}, std::pair{98, 57}}) {
-        expectAsPlain(noisePage(width, height, 11), {level, 12, name, true, 255});
+        expectAsPlain(noisePage(width, height, 11), {level, 12, name});
       }
     }
   }
@@ -219,21 +208,21 @@ TEST(AntiWrinkle, EqualsThePlainVersionForLevels0To20AndAllPageNames) {
 TEST(AntiWrinkle, EqualsThePlainVersionAtThePrintersResolutions) {
   for (const int dpi : {203, 300}) {
     for (const char* name : kPageNames) {
-      expectAsPlain(noisePage(400, 300, 11), {5, dpi, name, true, 255});
+      expectAsPlain(noisePage(400, 300, 11), {5, dpi, name});
     }
-    expectAsPlain(noisePage(1300, 1500, 11), {20, dpi, "Tattoo_A6", true, 255});
+    expectAsPlain(noisePage(1300, 1500, 11), {20, dpi, "Tattoo_A6"});
   }
 }
 
 TEST(AntiWrinkle, BarsWiderThanThePageAreCutAtItsEdges) {
   for (const int level : {100, 250, 1000}) {
-    expectAsPlain(noisePage(60, 70, 2), {level, 12, "Tattoo_A6", true, 255});
+    expectAsPlain(noisePage(60, 70, 2), {level, 12, "Tattoo_A6"});
   }
 }
 
 TEST(AntiWrinkle, NegativeLevelsDrawNoSideBars) {
   for (const int level : {-1, -3, -20, -49}) {
-    expectAsPlain(noisePage(60, 70, 2), {level, 12, "Tattoo_A6", true, 255});
+    expectAsPlain(noisePage(60, 70, 2), {level, 12, "Tattoo_A6"});
   }
 }
 
@@ -241,20 +230,19 @@ TEST(AntiWrinkle, NegativeResolutionsDrawNothing) {
   // 118 mm: -12 * 118 * 100 / 254 = -557, (-557 + 5) / 10 = -55 dots; 100 mm: -472, -46; 1 and 3
   // mm: 0. The canvas begins at (60 + 46) / 2 = 53, (70 + 55) / 2 = 62.
   const plain::Rows page = noisePage(60, 70, 2);
-  const plain_stencil::Framed result = framed(page, {3, -12, "Tattoo_A6", true, 255});
+  const plain_stencil::Framed result = framed(page, {3, -12, "Tattoo_A6"});
   EXPECT_TRUE(result.picture.rows == pictureOf(page).rows);
   EXPECT_TRUE(logHas(result, "Image height is greater than canvas height, offset.y: 62"));
   EXPECT_TRUE(logHas(result, "Drawing left line. point(53, 62, 53, 62)"));
   EXPECT_TRUE(logHas(result, "Drawing right line. point(7, 62, 7, 62)"));
   EXPECT_TRUE(logHas(result, "Drawing bottom line. point(53, 7, 53, 7)"));
-  expectAsPlain(page, {3, -12, "Tattoo_A6", true, 255});
+  expectAsPlain(page, {3, -12, "Tattoo_A6"});
 }
 
 TEST(AntiWrinkle, BarsWithoutPixelsAreToldToEndWhereTheyBegin) {
   // At 30 dpi -5 mm are -5 * 100 * 30 / 254 = -59, (-59 + 5) / 10 = -5 dots, 1 mm is 1 dot. Canvas
   // 118 - 10 = 108 wide, 139 + 2 = 141 high. The right bar begins at 108 + 5.
-  const plain_stencil::Framed negative =
-      framed(uniformPage(108, 141, 0), {-5, 30, "Tattoo_A6", true, 255});
+  const plain_stencil::Framed negative = framed(uniformPage(108, 141, 0), {-5, 30, "Tattoo_A6"});
   EXPECT_TRUE(logHas(negative, "Drawing left line. point(0, 0, 0, 141)"));
   EXPECT_TRUE(logHas(negative, "Drawing top line. point(0, 0, 108, 1)"));
   EXPECT_TRUE(logHas(negative, "Drawing right line. point(113, 0, 113, 141)"));
@@ -262,7 +250,7 @@ TEST(AntiWrinkle, BarsWithoutPixelsAreToldToEndWhereTheyBegin) {
 
   // A canvas of 0 x 0 in the middle of 30 x 20: no side bar has a row, top and bottom no column.
   // 3 mm: 35, (35 + 5) / 10 = 4 dots.
-  const plain_stencil::Framed unknown = framed(uniformPage(30, 20, 0), {3, 30, "Other", true, 255});
+  const plain_stencil::Framed unknown = framed(uniformPage(30, 20, 0), {3, 30, "Other"});
   EXPECT_TRUE(logHas(unknown, "Drawing left line. point(15, 10, 15, 10)"));
   EXPECT_TRUE(logHas(unknown, "Drawing top line. point(15, 10, 15, 11)"));
   EXPECT_TRUE(logHas(unknown, "Drawing right line. point(11, 10, 11, 10)"));
@@ -277,14 +265,9 @@ TEST(AntiWrinkle, ExtremeLevelsEndQuicklyAndLeaveAValidImage) {
   for (const int level : {kLargest, kLargest - 1, kLargest / 2, 71583, 100000, -71583, -100000,
                           kSmallest / 2, kSmallest + 1, kSmallest}) {
     for (const char* name : {"A4", "Letter", "Tattoo_A5", "Tattoo_A6", "None"}) {
-      FramedPrinter printer;
-      printer.setPageName(name);
-      printer.setAntiWrinkle(level);
       OwnedImage image;
       ASSERT_TRUE(makeGrey(image, std::vector<std::uint8_t>(40 * 31, 3), 40, 31));
-      Capture capture;
-      printer.EnableAntiWrink(image);
-      const std::string log = capture.stop();
+      const std::string log = frameOf(image, {level, 300, name});
       EXPECT_NE(log.find("AntiWrinkle level: " + std::to_string(level) + ","), std::string::npos);
       ASSERT_TRUE(image.IsValid());
       EXPECT_GE(image.GetWidth(), 40U) << level;

@@ -150,8 +150,7 @@ TEST(EdfCus, MakesANewGreyImage) {
   const QMImage result = edf_cus(source, 100);
   EXPECT_EQ(rowsOf(source), page);
   EXPECT_NE(result.data, source.data);
-  EXPECT_EQ(result.color, QM_IMG_GRAY);
-  EXPECT_EQ(result.channels, 1);
+  expectShape(result, 9, 8, 1, QM_IMG_GRAY);
 }
 
 TEST(EdfCus, BoundsIncludeZeroAndExcludeTheSize) {

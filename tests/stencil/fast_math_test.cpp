@@ -21,22 +21,15 @@ constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr float kLargest = std::numeric_limits<float>::max();
 constexpr float kSmallestNormal = std::numeric_limits<float>::min();
 constexpr float kSmallest = std::numeric_limits<float>::denorm_min();
+constexpr float kLargestSubnormal = kSmallestNormal - kSmallest;
 constexpr int kSmallestInt = std::numeric_limits<int>::min();
 
 // Zeros, infinities, NaN, the ends of the range, and three numbers of each power of two.
 std::vector<float> manyNumbers() {
-  std::vector<float> numbers = {0.0F,
-                                kNan,
-                                kInfinity,
-                                kLargest,
-                                kSmallestNormal,
-                                kSmallest,
-                                2 * kSmallest,
-                                kSmallestNormal - kSmallest,
-                                0.00001F,
-                                2.5F,
-                                1e10F,
-                                6.2831855F};
+  const float special[] = {0.0F,      kNan,          kInfinity,         kLargest, kSmallestNormal,
+                           kSmallest, 2 * kSmallest, kLargestSubnormal, 0.00001F, 2.5F,
+                           1e10F,     6.2831855F};
+  std::vector<float> numbers(std::begin(special), std::end(special));
   for (std::uint32_t exponent = 0; exponent < 255; ++exponent) {
     for (const std::uint32_t fraction : {0U, 0x2AAAAAU, 0x7FFFFFU}) {
       numbers.push_back(floatOf(exponent * 0x800000U + fraction));

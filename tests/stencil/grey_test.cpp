@@ -15,6 +15,8 @@
 namespace kestra {
 namespace {
 
+using Levels = std::vector<int>;
+
 int levelOf(std::vector<unsigned char> pixel, int color) {
   pixel.resize(4, 0);
   return cvtGray(QMImage(1, 1, static_cast<QM_IMG_COLOR>(color), pixel.data())).data[0];
@@ -31,10 +33,11 @@ plain::Rows mixture(const std::vector<std::pair<int, int>>& levelsAndCounts) {
   return rows;
 }
 
-int entry(int knee, float low, float high, int level) {
-  QMImage image = greyImage({{level}});
+// The levels of a row behind the table.
+Levels toned(int knee, float low, float high, const Levels& levels) {
+  QMImage image = greyImage({levels});
   enh_piecewise_gamma(image, knee, low, high);
-  return image.data[0];
+  return rowsOf(image)[0];
 }
 
 }  // namespace
@@ -158,62 +161,40 @@ TEST(Threshold, KeepsEveryRoundingOnNearlyUniformPages) {
 }
 
 TEST(Gamma, KneeOf64KeepsItsCornersAndBendsBothCurves) {
-  EXPECT_EQ(entry(64, 0.85F, 0.7F, 0), 0);
-  EXPECT_EQ(entry(64, 0.85F, 0.7F, 64), 64);
-  EXPECT_EQ(entry(64, 0.85F, 0.7F, 255), 255);
+  EXPECT_EQ(toned(64, 0.85F, 0.7F, {0, 64, 255}), (Levels{0, 64, 255}));
   // (1/64)^0.85 * 64 = 1.87; (16/64)^0.85 * 64 = 19.70; 32: 35.51; 48: 50.12.
-  EXPECT_EQ(entry(64, 0.85F, 0.7F, 1), 1);
-  EXPECT_EQ(entry(64, 0.85F, 0.7F, 16), 19);
-  EXPECT_EQ(entry(64, 0.85F, 0.7F, 32), 35);
-  EXPECT_EQ(entry(64, 0.85F, 0.7F, 48), 50);
+  EXPECT_EQ(toned(64, 0.85F, 0.7F, {1, 16, 32, 48}), (Levels{1, 19, 35, 50}));
   // 64 + 191 * (64/191)^0.7 = 152.85; 200: 214.59; 254: 254.30.
-  EXPECT_EQ(entry(64, 0.85F, 0.7F, 128), 152);
-  EXPECT_EQ(entry(64, 0.85F, 0.7F, 200), 214);
-  EXPECT_EQ(entry(64, 0.85F, 0.7F, 254), 254);
+  EXPECT_EQ(toned(64, 0.85F, 0.7F, {128, 200, 254}), (Levels{152, 214, 254}));
 }
 
 TEST(Gamma, KneeInTheMiddleWithTheOtherExponents) {
   // 128 * sqrt(40/128) = 71.55, 100: 113.14; 128 + 127 * (22/127)^1.5 = 137.16, 200: 182.21,
   // 254: 253.50.
-  EXPECT_EQ(entry(128, 0.5F, 1.5F, 40), 71);
-  EXPECT_EQ(entry(128, 0.5F, 1.5F, 100), 113);
-  EXPECT_EQ(entry(128, 0.5F, 1.5F, 128), 128);
-  EXPECT_EQ(entry(128, 0.5F, 1.5F, 150), 137);
-  EXPECT_EQ(entry(128, 0.5F, 1.5F, 200), 182);
-  EXPECT_EQ(entry(128, 0.5F, 1.5F, 254), 253);
-  EXPECT_EQ(entry(128, 0.5F, 1.5F, 255), 255);
+  EXPECT_EQ(toned(128, 0.5F, 1.5F, {40, 100, 128, 150, 200, 254, 255}),
+            (Levels{71, 113, 128, 137, 182, 253, 255}));
 }
 
 TEST(Gamma, KneeOfZeroTakesTheUpperCurveThroughout) {
   // 255 * (k/255)^1.5: 50 gives 22.14, 100 gives 62.62.
-  EXPECT_EQ(entry(0, 0.5F, 1.5F, 0), 0);
-  EXPECT_EQ(entry(0, 0.5F, 1.5F, 50), 22);
-  EXPECT_EQ(entry(0, 0.5F, 1.5F, 100), 62);
-  EXPECT_EQ(entry(0, 0.5F, 1.5F, 255), 255);
+  EXPECT_EQ(toned(0, 0.5F, 1.5F, {0, 50, 100, 255}), (Levels{0, 22, 62, 255}));
 }
 
 TEST(Gamma, KneeOfMinusOneDividesBy256) {
   // ((k + 1) / 256)^1.5 * 256 - 1: -0.94 and -0.82 are cut to 0; 50: 21.76; 100: 62.44; 255: 255.
-  EXPECT_EQ(entry(-1, 0.5F, 1.5F, 0), 0);
-  EXPECT_EQ(entry(-1, 0.5F, 1.5F, 1), 0);
-  EXPECT_EQ(entry(-1, 0.5F, 1.5F, 50), 21);
-  EXPECT_EQ(entry(-1, 0.5F, 1.5F, 100), 62);
-  EXPECT_EQ(entry(-1, 0.5F, 1.5F, 255), 255);
+  EXPECT_EQ(toned(-1, 0.5F, 1.5F, {0, 1, 50, 100, 255}), (Levels{0, 0, 21, 62, 255}));
   // With exponent 0.7: 4.28 for level 0.
-  EXPECT_EQ(entry(-1, 0.85F, 0.7F, 0), 4);
+  EXPECT_EQ(toned(-1, 0.85F, 0.7F, {0}), (Levels{4}));
 }
 
 TEST(Gamma, KneeOf255SendsFullLevelToZero) {
   // sqrt(100/255) * 255 = 159.69, 254: 254.50; 255 is 0 / 0, no number, whose low byte is 0.
-  EXPECT_EQ(entry(255, 0.5F, 1.5F, 100), 159);
-  EXPECT_EQ(entry(255, 0.5F, 1.5F, 254), 254);
-  EXPECT_EQ(entry(255, 0.5F, 1.5F, 255), 0);
+  EXPECT_EQ(toned(255, 0.5F, 1.5F, {100, 254, 255}), (Levels{159, 254, 0}));
 }
 
 TEST(Gamma, KneeBeyondTheLevelsTakesTheLowerCurveAndKeepsLowBytes) {
   // 300 * sqrt(100/300) = 173.2; 255: 276.6, of which 276 - 256 = 20 stays.
-  EXPECT_EQ(entry(300, 0.5F, 1.5F, 100), 173);
-  EXPECT_EQ(entry(300, 0.5F, 1.5F, 255), 20);
+  EXPECT_EQ(toned(300, 0.5F, 1.5F, {100, 255}), (Levels{173, 20}));
 }
 
 TEST(Gamma, EveryTableEqualsThePlainVersion) {

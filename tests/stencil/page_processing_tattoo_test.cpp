@@ -75,10 +75,11 @@ std::string describe(const Choices& c) {
          std::to_string(c.antiWrinkle) + " on " + c.pageName;
 }
 
-void expectAsPlain(const Choices& choices, const plain::Rows& rows, int bytesPerLine) {
+void expectAsPlainOn(FramedPrinter& printer, const Choices& choices, const plain::Rows& rows,
+                     int bytesPerLine) {
   const int width = static_cast<int>(rows[0].size());
   const int height = static_cast<int>(rows.size());
-  const Processed actual = process(choices, rows, bytesPerLine);
+  const Processed actual = processOn(printer, choices, rows, bytesPerLine);
   const Processed expected =
       plain_stencil::process(choices, linesOf(rows, bytesPerLine), bytesPerLine, width, height);
   const std::string what = describe(choices) + ", " + std::to_string(width) + " x " +
@@ -90,9 +91,24 @@ void expectAsPlain(const Choices& choices, const plain::Rows& rows, int bytesPer
   ASSERT_TRUE(actual.buffer == expected.buffer) << what;
 }
 
+void expectAsPlain(const Choices& choices, const plain::Rows& rows, int bytesPerLine) {
+  FramedPrinter printer;
+  expectAsPlainOn(printer, choices, rows, bytesPerLine);
+}
+
 Choices halftone(int number) {
   Choices choices;
   choices.halftone = number;
+  return choices;
+}
+
+// With a frame whose canvas is 24 x 23 dots, bars of 2 dots at the sides and none above and below:
+// 100 mm are 5 * 100 * 100 / 254 = 196, 20 dots; 10 mm 19, 2 dots; 1 mm 1, 0 dots; 118 mm 232, 23.
+Choices framed(int number) {
+  Choices choices = halftone(number);
+  choices.antiWrinkle = 10;
+  choices.pageName = "Tattoo_A6";
+  choices.dpi = 5;
   return choices;
 }
 
@@ -103,15 +119,14 @@ std::vector<Choices> allCombinations(int halftoneNumber) {
     for (const int contrast : {0, 20, -60}) {
       for (int bits = 0; bits < 8; ++bits) {
         for (const char* frame : {"", "None", "Tattoo_A6"}) {
-          Choices choices = halftone(halftoneNumber);
+          Choices choices = framed(halftoneNumber);
           choices.brightness = brightness;
           choices.contrast = contrast;
           choices.rotate = (bits & 1) != 0;
           choices.mirror = (bits & 2) != 0;
           choices.negative = (bits & 4) != 0;
-          choices.antiWrinkle = frame[0] == '\0' ? 0 : 10;
+          if (frame[0] == '\0') choices.antiWrinkle = 0;
           choices.pageName = frame;
-          choices.dpi = 5;  // canvas 24 x 23
           all.push_back(choices);
         }
       }
@@ -141,25 +156,18 @@ TEST(PageProcessingTattoo, TheMemberDecidesTheWayAndTheArgumentOnlyTheClassicMet
   const plain::Rows page = photoPage(16, 9);
   const std::vector<std::uint8_t> data = plain::flatten(page);
   std::vector<std::uint8_t> buffer(2 * data.size(), 0);
-  {
-    FramedPrinter printer;
-    setUp(printer, halftone(8));
-    Capture capture;
-    printer.PageProcess(DitherType::Ordered, data.data(), 16, 16, 9, buffer.data());
-    capture.stop();
-    ASSERT_NE(printer.pimage_, nullptr);
-    EXPECT_TRUE(pictureOf(*printer.pimage_).rows == plain_stencil::tattoo(page));
-  }
-  {
-    FramedPrinter printer;
-    setUp(printer, halftone(3));
-    Capture capture;
-    printer.PageProcess(DitherType::Tattoo, data.data(), 16, 16, 9, buffer.data());
-    capture.stop();
-    EXPECT_EQ(printer.pimage_, &printer.workingImage_);
-    EXPECT_TRUE(pictureOf(*printer.pimage_).rows ==
-                plain_stencil::process(halftone(99), data, 16, 16, 9).image.rows);
-  }
+  const Capture capture;
+  FramedPrinter stencil;
+  setUp(stencil, halftone(8));
+  stencil.PageProcess(DitherType::Ordered, data.data(), 16, 16, 9, buffer.data());
+  ASSERT_NE(stencil.pimage_, nullptr);
+  EXPECT_TRUE(pictureOf(*stencil.pimage_).rows == plain_stencil::tattoo(page));
+  FramedPrinter classic;
+  setUp(classic, halftone(3));
+  classic.PageProcess(DitherType::Tattoo, data.data(), 16, 16, 9, buffer.data());
+  EXPECT_EQ(classic.pimage_, &classic.workingImage_);
+  EXPECT_TRUE(pictureOf(*classic.pimage_).rows ==
+              plain_stencil::process(halftone(99), data, 16, 16, 9).image.rows);
 }
 
 TEST(PageProcessingTattoo, LogTellsTheStepsInTheirOrder) {
@@ -224,32 +232,20 @@ TEST(PageProcessingTattoo, NegativePrintActsASecondTimeInTheBuffer) {
 TEST(PageProcessingTattoo, FrameBarsStayFullInkInNegativePrint) {
   // The page is complemented before the frame is drawn; in the buffer the bars are complemented
   // too.
-  Choices choices = halftone(8);
+  Choices choices = framed(8);
   choices.negative = true;
-  choices.antiWrinkle = 10;
-  choices.pageName = "Tattoo_A6";
-  choices.dpi = 5;
-  // 100 mm: 5 * 100 * 100 / 254 = 196, 20 dots; 10 mm 19, 2 dots; 1 mm 1, 0 dots; 118 mm 232, 23.
   const Processed result = process(choices, uniformPage(24, 23, 255));
   ASSERT_EQ(result.image.width, 24);
-  for (const auto& row : result.image.rows) {
-    EXPECT_EQ(row[0], 255);
-    EXPECT_EQ(row[1], 255);
-    EXPECT_EQ(row[2], 0);
-    EXPECT_EQ(row[21], 0);
-    EXPECT_EQ(row[22], 255);
-  }
+  std::vector<int> wanted(24, 0);
+  wanted[0] = wanted[1] = wanted[22] = wanted[23] = 255;
+  for (const auto& row : result.image.rows) EXPECT_EQ(row, wanted);
   EXPECT_EQ(result.buffer[0], 0);
   EXPECT_EQ(result.buffer[2], 255);
 }
 
 TEST(PageProcessingTattoo, AFrameLargerThanTheBufferIsCutThere) {
   // 4 x 3 pixels on a canvas of 24 x 23: 552 bytes, of which the buffer holds 24.
-  Choices choices = halftone(8);
-  choices.antiWrinkle = 10;
-  choices.pageName = "Tattoo_A6";
-  choices.dpi = 5;
-  const Processed result = process(choices, photoPage(4, 3));
+  const Processed result = process(framed(8), photoPage(4, 3));
   EXPECT_EQ(result.image.width, 24);
   EXPECT_EQ(result.image.rows.size(), 23U);
   // The announced length counts the page's own rows, in the canvas's row length.
@@ -283,18 +279,11 @@ TEST(PageProcessingTattoo, PagesOfDifferentKindsFollowEachOtherWithoutTraces) {
   for (int round = 0; round < 3; ++round) {
     for (const auto& [width, height] : {std::pair{17, 9}, std::pair{5, 20}, std::pair{24, 23}}) {
       for (int number = 9; number >= 0; --number) {
-        Choices choices = halftone(number);
+        Choices choices = framed(number);
         choices.negative = number % 3 == 0;
-        choices.antiWrinkle = number % 2 == 0 ? 10 : 0;
-        choices.pageName = "Tattoo_A6";
-        choices.dpi = 5;
+        if (number % 2 != 0) choices.antiWrinkle = 0;
         const plain::Rows page = noisePage(width, height, static_cast<unsigned>(round));
-        const Processed actual = processOn(printer, choices, page, width + 1);
-        const Processed expected =
-            plain_stencil::process(choices, linesOf(page, width + 1), width + 1, width, height);
-        ASSERT_EQ(actual.log, expected.log) << describe(choices);
-        ASSERT_TRUE(actual.image.rows == expected.image.rows) << describe(choices);
-        ASSERT_TRUE(actual.buffer == expected.buffer) << describe(choices);
+        expectAsPlainOn(printer, choices, page, width + 1);
       }
     }
   }

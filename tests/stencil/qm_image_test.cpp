@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -19,8 +20,8 @@ std::vector<unsigned char> bytesOf(const QMImage& image) {
 
 // Bytes 1, 2, 3 ...
 std::vector<unsigned char> counting(std::size_t count) {
-  std::vector<unsigned char> bytes;
-  for (std::size_t i = 0; i < count; ++i) bytes.push_back(static_cast<unsigned char>(i + 1));
+  std::vector<unsigned char> bytes(count);
+  std::iota(bytes.begin(), bytes.end(), static_cast<unsigned char>(1));
   return bytes;
 }
 
@@ -35,14 +36,12 @@ TEST(QMImage, ChannelCountFollowsTheColourType) {
     const auto wanted = static_cast<std::size_t>(channels) * 2;
     const std::vector<unsigned char> pixels = counting(wanted);
     const QMImage image(2, 1, type, pixels.data());
-    EXPECT_EQ(image.width, 2);
-    EXPECT_EQ(image.height, 1);
-    EXPECT_EQ(image.channels, channels) << color;
-    EXPECT_EQ(static_cast<int>(image.color), color);
+    SCOPED_TRACE(color);
+    expectShape(image, 2, 1, channels, type);
     EXPECT_EQ(bytesOf(image), pixels);
 
     const QMImage blank(2, 1, type);
-    EXPECT_EQ(blank.channels, channels) << color;
+    EXPECT_EQ(blank.channels, channels);
     EXPECT_EQ(blank.size(), wanted);
   }
 }
@@ -60,10 +59,7 @@ TEST(QMImage, ChangingACopyLeavesTheSourceUnchanged) {
   const QMImage source(2, 1, QM_IMG_RGB, pixels.data());
   QMImage copy(source);
   EXPECT_NE(copy.data, source.data);
-  EXPECT_EQ(copy.width, 2);
-  EXPECT_EQ(copy.height, 1);
-  EXPECT_EQ(copy.channels, 3);
-  EXPECT_EQ(copy.color, QM_IMG_RGB);
+  expectShape(copy, 2, 1, 3, QM_IMG_RGB);
   EXPECT_EQ(bytesOf(copy), pixels);
   copy.data[0] = 200;
   EXPECT_EQ(bytesOf(source), pixels);
@@ -74,13 +70,11 @@ TEST(QMImage, CopyingTakesTheChannelCountOverAsItStands) {
   QMImage source(2, 1, QM_IMG_BGR, pixels.data());
   source.channels = 1;  // does not fit the colour type any more
   const QMImage copy(source);
-  EXPECT_EQ(copy.channels, 1);
-  EXPECT_EQ(copy.color, QM_IMG_BGR);
+  expectShape(copy, 2, 1, 1, QM_IMG_BGR);
   EXPECT_EQ(bytesOf(copy), (std::vector<unsigned char>{1, 2}));
   QMImage assigned(1, 1, QM_IMG_GRAY);
   assigned = source;
-  EXPECT_EQ(assigned.channels, 1);
-  EXPECT_EQ(assigned.color, QM_IMG_BGR);
+  expectShape(assigned, 2, 1, 1, QM_IMG_BGR);
 }
 
 TEST(QMImage, AssignmentReplacesSizeTypeAndPixels) {
@@ -89,10 +83,7 @@ TEST(QMImage, AssignmentReplacesSizeTypeAndPixels) {
   QMImage target(40, 50, QM_IMG_GRAY);
   QMImage& result = (target = source);
   EXPECT_EQ(&result, &target);
-  EXPECT_EQ(target.width, 3);
-  EXPECT_EQ(target.height, 1);
-  EXPECT_EQ(target.channels, 4);
-  EXPECT_EQ(target.color, QM_IMG_RGBA);
+  expectShape(target, 3, 1, 4, QM_IMG_RGBA);
   EXPECT_EQ(bytesOf(target), pixels);
   EXPECT_NE(target.data, source.data);
   target.data[0] = 77;
@@ -104,8 +95,7 @@ TEST(QMImage, AssignmentToItselfIsSafeAndKeepsTheShape) {
   QMImage image(2, 2, QM_IMG_GRAY, pixels.data());
   const QMImage& same = image;
   image = same;
-  EXPECT_EQ(image.width, 2);
-  EXPECT_EQ(image.height, 2);
+  expectShape(image, 2, 2, 1, QM_IMG_GRAY);
   EXPECT_EQ(image.size(), 4U);
   // The pixels are anything now, but there and writable.
   ASSERT_NE(image.data, nullptr);
@@ -119,14 +109,10 @@ TEST(QMImage, AnImageWithoutPixelsCanBeCopied) {
     const QMImage empty(width, height, QM_IMG_BGR, &none);
     EXPECT_EQ(empty.size(), 0U);
     const QMImage copy(empty);
-    EXPECT_EQ(copy.width, width);
-    EXPECT_EQ(copy.height, height);
-    EXPECT_EQ(copy.color, QM_IMG_BGR);
+    expectShape(copy, width, height, 3, QM_IMG_BGR);
     QMImage assigned(3, 3, QM_IMG_GRAY);
     assigned = empty;
-    EXPECT_EQ(assigned.width, width);
-    EXPECT_EQ(assigned.height, height);
-    EXPECT_EQ(assigned.channels, 3);
+    expectShape(assigned, width, height, 3, QM_IMG_BGR);
   }
 }
 
@@ -134,8 +120,7 @@ TEST(QMImage, TwoNegativeSidesHaveTheirPositiveProductOfPixels) {
   // -2 * -3 * 3 is 18.
   const std::vector<unsigned char> pixels = counting(18);
   const QMImage image(-2, -3, QM_IMG_BGR, pixels.data());
-  EXPECT_EQ(image.width, -2);
-  EXPECT_EQ(image.height, -3);
+  expectShape(image, -2, -3, 3, QM_IMG_BGR);
   EXPECT_EQ(bytesOf(image), pixels);
   const QMImage copy(image);
   EXPECT_EQ(bytesOf(copy), pixels);

@@ -2,6 +2,8 @@
 // Why: filter and plain version keep their pages differently; the tests compare rows.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -26,6 +28,14 @@ inline plain::Rows rowsOf(const QMImage& image) {
   const auto count = static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height);
   return plain::rowsFromBytes(std::vector<std::uint8_t>(image.data, image.data + count),
                               image.width, image.height, image.width);
+}
+
+inline void expectShape(const QMImage& image, int width, int height, int channels,
+                        QM_IMG_COLOR color) {
+  EXPECT_EQ(image.width, width);
+  EXPECT_EQ(image.height, height);
+  EXPECT_EQ(image.channels, channels);
+  EXPECT_EQ(image.color, color);
 }
 
 /// The bit pattern of a number: two NaNs of the same kind are equal, 0 and -0 are not. All NaNs are

@@ -57,10 +57,7 @@ TEST(TattooDithering, ImagesWithoutPixelsComeBackAsTheyAre) {
     const unsigned char none = 0;
     QMImage empty(width, height, QM_IMG_BGR, &none);
     for (const QMImage& result : {qmTattooDithering(empty), qmTattooDitheringV7(empty)}) {
-      EXPECT_EQ(result.width, width);
-      EXPECT_EQ(result.height, height);
-      EXPECT_EQ(result.color, QM_IMG_BGR);
-      EXPECT_EQ(result.channels, 3);
+      expectShape(result, width, height, 3, QM_IMG_BGR);
     }
   }
 }
@@ -69,8 +66,7 @@ TEST(TattooDithering, TwoNegativeSidesPrintNothing) {
   // -100 * -3 is 300 pixels, but no row is gone through.
   QMImage image(-100, -3, QM_IMG_GRAY, std::vector<unsigned char>(300, 200).data());
   for (const QMImage& result : {qmTattooDithering(image), qmTattooDitheringV7(image)}) {
-    EXPECT_EQ(result.width, -100);
-    EXPECT_EQ(result.height, -3);
+    expectShape(result, -100, -3, 1, QM_IMG_GRAY);
     EXPECT_EQ(std::vector<unsigned char>(result.data, result.data + 300),
               std::vector<unsigned char>(300, 0));
   }
@@ -142,10 +138,7 @@ TEST(TattooDithering, LeavesItsInputAloneAndMakesAGreyImage) {
   for (const QMImage& result : {qmTattooDithering(image), qmTattooDitheringV7(image)}) {
     EXPECT_EQ(rowsOf(image), page);
     EXPECT_NE(result.data, image.data);
-    EXPECT_EQ(result.width, 16);
-    EXPECT_EQ(result.height, 15);
-    EXPECT_EQ(result.color, QM_IMG_GRAY);
-    EXPECT_EQ(result.channels, 1);
+    expectShape(result, 16, 15, 1, QM_IMG_GRAY);
     for (const auto& row : rowsOf(result)) {
       for (const int level : row) EXPECT_TRUE(level == 0 || level == 255) << level;
     }
