@@ -45,13 +45,8 @@ int leadingNumber(const std::string& text) {
 Bytes settingCommand(const std::string& printSpeed, int darkness) {
   int speed = leadingNumber(printSpeed) & 255;
   if (speed >= 2) speed -= 2;
-  return {0x1B,
-          0x73,
-          0x01,
-          0x00,
-          0x00,
-          static_cast<std::uint8_t>(speed),
-          static_cast<std::uint8_t>(darkness & 255)};
+  const auto heat = static_cast<std::uint8_t>(darkness & 255);
+  return {0x1B, 0x73, 0x01, 0x00, 0x00, static_cast<std::uint8_t>(speed), heat};
 }
 
 Bytes packSkewed(const Rows& padded, int width) {

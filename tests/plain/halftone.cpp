@@ -1,5 +1,6 @@
 // Threshold, two ordered dithers and six error diffusions, pixel by pixel.
-// Why: written for the eye, with the kernels as lists in the order in which the shares are given.
+// Why: written for the eye, with the kernels as they are drawn in print; shares are given row by
+// row from the left.
 #include "tests/plain/halftone.h"
 
 #include <algorithm>
@@ -8,66 +9,42 @@
 
 namespace kestra::plain {
 
+namespace {
+
+// The kernel of a drawing: a row of weights for each row of pixels from that of the middle one on,
+// which stands in the middle of the first. A weight of 0 is no share.
+Kernel drawn(int divisor, const Rows& weights) {
+  Kernel kernel = {divisor, {}};
+  for (std::size_t y = 0; y < weights.size(); ++y) {
+    const int middle = static_cast<int>(weights[y].size() / 2);
+    for (std::size_t x = 0; x < weights[y].size(); ++x) {
+      const int weight = weights[y][x];
+      const Tap tap = {static_cast<int>(x) - middle, static_cast<int>(y), weight};
+      if (weight != 0) kernel.taps.push_back(tap);
+    }
+  }
+  return kernel;
+}
+
+}  // namespace
+
 Kernel kernelOf(long method) {
   switch (method) {
     case 2:  // Burkes
-      return {32, {{1, 0, 8}, {2, 0, 4}, {-2, 1, 2}, {-1, 1, 4}, {0, 1, 8}, {1, 1, 4}, {2, 1, 2}}};
+      return drawn(32, {{0, 0, 0, 8, 4}, {2, 4, 8, 4, 2}});
     case 3:  // Stucki
-      return {42,
-              {{1, 0, 8},
-               {2, 0, 4},
-               {-2, 1, 2},
-               {-1, 1, 4},
-               {0, 1, 8},
-               {1, 1, 4},
-               {2, 1, 2},
-               {-2, 2, 1},
-               {-1, 2, 2},
-               {0, 2, 4},
-               {1, 2, 2},
-               {2, 2, 1}}};
+      return drawn(42, {{0, 0, 0, 8, 4}, {2, 4, 8, 4, 2}, {1, 2, 4, 2, 1}});
     case 4:  // Jarvis, Judice, Ninke
-      return {48,
-              {{1, 0, 7},
-               {2, 0, 5},
-               {-2, 1, 3},
-               {-1, 1, 5},
-               {0, 1, 7},
-               {1, 1, 5},
-               {2, 1, 3},
-               {-2, 2, 1},
-               {-1, 2, 3},
-               {0, 2, 5},
-               {1, 2, 3},
-               {2, 2, 1}}};
+      return drawn(48, {{0, 0, 0, 7, 5}, {3, 5, 7, 5, 3}, {1, 3, 5, 3, 1}});
     case 5:  // Sierra
-      return {32,
-              {{1, 0, 5},
-               {2, 0, 3},
-               {-2, 1, 2},
-               {-1, 1, 4},
-               {0, 1, 5},
-               {1, 1, 4},
-               {2, 1, 2},
-               {-1, 2, 2},
-               {0, 2, 3},
-               {1, 2, 2}}};
+      return drawn(32, {{0, 0, 0, 5, 3}, {2, 4, 5, 4, 2}, {0, 2, 3, 2, 0}});
     case 6:  // Stevenson, Arce
-      return {200,
-              {{2, 0, 32},
-               {-3, 1, 12},
-               {-1, 1, 26},
-               {1, 1, 30},
-               {3, 1, 16},
-               {-2, 2, 12},
-               {0, 2, 26},
-               {2, 2, 12},
-               {-3, 3, 5},
-               {-1, 3, 12},
-               {1, 3, 12},
-               {3, 3, 5}}};
+      return drawn(200, {{0, 0, 0, 0, 0, 32, 0},
+                         {12, 0, 26, 0, 30, 0, 16},
+                         {0, 12, 0, 26, 0, 12, 0},
+                         {5, 0, 12, 0, 12, 0, 5}});
     default:  // Floyd, Steinberg
-      return {16, {{1, 0, 7}, {-1, 1, 3}, {0, 1, 5}, {1, 1, 1}}};
+      return drawn(16, {{0, 0, 7}, {3, 5, 1}});
   }
 }
 

@@ -7,14 +7,24 @@
 
 #include "tests/plain/barcode.h"
 #include "tests/plain/debug_image.h"
-#include "tests/plain/finished_page.h"
 #include "tests/plain/page_log.h"
+#include "tests/plain_stencil/processing.h"
 
 namespace kestra::plain {
 
 namespace {
 
 constexpr std::uint64_t kLargestPage = (1ULL << 29U) - 1;  // bytes
+
+// What lies in the page's block after its dots were packed into it: the dots from the first byte
+// on, behind them the rest of the pixels.
+//   rows 255 0 0 255 | 255 255 0 0, width 4, dots 90 C0  ->  90 C0 0 255 | 255 255 0 0
+Rows packedInPlace(const Rows& padded, const Bytes& dots) {
+  Rows block = padded;
+  const std::size_t stride = padded[0].size();
+  for (std::size_t i = 0; i < dots.size(); ++i) block[i / stride][i % stride] = dots[i];
+  return block;
+}
 
 class Walk {
  public:
@@ -35,7 +45,7 @@ class Walk {
   const Job& job_;     // the caller's, for the time of RunJob
   const Settings& s_;  // part of job_
   Outcome out_;
-  FinishedPage finished_;  // as the last page left it, its packed dots included
+  plain_stencil::Picture finished_;  // as the last page left it, its packed dots included
   unsigned pageNumber_ = 1;
   int pageCount_ = 0;
   int imageCount_ = 0;
@@ -99,23 +109,31 @@ void Walk::storeFrame(const Bytes& frame) {
 // Processes the page and prints the image that is there then.
 void Walk::printImage(const Page& page) {
   const Header& h = page.header;
-  const FinishedPage made = finishPage(s_, page);
+  plain_stencil::Choices choices;
+  choices.halftone = s_.halftone;
+  choices.brightness = std::clamp(s_.brightness, -100, 100);
+  choices.mirror = s_.mirrorImage != 0;
+  choices.negative = s_.negativeImage != 0;
+  const plain_stencil::Processed made =
+      plain_stencil::process(choices, page.pixels, static_cast<int>(h.bytesPerLine),
+                             static_cast<int>(h.width), static_cast<int>(h.height));
   out_.log += made.log;
   // A classic page is finished in the image that could not be made: nothing is left. The stencil of
   // an earlier page has an image of its own, which is printed again.
-  if (made.made || !isStencil(s_)) finished_ = made;
+  const bool stencil = s_.halftone == 8 || s_.halftone == 9;
+  if (!made.image.rows.empty() || !stencil) finished_ = made.image;
   say(
       format("printImage: Processed image information - pointer address: #, width: %u, height: %u, "
              "bytes per line: %u, number of top blank lines: 0, number of bottom blank lines: 0, "
              "adjusted height: %u",
              h.width, h.height, h.bytesPerLine, h.height));
   say("printImage: Saving processed image, file path will be generated based on time");
-  if (finished_.made) {
+  if (!finished_.rows.empty()) {
     saveDebugImage("dithered", flatten(finished_.rows), finished_.width,
                    static_cast<int>(finished_.rows.size()));
   }
   say("printImage: Starting to print the processed image");
-  if (finished_.made) {
+  if (!finished_.rows.empty()) {
     printFinished(h);
   } else {
     out_.log += "ERROR:printImage: pimage is NULL, unable to print the image\n";

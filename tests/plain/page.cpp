@@ -90,18 +90,4 @@ std::vector<std::uint8_t> flatten(const Rows& rows) {
   return bytes;
 }
 
-Rows processedPixels(const Rows& padded, int width, bool negative) {
-  Rows result;
-  for (const auto& row : padded) {
-    std::vector<int> out(row.size(), 0);
-    for (std::size_t x = 0; x < size(width); ++x) {
-      int value = row[x] == 1 ? 255 : row[x];
-      if (negative) value = 255 - value;
-      out[x] = value;
-    }
-    result.push_back(out);
-  }
-  return result;
-}
-
 }  // namespace kestra::plain

@@ -39,8 +39,4 @@ Rows negative(const Rows& padded);
 /// All bytes of the rows, one row behind the other.
 std::vector<std::uint8_t> flatten(const Rows& rows);
 
-/// What the page buffer holds after processing: value 1 becomes 255; with negative print every
-/// value is then complemented. The rows of the result are as long as the padded rows, gaps are 0.
-Rows processedPixels(const Rows& padded, int width, bool negative);
-
 }  // namespace kestra::plain

@@ -7,53 +7,21 @@ namespace kestra::testing_support {
 namespace {
 
 std::uint32_t levelAt(PageKind kind, std::size_t x, std::size_t y, FixedRandom& chance) {
-  switch (kind) {
-    case PageKind::kRandom:
-      return chance.below(256);
-    case PageKind::kExtremes:
-      return chance.below(2) * 255;
-    case PageKind::kGradient:
-      return static_cast<std::uint32_t>((x + 3 * y) % 256);
-    case PageKind::kNearTies:
-      return 126 + chance.below(6);
-    case PageKind::kFlat0:
-      return 0;
-    case PageKind::kFlat127:
-      return 127;
-    case PageKind::kFlat128:
-      return 128;
-    case PageKind::kFlat129:
-      return 129;
-    case PageKind::kFlat255:
-      return 255;
-  }
-  return 0;
+  if (kind == PageKind::kRandom) return chance.below(256);
+  if (kind == PageKind::kExtremes) return chance.below(2) * 255;
+  if (kind == PageKind::kGradient) return static_cast<std::uint32_t>((x + 3 * y) % 256);
+  if (kind == PageKind::kNearTies) return 126 + chance.below(6);
+  constexpr std::uint32_t kFlatLevels[] = {0, 127, 128, 129, 255};
+  return kFlatLevels[static_cast<std::size_t>(kind) - static_cast<std::size_t>(PageKind::kFlat0)];
 }
 
 }  // namespace
 
 const char* nameOf(PageKind kind) {
-  switch (kind) {
-    case PageKind::kRandom:
-      return "random";
-    case PageKind::kExtremes:
-      return "extremes";
-    case PageKind::kGradient:
-      return "gradient";
-    case PageKind::kNearTies:
-      return "near ties";
-    case PageKind::kFlat0:
-      return "flat 0";
-    case PageKind::kFlat127:
-      return "flat 127";
-    case PageKind::kFlat128:
-      return "flat 128";
-    case PageKind::kFlat129:
-      return "flat 129";
-    case PageKind::kFlat255:
-      return "flat 255";
-  }
-  return "?";
+  static constexpr const char* kNames[] = {"random",    "extremes", "gradient",
+                                           "near ties", "flat 0",   "flat 127",
+                                           "flat 128",  "flat 129", "flat 255"};
+  return kNames[static_cast<std::size_t>(kind)];
 }
 
 std::vector<std::uint8_t> makeLevels(PageKind kind, std::size_t width, std::size_t height) {
