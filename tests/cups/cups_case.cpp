@@ -38,6 +38,14 @@ std::string CupsCase::raster(const std::vector<ts::StreamPage>& pages) {
   return document("pages.ras", ts::writeStream(pages, true));
 }
 
+JobReport CupsCase::printed(const std::string& queue, const std::string& file,
+                            const std::vector<std::string>& words) {
+  const JobReport report = server().print(queue, file, words);
+  EXPECT_EQ(report.state, JobState::kCompleted)
+      << file << " " << testing::PrintToString(words) << ": " << report.message;
+  return report;
+}
+
 std::string commands(std::size_t pages, int speed, int darkness) {
   const char one[] = {0x1B, 0x73, 1, 0, 0, static_cast<char>(speed), static_cast<char>(darkness)};
   std::string all;
@@ -71,6 +79,11 @@ void expectPrinted(const JobReport& report, const std::map<std::string, plain::B
 
 void expectPrinted(const JobReport& report, const plain::Outcome& outcome) {
   expectPrinted(report, outcome.frames, std::string(outcome.output.begin(), outcome.output.end()));
+}
+
+std::string onlyFrame(const JobReport& report) {
+  EXPECT_EQ(report.frames.size(), 1U);
+  return report.frames.size() == 1 ? report.frames.begin()->second : std::string(22, '\0');
 }
 
 std::vector<std::string> inOrder(const JobReport& report) {

@@ -3,8 +3,8 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <cstddef>
 
+#include <cstddef>
 #include <map>
 #include <string>
 #include <vector>
@@ -26,6 +26,9 @@ class CupsCase : public testing::Test {
   std::string document(const std::string& name, const std::string& bytes);
   /// A raster document of such pages, small on disk.
   std::string raster(const std::vector<testing_support::StreamPage>& pages);
+  /// Prints; the job must end well.
+  JobReport printed(const std::string& queue, const std::string& file,
+                    const std::vector<std::string>& words = {});
 };
 
 /// The setting command `pages` times: speed code and darkness as the protocol has them.
@@ -39,6 +42,9 @@ void expectPrinted(const JobReport& report, const std::map<std::string, plain::B
                    const std::string& commands);
 /// The same for the outcome that the plain version predicts.
 void expectPrinted(const JobReport& report, const plain::Outcome& outcome);
+
+/// The only frame of a job; zeros and a failure where it has another number of frames.
+std::string onlyFrame(const JobReport& report);
 
 /// The frames of a job in printing order.
 std::vector<std::string> inOrder(const JobReport& report);

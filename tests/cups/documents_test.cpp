@@ -17,8 +17,7 @@ class Documents : public CupsCase {};
 
 TEST_F(Documents, PdfOfSeveralPagesGivesAFramePerPage) {
   const std::string queue = makeQueue();
-  const JobReport report = server().print(queue, document("bars.pdf", barPdf(4, 288, 432)));
-  EXPECT_EQ(report.state, JobState::kCompleted);
+  const JobReport report = printed(queue, document("bars.pdf", barPdf(4, 288, 432)));
   EXPECT_EQ(report.errors, std::vector<std::string>{});
   EXPECT_EQ(report.sent, commands(4));
   ASSERT_EQ(report.frames.size(), 4U);
@@ -34,9 +33,7 @@ TEST_F(Documents, PdfOfSeveralPagesGivesAFramePerPage) {
 }
 
 TEST_F(Documents, PostScriptPrintsLikePdf) {
-  const JobReport report =
-      server().print(makeQueue(), document("bars.ps", barPostScript(2, 288, 432)));
-  EXPECT_EQ(report.state, JobState::kCompleted) << report.message;
+  const JobReport report = printed(makeQueue(), document("bars.ps", barPostScript(2, 288, 432)));
   EXPECT_EQ(report.errors, std::vector<std::string>{});
   EXPECT_EQ(report.sent, commands(2));
   EXPECT_EQ(bars(report), (std::vector<int>{1, 2}));

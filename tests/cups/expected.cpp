@@ -25,10 +25,10 @@ bool anyPixels(const cups_page_header2_t&) { return true; }
 
 }  // namespace
 
-plain::Settings labelSettings() {
+plain::Settings labelSettings(const std::string& size, float width, float length) {
   plain::Settings settings;
-  settings.pageSize = "w288h432";
-  const float points[6] = {288, 432, 0, 0, 288, 432};
+  settings.pageSize = size;
+  const float points[6] = {width, length, 0, 0, width, length};
   std::memcpy(settings.points, points, sizeof points);
   settings.maxMediaPoints = 295.100006103516;  // as the printer description has it
   return settings;

@@ -9,8 +9,9 @@
 
 namespace kestra::cups_tests {
 
-/// The label printer's settings without any option, 4 x 6 inch at 203 dpi.
-plain::Settings labelSettings();
+/// The label printer's settings without any option, at 203 dpi; points.
+plain::Settings labelSettings(const std::string& size = "w288h432", float width = 288,
+                              float length = 432);
 
 /// Runs the programs (names below the server's filter directory) one after the other on a document
 /// with a printer description and options; the raster stream that the last of them gives.

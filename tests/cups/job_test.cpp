@@ -23,6 +23,21 @@ class Jobs : public CupsCase {
     return bad.message == bad.errors[0] || bad.message == "Filter failed";
   }
 
+  static void expectStopped(const JobReport& bad, const std::string& words) {
+    EXPECT_EQ(bad.state, JobState::kStopped);
+    EXPECT_EQ(bad.frames.size(), 0U);
+    ASSERT_FALSE(bad.errors.empty());
+    EXPECT_NE(bad.errors[0].find(words), std::string::npos) << bad.errors[0];
+    EXPECT_TRUE(isReasonOf(bad)) << bad.message;
+  }
+
+  // A small page prints on the queue as the first of all.
+  void expectPrints(const std::string& queue) {
+    const std::string page = smallRaster();
+    const JobReport report = server().print(queue, page);
+    expectPrinted(report, predict(readFile(page), labelSettings(), report.id, queue));
+  }
+
   static bool says(const std::vector<std::string>& log, const std::string& text) {
     return std::any_of(log.begin(), log.end(), [&text](const std::string& line) {
       return line.find(text) != std::string::npos;
@@ -73,11 +88,8 @@ TEST_F(Jobs, CancelledInTheMiddleLeaveWholeFramesOnly) {
   EXPECT_GE(report.frames.size(), 1U);
   EXPECT_LT(report.frames.size(), pages.size());
   // The same page again and again: each frame is the predicted one but for its page number.
-  const plain::Settings settings = [] {
-    plain::Settings sierra = labelSettings();
-    sierra.halftone = 6;
-    return sierra;
-  }();
+  plain::Settings settings = labelSettings();
+  settings.halftone = 6;  // Sierra
   const plain::Outcome expected = predict(ts::writeStream({pages[0]}), settings, job, queue);
   ASSERT_EQ(expected.frames.size(), 1U);
   const plain::Bytes& wanted = expected.frames.begin()->second;
@@ -90,8 +102,7 @@ TEST_F(Jobs, CancelledInTheMiddleLeaveWholeFramesOnly) {
   EXPECT_LE(report.sent.size(), 7 * (report.frames.size() + 1));
   // The job did not end well, so the queue's page numbers start at 1 for the next job.
   EXPECT_EQ(server().counter(queue + ".pgc"), "");
-  const JobReport next = server().print(queue, smallRaster());
-  EXPECT_EQ(next.state, JobState::kCompleted);
+  const JobReport next = printed(queue, smallRaster());
   EXPECT_EQ(next.frames.count(frameName(1, next.id)), 1U);
 }
 
@@ -102,33 +113,18 @@ TEST_F(Jobs, WithOneBitPagesStopAndTheNextOnePrints) {
   header.cupsBitsPerPixel = 1;
   const JobReport bad = server().print(
       queue, document("onebit.ras", ts::rawStream({{header, ts::uniform(50, 100, 255)}})));
-  EXPECT_EQ(bad.state, JobState::kStopped);
-  EXPECT_EQ(bad.frames.size(), 0U);
-  ASSERT_FALSE(bad.errors.empty());
-  EXPECT_NE(bad.errors[0].find("Requires 8 bits per pixel!"), std::string::npos) << bad.errors[0];
-  EXPECT_TRUE(isReasonOf(bad)) << bad.message;
+  expectStopped(bad, "Requires 8 bits per pixel!");
   EXPECT_TRUE(says(server().log(bad.id), "stopped with status 1"));
-
-  const std::string good = smallRaster();
-  const JobReport next = server().print(queue, good);
-  expectPrinted(next, predict(readFile(good), labelSettings(), next.id, queue));
+  expectPrints(queue);
 }
 
 TEST_F(Jobs, OnPaperBelowAMillimetreStopAndTheNextOnePrints) {
   const std::string queue = makeQueue();
   // 2 points are 0.7 mm.
   const JobReport bad = server().print(queue, smallRaster(), {"-o", "PageSize=Custom.2x2"});
-  EXPECT_EQ(bad.state, JobState::kStopped);
-  EXPECT_EQ(bad.frames.size(), 0U);
+  expectStopped(bad, "Paper size must not less than 1.0");
   EXPECT_EQ(bad.sent, "");
-  ASSERT_FALSE(bad.errors.empty());
-  EXPECT_NE(bad.errors[0].find("Paper size must not less than 1.0"), std::string::npos)
-      << bad.errors[0];
-  EXPECT_TRUE(isReasonOf(bad)) << bad.message;
-
-  const std::string good = smallRaster();
-  const JobReport next = server().print(queue, good);
-  expectPrinted(next, predict(readFile(good), labelSettings(), next.id, queue));
+  expectPrints(queue);
 }
 
 TEST_F(Jobs, WithATruncatedRasterDocumentPrintTheWholePagesBeforeTheCut) {
@@ -167,9 +163,7 @@ TEST_F(Jobs, OfAQueueWithAnUmlautCountInAFileWithoutIt) {
       "Dr\xC3\xBC"
       "ck";
   server().addQueue(queue, "kestra4");
-  const std::string page = smallRaster();
-  const JobReport report = server().print(queue, page);
-  expectPrinted(report, predict(readFile(page), labelSettings(), report.id, queue));
+  expectPrints(queue);
   EXPECT_EQ(server().counter("Dr__ck.pgc"), std::string("\x02\0", 2));
 }
 

@@ -2,8 +2,6 @@
 // Why: an option that gets lost on the way prints too pale, too large or once instead of thrice.
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "tests/cups/command.h"
 #include "tests/cups/cups_case.h"
 #include "tests/support/page_makers.h"
@@ -25,8 +23,7 @@ class Options : public CupsCase {
     const JobReport report = server().print(queue, pdf, {"-o", option});
     const plain::Outcome expected = predict(stream, settings, report.id, queue);
     expectPrinted(report, expected);
-    EXPECT_EQ(report.frames.size(), 1U);
-    return report.frames.empty() ? std::string(22, '\0') : report.frames.begin()->second;
+    return onlyFrame(report);
   }
 };
 
@@ -36,24 +33,16 @@ int word(const std::string& bytes, std::size_t at) {
   return (bytes[at] & 255) + 256 * (bytes[at + 1] & 255);
 }
 
-void setSize(plain::Settings& settings, const std::string& name, float width, float length) {
-  settings.pageSize = name;
-  const float points[6] = {width, length, 0, 0, width, length};
-  std::memcpy(settings.points, points, sizeof points);
-}
-
 }  // namespace
 
 TEST_F(Options, OfTheJobSetSpeedHeatAndPaper) {
   const JobReport report =
-      server().print(makeQueue(), bars4x6(1),
-                     {"-o", "PrintSpeed=6", "-o", "Darkness=Light", "-o", "PaperType=LabelMark",
-                      "-o", "GapsHeight=5", "-o", "MirrorImage=True"});
-  EXPECT_EQ(report.state, JobState::kCompleted);
+      printed(makeQueue(), bars4x6(1),
+              {"-o", "PrintSpeed=6", "-o", "Darkness=Light", "-o", "PaperType=LabelMark", "-o",
+               "GapsHeight=5", "-o", "MirrorImage=True"});
   // Speed 6 is code 4, Light is 0.
   EXPECT_EQ(report.sent, commands(1, 4, 0));
-  ASSERT_EQ(report.frames.size(), 1U);
-  const std::string& frame = report.frames.begin()->second;
+  const std::string frame = onlyFrame(report);
   // Marks are 2; 5 mm are 5 / 25.4 * 203 = 39.96, so 39 dots.
   EXPECT_EQ(frame[3], 2);
   EXPECT_EQ(word(frame, 8), 39);
@@ -90,21 +79,18 @@ TEST_F(Options, OfTheQueuePrintTheCornerOfALargerPageInItsOwnSize) {
 TEST_F(Options, OfLpoptionsHoldForTheUsersJobs) {
   const std::string queue = makeQueue();
   mustRun({"lpoptions", "-p", queue, "-o", "PrintSpeed=3", "-o", "Darkness=Dark"});
-  const JobReport report = server().print(queue, bars4x6(1));
-  EXPECT_EQ(report.state, JobState::kCompleted);
+  const JobReport report = printed(queue, bars4x6(1));
   EXPECT_EQ(report.sent, commands(1, 1, 2));
 }
 
 TEST_F(Options, UnknownChoicesLeaveTheDefault) {
   const JobReport report =
-      server().print(makeQueue(), bars4x6(1), {"-o", "Darkness=Scorching", "-o", "PrintSpeed=99"});
-  EXPECT_EQ(report.state, JobState::kCompleted);
+      printed(makeQueue(), bars4x6(1), {"-o", "Darkness=Scorching", "-o", "PrintSpeed=99"});
   EXPECT_EQ(report.sent, commands(1));
 }
 
 TEST_F(Options, ThreeCopiesOfAPdfAreExactlyThree) {
-  const JobReport report = server().print(makeQueue(), bars4x6(2), {"-n", "3"});
-  EXPECT_EQ(report.state, JobState::kCompleted);
+  const JobReport report = printed(makeQueue(), bars4x6(2), {"-n", "3"});
   EXPECT_EQ(report.copies, 3);
   EXPECT_EQ(report.sent, commands(6));
   EXPECT_EQ(bars(report), (std::vector<int>{1, 1, 1, 2, 2, 2}));
@@ -126,16 +112,12 @@ TEST_F(Options, PageLoggingCanBeTheDefaultOfAQueue) {
 }
 
 TEST_F(Options, CollatedCopiesComeSetBySet) {
-  const JobReport report =
-      server().print(makeQueue(), bars4x6(2), {"-n", "3", "-o", "collate=true"});
-  EXPECT_EQ(report.state, JobState::kCompleted);
+  const JobReport report = printed(makeQueue(), bars4x6(2), {"-n", "3", "-o", "collate=true"});
   EXPECT_EQ(bars(report), (std::vector<int>{1, 2, 1, 2, 1, 2}));
 }
 
 TEST_F(Options, ThreeCopiesOfATextAreExactlyThree) {
-  const JobReport report =
-      server().print(makeQueue(), document("note.txt", "one page\n"), {"-n", "3"});
-  EXPECT_EQ(report.state, JobState::kCompleted);
+  const JobReport report = printed(makeQueue(), document("note.txt", "one page\n"), {"-n", "3"});
   const std::vector<std::string> frames = inOrder(report);
   ASSERT_EQ(frames.size(), 3U);
   // They differ in the page number alone, which is at bytes 12 and 13.
@@ -146,15 +128,13 @@ TEST_F(Options, ThreeCopiesOfATextAreExactlyThree) {
 
 TEST_F(Options, CopiesOfARasterDocumentPrintOnce) {
   const std::string page = document("page.ras", ts::writeStream({rasterPage("text", 400, 100)}));
-  const JobReport report = server().print(makeQueue(), page, {"-n", "3"});
-  EXPECT_EQ(report.state, JobState::kCompleted);
+  const JobReport report = printed(makeQueue(), page, {"-n", "3"});
   EXPECT_EQ(report.frames.size(), 1U);
   EXPECT_EQ(report.sent, commands(1));
 }
 
 TEST_F(Options, PageRangesPrintThosePagesAlone) {
-  const JobReport report = server().print(makeQueue(), bars4x6(4), {"-P", "2,4"});
-  EXPECT_EQ(report.state, JobState::kCompleted);
+  const JobReport report = printed(makeQueue(), bars4x6(4), {"-P", "2,4"});
   EXPECT_EQ(bars(report), (std::vector<int>{2, 4}));
   EXPECT_EQ(report.sent, commands(2));
 }
@@ -173,10 +153,9 @@ TEST_F(Options, LandscapeTurnsThePage) {
 
 TEST_F(Options, CustomSizesGiveFramesOfThatSize) {
   // 159 points are 448.3 dots, 212 are 597.7: rounded, 448 and 598.
-  plain::Settings settings = labelSettings();
-  setSize(settings, "Custom", 159, 212);
-  const std::string frame = printSized(makeQueue(), document("custom.pdf", barPdf(1, 159, 212)),
-                                       "PageSize=Custom.159x212", settings);
+  const std::string frame =
+      printSized(makeQueue(), document("custom.pdf", barPdf(1, 159, 212)),
+                 "PageSize=Custom.159x212", labelSettings("Custom", 159, 212));
   // Margin ((832.02 - 448) / 2 + 7) / 8 = 24.9 -> 24 bytes, record 2 + 24 + 56 = 82.
   EXPECT_EQ(word(frame, 18), 82);
   EXPECT_EQ(word(frame, 20), 598);
@@ -190,16 +169,15 @@ TEST_F(Options, CustomSizesGiveFramesOfThatSize) {
 TEST_F(Options, PageWiderThanTheHeadOfAnOlderQueueHasOverlappingRows) {
   // 400 points are 1127.8 dots: 1128. Margin ((832.02 - 1128) / 2 + 7) / 8 = -17.6 -> -17 bytes;
   // record 2 - 17 + 141 = 126 bytes. 144 points are 406 rows.
-  plain::Settings settings = labelSettings();
-  setSize(settings, "Custom", 400, 144);
   std::string ppd = readFile(server().ppd("kestra4"));
   const std::size_t stage = ppd.find("*cupsPreFilter:");
   ASSERT_NE(stage, std::string::npos);
   ppd.erase(stage, ppd.find('\n', stage) + 1 - stage);
   writeFile(server().ppd("older"), ppd);
   server().addQueue("OlderQueue", "older");
-  const std::string frame = printSized("OlderQueue", document("banner.pdf", barPdf(1, 400, 144)),
-                                       "PageSize=Custom.400x144", settings);
+  const std::string frame =
+      printSized("OlderQueue", document("banner.pdf", barPdf(1, 400, 144)),
+                 "PageSize=Custom.400x144", labelSettings("Custom", 400, 144));
   EXPECT_EQ(word(frame, 18), 126);
   EXPECT_EQ(word(frame, 20), 406);
   EXPECT_EQ(frame.size(), 22U + 406 * 126);

@@ -16,7 +16,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "tests/support/isolation.h"
@@ -28,30 +27,6 @@ namespace fs = std::filesystem;
 namespace {
 
 Machine sMachine;
-
-bool writeText(const std::string& path, const std::string& text) {
-  std::ofstream out(path);
-  out << text;
-  out.flush();
-  return out.good();
-}
-
-// An ordinary user becomes the same user again, with the right to mount until the next exec.
-std::string enterNamespaces() {
-  const std::string user = std::to_string(::geteuid());
-  const std::string group = std::to_string(::getegid());
-  const bool root = ::geteuid() == 0;
-  int flags = CLONE_NEWNET | CLONE_NEWPID;
-  if (!root) flags |= CLONE_NEWUSER;
-  if (::unshare(flags) != 0) return std::string("unshare: ") + std::strerror(errno);
-  if (root) return "";
-  if (!writeText("/proc/self/setgroups", "deny") ||
-      !writeText("/proc/self/uid_map", user + " " + user + " 1") ||
-      !writeText("/proc/self/gid_map", group + " " + group + " 1")) {
-    return "the user could not be mapped into a namespace";
-  }
-  return "";
-}
 
 // In the child: the parent's own /proc must stay as it is.
 std::string mountPrivatePlaces() {
@@ -82,7 +57,7 @@ int waitFor(pid_t child) {
 // The child is the first process of the namespace: when it ends, or when this process does, the
 // kernel ends every process in it.
 int runInNamespaces(const std::function<int()>& body) {
-  sMachine.obstacle = enterNamespaces();
+  sMachine.obstacle = testing_support::unshareAsOwnUser(CLONE_NEWNET | CLONE_NEWPID);
   if (!sMachine.obstacle.empty()) return body();
   const pid_t child = ::fork();
   // No exit handlers here: this process did nothing, and a leak check at its end could not start

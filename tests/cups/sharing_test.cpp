@@ -36,13 +36,10 @@ class Sharing : public CupsCase {
                                                          static_cast<int>(size.height + 0.5F)));
     const std::string stream = renderByHand({"pdftopdf", "gstoraster"}, pdf, "application/pdf",
                                             server().ppd("kestra4"), "PageSize=" + size.name);
-    JobReport report = server().print(queue, pdf, words);
-    EXPECT_EQ(report.state, JobState::kCompleted) << report.message;
+    JobReport report = printed(queue, pdf, words);
     if (queue != shared) report = server().await(report.id + 1);
-    plain::Settings settings = labelSettings();
-    settings.pageSize = size.settingsName.empty() ? size.name : size.settingsName;
-    const float points[6] = {size.width, size.height, 0, 0, size.width, size.height};
-    std::memcpy(settings.points, points, sizeof points);
+    const std::string name = size.settingsName.empty() ? size.name : size.settingsName;
+    const plain::Settings settings = labelSettings(name, size.width, size.height);
     // Each job is the first of its queue here: page numbers begin with 1.
     expectPrinted(report, predict(stream, settings, report.id, shared));
   }
@@ -85,8 +82,7 @@ TEST_F(Sharing, PrintsCustomSizesToTheHundredth) {
 TEST_F(Sharing, WarnsOfASizeThatThePrinterDoesNotHave) {
   const std::string queue = makeQueue();
   const std::string pdf = document("bars.pdf", barPdf(1, 288, 432));
-  const JobReport report = server().print(queue, pdf, {"-o", "media=A4"});
-  EXPECT_EQ(report.state, JobState::kCompleted);
+  const JobReport report = printed(queue, pdf, {"-o", "media=A4"});
   EXPECT_EQ(report.message,
             "The printer does not have the page size \"A4, 210 x 297 mm\"; it prints on w288h432 "
             "(Label 102 x 152 mm (4 x 6 inch)).");
@@ -120,8 +116,7 @@ TEST_F(Sharing, GivesDotsWithoutASizeTheirOwn) {
     ::close(file);
     const std::string queue = makeQueue() + std::to_string(++queues_);
     server().addQueue(queue, "kestra4");
-    const JobReport report = server().print(queue, page);
-    EXPECT_EQ(report.state, JobState::kCompleted) << report.message;
+    const JobReport report = printed(queue, page);
     ASSERT_EQ(report.frames.size(), 1U);
     // ((832.02 - 796) / 2 + 7) / 8 = 3.1 margin bytes; the picture may be drawn a dot wider.
     const Box box = blackBox(report.frames.begin()->second, 3);

@@ -24,10 +24,9 @@ class TestLabels : public CupsCase {
     return reports;
   }
 
-  // Rows of a job's only frame; 0 where it has another number of frames.
+  // Rows of a job's only frame.
   static int rows(const JobReport& report) {
-    if (report.frames.size() != 1) return 0;
-    const std::string& frame = report.frames.begin()->second;
+    const std::string frame = onlyFrame(report);
     return (frame[20] & 255) + 256 * (frame[21] & 255);
   }
 };
@@ -57,8 +56,7 @@ TEST_F(TestLabels, AreAJobForEachStep) {
   EXPECT_EQ(reports[2].sent, commands(1, 0, 1));
   // The value is written on each; the rows begin behind 22 bytes, which hold the page's number.
   ASSERT_TRUE(rows(reports[0]) > 0 && rows(reports[1]) > 0);
-  EXPECT_NE(reports[0].frames.begin()->second.substr(22),
-            reports[1].frames.begin()->second.substr(22));
+  EXPECT_NE(onlyFrame(reports[0]).substr(22), onlyFrame(reports[1]).substr(22));
 }
 
 }  // namespace kestra::cups_tests

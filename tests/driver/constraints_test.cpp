@@ -68,14 +68,7 @@ std::string marked(ppd_file_t* ppd, const char* keyword) {
   return choice == nullptr ? "(none)" : choice->choice;
 }
 
-class Constraints : public testing::TestWithParam<const char*> {
- protected:
-  void SetUp() override {
-    ppd_ = openModel(GetParam());
-    ASSERT_NE(ppd_, nullptr) << GetParam();
-  }
-  Ppd ppd_;
-};
+class Constraints : public ModelCase {};
 
 TEST_P(Constraints, FindNothingWrongWithTheDefaults) { EXPECT_EQ(ppdConflicts(ppd_.get()), 0); }
 

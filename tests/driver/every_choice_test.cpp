@@ -26,34 +26,25 @@ constexpr char kPpd[] = "tmp/model.ppd";
 std::string textOf(const plain::Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
 
 struct PageShape {
-  int width;   // dots
-  int height;  // dots
+  unsigned width;   // dots
+  unsigned height;  // dots
   const char* picture;
 };
 
-class EveryChoice : public testing::TestWithParam<const char*> {
+class EveryChoice : public ModelCase {
  protected:
-  void SetUp() override {
-    ppd_ = openModel(GetParam());
-    ASSERT_NE(ppd_, nullptr) << GetParam();
-    text_ = ts::readFile(pathOf(GetParam()));
-    ASSERT_FALSE(text_.empty());
-  }
-
   // One page through the filter with these options, against what `chosen` comes to.
   void expectPrint(const std::string& options, const Chosen& chosen, const PageShape& shape) {
     SCOPED_TRACE(options);
-    ts::StreamPage page{
-        ts::makeHeader(static_cast<unsigned>(shape.width), static_cast<unsigned>(shape.height),
-                       static_cast<unsigned>(shape.width), static_cast<unsigned>(chosen.dpi)),
-        ts::makePicture(shape.picture, static_cast<unsigned>(shape.width),
-                        static_cast<unsigned>(shape.height))};
+    const auto dpi = static_cast<unsigned>(chosen.dpi);
+    const ts::StreamPage page{ts::makeHeader(shape.width, shape.height, shape.width, dpi),
+                              ts::makePicture(shape.picture, shape.width, shape.height)};
     const plain::Outcome expected = predict(chosen, page);
     ASSERT_EQ(expected.frames.size(), 1U);
     ASSERT_EQ(expected.output.size(), 7U);
 
     ts::Sandbox box;
-    box.write(kPpd, text_);
+    box.write(kPpd, ts::readFile(pathOf(GetParam())));
     ts::Run run;
     run.arguments = {"42", "user", "title", "1", options};
     run.ppd = ts::Sandbox::inside(kPpd);
@@ -70,7 +61,6 @@ class EveryChoice : public testing::TestWithParam<const char*> {
     ++printed_;
   }
 
-  Ppd ppd_;
   int printed_ = 0;
 
  private:
@@ -86,8 +76,6 @@ class EveryChoice : public testing::TestWithParam<const char*> {
     job.pages.push_back({header, page.pixels, true});
     return plain::runJob(job);
   }
-
-  std::string text_;  // the description
 };
 
 TEST_P(EveryChoice, OfEveryOptionPrintsAsItsNameSays) {
@@ -124,7 +112,7 @@ TEST_P(EveryChoice, OfPageSizePrintsAPageOfThatSizeAtBothResolutions) {
       const int width = dotsOf(static_cast<double>(size->right - size->left), chosen.dpi);
       const int height = dotsOf(static_cast<double>(size->top - size->bottom), chosen.dpi);
       expectPrint("HalftoneType=None PageSize=" + name + " Resolution=" + resolution, chosen,
-                  {width, height, "noise"});
+                  {static_cast<unsigned>(width), static_cast<unsigned>(height), "noise"});
       ++sizes;
     }
   }

@@ -47,14 +47,7 @@ class Faults : public paper::StreamListener {
   void garbageEnds(std::uint64_t, std::uint64_t) override {}
 };
 
-class EveryPlace : public testing::TestWithParam<const char*> {
- protected:
-  void SetUp() override {
-    ppd_ = openModel(GetParam());
-    ASSERT_NE(ppd_, nullptr) << GetParam();
-  }
-  Ppd ppd_;
-};
+class EveryPlace : public ModelCase {};
 
 // Numbers are the same for all; a word that the filter does not know falls back to 0 silently.
 TEST_P(EveryPlace, TellsTheChoicesOfDarknessApart) {

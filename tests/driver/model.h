@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cups/ppd.h>
+#include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
@@ -45,5 +46,15 @@ int dotsOf(double points, int dpi);
 
 /// "kestra4.ppd" -> "kestra4", for the names of tests.
 std::string shortName(const std::string& model);
+
+/// A test of one of the two descriptions; its parameter is the name.
+class ModelCase : public testing::TestWithParam<const char*> {
+ protected:
+  void SetUp() override {
+    ppd_ = openModel(GetParam());
+    ASSERT_NE(ppd_, nullptr) << GetParam();
+  }
+  Ppd ppd_;
+};
 
 }  // namespace kestra::driver

@@ -28,16 +28,6 @@ bool writeText(const std::string& path, const std::string& text) {
   return out.good();
 }
 
-// Without root the namespace needs a user of its own, which is the same user again.
-std::string mapOwnUser(uid_t uid, gid_t gid) {
-  const std::string user = std::to_string(uid);
-  const std::string group = std::to_string(gid);
-  if (!writeText("/proc/self/setgroups", "deny")) return problem("setgroups");
-  if (!writeText("/proc/self/uid_map", user + " " + user + " 1")) return problem("uid_map");
-  if (!writeText("/proc/self/gid_map", group + " " + group + " 1")) return problem("gid_map");
-  return "";
-}
-
 bool namespaceWorks() {
   std::string name = std::filesystem::current_path() / "kestra-probe-XXXXXX";
   if (::mkdtemp(name.data()) == nullptr) return false;
@@ -78,15 +68,21 @@ Isolation currentIsolation() {
   return kDecided;
 }
 
+std::string unshareAsOwnUser(int flags) {
+  const std::string user = std::to_string(::geteuid());
+  const std::string group = std::to_string(::getegid());
+  const bool root = ::geteuid() == 0;
+  if (::unshare(root ? flags : flags | CLONE_NEWUSER) != 0) return problem("unshare");
+  if (root) return "";
+  if (!writeText("/proc/self/setgroups", "deny")) return problem("setgroups");
+  if (!writeText("/proc/self/uid_map", user + " " + user + " 1")) return problem("uid_map");
+  if (!writeText("/proc/self/gid_map", group + " " + group + " 1")) return problem("gid_map");
+  return "";
+}
+
 std::string enterPrivateTree(const std::string& root, bool tinyDisk) {
-  const uid_t uid = ::geteuid();
-  const gid_t gid = ::getegid();
-  const int flags = uid == 0 ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER;
-  if (::unshare(flags) != 0) return problem("unshare");
-  if (uid != 0) {
-    const std::string mapping = mapOwnUser(uid, gid);
-    if (!mapping.empty()) return mapping;
-  }
+  const std::string unshared = unshareAsOwnUser(CLONE_NEWNS);
+  if (!unshared.empty()) return unshared;
   if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
     return problem("private /");
   // /tmp last: the tree itself may lie below it.

@@ -15,6 +15,10 @@ enum class Isolation {
 /// way that is impossible, or an unknown word, ends the process with a message.
 Isolation currentIsolation();
 
+/// Enters new namespaces (CLONE_NEW...). An ordinary user becomes the same user again, with the
+/// right to mount until the next exec. Returns an empty text, or what went wrong.
+std::string unshareAsOwnUser(int flags);
+
 /// To be called in a forked child only: from here on /var/spool and /tmp show root/var/spool and
 /// root/tmp, and "/" is the current directory. Returns an empty text, or what went wrong.
 /// tinyDisk: the data directory of the tree becomes a disk of 4096 bytes (it must exist).

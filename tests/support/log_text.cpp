@@ -3,6 +3,7 @@
 #include "tests/support/log_text.h"
 
 #include <algorithm>
+#include <regex>
 #include <vector>
 
 namespace kestra::testing_support {
@@ -39,20 +40,12 @@ std::string maskAfter(std::string text, const std::string& before, const char* a
 
 // The time between `kind` and the last number before ".bmp": six numbers and their separators.
 std::string maskTime(std::string text, const std::string& kind) {
-  const std::string separators = "--____";
+  static const std::regex name(R"(^(\d+-\d+-\d+_\d+_\d+_\d+)_\d+\.bmp)");
   for (std::size_t at = text.find(kind); at != std::string::npos; at = text.find(kind, at)) {
     at += kind.size();
-    std::size_t end = at;
-    bool time = true;
-    for (const char separator : separators) {
-      const std::size_t next = std::min(text.find_first_not_of(kDigits, end), text.size());
-      time = time && next > end && next < text.size() && text[next] == separator;
-      end = next + 1;
-    }
-    if (!time) continue;
-    const std::size_t counter = std::min(text.find_first_not_of(kDigits, end), text.size());
-    if (counter == end || text.compare(counter, 4, ".bmp") != 0) continue;
-    text.replace(at, end - 1 - at, "#");
+    std::smatch found;
+    const std::string next = text.substr(at, 80);
+    if (std::regex_search(next, found, name)) text.replace(at, found[1].str().size(), "#");
   }
   return text;
 }

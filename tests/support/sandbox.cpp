@@ -79,17 +79,13 @@ std::vector<std::string> environment(const Run& run) {
     if (run.tinyDisk) give(report, "tinyDisk needs the namespace");
     if (::chdir(root.c_str()) != 0) give(report, "chdir");
   }
-  if (run.fileSizeLimit >= 0) {
-    const auto bytes = static_cast<rlim_t>(run.fileSizeLimit);
+  for (const auto& [what, most] :
+       {std::pair{RLIMIT_FSIZE, run.fileSizeLimit}, std::pair{RLIMIT_AS, run.memoryLimit}}) {
+    const auto bytes = static_cast<rlim_t>(most);
     const rlimit limit = {bytes, bytes};
-    if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) give(report, "setrlimit");
-    std::signal(SIGXFSZ, SIG_IGN);  // the write fails instead
+    if (most >= 0 && ::setrlimit(what, &limit) != 0) give(report, "setrlimit");
   }
-  if (run.memoryLimit >= 0) {
-    const auto bytes = static_cast<rlim_t>(run.memoryLimit);
-    const rlimit limit = {bytes, bytes};
-    if (::setrlimit(RLIMIT_AS, &limit) != 0) give(report, "setrlimit");
-  }
+  if (run.fileSizeLimit >= 0) std::signal(SIGXFSZ, SIG_IGN);  // the write fails instead
   if (run.asNobody && ::geteuid() == 0) {
     if (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0) {
       give(report, "setuid");
