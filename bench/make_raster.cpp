@@ -8,32 +8,12 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "bench/pages.h"
+#include "tests/support/raster_stream.h"
 
 namespace {
-
-cups_page_header2_t pageHeader(unsigned width, unsigned height, unsigned dpi) {
-  constexpr unsigned kPointsPerInch = 72;
-  cups_page_header2_t header;
-  std::memset(&header, 0, sizeof header);
-  header.HWResolution[0] = dpi;
-  header.HWResolution[1] = dpi;
-  header.NumCopies = 1;
-  header.PageSize[0] = width * kPointsPerInch / dpi;
-  header.PageSize[1] = height * kPointsPerInch / dpi;
-  header.cupsWidth = width;
-  header.cupsHeight = height;
-  header.cupsBitsPerColor = 8;
-  header.cupsBitsPerPixel = 8;
-  header.cupsBytesPerLine = width;
-  header.cupsColorOrder = CUPS_ORDER_CHUNKED;
-  header.cupsColorSpace = CUPS_CSPACE_K;
-  header.cupsNumColors = 1;
-  return header;
-}
 
 bool writePages(int file, cups_page_header2_t header, std::vector<std::uint8_t> page, int count) {
   cups_raster_t* raster = cupsRasterOpen(file, CUPS_RASTER_WRITE);
@@ -68,8 +48,12 @@ int main(int argc, char* argv[]) {
                  argv[3], argv[4]);
     return 2;
   }
+  constexpr unsigned kPointsPerInch = 72;
+  cups_page_header2_t header = kestra::testing_support::makeHeader(width, height, width, dpi);
+  header.PageSize[0] = width * kPointsPerInch / dpi;
+  header.PageSize[1] = height * kPointsPerInch / dpi;
   const int file = open(argv[6], O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-  const bool good = file >= 0 && writePages(file, pageHeader(width, height, dpi), page,
+  const bool good = file >= 0 && writePages(file, header, page,
                                             static_cast<int>(std::strtol(argv[5], nullptr, 10)));
   if (!good || close(file) != 0) {
     std::fprintf(stderr, "%s: cannot write %s\n", argv[0], argv[6]);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <string>
 #include <vector>
 
 #include "imaging/tattoo/tattoo_dithering.h"
@@ -27,6 +28,7 @@ int decided(plain::Rows rows, int x, int y, int level, int threshold = 127) {
 
 // Checks that a pixel turns white at `level` and is black one level below it.
 void expectTurnsWhiteAt(const plain::Rows& rows, int x, int y, int level) {
+  SCOPED_TRACE(testing::PrintToString(rows) + " at column " + std::to_string(x));
   EXPECT_EQ(decided(rows, x, y, level), 255);
   EXPECT_EQ(decided(rows, x, y, level - 1), 0);
 }
@@ -36,40 +38,25 @@ void expectTurnsWhiteAt(const plain::Rows& rows, int x, int y, int level) {
 // In these examples a level 100 stays black at threshold 127 and passes on an error of 100; the
 // other pixels are 0 and pass on what they get.
 
-TEST(EdfCus, TapToTheRight) {
-  // 100 * 0.505786 = 50.58: 77 makes 127.58.
+TEST(EdfCus, EachTapPassesOnItsShareOfTheError) {
+  // To the right: 100 * 0.505786 = 50.58: 77 makes 127.58.
   expectTurnsWhiteAt({{100, 0}}, 1, 0, 77);
-}
-
-TEST(EdfCus, NegativeTapTwoToTheRight) {
-  // 100 * -0.052926 = -5.29, and 50.58 * 0.505786 = 25.58 by way of the pixel between: 20.29 in
-  // all.
+  // Two to the right, negative: 100 * -0.052926 = -5.29, and 50.58 * 0.505786 = 25.58 by way of the
+  // pixel between: 20.29 in all.
   expectTurnsWhiteAt({{100, 0, 0}}, 2, 0, 107);
-}
-
-TEST(EdfCus, TapBelow) {
-  // 100 * 0.243191 = 24.32.
+  // Below: 100 * 0.243191 = 24.32.
   expectTurnsWhiteAt({{100}, {0}}, 0, 1, 103);
-}
-
-TEST(EdfCus, TapTwoToTheLeftBelow) {
-  // 100 * 0.226194 = 22.62.
+  // Two to the left below: 100 * 0.226194 = 22.62.
   expectTurnsWhiteAt({{0, 0, 100}, {0, 0, 0}}, 0, 1, 105);
-}
-
-TEST(EdfCus, TapOneToTheLeftBelow) {
-  // 100 * 0.128835 = 12.88 and 22.62 * 0.505786 = 11.44 from the left: 24.32.
+  // One to the left below: 100 * 0.128835 = 12.88 and 22.62 * 0.505786 = 11.44 from the
+  // left: 24.32.
   expectTurnsWhiteAt({{0, 0, 100}, {0, 0, 0}}, 1, 1, 103);
-}
-
-TEST(EdfCus, TapBelowAddsToThoseOfItsRow) {
-  // 24.32 from above, 24.32 * 0.505786 = 12.30 from the left, 22.62 * -0.052926 = -1.20: 35.42.
+  // Below, added to those of its row: 24.32 from above, 24.32 * 0.505786 = 12.30 from the left,
+  // 22.62 * -0.052926 = -1.20: 35.42.
   expectTurnsWhiteAt({{0, 0, 100}, {0, 0, 0}}, 2, 1, 92);
-}
-
-TEST(EdfCus, NegativeTapToTheRightBelow) {
-  // (0,0) 100. (1,0): 50.58. (0,1): 24.32 + 50.58 * 0.128835 = 30.84. (1,1): -11.11 from (0,0),
-  // 50.58 * 0.243191 = 12.30 from above, 30.84 * 0.505786 = 15.60 from the left: 16.79.
+  // To the right below, negative. (0,0) 100. (1,0): 50.58. (0,1): 24.32 + 50.58 * 0.128835 = 30.84.
+  // (1,1): -11.11 from (0,0), 50.58 * 0.243191 = 12.30 from above, 30.84 * 0.505786 = 15.60 from
+  // the left: 16.79.
   expectTurnsWhiteAt({{100, 0}, {0, 0}}, 1, 1, 111);
 }
 
