@@ -16,7 +16,7 @@
 // are ghosts: the last rows of the block above once more, whose levels are known and which only
 // pass on their errors. What a block needs while it runs lies in the nearest cache:
 //
-//     arrivals   kChunk vectors      levels in the order of the steps, ghosts filled in
+//     arrivals   kChunk vectors      levels in the order of the steps
 //     shares     a vector for each weight and step, of this chunk and the steps before that are
 //                still needed
 //     ghosts     4 bytes a step      final levels of the last rows, for the next block
@@ -145,7 +145,7 @@ class Wavefront {
     return start >= (kLanes - 1) * kSkew && start + kChunk <= page_.width;
   }
 
-  // Prepares the steps from `start` on: levels and ghosts.
+  // Prepares the levels of the steps from `start` on.
   void arrive(std::size_t start) {
     fetchAhead(start);
     const bool inside = isInside(start);
@@ -165,12 +165,7 @@ class Wavefront {
       Lanes square[kSquare];
       for (std::size_t i = 0; i < kSquare; ++i) square[i] = loadRows(rows + i);
       transpose(square);
-      for (std::size_t i = 0; i < kSquare; ++i) {
-        std::uint8_t* arrival = arrivals_ + (step + i) * kLanes;
-        store(arrival, square[i]);
-        const std::uint8_t* next = ghosts_ + (kRows * kSkew + start + step + i + 1) * kGhostBytes;
-        std::memcpy(arrival, next - kGhosts, kGhosts);
-      }
+      for (std::size_t i = 0; i < kSquare; ++i) store(arrivals_ + (step + i) * kLanes, square[i]);
     }
   }
 
@@ -237,13 +232,15 @@ class Wavefront {
     // Of this chunk's first step; those of the steps before lie in front.
     std::uint8_t* shares = shares_ + (1 + kDepth * kShares) * kLanes;
     std::uint8_t* ghosts = ghosts_ + start * kGhostBytes;
+    // Behind this step's ghosts, as the block above left them. The lanes behind them load what
+    // follows, at the end the columns, and do not use it.
+    const std::uint8_t* last = ghosts + (kRows * kSkew + 1) * kGhostBytes;
     Lanes latest[kShares] = {both(load(shares + kEach * kLanes - kShares * kLanes), real)...};
     for (std::size_t step = 0; step < kChunk; ++step, shares += kShares * kLanes) {
       // Less 128, so that signed sums clamp at 0 and 255.
-      const Lanes arrived = flipped(load(arrivals_ + step * kLanes), middle);
-      Lanes level = arrived;
+      Lanes level = flipped(load(arrivals_ + step * kLanes), middle);
       ((level = pullUpper<kUppers>(level, shares)), ...);
-      level = chosen(real, level, arrived);
+      level = chosen(real, level, flipped(load(last + step * kGhostBytes - kGhosts), middle));
       ((level = pullOwn<kOwns>(level, shares, latest, real)), ...);
       const Lanes white = above(level, none);
       static_assert(kFirstWhiteLevel == 129, "white lies above 0, less 128");
