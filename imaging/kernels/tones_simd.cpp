@@ -1,6 +1,7 @@
-// Tables that are a sum become one; any other table is asked a pixel at a time. Rows are turned
-// eight pixels at a time from both ends. Neighbours are counted in tables of their own, as a page
-// is full of runs of one level and a counter must not wait for its own last step.
+// Tables that are a sum become one; of any other table a pixel's entry is looked up, with AVX2
+// those of 32 pixels at once. Rows are turned eight pixels at a time from both ends. Neighbours are
+// counted in tables of their own, as a page is full of runs of one level and a counter must not
+// wait for its own last step.
 #include "imaging/kernels/lanes.h"
 #include "imaging/kernels/tones.h"
 
