@@ -22,32 +22,27 @@
 namespace kestra {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 using testing_support::kPageKinds;
 using testing_support::PageKind;
 
 Bytes dithered(const Bytes& levels, std::uint32_t width, std::uint32_t height,
                std::int64_t method) {
-  OwnedImage image;
-  EXPECT_TRUE(makeGrey(image, levels, width, height));
+  GreyImage image(levels, width, height);
   EXPECT_TRUE(image.Dither(method));
   return indicesOf(image);
 }
 
 TEST(Dither, NeedsAnImage) {
-  PaletteImage image;
-  EXPECT_FALSE(image.Dither(0));
-  ASSERT_NE(nullptr, image.Create(2, 2, 8, 0));
+  BlackImage image(2, 2, 8);
+  EXPECT_FALSE(PaletteImage().Dither(0));
   image.Destroy();
   EXPECT_FALSE(image.Dither(3));
   EXPECT_STREQ("", image.GetLastError());
 }
 
 TEST(Dither, LeavesAOneBitImageAsItIs) {
-  const Bytes rows = {0xA0, 0x50};
   for (const std::int64_t method : {0, 1, 2, 7, 8, -1}) {
-    OwnedImage image;
-    ASSERT_TRUE(image.CreateFromArray(rows.data(), 4, 2, 1, 1, false));
+    ArrayImage image({0xA0, 0x50}, 4, 2, 1, 1);
     image.SetPaletteColor(0, 200, 100, 50, 25);
     const std::uint8_t* block = image.GetBits();
     EXPECT_TRUE(image.Dither(method));
@@ -60,8 +55,7 @@ TEST(Dither, LeavesAOneBitImageAsItIs) {
 TEST(Dither, MakesAOneBitImageOfBlackAndWhite) {
   for (std::int64_t method = 0; method <= 8; ++method) {
     for (const std::uint32_t width : {1U, 31U, 32U, 33U, 836U}) {
-      OwnedImage image;
-      ASSERT_TRUE(makeGrey(image, makeLevels(PageKind::kRandom, width, 2), width, 2));
+      GreyImage image(makeLevels(PageKind::kRandom, width, 2), width, 2);
       ASSERT_TRUE(image.Dither(method));
       EXPECT_EQ(1, image.GetBitsPerPixel());
       EXPECT_EQ(2U, image.GetNumColors());
@@ -76,23 +70,20 @@ TEST(Dither, MakesAOneBitImageOfBlackAndWhite) {
 
 TEST(Dither, LeavesThePaddingOfItsRowsZero) {
   for (std::int64_t method = 0; method <= 8; ++method) {
-    OwnedImage image;
-    ASSERT_TRUE(makeGrey(image, Bytes(10, 255), 5, 2));  // all white at every method
+    GreyImage image(Bytes(10, 255), 5, 2);  // all white at every method
     ASSERT_TRUE(image.Dither(method));
     EXPECT_EQ((Bytes{0xF8, 0, 0, 0, 0xF8, 0, 0, 0}), rowBytesOf(image)) << method;
   }
 }
 
 TEST(Dither, KeepsTheImagesType) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(4, 4, 8, 1234));
+  BlackImage image(4, 4, 8, 1234);
   ASSERT_TRUE(image.Dither(4));
   EXPECT_EQ(1234U, image.GetType());
 }
 
 TEST(Dither, UsesIndicesWhateverThePaletteShows) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 1, 8, 0));
+  BlackImage image(2, 1, 8);
   image.SetPaletteColor(0, 255, 255, 255, 0);  // index 0 shows white, index 255 stays black
   image.SetPixelIndex(1, 0, 255);
   ASSERT_TRUE(image.Dither(0));
@@ -101,9 +92,7 @@ TEST(Dither, UsesIndicesWhateverThePaletteShows) {
 
 TEST(Dither, Makes24BitImagesBlack) {
   for (std::int64_t method = 0; method <= 8; ++method) {
-    const Bytes white(24, 255);
-    OwnedImage image;
-    ASSERT_TRUE(image.CreateFromArray(white.data(), 4, 2, 24, 12, false));
+    ArrayImage image(Bytes(24, 255), 4, 2, 24, 12);
     ASSERT_TRUE(image.Dither(method));
     EXPECT_EQ(Bytes(8, 0), indicesOf(image)) << method;
     EXPECT_EQ(1, image.GetBitsPerPixel());
@@ -112,8 +101,7 @@ TEST(Dither, Makes24BitImagesBlack) {
 
 TEST(Dither, TakesTheSixteenLevelsOf4BitImages) {
   // Level 15 is below 129, and 15 * 16 / 255 = 0: black. Above threshold 0 of the generated matrix.
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 1, 4, 0));
+  BlackImage image(2, 1, 4);
   image.SetPixelIndex(0, 0, 15);
   image.SetPixelIndex(1, 0, 15);
   ASSERT_TRUE(image.Dither(7));
@@ -122,8 +110,7 @@ TEST(Dither, TakesTheSixteenLevelsOf4BitImages) {
 
 TEST(Dither, PrintsWhiteFromTheFirstLevelAboveAThresholdOf4BitImagesOn) {
   // Thresholds 0 and 192 at (0, 0) and (1, 0): level 1 is above the first, level 0 is not.
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(5, 1, 4, 0));
+  BlackImage image(5, 1, 4);
   for (const std::int64_t x : {0, 1}) image.SetPixelIndex(x, 0, 1);
   ASSERT_TRUE(image.Dither(7));
   EXPECT_EQ((Bytes{1, 0, 0, 0, 0}), indicesOf(image));
@@ -132,8 +119,7 @@ TEST(Dither, PrintsWhiteFromTheFirstLevelAboveAThresholdOf4BitImagesOn) {
 TEST(Dither, DiffusesWithinTheDepthOf4BitImages) {
   // One row of 14, 15 by Floyd and Steinberg: 14 is black and passes 14 * 7 / 16 = 6 on, 15 + 6 =
   // 21, of which a 4-bit pixel keeps 21 & 15 = 5: black again. Nothing can ever reach white.
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 1, 4, 0));
+  BlackImage image(2, 1, 4);
   image.SetPixelIndex(0, 0, 14);
   image.SetPixelIndex(1, 0, 15);
   ASSERT_TRUE(image.Dither(100));
@@ -342,8 +328,7 @@ TEST_P(DitherSizes, PaddedRowsOfTheSourceDoNotPrint) {
                 page.begin() + static_cast<std::ptrdiff_t>(y * 5 + 5));
     rows.insert(rows.end(), 3, 255);
   }
-  OwnedImage image;
-  ASSERT_TRUE(image.CreateFromArray(rows.data(), 5, 9, 8, 8, false));
+  ArrayImage image(rows, 5, 9, 8, 8);
   ASSERT_TRUE(image.Dither(GetParam()));
   EXPECT_EQ(plain::halftone(page, 5, 9, GetParam()), indicesOf(image));
   for (std::uint32_t y = 0; y < 9; ++y) EXPECT_EQ(0, image.GetBits(y)[0] & 7) << y;
@@ -356,8 +341,7 @@ INSTANTIATE_TEST_SUITE_P(EveryMethod, DitherSizes, testing::Values(0, 1, 2, 3, 4
 
 /// All that an image shows of itself.
 struct Shown {
-  Bytes rows;
-  Bytes palette;
+  Bytes rows, palette;
   std::vector<std::uint32_t> numbers;
   std::string error;
 };
@@ -388,10 +372,8 @@ TEST(DitherToBytes, EqualsDitheringAndThenRaisingTheDepth) {
       for (std::int64_t method = -1; method <= 8; ++method) {
         // Lines longer than the page is wide leave other bytes in the padding.
         const Bytes page = makeLevels(PageKind::kRandom, width + 3, 9);
-        OwnedImage wanted;
-        OwnedImage image;
-        ASSERT_TRUE(wanted.CreateFromArray(page.data(), width, 9, 8, width + 3, false));
-        ASSERT_TRUE(image.CreateFromArray(page.data(), width, 9, 8, width + 3, false));
+        ArrayImage wanted(page, width, 9, 8, width + 3);
+        ArrayImage image(page, width, 9, 8, width + 3);
         ASSERT_TRUE(wanted.Dither(method) && wanted.IncreaseBpp(8));
         ASSERT_TRUE(image.DitherToBytes(method));
         expectSame(shown(wanted), shown(image),
@@ -404,12 +386,11 @@ TEST(DitherToBytes, EqualsDitheringAndThenRaisingTheDepth) {
 TEST(DitherToBytes, TakesOtherDepthsTheSameWay) {
   for (const std::uint32_t depth : {1U, 4U}) {
     for (const std::int64_t method : {0, 1, 2, 7}) {
-      OwnedImage wanted;
-      OwnedImage image;
-      for (PaletteImage* each :
-           {static_cast<PaletteImage*>(&wanted), static_cast<PaletteImage*>(&image)}) {
-        ASSERT_NE(nullptr, each->Create(9, 3, depth, 5));
-        for (std::int64_t x = 0; x < 9; ++x) each->SetPixelIndex(x, x % 3, 15);
+      BlackImage wanted(9, 3, depth, 5);
+      BlackImage image(9, 3, depth, 5);
+      for (std::int64_t x = 0; x < 9; ++x) {
+        wanted.SetPixelIndex(x, x % 3, 15);
+        image.SetPixelIndex(x, x % 3, 15);
       }
       ASSERT_TRUE(wanted.Dither(method) && wanted.IncreaseBpp(8));
       ASSERT_TRUE(image.DitherToBytes(method));
@@ -419,9 +400,8 @@ TEST(DitherToBytes, TakesOtherDepthsTheSameWay) {
 }
 
 TEST(DitherToBytes, NeedsAnImage) {
-  PaletteImage none;
-  EXPECT_FALSE(none.DitherToBytes(0));
-  EXPECT_FALSE(none.DitherToBytes(2));
+  EXPECT_FALSE(PaletteImage().DitherToBytes(0));
+  EXPECT_FALSE(PaletteImage().DitherToBytes(2));
 }
 
 }  // namespace

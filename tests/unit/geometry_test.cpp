@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -11,23 +12,20 @@
 namespace kestra {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 using testing_support::PageKind;
 constexpr tagRGBQUAD kWhite = {255, 255, 255, 0};
 
 TEST(Rotate180, TurnsAnImage) {
   //  1 2 3      6 5 4
   //  4 5 6  ->  3 2 1
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, {1, 2, 3, 4, 5, 6}, 3, 2));
+  GreyImage image({1, 2, 3, 4, 5, 6}, 3, 2);
   EXPECT_TRUE(image.Rotate180(nullptr));
   EXPECT_EQ((Bytes{6, 5, 4, 0, 3, 2, 1, 0}), rowBytesOf(image));
   EXPECT_TRUE(sameColor(image.GetPaletteColor(77), 77, 77, 77, 0));
 }
 
 TEST(Rotate180, TwiceRestoresAnImage) {
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, makeLevels(PageKind::kRandom, 17, 9), 17, 9));
+  GreyImage image(makeLevels(PageKind::kRandom, 17, 9), 17, 9);
   const Bytes before = rowBytesOf(image);
   image.Rotate180(nullptr);
   EXPECT_NE(before, rowBytesOf(image));
@@ -36,25 +34,21 @@ TEST(Rotate180, TwiceRestoresAnImage) {
 }
 
 TEST(Rotate180, LeavesOnePixelAsItIs) {
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, {201}, 1, 1));
+  GreyImage image({201}, 1, 1);
   EXPECT_TRUE(image.Rotate180(nullptr));
   EXPECT_EQ((Bytes{201}), indicesOf(image));
 }
 
 TEST(Rotate180, FillsADestinationAndLeavesTheSource) {
-  OwnedImage source;
-  OwnedImage destination;
-  ASSERT_TRUE(makeGrey(source, {1, 2, 3, 4}, 2, 2));
-  ASSERT_NE(nullptr, destination.Create(9, 9, 1, 0));
+  GreyImage source({1, 2, 3, 4}, 2, 2);
+  BlackImage destination(9, 9, 1);
   EXPECT_TRUE(source.Rotate180(&destination));
   EXPECT_EQ((Bytes{1, 2, 3, 4}), indicesOf(source));
   EXPECT_EQ((Bytes{4, 3, 2, 1}), indicesOf(destination));
 }
 
 TEST(Rotate180, MakesEightBitsOfEveryDepth) {
-  OwnedImage bits;
-  ASSERT_NE(nullptr, bits.Create(3, 1, 1, 8));
+  BlackImage bits(3, 1, 1, 8);
   bits.SetPaletteColor(1, 1, 2, 3, 4);
   bits.SetPixelIndex(0, 0, 1);
   EXPECT_TRUE(bits.Rotate180(nullptr));
@@ -63,49 +57,41 @@ TEST(Rotate180, MakesEightBitsOfEveryDepth) {
   EXPECT_TRUE(sameColor(bits.GetPaletteColor(1), 3, 2, 1, 4));
   EXPECT_EQ(8U, bits.GetType());
 
-  OwnedImage nibbles;
-  ASSERT_NE(nullptr, nibbles.Create(2, 2, 4, 0));
+  BlackImage nibbles(2, 2, 4);
   nibbles.SetPixelIndex(0, 0, 9);
   EXPECT_TRUE(nibbles.Rotate180(nullptr));
   EXPECT_EQ((Bytes{0, 0, 0, 9}), indicesOf(nibbles));
   EXPECT_EQ(8, nibbles.GetBitsPerPixel());
 
-  OwnedImage color;  // has no indices: all 0
-  ASSERT_NE(nullptr, color.Create(2, 1, 24, 0));
+  BlackImage color(2, 1, 24);  // has no indices: all 0
   color.BlindSetPixelColor(0, 0, kWhite, false);
   EXPECT_TRUE(color.Rotate180(nullptr));
   EXPECT_EQ(8, color.GetBitsPerPixel());
   EXPECT_EQ((Bytes{0, 0, 0, 0}), rowBytesOf(color));
 }
 
-TEST(Rotate180, NeedsAnImage) {
-  PaletteImage none;
-  EXPECT_FALSE(none.Rotate180(nullptr));
-}
+TEST(Rotate180, NeedsAnImage) { EXPECT_FALSE(PaletteImage().Rotate180(nullptr)); }
 
 TEST(Mirror, ReversesEachRow) {
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, {1, 2, 3}, 3, 1));
+  GreyImage image({1, 2, 3}, 3, 1);
   image.Mirror();
   EXPECT_EQ((Bytes{3, 2, 1, 0}), rowBytesOf(image));
 
-  ASSERT_TRUE(makeGrey(image, {1, 2, 3, 4, 5, 6, 7, 8}, 4, 2));
-  image.Mirror();
-  EXPECT_EQ((Bytes{4, 3, 2, 1, 8, 7, 6, 5}), rowBytesOf(image));
-  EXPECT_TRUE(sameColor(image.GetPaletteColor(77), 77, 77, 77, 0));
+  GreyImage whole({1, 2, 3, 4, 5, 6, 7, 8}, 4, 2);
+  whole.Mirror();
+  EXPECT_EQ((Bytes{4, 3, 2, 1, 8, 7, 6, 5}), rowBytesOf(whole));
+  EXPECT_TRUE(sameColor(whole.GetPaletteColor(77), 77, 77, 77, 0));
 }
 
 TEST(Mirror, LeavesOnePixelAsItIs) {
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, {201}, 1, 1));
+  GreyImage image({201}, 1, 1);
   image.Mirror();
   EXPECT_EQ((Bytes{201, 0, 0, 0}), rowBytesOf(image));
 }
 
 TEST(Mirror, TwiceRestoresAnImage) {
   for (const std::uint32_t width : {2U, 3U, 5U, 33U, 836U}) {
-    OwnedImage image;
-    ASSERT_TRUE(makeGrey(image, makeLevels(PageKind::kRandom, width, 4), width, 4));
+    GreyImage image(makeLevels(PageKind::kRandom, width, 4), width, 4);
     const Bytes before = rowBytesOf(image);
     image.Mirror();
     EXPECT_NE(before, rowBytesOf(image));
@@ -126,12 +112,8 @@ TEST(Mirror, StaysInsideTheRowsAtOtherDepths) {
   for (const std::uint32_t depth : {1U, 4U, 24U}) {
     for (const std::uint32_t width : {1U, 2U, 3U, 4U, 5U, 33U, 836U}) {
       for (const std::uint32_t height : {1U, 2U, 7U}) {
-        OwnedImage image;
-        ASSERT_NE(nullptr, image.Create(width, height, depth, 0));
-        for (std::uint8_t* byte = image.GetBits();
-             byte != image.GetBits() + std::size_t{image.GetEffWidth()} * height; ++byte) {
-          *byte = 0x5A;
-        }
+        BlackImage image(width, height, depth);
+        std::memset(image.GetBits(), 0x5A, std::size_t{image.GetEffWidth()} * height);
         image.Mirror();
         EXPECT_EQ(8, image.GetBitsPerPixel());
         EXPECT_EQ(width, image.GetWidth());
@@ -144,8 +126,7 @@ TEST(Mirror, StaysInsideTheRowsAtOtherDepths) {
 
 TEST(Mirror, TakesBytesForPixelsOfAOneBitImage) {
   // One row of 8 pixels: span 7, result byte i is row byte 7 - i; the row has 4 bytes.
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(8, 1, 1, 0));
+  BlackImage image(8, 1, 1);
   image.GetBits()[0] = 0xA5;
   image.Mirror();
   EXPECT_EQ((Bytes{0, 0, 0, 0, 0, 0, 0, 0xA5}), rowBytesOf(image));
@@ -158,8 +139,7 @@ TEST(Expand, PutsTheOldRowsAtItsFourthArgument) {
   //        f 3 4 f f f
   //        f f f f f f
   //        f f f f f f
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, {1, 2, 3, 4}, 2, 2));
+  GreyImage image({1, 2, 3, 4}, 2, 2);
   ASSERT_TRUE(image.Expand(1, 2, 3, 1, kWhite));
   EXPECT_EQ(6U, image.GetWidth());
   EXPECT_EQ(5U, image.GetHeight());
@@ -174,8 +154,7 @@ TEST(Expand, PutsTheOldRowsAtItsFourthArgument) {
 }
 
 TEST(Expand, FillsWithTheNearestIndex) {
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, {1, 2, 3, 4}, 4, 1));
+  GreyImage image({1, 2, 3, 4}, 4, 1);
   image.SetPaletteColor(17, 200, 0, 0, 0);
   ASSERT_TRUE(image.Expand(0, 1, 0, 0, {0, 0, 200, 0}));
   EXPECT_EQ((Bytes{1, 2, 3, 4, 17, 17, 17, 17}), rowBytesOf(image));
@@ -183,8 +162,7 @@ TEST(Expand, FillsWithTheNearestIndex) {
 }
 
 TEST(Expand, FillsWithARememberedIndexOfTheOldPalette) {
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, {1, 2, 3, 4}, 4, 1));
+  GreyImage image({1, 2, 3, 4}, 4, 1);
   ASSERT_EQ(50, image.GetNearestIndex({50, 50, 50, 0}));
   image.SetPaletteColor(50, 0, 0, 0, 0);
   ASSERT_TRUE(image.Expand(0, 0, 0, 1, {50, 50, 50, 0}));
@@ -193,16 +171,14 @@ TEST(Expand, FillsWithARememberedIndexOfTheOldPalette) {
 
 TEST(Expand, WorksOnBits) {
   // 1 0 1 with a border of white: bits 11111, 11011, 11111; bits behind the width stay 0.
-  OwnedImage image;
-  ASSERT_TRUE(image.CreateFromArray(Bytes{0xA0}.data(), 3, 1, 1, 1, false));
+  ArrayImage image(Bytes{0xA0}, 3, 1, 1, 1);
   ASSERT_TRUE(image.Expand(1, 1, 1, 1, kWhite));
   EXPECT_EQ(1, image.GetBitsPerPixel());
   EXPECT_EQ((Bytes{0xF8, 0, 0, 0, 0xD8, 0, 0, 0, 0xF8, 0, 0, 0}), rowBytesOf(image));
 }
 
 TEST(Expand, WorksOnFourBits) {
-  OwnedImage image;
-  ASSERT_TRUE(image.CreateFromArray(Bytes{0x12, 0x30}.data(), 3, 1, 4, 2, false));
+  ArrayImage image(Bytes{0x12, 0x30}, 3, 1, 4, 2);
   // Grey 34 is entry 2. Left 2, top 0, right 0, bottom 1: 2 2 2 2 2 and 2 2 1 2 3.
   ASSERT_TRUE(image.Expand(2, 0, 0, 1, {34, 34, 34, 0}));
   EXPECT_EQ(4, image.GetBitsPerPixel());
@@ -211,8 +187,7 @@ TEST(Expand, WorksOnFourBits) {
 }
 
 TEST(Expand, WorksOnColours) {
-  OwnedImage image;
-  ASSERT_TRUE(image.CreateFromArray(Bytes{1, 2, 3}.data(), 1, 1, 24, 3, false));
+  ArrayImage image(Bytes{1, 2, 3}, 1, 1, 24, 3);
   ASSERT_TRUE(image.Expand(1, 0, 1, 1, {7, 8, 9, 99}));
   EXPECT_EQ((Bytes{7, 8, 9, 7, 8, 9, 7, 8, 9, 0, 0, 0,  //
                    7, 8, 9, 1, 2, 3, 7, 8, 9, 0, 0, 0}),
@@ -235,15 +210,13 @@ TEST(Expand, ByNothingKeepsTheImage) {
 }
 
 TEST(Expand, KeepsTheType) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 2, 8, 31));
+  BlackImage image(2, 2, 8, 31);
   ASSERT_TRUE(image.Expand(1, 1, 1, 1, kWhite));
   EXPECT_EQ(31U, image.GetType());
 }
 
 TEST(Expand, RefusesNegativeMargins) {
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, {1, 2, 3, 4}, 2, 2));
+  GreyImage image({1, 2, 3, 4}, 2, 2);
   EXPECT_FALSE(image.Expand(-1, 5, 5, 5, kWhite));
   EXPECT_FALSE(image.Expand(5, -1, 5, 5, kWhite));
   EXPECT_FALSE(image.Expand(5, 5, -1, 5, kWhite));
@@ -266,18 +239,14 @@ TEST(Expand, RefusesACanvasThatCannotBeMade) {
                                    {most, 0, 1, 0},
                                    {0, most, 0, 1}};
   for (const auto& margins : table) {
-    OwnedImage image;
-    ASSERT_TRUE(makeGrey(image, {1, 2, 3, 4}, 2, 2));
+    GreyImage image({1, 2, 3, 4}, 2, 2);
     EXPECT_FALSE(image.Expand(margins[0], margins[1], margins[2], margins[3], kWhite));
     EXPECT_STREQ("PALETTEIMAGE_MAX_MEMORY exceeded", image.GetLastError());
     EXPECT_EQ((Bytes{1, 2, 3, 4}), indicesOf(image));
   }
 }
 
-TEST(Expand, NeedsAnImage) {
-  PaletteImage none;
-  EXPECT_FALSE(none.Expand(1, 1, 1, 1, kWhite));
-}
+TEST(Expand, NeedsAnImage) { EXPECT_FALSE(PaletteImage().Expand(1, 1, 1, 1, kWhite)); }
 
 }  // namespace
 }  // namespace kestra

@@ -15,7 +15,6 @@
 namespace kestra {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 using testing_support::PageKind;
 
 /// A printer, its result buffer (just as large as promised) and its log of one page.

@@ -14,7 +14,7 @@
 namespace kestra {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+constexpr char kNoSize[] = "PaletteImage::Create : width and height must be greater than zero";
 
 TEST(PaletteImage, IsEmptyAtFirst) {
   PaletteImage image;
@@ -101,18 +101,15 @@ TEST(PaletteImage, StartsWithBlackPixelsAndABlackPalette) {
 }
 
 TEST(PaletteImage, RefusesASizeOfZeroAndIsEmptyThen) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 2, 8, 0));
+  BlackImage image(2, 2, 8);
   EXPECT_EQ(nullptr, image.Create(0, 5, 8, 0));
-  EXPECT_STREQ("PaletteImage::Create : width and height must be greater than zero",
-               image.GetLastError());
+  EXPECT_STREQ(kNoSize, image.GetLastError());
   EXPECT_FALSE(image.IsValid());
   EXPECT_EQ(nullptr, image.GetBits());
 
   OwnedImage other;
   EXPECT_EQ(nullptr, other.Create(5, 0, 8, 0));
-  EXPECT_STREQ("PaletteImage::Create : width and height must be greater than zero",
-               other.GetLastError());
+  EXPECT_STREQ(kNoSize, other.GetLastError());
 }
 
 void expectTooLarge(std::uint32_t width, std::uint32_t height, std::uint32_t depth) {
@@ -170,18 +167,14 @@ TEST(PaletteImage, ReleasesItsBlockAndKeepsTheRest) {
 }
 
 TEST(CreateFromArray, CopiesRowsAndMakesAGreyPalette) {
-  const Bytes rows = {1, 2, 3, 4, 5, 6};
-  OwnedImage image;
-  ASSERT_TRUE(image.CreateFromArray(rows.data(), 3, 2, 8, 3, false));
+  ArrayImage image({1, 2, 3, 4, 5, 6}, 3, 2, 8, 3);
   EXPECT_EQ((Bytes{1, 2, 3, 0, 4, 5, 6, 0}), rowBytesOf(image));  // padding is 0
   EXPECT_TRUE(sameColor(image.GetPaletteColor(200), 200, 200, 200, 0));
   EXPECT_EQ(0U, image.GetType());
 }
 
 TEST(CreateFromArray, LeavesPaddingZeroInABlockMadeAnew) {
-  OwnedImage image;
-  const Bytes full(12, 0xFF);
-  ASSERT_TRUE(image.CreateFromArray(full.data(), 4, 3, 8, 4, false));
+  ArrayImage image(Bytes(12, 0xFF), 4, 3, 8, 4);
   const Bytes narrow = {9, 9, 9};
   ASSERT_TRUE(image.CreateFromArray(narrow.data(), 1, 3, 8, 1, false));
   EXPECT_EQ((Bytes{9, 0, 0, 0, 9, 0, 0, 0, 9, 0, 0, 0}), rowBytesOf(image));
@@ -189,52 +182,41 @@ TEST(CreateFromArray, LeavesPaddingZeroInABlockMadeAnew) {
 
 TEST(CreateFromArray, CutsLongRowsToThePaddedRow) {
   // Rows of 6 bytes for 3 pixels: the fourth byte still fits the padded row, the others are cut.
-  const Bytes rows = {1, 2, 3, 4, 5, 6, 11, 12, 13, 14, 15, 16};
-  OwnedImage image;
-  ASSERT_TRUE(image.CreateFromArray(rows.data(), 3, 2, 8, 6, false));
+  ArrayImage image({1, 2, 3, 4, 5, 6, 11, 12, 13, 14, 15, 16}, 3, 2, 8, 6);
   EXPECT_EQ((Bytes{1, 2, 3, 4, 11, 12, 13, 14}), rowBytesOf(image));
 }
 
 TEST(CreateFromArray, FlipsRowsWhenAsked) {
-  const Bytes rows = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
-  OwnedImage image;
-  ASSERT_TRUE(image.CreateFromArray(rows.data(), 4, 3, 8, 4, true));
+  ArrayImage image({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, 4, 3, 8, 4, true);
   EXPECT_EQ((Bytes{9, 10, 11, 12, 5, 6, 7, 8, 1, 2, 3, 4}), rowBytesOf(image));
 }
 
 TEST(CreateFromArray, TakesOneAndFourBitRows) {
   const Bytes rows = {0xA0, 0x50};
-  OwnedImage bits;
-  ASSERT_TRUE(bits.CreateFromArray(rows.data(), 4, 2, 1, 1, false));
+  ArrayImage bits(rows, 4, 2, 1, 1);
   EXPECT_EQ((Bytes{1, 0, 1, 0, 0, 1, 0, 1}), indicesOf(bits));
   EXPECT_TRUE(sameColor(bits.GetPaletteColor(1), 255, 255, 255, 0));
 
-  OwnedImage nibbles;
-  ASSERT_TRUE(nibbles.CreateFromArray(rows.data(), 2, 2, 4, 1, true));
+  ArrayImage nibbles(rows, 2, 2, 4, 1, true);
   EXPECT_EQ((Bytes{5, 0, 10, 0}), indicesOf(nibbles));  // flipped
   EXPECT_TRUE(sameColor(nibbles.GetPaletteColor(2), 34, 34, 34, 0));
 }
 
 TEST(CreateFromArray, Takes24BitRows) {
-  const Bytes rows = {1, 2, 3, 4, 5, 6};  // one pixel of each row
-  OwnedImage image;
-  ASSERT_TRUE(image.CreateFromArray(rows.data(), 1, 2, 24, 3, false));
+  ArrayImage image({1, 2, 3, 4, 5, 6}, 1, 2, 24, 3);  // one pixel of each row
   EXPECT_EQ((Bytes{1, 2, 3, 0, 4, 5, 6, 0}), rowBytesOf(image));
   EXPECT_EQ(0U, image.GetNumColors());
 }
 
 TEST(CreateFromArray, DropsEveryFourthByteOf32BitRows) {
-  const Bytes rows = {1, 2, 3, 99, 4, 5, 6, 99, 11, 12, 13, 99, 14, 15, 16, 99};
-  OwnedImage image;
-  ASSERT_TRUE(image.CreateFromArray(rows.data(), 2, 2, 32, 8, true));
+  ArrayImage image({1, 2, 3, 99, 4, 5, 6, 99, 11, 12, 13, 99, 14, 15, 16, 99}, 2, 2, 32, 8, true);
   EXPECT_EQ(24, image.GetBitsPerPixel());
   EXPECT_EQ((Bytes{11, 12, 13, 14, 15, 16, 0, 0, 1, 2, 3, 4, 5, 6, 0, 0}), rowBytesOf(image));
 }
 
 TEST(CreateFromArray, RefusesNoArrayAndOtherDepthsAndKeepsTheImage) {
   const Bytes rows = {1, 2, 3, 4};
-  OwnedImage image;
-  ASSERT_TRUE(image.CreateFromArray(rows.data(), 4, 1, 8, 4, false));
+  ArrayImage image(rows, 4, 1, 8, 4);
   EXPECT_FALSE(image.CreateFromArray(nullptr, 4, 1, 8, 4, false));
   for (const std::uint32_t depth : {0U, 2U, 3U, 5U, 16U, 33U}) {
     EXPECT_FALSE(image.CreateFromArray(rows.data(), 1, 1, depth, 4, false)) << depth;
@@ -247,16 +229,13 @@ TEST(CreateFromArray, FailsForASizeOfZero) {
   const Bytes rows = {1, 2, 3, 4};
   OwnedImage image;
   EXPECT_FALSE(image.CreateFromArray(rows.data(), 0, 1, 8, 4, false));
-  EXPECT_STREQ("PaletteImage::Create : width and height must be greater than zero",
-               image.GetLastError());
+  EXPECT_STREQ(kNoSize, image.GetLastError());
   EXPECT_FALSE(image.IsValid());
 }
 
 TEST(Transfer, MovesAnImageAndEmptiesItsSource) {
-  OwnedImage to;
-  OwnedImage from;
-  ASSERT_NE(nullptr, to.Create(9, 9, 1, 1));  // released by the transfer
-  ASSERT_TRUE(from.CreateFromArray(Bytes{1, 2, 3, 4}.data(), 4, 1, 8, 4, false));
+  BlackImage to(9, 9, 1, 1);  // released by the transfer
+  GreyImage from({1, 2, 3, 4}, 4, 1);
   const std::uint8_t* rows = from.GetBits();
   EXPECT_TRUE(to.Transfer(from, true));
   EXPECT_EQ(rows, to.GetBits());
@@ -271,9 +250,8 @@ TEST(Transfer, MovesAnImageAndEmptiesItsSource) {
 }
 
 TEST(Transfer, OfAnEmptyImageEmptiesTheTarget) {
-  OwnedImage to;
-  OwnedImage from;
-  ASSERT_NE(nullptr, to.Create(9, 9, 1, 1));
+  BlackImage to(9, 9, 1, 1);
+  PaletteImage from;
   EXPECT_TRUE(to.Transfer(from, false));
   EXPECT_FALSE(to.IsValid());
   EXPECT_EQ(0U, to.GetWidth());
@@ -287,25 +265,21 @@ TEST(CopyInfo, TakesTypeAndLastErrorIntoAnImageWithoutABlock) {
   to.CopyInfo(from);
   EXPECT_EQ(42U, to.GetType());
   EXPECT_EQ(4U, to.GetEffWidth());
-  EXPECT_STREQ("PaletteImage::Create : width and height must be greater than zero",
-               to.GetLastError());
+  EXPECT_STREQ(kNoSize, to.GetLastError());
   EXPECT_FALSE(to.IsValid());
   EXPECT_EQ(0U, to.GetWidth());  // the header is not part of it
 }
 
 TEST(CopyInfo, ChangesNothingInAnImageWithABlock) {
-  OwnedImage from;
-  OwnedImage to;
-  ASSERT_NE(nullptr, from.Create(4, 1, 8, 42));
-  ASSERT_NE(nullptr, to.Create(9, 1, 8, 7));
+  BlackImage from(4, 1, 8, 42);
+  BlackImage to(9, 1, 8, 7);
   to.CopyInfo(from);
   EXPECT_EQ(7U, to.GetType());
   EXPECT_EQ(12U, to.GetEffWidth());
 }
 
 TEST(CopyInfo, TakesTheRememberedNearestColour) {
-  OwnedImage from;
-  ASSERT_NE(nullptr, from.Create(4, 1, 8, 0));
+  BlackImage from(4, 1, 8);
   from.SetGrayPalette();
   ASSERT_EQ(90, from.GetNearestIndex({90, 90, 90, 0}));
   OwnedImage to;

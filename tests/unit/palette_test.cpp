@@ -11,8 +11,7 @@ namespace kestra {
 namespace {
 
 TEST(Palette, GreyRampHasEvenSteps) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(4, 4, 1, 0));
+  BlackImage image(4, 4, 1);
   image.SetGrayPalette();
   EXPECT_TRUE(sameColor(image.GetPaletteColor(0), 0, 0, 0, 0));
   EXPECT_TRUE(sameColor(image.GetPaletteColor(1), 255, 255, 255, 0));
@@ -34,16 +33,14 @@ TEST(Palette, GreyRampHasEvenSteps) {
 }
 
 TEST(Palette, GreyRampLeavesTheReservedByte) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(4, 4, 4, 0));
+  BlackImage image(4, 4, 4);
   image.SetPaletteColor(3, 1, 2, 3, 200);
   image.SetGrayPalette();
   EXPECT_TRUE(sameColor(image.GetPaletteColor(3), 51, 51, 51, 200));
 }
 
 TEST(Palette, StoresAnEntryAsBlueGreenRedReserved) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(4, 4, 8, 0));
+  BlackImage image(4, 4, 8);
   image.SetPaletteColor(7, 10, 20, 30, 40);  // red, green, blue, alpha
   EXPECT_TRUE(sameColor(image.GetPaletteColor(7), 30, 20, 10, 40));
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(image.GetPalette()) + 28;
@@ -52,8 +49,7 @@ TEST(Palette, StoresAnEntryAsBlueGreenRedReserved) {
 }
 
 TEST(Palette, IgnoresEntriesBeyondItsEnd) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(4, 4, 4, 0));
+  BlackImage image(4, 4, 4);
   image.SetPaletteColor(16, 1, 2, 3, 4);
   EXPECT_TRUE(sameColor(image.GetPaletteColor(16), 0, 0, 0, 0));
   EXPECT_EQ(std::vector<std::uint8_t>(16, 0), rowBytesOf(image));  // the rows lie behind entry 15
@@ -78,8 +74,7 @@ TEST(Palette, IsNoneWithoutABlockOrAt24Bits) {
 }
 
 TEST(Palette, TakesAsManyColoursAsItHolds) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 2, 1, 0));
+  BlackImage image(2, 2, 1);
   const tagRGBQUAD colors[3] = {{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 9, 9, 9}};
   image.SetPalette(colors, 3);
   EXPECT_TRUE(sameColor(image.GetPaletteColor(0), 1, 2, 3, 4));
@@ -95,8 +90,7 @@ TEST(Palette, TakesAsManyColoursAsItHolds) {
 }
 
 TEST(NearestColour, IsTheOneOfTheSmallestSquaredDistance) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 2, 4, 0));
+  BlackImage image(2, 2, 4);
   image.SetGrayPalette();
   // 60 lies between 51 (entry 3) and 68 (entry 4): 3 * 81 = 243 against 3 * 64 = 192.
   EXPECT_EQ(4, image.GetNearestIndex({60, 60, 60, 0}));
@@ -105,40 +99,35 @@ TEST(NearestColour, IsTheOneOfTheSmallestSquaredDistance) {
 }
 
 TEST(NearestColour, IsTheLowerOneOfTwoAtEqualDistance) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 2, 1, 0));
+  BlackImage image(2, 2, 1);
   image.SetPaletteColor(0, 110, 100, 100, 0);
   image.SetPaletteColor(1, 90, 100, 100, 0);
   EXPECT_EQ(0, image.GetNearestIndex({100, 100, 100, 0}));
 }
 
 TEST(NearestColour, IsTheFirstOfSeveralExactOnes) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 2, 4, 0));
+  BlackImage image(2, 2, 4);
   image.SetPaletteColor(6, 1, 2, 3, 0);
   image.SetPaletteColor(9, 1, 2, 3, 0);
   EXPECT_EQ(6, image.GetNearestIndex({3, 2, 1, 0}));
 }
 
 TEST(NearestColour, IgnoresTheReservedByteInItsSearch) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 2, 4, 0));
+  BlackImage image(2, 2, 4);
   image.SetPaletteColor(6, 1, 2, 3, 250);
   EXPECT_EQ(6, image.GetNearestIndex({3, 2, 1, 0}));
 }
 
 TEST(NearestColour, ReachesTheFarthestCorner) {
   // Black to white: 3 * 255^2 = 195075, still below the starting distance of 200000.
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 2, 1, 0));
+  BlackImage image(2, 2, 1);
   image.SetPaletteColor(0, 0, 0, 0, 0);
   image.SetPaletteColor(1, 1, 0, 0, 0);
   EXPECT_EQ(1, image.GetNearestIndex({255, 255, 255, 0}));
 }
 
 TEST(NearestColour, IsRememberedAcrossEveryPaletteChange) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 2, 8, 0));
+  BlackImage image(2, 2, 8);
   image.SetGrayPalette();
   ASSERT_EQ(50, image.GetNearestIndex({50, 50, 50, 0}));
   image.SetPaletteColor(50, 0, 0, 0, 0);
@@ -153,8 +142,7 @@ TEST(NearestColour, IsRememberedAcrossEveryPaletteChange) {
 }
 
 TEST(NearestColour, IsRememberedForAllFourBytesOfAColour) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 2, 8, 0));
+  BlackImage image(2, 2, 8);
   image.SetGrayPalette();
   ASSERT_EQ(50, image.GetNearestIndex({50, 50, 50, 0}));
   image.SetPaletteColor(50, 0, 0, 0, 0);
@@ -167,16 +155,14 @@ TEST(NearestColour, IsRememberedForAllFourBytesOfAColour) {
 
 TEST(NearestColour, OfFreshZeroMemoryIsNotTakenForRemembered) {
   // Black (0, 0, 0, 0) equals an unused memory; entry 0 is not black here.
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 2, 1, 0));
+  BlackImage image(2, 2, 1);
   image.SetPaletteColor(0, 9, 9, 9, 0);
   EXPECT_EQ(1, image.GetNearestIndex({0, 0, 0, 0}));
 }
 
 TEST(NearestColour, IsForgottenWithAnEmptiedImage) {
   OwnedImage to;
-  OwnedImage from;
-  ASSERT_NE(nullptr, from.Create(2, 2, 8, 0));
+  BlackImage from(2, 2, 8);
   from.SetGrayPalette();
   ASSERT_EQ(50, from.GetNearestIndex({50, 50, 50, 0}));
   to.Transfer(from, true);

@@ -18,7 +18,6 @@
 namespace kestra {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 using testing_support::PageKind;
 
 /// Packs and gives back just the bytes that count.
@@ -125,8 +124,7 @@ TEST(GrayToMono, TakesEveryWidth) {
 
 TEST(CopyPixels, CopiesIndicesIntoLongerRows) {
   BarePrinter printer;
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, {1, 2, 3, 4, 5, 6}, 3, 2));
+  GreyImage image({1, 2, 3, 4, 5, 6}, 3, 2);
   Bytes out(10, 99);
   printer.copyPixels(image, out.data(), 3, 2, 5);
   EXPECT_EQ((Bytes{1, 2, 3, 99, 99, 4, 5, 6, 99, 99}), out);
@@ -134,8 +132,7 @@ TEST(CopyPixels, CopiesIndicesIntoLongerRows) {
 
 TEST(CopyPixels, ReadsOutsideTheImageAsItsFirstByte) {
   BarePrinter printer;
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, {7, 2}, 2, 1));
+  GreyImage image({7, 2}, 2, 1);
   Bytes out(6, 99);
   printer.copyPixels(image, out.data(), 3, 2, 3);
   EXPECT_EQ((Bytes{7, 2, 7, 7, 7, 7}), out);
@@ -143,8 +140,7 @@ TEST(CopyPixels, ReadsOutsideTheImageAsItsFirstByte) {
 
 TEST(CopyProcessedPixels, WritesOneAs255) {
   BarePrinter printer;
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, {0, 1, 2, 254, 255, 128}, 3, 2));
+  GreyImage image({0, 1, 2, 254, 255, 128}, 3, 2);
   Bytes out(8, 99);
   printer.copyProcessedPixels(&image, out.data(), 3, 2, 4);
   EXPECT_EQ((Bytes{0, 255, 2, 99, 254, 255, 128, 99}), out);
@@ -153,16 +149,14 @@ TEST(CopyProcessedPixels, WritesOneAs255) {
 TEST(CopyProcessedPixels, ComplementsAfterwardsForNegativePrint) {
   BarePrinter printer;
   printer.setNegativePrint(true);
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, {0, 1, 2, 254, 255, 128}, 3, 2));
+  GreyImage image({0, 1, 2, 254, 255, 128}, 3, 2);
   Bytes out(6, 99);
   printer.copyProcessedPixels(&image, out.data(), 3, 2, 3);
   EXPECT_EQ((Bytes{255, 0, 253, 1, 0, 127}), out);
 }
 
 TEST(CopyProcessedPixels, StopsAtTheEndOfTheBuffer) {
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, {1, 1, 1, 1, 1, 1}, 3, 2));
+  GreyImage image({1, 1, 1, 1, 1, 1}, 3, 2);
   for (std::size_t size = 0; size <= 7; ++size) {
     Bytes out(size, 99);
     copyFinishedPixels(image, false, out.data(), 3, 2, 4, size);

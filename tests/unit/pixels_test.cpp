@@ -10,11 +10,8 @@
 namespace kestra {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-
 TEST(Pixels, OfOneBitFillAByteFromItsHighestBit) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(10, 2, 1, 0));
+  BlackImage image(10, 2, 1);
   image.SetPixelIndex(0, 0, 255);  // only the lowest bit counts: 1
   EXPECT_EQ(0x80, image.GetBits(0)[0]);
   image.SetPixelIndex(7, 0, 1);
@@ -29,8 +26,7 @@ TEST(Pixels, OfOneBitFillAByteFromItsHighestBit) {
 }
 
 TEST(Pixels, OfFourBitsFillAByteFromItsHighHalf) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(3, 1, 4, 0));
+  BlackImage image(3, 1, 4);
   image.SetPixelIndex(1, 0, 0xAB);
   EXPECT_EQ(0x0B, image.GetBits(0)[0]);
   image.SetPixelIndex(0, 0, 0x0C);
@@ -43,8 +39,7 @@ TEST(Pixels, OfFourBitsFillAByteFromItsHighHalf) {
 }
 
 TEST(Pixels, OfEightBitsAreWholeBytes) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(3, 2, 8, 0));
+  BlackImage image(3, 2, 8);
   image.SetPixelIndex(2, 1, 0xAB);
   image.BlindSetPixelIndex(0, 0, 0xFF);
   EXPECT_EQ((Bytes{0xFF, 0, 0, 0, 0, 0, 0xAB, 0}), rowBytesOf(image));
@@ -52,8 +47,7 @@ TEST(Pixels, OfEightBitsAreWholeBytes) {
 }
 
 TEST(Pixels, Of24BitsHaveNoIndex) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 1, 24, 0));
+  BlackImage image(2, 1, 24);
   image.BlindSetPixelColor(0, 0, {1, 2, 3, 4}, true);
   EXPECT_EQ(0, image.BlindGetPixelIndex(0, 0));
   EXPECT_EQ(0, image.GetPixelIndex(0, 0));
@@ -64,8 +58,7 @@ TEST(Pixels, Of24BitsHaveNoIndex) {
 }
 
 TEST(Pixels, Of24BitsStoreBlueGreenRed) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 2, 24, 0));
+  BlackImage image(2, 2, 24);
   image.BlindSetPixelColor(1, 1, {10, 20, 30, 40}, false);
   EXPECT_EQ((Bytes{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 10, 20, 30, 0, 0}), rowBytesOf(image));
   EXPECT_TRUE(sameColor(image.BlindGetPixelColor(1, 1, true), 10, 20, 30, 0));
@@ -73,8 +66,7 @@ TEST(Pixels, Of24BitsStoreBlueGreenRed) {
 }
 
 TEST(Pixels, OfAPaletteImageReadAsTheirEntry) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 1, 4, 0));
+  BlackImage image(2, 1, 4);
   image.SetPaletteColor(5, 30, 20, 10, 77);
   image.SetPixelIndex(1, 0, 5);
   EXPECT_TRUE(sameColor(image.BlindGetPixelColor(1, 0, false), 10, 20, 30, 77));
@@ -82,16 +74,14 @@ TEST(Pixels, OfAPaletteImageReadAsTheirEntry) {
 }
 
 TEST(Pixels, OfAPaletteImageTakeTheNearestEntry) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(2, 1, 4, 0));
+  BlackImage image(2, 1, 4);
   image.SetGrayPalette();
   image.BlindSetPixelColor(1, 0, {70, 70, 70, 0}, true);  // 68 is entry 4
   EXPECT_EQ((Bytes{0, 4}), indicesOf(image));
 }
 
 TEST(Pixels, OutsideReadAsTheFirstByteOfTheImage) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(4, 3, 8, 0));
+  BlackImage image(4, 3, 8);
   image.SetPixelIndex(0, 0, 0xC7);
   EXPECT_EQ(0xC7, image.GetPixelIndex(-1, 0));
   EXPECT_EQ(0xC7, image.GetPixelIndex(4, 0));
@@ -104,20 +94,17 @@ TEST(Pixels, OutsideReadAsTheFirstByteOfTheImage) {
 }
 
 TEST(Pixels, OutsideReadTheWholeFirstByteAtOneAndFourBits) {
-  OwnedImage bits;
-  ASSERT_NE(nullptr, bits.Create(8, 1, 1, 0));
+  BlackImage bits(8, 1, 1);
   bits.GetBits(0)[0] = 0xA5;
   EXPECT_EQ(0xA5, bits.GetPixelIndex(8, 0));
-  OwnedImage nibbles;
-  ASSERT_NE(nullptr, nibbles.Create(2, 1, 4, 0));
+  BlackImage nibbles(2, 1, 4);
   nibbles.GetBits(0)[0] = 0xA5;
   EXPECT_EQ(0xA5, nibbles.GetPixelIndex(0, 1));
 }
 
 TEST(Pixels, OutsideAreNotWritten) {
   for (const std::uint32_t depth : {1U, 4U, 8U}) {
-    OwnedImage image;
-    ASSERT_NE(nullptr, image.Create(5, 3, depth, 0));
+    BlackImage image(5, 3, depth);
     const Bytes before = rowBytesOf(image);
     image.SetPixelIndex(5, 0, 255);
     image.SetPixelIndex(-1, 0, 255);

@@ -11,30 +11,26 @@
 namespace kestra {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 using testing_support::PageKind;
 
 /// All 256 levels in one row, after Light.
 Bytes lit(int brightness, int contrast) {
   Bytes levels;
   for (int i = 0; i < 256; ++i) levels.push_back(static_cast<std::uint8_t>(i));
-  OwnedImage image;
-  EXPECT_TRUE(makeGrey(image, levels, 256, 1));
+  GreyImage image(levels, 256, 1);
   EXPECT_TRUE(image.Light(brightness, contrast));
   return indicesOf(image);
 }
 
 TEST(Negative, ComplementsEveryByteAndItsPadding) {
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, {0, 1, 128, 254, 255}, 5, 1));
+  GreyImage image({0, 1, 128, 254, 255}, 5, 1);
   image.Negative();
   EXPECT_EQ((Bytes{255, 254, 127, 1, 0, 255, 255, 255}), rowBytesOf(image));
   EXPECT_TRUE(sameColor(image.GetPaletteColor(255), 255, 255, 255, 0));  // the palette stays
 }
 
 TEST(Negative, TwiceRestoresTheImage) {
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, makeLevels(PageKind::kRandom, 33, 7), 33, 7));
+  GreyImage image(makeLevels(PageKind::kRandom, 33, 7), 33, 7);
   const Bytes before = rowBytesOf(image);
   image.Negative();
   EXPECT_NE(before, rowBytesOf(image));
@@ -45,8 +41,7 @@ TEST(Negative, TwiceRestoresTheImage) {
 TEST(Negative, WorksAtEveryDepthAndWithoutAnImage) {
   const Bytes rows = {0x0F, 0x00, 0x00, 0x00};
   for (const std::uint32_t depth : {1U, 4U, 24U}) {
-    OwnedImage image;
-    ASSERT_TRUE(image.CreateFromArray(rows.data(), 1, 1, depth, 4, false));
+    ArrayImage image(rows, 1, 1, depth, 4);
     image.Negative();
     EXPECT_EQ((Bytes{0xF0, 0xFF, 0xFF, 0xFF}), rowBytesOf(image)) << depth;
   }
@@ -131,16 +126,12 @@ TEST(Light, FollowsItsFormulaForEveryPrinterSetting) {
   }
 }
 
-TEST(Light, NeedsAnImage) {
-  PaletteImage none;
-  EXPECT_FALSE(none.Light(10, 0));
-}
+TEST(Light, NeedsAnImage) { EXPECT_FALSE(PaletteImage().Light(10, 0)); }
 
 TEST(Lut, ReplacesEachIndexAndNoPadding) {
   std::uint8_t table[256];
   for (int i = 0; i < 256; ++i) table[i] = static_cast<std::uint8_t>(i ^ 0x55);
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, {0, 1, 0x55, 0xAA, 255, 7}, 3, 2));
+  GreyImage image({0, 1, 0x55, 0xAA, 255, 7}, 3, 2);
   EXPECT_TRUE(image.Lut(table));
   EXPECT_EQ((Bytes{0x55, 0x54, 0x00, 0, 0xFF, 0xAA, 0x52, 0}), rowBytesOf(image));
   EXPECT_TRUE(sameColor(image.GetPaletteColor(1), 1, 1, 1, 0));
@@ -150,35 +141,30 @@ TEST(Lut, KeepsWhatFitsTheDepth) {
   std::uint8_t table[256] = {};
   table[0] = 0xF3;
   table[1] = 0xF2;
-  OwnedImage bits;
-  ASSERT_NE(nullptr, bits.Create(2, 1, 1, 0));
+  BlackImage bits(2, 1, 1);
   bits.SetPixelIndex(1, 0, 1);
   EXPECT_TRUE(bits.Lut(table));
   EXPECT_EQ((Bytes{1, 0}), indicesOf(bits));
-  OwnedImage nibbles;
-  ASSERT_NE(nullptr, nibbles.Create(2, 1, 4, 0));
+  BlackImage nibbles(2, 1, 4);
   nibbles.SetPixelIndex(1, 0, 1);
   EXPECT_TRUE(nibbles.Lut(table));
   EXPECT_EQ((Bytes{3, 2}), indicesOf(nibbles));
-  OwnedImage color;
-  ASSERT_NE(nullptr, color.Create(1, 1, 24, 0));
+  BlackImage color(1, 1, 24);
   EXPECT_TRUE(color.Lut(table));
   EXPECT_EQ(Bytes(4, 0), rowBytesOf(color));  // no indices, nothing written
 }
 
 TEST(Lut, NeedsATableAndAnImage) {
   const std::uint8_t table[256] = {};
-  OwnedImage image;
-  EXPECT_FALSE(image.Lut(table));
-  ASSERT_TRUE(makeGrey(image, {1, 2, 3, 4}, 4, 1));
+  EXPECT_FALSE(PaletteImage().Lut(table));
+  GreyImage image({1, 2, 3, 4}, 4, 1);
   EXPECT_FALSE(image.Lut(nullptr));
   EXPECT_EQ((Bytes{1, 2, 3, 4}), indicesOf(image));
 }
 
 TEST(IncreaseBpp, KeepsIndicesAndColoursOfTwoLevels) {
   for (const unsigned depth : {4U, 8U}) {
-    OwnedImage image;
-    ASSERT_NE(nullptr, image.Create(5, 2, 1, 55));
+    BlackImage image(5, 2, 1, 55);
     image.SetPaletteColor(0, 1, 2, 3, 4);
     image.SetPaletteColor(1, 250, 240, 230, 220);
     image.SetPixelIndex(1, 0, 1);
@@ -195,16 +181,14 @@ TEST(IncreaseBpp, KeepsIndicesAndColoursOfTwoLevels) {
 }
 
 TEST(IncreaseBpp, LeavesPaddingZero) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(5, 1, 1, 0));
+  BlackImage image(5, 1, 1);
   image.GetBits()[0] = 0xFF;  // the bits behind the 5 pixels too
   ASSERT_TRUE(image.IncreaseBpp(8));
   EXPECT_EQ((Bytes{1, 1, 1, 1, 1, 0, 0, 0}), rowBytesOf(image));
 }
 
 TEST(IncreaseBpp, RaisesSixteenLevelsTo256) {
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(3, 1, 4, 0));
+  BlackImage image(3, 1, 4);
   image.SetGrayPalette();
   image.SetPixelIndex(0, 0, 15);
   image.SetPixelIndex(2, 0, 9);
@@ -215,8 +199,7 @@ TEST(IncreaseBpp, RaisesSixteenLevelsTo256) {
 
 TEST(IncreaseBpp, WritesColoursAt24Bits) {
   for (const std::uint32_t depth : {1U, 4U, 8U}) {
-    OwnedImage image;
-    ASSERT_NE(nullptr, image.Create(2, 2, depth, 66));
+    BlackImage image(2, 2, depth, 66);
     image.SetPaletteColor(0, 1, 2, 3, 4);  // red 1, green 2, blue 3
     image.SetPaletteColor(1, 10, 20, 30, 40);
     image.SetPixelIndex(1, 0, 1);
@@ -231,8 +214,7 @@ TEST(IncreaseBpp, WritesColoursAt24Bits) {
 
 TEST(IncreaseBpp, IsTrueWithoutAChangeAtTheSameDepth) {
   for (const std::uint32_t depth : {4U, 8U, 24U}) {
-    OwnedImage image;
-    ASSERT_NE(nullptr, image.Create(3, 3, depth, 0));
+    BlackImage image(3, 3, depth);
     const std::uint8_t* rows = image.GetBits();
     EXPECT_TRUE(image.IncreaseBpp(depth));
     EXPECT_EQ(rows, image.GetBits());
@@ -240,26 +222,21 @@ TEST(IncreaseBpp, IsTrueWithoutAChangeAtTheSameDepth) {
 }
 
 TEST(IncreaseBpp, RefusesLowerAndUnknownDepths) {
-  OwnedImage image;
-  ASSERT_TRUE(makeGrey(image, {1, 2, 3, 4}, 4, 1));
+  GreyImage image({1, 2, 3, 4}, 4, 1);
   for (const unsigned depth : {0U, 1U, 2U, 3U, 4U, 5U, 16U, 32U}) {
     EXPECT_FALSE(image.IncreaseBpp(depth)) << depth;
   }
   EXPECT_EQ((Bytes{1, 2, 3, 4}), indicesOf(image));
-  OwnedImage color;
-  ASSERT_NE(nullptr, color.Create(1, 1, 24, 0));
+  BlackImage color(1, 1, 24);
   EXPECT_FALSE(color.IncreaseBpp(8));
-  OwnedImage bits;
-  ASSERT_NE(nullptr, bits.Create(1, 1, 1, 0));
+  BlackImage bits(1, 1, 1);
   EXPECT_FALSE(bits.IncreaseBpp(1));  // not a depth to raise to, even though it is there already
-  PaletteImage none;
-  EXPECT_FALSE(none.IncreaseBpp(8));
+  EXPECT_FALSE(PaletteImage().IncreaseBpp(8));
 }
 
 TEST(IncreaseBpp, TellsWhyTheNewImageCannotBeMade) {
   // 200 million bits are 25 MB; at 24 bits they are 4.8e9 bits, more than 2^32.
-  OwnedImage image;
-  ASSERT_NE(nullptr, image.Create(200000000, 1, 1, 0));
+  BlackImage image(200000000, 1, 1);
   EXPECT_FALSE(image.IncreaseBpp(24));
   EXPECT_STREQ("PALETTEIMAGE_MAX_MEMORY exceeded", image.GetLastError());
   EXPECT_EQ(1, image.GetBitsPerPixel());
