@@ -52,6 +52,12 @@ std::string apply(Rule rule, Page& page) {
   return capture.stop();
 }
 
+/// The bytes of a page as a rule leaves it.
+Bytes after(Rule rule, Page page) {
+  apply(rule, page);
+  return page.bytes;
+}
+
 TEST(ApplyDashedLine, BreaksRunsOfMoreThan320) {
   // Row 2, white from 3 to 323 = 321 pixels, closed at 324: dashes at 8, 16, ... 320, not at 0.
   Page page(328, 9, 7);
@@ -65,16 +71,12 @@ TEST(ApplyDashedLine, BreaksRunsOfMoreThan320) {
 TEST(ApplyDashedLine, LeavesRunsOf320) {
   Page page(328, 9, 7);
   page.fill(3, 322, 2, 255);
-  const Page wanted = page;
-  apply(Rule::Dashes, page);
-  EXPECT_EQ(wanted.bytes, page.bytes);
+  EXPECT_EQ(page.bytes, after(Rule::Dashes, page));
 }
 
 TEST(ApplyDashedLine, CountsOnly255AsWhite) {
   Page page(400, 9, 254);
-  const Page wanted = page;
-  apply(Rule::Dashes, page);
-  EXPECT_EQ(wanted.bytes, page.bytes);
+  EXPECT_EQ(page.bytes, after(Rule::Dashes, page));
 }
 
 TEST(ApplyDashedLine, MayCoverTheClosingPixelAndBeyond) {
@@ -85,15 +87,12 @@ TEST(ApplyDashedLine, MayCoverTheClosingPixelAndBeyond) {
   page.fill(322, 643, 2, 255);
   Page wanted = page;
   for (int k = 0; k <= 320; k += 8) wanted.fill(k, k + 3, 2, 0);
-  apply(Rule::Dashes, page);
-  EXPECT_EQ(wanted.bytes, page.bytes);
+  EXPECT_EQ(wanted.bytes, after(Rule::Dashes, page));
 }
 
 TEST(ApplyDashedLine, LeavesARunToTheEndOfTheRow) {
   Page page(400, 9, 255);
-  const Page wanted = page;
-  apply(Rule::Dashes, page);
-  EXPECT_EQ(wanted.bytes, page.bytes);
+  EXPECT_EQ(page.bytes, after(Rule::Dashes, page));
 }
 
 TEST(ApplyDashedLine, StaysInTheRowsOfAPaddedPage) {
@@ -103,8 +102,7 @@ TEST(ApplyDashedLine, StaysInTheRowsOfAPaddedPage) {
   page.fill(322, 323, 2, 7);
   Page wanted = page;
   for (int k = 0; k <= 320; k += 8) wanted.fill(k, k + 3, 2, 0);
-  apply(Rule::Dashes, page);
-  EXPECT_EQ(wanted.bytes, page.bytes);
+  EXPECT_EQ(wanted.bytes, after(Rule::Dashes, page));
 }
 
 TEST(ApplyDashedLine, WorksFromRowTwoToSevenFromTheEnd) {
@@ -115,8 +113,7 @@ TEST(ApplyDashedLine, WorksFromRowTwoToSevenFromTheEnd) {
   for (int y = 2; y <= 5; ++y) {
     for (int k = 0; k <= 320; k += 8) wanted.fill(k, k + 3, y, 0);
   }
-  apply(Rule::Dashes, page);
-  EXPECT_EQ(wanted.bytes, page.bytes);
+  EXPECT_EQ(wanted.bytes, after(Rule::Dashes, page));
 }
 
 TEST(BarcodeRules, LeavePagesOfEightRows) {
@@ -124,11 +121,8 @@ TEST(BarcodeRules, LeavePagesOfEightRows) {
     Page page(328, height, 255);
     for (int y = 0; y < height; ++y) page.at(327, y) = 0;
     if (height > 4) page.fill(0, 100, height - 1, 0);
-    const Page wanted = page;
-    apply(Rule::Dashes, page);
-    EXPECT_EQ(wanted.bytes, page.bytes) << height;
-    apply(Rule::Second, page);
-    EXPECT_EQ(wanted.bytes, page.bytes) << height;
+    EXPECT_EQ(page.bytes, after(Rule::Dashes, page)) << height;
+    EXPECT_EQ(page.bytes, after(Rule::Second, page)) << height;
   }
 }
 
@@ -154,18 +148,14 @@ TEST(OptimazeBarcode1, ThickensThinLinesUnderALongRun) {
 
 TEST(OptimazeBarcode1, LeavesRunsOf40) {
   Page page = thinLines(41);
-  const Page wanted = page;
-  apply(Rule::First, page);
-  EXPECT_EQ(wanted.bytes, page.bytes);
+  EXPECT_EQ(page.bytes, after(Rule::First, page));
 }
 
 TEST(OptimazeBarcode1, StartsItsRunsAtColumnTwo) {
   // White from 0 to 41: 42 pixels, but only 40 from column 2 on.
   Page page = thinLines(41);
   page.fill(0, 1, 2, 255);
-  const Page unchanged = page;
-  apply(Rule::First, page);
-  EXPECT_EQ(unchanged.bytes, page.bytes);
+  EXPECT_EQ(page.bytes, after(Rule::First, page));
   // White from 0 to 42: columns 2 to 42 are looked at, 1 is not although a thin line is below it.
   Page longer = thinLines(42);
   longer.fill(0, 1, 2, 255);
@@ -173,8 +163,7 @@ TEST(OptimazeBarcode1, StartsItsRunsAtColumnTwo) {
   Page wanted = longer;
   wanted.fill(10, 12, 2, 0);
   wanted.at(2, 2) = 0;
-  apply(Rule::First, longer);
-  EXPECT_EQ(wanted.bytes, longer.bytes);
+  EXPECT_EQ(wanted.bytes, after(Rule::First, longer));
 }
 
 TEST(OptimazeBarcode1, LeavesRowsThatAreHalfWhite) {
@@ -183,13 +172,10 @@ TEST(OptimazeBarcode1, LeavesRowsThatAreHalfWhite) {
   below.fill(60, 67, 2, 255);
   Page wanted = below;
   wanted.fill(10, 12, 2, 0);
-  apply(Rule::First, below);
-  EXPECT_EQ(wanted.bytes, below.bytes);
+  EXPECT_EQ(wanted.bytes, after(Rule::First, below));
   Page half = thinLines(42);
   half.fill(60, 68, 2, 255);
-  const Page unchanged = half;
-  apply(Rule::First, half);
-  EXPECT_EQ(unchanged.bytes, half.bytes);
+  EXPECT_EQ(half.bytes, after(Rule::First, half));
 }
 
 TEST(OptimazeBarcode1, CountsNoMiddlePixelOfAnOddWidth) {
@@ -204,10 +190,8 @@ TEST(OptimazeBarcode1, CountsNoMiddlePixelOfAnOddWidth) {
   const Page unchanged = more;
   Page wanted = page;
   wanted.at(20, 2) = 0;
-  apply(Rule::First, page);
-  EXPECT_EQ(wanted.bytes, page.bytes);
-  apply(Rule::First, more);
-  EXPECT_EQ(unchanged.bytes, more.bytes);
+  EXPECT_EQ(wanted.bytes, after(Rule::First, page));
+  EXPECT_EQ(unchanged.bytes, after(Rule::First, more));
 }
 
 TEST(OptimazeBarcode1, NeedsWhiteAbove) {
@@ -215,8 +199,7 @@ TEST(OptimazeBarcode1, NeedsWhiteAbove) {
   page.at(11, 1) = 254;
   Page wanted = page;
   wanted.at(10, 2) = wanted.at(12, 2) = 0;
-  apply(Rule::First, page);
-  EXPECT_EQ(wanted.bytes, page.bytes);
+  EXPECT_EQ(wanted.bytes, after(Rule::First, page));
 }
 
 TEST(OptimazeBarcode1, CountsBlackDownToTheLastRow) {
@@ -227,8 +210,7 @@ TEST(OptimazeBarcode1, CountsBlackDownToTheLastRow) {
   page.at(20, 3) = 0;
   Page wanted = page;
   wanted.at(20, 2) = 0;
-  apply(Rule::First, page);
-  EXPECT_EQ(wanted.bytes, page.bytes);
+  EXPECT_EQ(wanted.bytes, after(Rule::First, page));
 }
 
 TEST(OptimazeBarcode1, SeesWhatItChangedInTheRowAbove) {
@@ -240,8 +222,7 @@ TEST(OptimazeBarcode1, SeesWhatItChangedInTheRowAbove) {
   page.column(20, {7, 7, 255, 255, 0, 0, 7, 7});
   Page wanted = page;
   wanted.at(20, 3) = 0;
-  apply(Rule::First, page);
-  EXPECT_EQ(wanted.bytes, page.bytes);
+  EXPECT_EQ(wanted.bytes, after(Rule::First, page));
 }
 
 TEST(OptimazeBarcode1, LooksAtRowOneAloneOfThreeRows) {
@@ -258,8 +239,7 @@ TEST(OptimazeBarcode1, LooksAtRowOneAloneOfThreeRows) {
   wide.at(20, 2) = 0;
   Page changed = wide;
   changed.at(20, 1) = 0;
-  apply(Rule::First, wide);
-  EXPECT_EQ(changed.bytes, wide.bytes);
+  EXPECT_EQ(changed.bytes, after(Rule::First, wide));
 }
 
 /// A column of 20 pixels: white, but for these.
@@ -287,9 +267,7 @@ TEST(OptimazeBarcode2, OpensNothingAboveARunOfSix) {
   // White from 0 to 8: at row 8 the run is 6.
   Page page(8, 20, 255);
   for (int y = 9; y < 20; ++y) page.fill(0, 7, y, 0);
-  const Page wanted = page;
-  apply(Rule::Second, page);
-  EXPECT_EQ(wanted.bytes, page.bytes);
+  EXPECT_EQ(page.bytes, after(Rule::Second, page));
 }
 
 TEST(OptimazeBarcode2, ThickensAThinLineBelowAShortRun) {
@@ -299,8 +277,7 @@ TEST(OptimazeBarcode2, ThickensAThinLineBelowAShortRun) {
   page.column(1, columnOf({{7, 0}, {8, 0}}));  // two black rows: row 9 is white
   Page wanted = page;
   wanted.at(0, 6) = wanted.at(1, 6) = 0;
-  apply(Rule::Second, page);
-  EXPECT_EQ(wanted.bytes, page.bytes);
+  EXPECT_EQ(wanted.bytes, after(Rule::Second, page));
 }
 
 TEST(OptimazeBarcode2, LeavesThickLinesAndVeryShortRuns) {
@@ -309,9 +286,7 @@ TEST(OptimazeBarcode2, LeavesThickLinesAndVeryShortRuns) {
   page.column(1, columnOf({{7, 0}, {8, 254}, {9, 1}}));  // grey counts as non-white below
   page.column(2, columnOf({{6, 0}}));                    // run of 3 at row 5
   page.column(3, columnOf({{7, 1}}));                    // grey is not black
-  const Page wanted = page;
-  apply(Rule::Second, page);
-  EXPECT_EQ(wanted.bytes, page.bytes);
+  EXPECT_EQ(page.bytes, after(Rule::Second, page));
 }
 
 TEST(OptimazeBarcode2, DoesBothAboveAThinLineBelowALongRun) {
@@ -323,8 +298,7 @@ TEST(OptimazeBarcode2, DoesBothAboveAThinLineBelowALongRun) {
   wanted.at(0, 7) = wanted.at(0, 5) = wanted.at(0, 9) = 0;
   wanted.at(1, 9) = 0;
   wanted.at(2, 8) = wanted.at(2, 6) = wanted.at(2, 9) = 0;
-  apply(Rule::Second, page);
-  EXPECT_EQ(wanted.bytes, page.bytes);
+  EXPECT_EQ(wanted.bytes, after(Rule::Second, page));
 }
 
 TEST(OptimazeBarcode2, WorksFromRowThreeToSevenFromTheEnd) {
@@ -334,8 +308,7 @@ TEST(OptimazeBarcode2, WorksFromRowThreeToSevenFromTheEnd) {
   page.column(1, columnOf({{15, 0}}));
   Page wanted = page;
   wanted.at(0, 13) = wanted.at(0, 11) = wanted.at(0, 9) = 0;
-  apply(Rule::Second, page);
-  EXPECT_EQ(wanted.bytes, page.bytes);
+  EXPECT_EQ(wanted.bytes, after(Rule::Second, page));
 }
 
 TEST(BarcodeRules, GoOnWithoutAnImage) {

@@ -31,34 +31,27 @@ struct Page {
 
 TEST(BlankLinesFromFront, CountOneLineLessThanThereAre) {
   // Examined in turn: lines 1, 2, 3. Line 3 is the third: result 2, though 3 lines are blank.
-  const Page page({"....", "....", "....", ".#..", "...."});
-  EXPECT_EQ(2U, page.front());
+  EXPECT_EQ(2U, Page({"....", "....", "....", ".#..", "...."}).front());
 }
 
 TEST(BlankLinesFromFront, NeverSeeLineZero) {
-  const Page page({"####", "....", "....", "...."});
-  EXPECT_EQ(4U, page.front());
+  EXPECT_EQ(4U, Page({"####", "....", "....", "...."}).front());
 }
 
 TEST(BlankLinesFromFront, AreNoneWhereLineOneIsPrinted) {
-  const Page page({"....", "...#", "....", "...."});
-  EXPECT_EQ(0U, page.front());
+  EXPECT_EQ(0U, Page({"....", "...#", "....", "...."}).front());
 }
 
 TEST(BlankLinesFromFront, AreAllOfABlankPage) {
-  const Page page({"....", "....", "...."});
-  EXPECT_EQ(3U, page.front());  // the line behind the page counts as blank
+  // The line behind the page counts as blank.
+  EXPECT_EQ(3U, Page({"....", "....", "...."}).front());
 }
 
 TEST(BlankLinesFromFront, FindTheLastLine) {
-  const Page page({"....", "....", "#..."});
-  EXPECT_EQ(1U, page.front());
+  EXPECT_EQ(1U, Page({"....", "....", "#..."}).front());
 }
 
-TEST(BlankLinesFromFront, OfAOneLinePageAreOne) {
-  const Page page({"####"});
-  EXPECT_EQ(1U, page.front());
-}
+TEST(BlankLinesFromFront, OfAOneLinePageAreOne) { EXPECT_EQ(1U, Page({"####"}).front()); }
 
 TEST(BlankLinesFromBack, CountUpToTheLastPrintedLine) {
   EXPECT_EQ(4U, Page({"....", "....", "....", ".#..", "...."}).back());

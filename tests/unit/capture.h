@@ -6,18 +6,20 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <sstream>
 #include <string>
 #include <vector>
 
 namespace kestra {
+
+using Lines = std::vector<std::string>;
 
 /// All bytes of a stream that can be read again.
 inline std::string contentsOf(std::FILE* file) {
   std::fflush(file);
   std::rewind(file);
   std::string text;
-  for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file))
-    text.push_back(static_cast<char>(c));
+  for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file)) text += static_cast<char>(c);
   return text;
 }
 
@@ -46,18 +48,12 @@ class Capture {
   }
 
   /// The same, line by line, without line ends.
-  std::vector<std::string> stopLines() {
-    std::vector<std::string> lines;
-    std::string line;
-    for (const char c : stop()) {
-      if (c == '\n') {
-        lines.push_back(line);
-        line.clear();
-      } else {
-        line.push_back(c);
-      }
+  Lines stopLines() {
+    Lines lines;
+    std::istringstream text(stop());
+    for (std::string line; std::getline(text, line);) {
+      lines.push_back(text.eof() ? line + " (no line end)" : line);
     }
-    if (!line.empty()) lines.push_back(line + " (no line end)");
     return lines;
   }
 
@@ -76,7 +72,7 @@ class Capture {
 };
 
 /// Log lines with addresses as "ADDRESS": they differ from run to run and carry no meaning.
-inline std::vector<std::string> maskAddresses(std::vector<std::string> lines) {
+inline Lines maskAddresses(Lines lines) {
   const std::string label = "address: ";
   for (std::string& line : lines) {
     const std::size_t labelAt = line.find(label);
@@ -88,19 +84,14 @@ inline std::vector<std::string> maskAddresses(std::vector<std::string> lines) {
   return lines;
 }
 
-inline bool contains(const std::vector<std::string>& lines, const std::string& wanted) {
-  for (const std::string& line : lines) {
-    if (line == wanted) return true;
-  }
-  return false;
+inline bool contains(const Lines& lines, const std::string& wanted) {
+  return std::find(lines.begin(), lines.end(), wanted) != lines.end();
 }
 
 /// Whether a line starts with a prefix.
-inline bool containsPrefix(const std::vector<std::string>& lines, const std::string& prefix) {
-  for (const std::string& line : lines) {
-    if (line.compare(0, prefix.size(), prefix) == 0) return true;
-  }
-  return false;
+inline bool containsPrefix(const Lines& lines, const std::string& prefix) {
+  return std::any_of(lines.begin(), lines.end(),
+                     [&](const std::string& line) { return line.rfind(prefix, 0) == 0; });
 }
 
 }  // namespace kestra

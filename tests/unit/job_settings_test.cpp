@@ -64,7 +64,7 @@ class JobSettings : public SpoolTest {
     return settings;
   }
 
-  std::vector<std::string> log;
+  Lines log;
 };
 
 TEST_F(JobSettings, TakeTheDescriptionsDefaults) {
@@ -211,7 +211,7 @@ TEST_F(JobSettings, AreEmptyWithAnUnreadableDescription) {
 TEST_F(JobSettings, AreLoggedInTheirOrder) {
   // The single-precision values are 50.80319977, 25.40159988 and 101.59999847.
   parse("Darkness=Dark HalftoneType=Burkes NegativeImage VBarcodeDensity=2");
-  const std::vector<std::string> wanted = {
+  const Lines wanted = {
       "DEBUG:PageSizeName: label",
       "DEBUG:Custom Size: (144.000000,72.000000,0.000000,0.000000,144.000000,72.000000)",
       "DEBUG:Set page size: width 50.803200 mm, height 25.401600 mm",

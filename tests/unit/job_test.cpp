@@ -1,19 +1,18 @@
 // Tests what a job tells of its pages: which frame belongs to which page of the stream.
 #include "filter/job.h"
 
-#include <cups/raster.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <array>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "printer/kestra_printer.h"
+#include "tests/support/raster_stream.h"
 #include "tests/unit/capture.h"
 #include "tests/unit/small_ppd.h"
 #include "tests/unit/spool_test.h"
@@ -44,24 +43,13 @@ class JobTest : public SpoolTest {
 
   /// Writes a stream of blank pages of these bits per pixel, 16 x 4 at a dot per point.
   static void writeStream(const std::vector<unsigned>& bitsOfPages) {
-    const int file = open(kStream, O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    cups_raster_t* stream = cupsRasterOpen(file, CUPS_RASTER_WRITE);
+    std::vector<testing_support::StreamPage> pages;
     for (const unsigned bits : bitsOfPages) {
-      cups_page_header2_t header{};
-      header.HWResolution[0] = header.HWResolution[1] = 72;
-      header.cupsWidth = kWidth;
-      header.cupsHeight = kHeight;
+      auto header = testing_support::makeHeader(kWidth, kHeight, kWidth * bits / 8, 72);
       header.cupsBitsPerColor = header.cupsBitsPerPixel = bits;
-      header.cupsBytesPerLine = kWidth * bits / 8;
-      header.cupsColorSpace = CUPS_CSPACE_K;
-      header.cupsNumColors = 1;
-      ASSERT_NE(0U, cupsRasterWriteHeader2(stream, &header));
-      Bytes pixels(std::size_t{header.cupsBytesPerLine} * kHeight, 0);
-      const auto size = static_cast<unsigned>(pixels.size());
-      ASSERT_EQ(size, cupsRasterWritePixels(stream, pixels.data(), size));
+      pages.push_back({header, Bytes(std::size_t{header.cupsBytesPerLine} * kHeight, 0)});
     }
-    cupsRasterClose(stream);
-    close(file);
+    std::ofstream(kStream) << testing_support::writeStream(pages);
   }
 
   /// Prints the stream as job 7; `told` is called as the job goes on.
@@ -126,8 +114,7 @@ TEST_F(JobTest, PrintsTheSameWhereNobodyWantsToBeTold) {
   writeStream({8, 8});
   EXPECT_EQ(0, print());
   // The page counter of a queue without a name lies with the frames.
-  EXPECT_EQ((std::vector<std::string>{".pgc", "page_0001_jobid_000007_0000.dat",
-                                      "page_0002_jobid_000007_0000.dat"}),
+  EXPECT_EQ((Names{".pgc", "page_0001_jobid_000007_0000.dat", "page_0002_jobid_000007_0000.dat"}),
             namesIn(kData));
 }
 

@@ -12,8 +12,6 @@
 namespace kestra {
 namespace {
 
-using Names = std::vector<std::string>;
-
 class PageCounter : public SpoolTest {
  protected:
   void SetUp() override {

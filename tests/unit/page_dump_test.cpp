@@ -15,8 +15,6 @@
 namespace kestra {
 namespace {
 
-using Names = std::vector<std::string>;
-
 class PageDump : public SpoolTest {
  protected:
   /// Stores one frame and gives what was logged.

@@ -22,20 +22,36 @@ class PagePipeline : public SpoolTest {
     log = maskAddresses(capture.stopLines());
   }
 
+  void printBegun() {
+    const Capture quiet;
+    printer.printPage();
+  }
+
   /// Names of debug images that start so.
-  std::vector<std::string> images(const std::string& start) const {
-    std::vector<std::string> found;
+  Names images(const std::string& start) const {
+    Names found;
     for (const std::string& name : namesIn(kTmp)) {
-      if (name.compare(0, start.size(), start) == 0) found.push_back(name);
+      if (name.rfind(start, 0) == 0) found.push_back(name);
     }
     return found;
   }
 
+  /// The pixels of the only debug image that starts so, which lie behind header and palette.
+  Bytes pixelsOf(const std::string& start) const {
+    const Names found = images(start);
+    EXPECT_EQ(1U, found.size());
+    const Bytes bytes = readBytes(kTmp + "/" + found.at(0));
+    EXPECT_LE(1078U, bytes.size());
+    return {bytes.begin() + 1078, bytes.end()};
+  }
+
   BarePrinter printer;
-  std::vector<std::string> log;
+  Lines log;
 };
 
 const Bytes kPage = {0, 255, 0, 255, 255, 0, 255, 0, 0, 0, 255, 255};  // 4 x 3
+const Bytes kPrinted = {0, 1, 0, 1, 1, 0, 1, 0, 0, 0, 1, 1};
+const Bytes kInkInTheMiddle = {0, 0, 0, 0, 255, 0, 0, 255, 0, 0};  // 2 x 5: rows 2 and 3
 
 TEST_F(PagePipeline, HandsTheFinishedImageToTheModel) {
   print(kPage, 4, 3, 4);
@@ -43,7 +59,7 @@ TEST_F(PagePipeline, HandsTheFinishedImageToTheModel) {
   EXPECT_EQ(4U, printer.pages[0].bytesPerLine);
   EXPECT_EQ(3U, printer.pages[0].height);
   EXPECT_EQ(4U, printer.pages[0].width);
-  EXPECT_EQ((Bytes{0, 1, 0, 1, 1, 0, 1, 0, 0, 0, 1, 1}), printer.pages[0].pixels);
+  EXPECT_EQ(kPrinted, printer.pages[0].pixels);
 }
 
 TEST_F(PagePipeline, HandsOverTheImagesOwnRowLength) {
@@ -59,10 +75,8 @@ TEST_F(PagePipeline, ProcessesAPageWhereItWasRead) {
   unsigned char* memory = printer.beginPage(4, 3, 4);
   ASSERT_NE(nullptr, memory);
   std::copy(kPage.begin(), kPage.end(), memory);
-  Capture capture;
-  printer.printPage();
-  capture.stopLines();
-  EXPECT_EQ((Bytes{0, 1, 0, 1, 1, 0, 1, 0, 0, 0, 1, 1}), printer.pages.at(0).pixels);
+  printBegun();
+  EXPECT_EQ(kPrinted, printer.pages.at(0).pixels);
   EXPECT_EQ(memory, printer.workingImage_.GetBits(0));
 }
 
@@ -73,9 +87,7 @@ TEST_F(PagePipeline, TakesRowsThatNoImageHas) {
     ASSERT_NE(nullptr, memory);
     std::fill(memory, memory + 5, 255);                                    // the first row
     std::fill(memory + bytesPerLine + 4, memory + bytesPerLine + 5, 255);  // the last of the second
-    Capture capture;
-    printer.printPage();
-    capture.stopLines();
+    printBegun();
     EXPECT_EQ((Bytes{1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}), printer.pages.back().pixels)
         << bytesPerLine;
   }
@@ -88,19 +100,15 @@ TEST_F(PagePipeline, LendsBlankMemoryToEveryPage) {
     ASSERT_NE(nullptr, memory);
     EXPECT_EQ(Bytes(2 * bytesPerLine, 0), Bytes(memory, memory + 2 * bytesPerLine));
     std::fill(memory, memory + 2 * bytesPerLine, 255);
-    Capture capture;
-    printer.printPage();
-    capture.stopLines();
+    printBegun();
   }
   EXPECT_EQ(6U, printer.pages.size());
 }
 
 TEST_F(PagePipeline, PrintsABegunPageOnce) {
   ASSERT_NE(nullptr, printer.beginPage(4, 3, 4));
-  Capture capture;
-  printer.printPage();
-  printer.printPage();
-  capture.stopLines();
+  printBegun();
+  printBegun();
   EXPECT_EQ(1U, printer.pages.size());
 }
 
@@ -128,7 +136,7 @@ TEST_F(PagePipeline, UsesTheHalftoneOfItsProperties) {
 
 TEST_F(PagePipeline, LogsItsSteps) {
   print(kPage, 4, 3, 4);
-  const std::vector<std::string> wanted = {
+  const Lines wanted = {
       "DEBUG:printImage: Start processing image, input width: 4, height: 3, bytes per line: 4",
       "DEBUG:printImage: Memory allocated successfully, size: 12 bytes",
       "DEBUG:printImage: Saving original image, file path will be generated based on time",
@@ -150,8 +158,8 @@ TEST_F(PagePipeline, LogsItsSteps) {
 }
 
 /// The lines about blank edges, the adjusted one and the summary among them.
-std::vector<std::string> edgeLines(const std::vector<std::string>& log) {
-  std::vector<std::string> lines;
+Lines edgeLines(const Lines& log) {
+  Lines lines;
   for (const std::string& line : log) {
     if (line.find("lank") != std::string::npos || line.find("djusted") != std::string::npos) {
       lines.push_back(line);
@@ -160,67 +168,55 @@ std::vector<std::string> edgeLines(const std::vector<std::string>& log) {
   return lines;
 }
 
+const std::string kTop =
+    "DEBUG:printImage: Removal of top blank edges detected, number of top blank lines: ";
+const std::string kBottom =
+    "DEBUG:printImage: Removal of bottom blank edges detected, number of bottom blank lines: ";
+const std::string kAdjusted = "DEBUG:printImage: Adjusted image height to ";
+const std::string kSummary =
+    "DEBUG:printImage: Processed image information - pointer address: ADDRESS, ";
+
 TEST_F(PagePipeline, MeasuresBothBlankEdgesBottomFirst) {
   // Lines of 2: blank, blank, ink, ink, blank. Front: line 1 blank, line 2 printed: 1. Back: 4.
   printer.setRemoveBlankEdges(2 | 8);
-  const Bytes page = {0, 0, 0, 0, 255, 0, 0, 255, 0, 0};
-  print(page, 2, 5, 2);
-  EXPECT_EQ(
-      (std::vector<std::string>{
-          "DEBUG:printImage: Removal of bottom blank edges detected, number of bottom blank "
-          "lines: 4",
-          "DEBUG:printImage: Removal of top blank edges detected, number of top blank lines: 1",
-          "DEBUG:printImage: Adjusted image height to 3, pointer offset by 2 bytes",
-          "DEBUG:printImage: Processed image information - pointer address: ADDRESS, width: "
-          "2, height: 5, bytes per line: 2, number of top blank lines: 1, number of bottom "
-          "blank lines: 4, adjusted height: 3"}),
-      edgeLines(log));
+  print(kInkInTheMiddle, 2, 5, 2);
+  EXPECT_EQ((Lines{kBottom + "4", kTop + "1", kAdjusted + "3, pointer offset by 2 bytes",
+                   kSummary + "width: 2, height: 5, bytes per line: 2, number of top blank lines: "
+                              "1, number of bottom blank lines: 4, adjusted height: 3"}),
+            edgeLines(log));
   // The page is printed whole all the same.
   ASSERT_EQ(1U, printer.pages.size());
   EXPECT_EQ(5U, printer.pages[0].height);
 }
 
 TEST_F(PagePipeline, MeasuresOnlyTheEdgesAskedFor) {
-  const Bytes page = {0, 0, 0, 0, 255, 0, 0, 255, 0, 0};
   printer.setRemoveBlankEdges(2);
-  print(page, 2, 5, 2);
-  EXPECT_EQ(
-      (std::vector<std::string>{
-          "DEBUG:printImage: Removal of top blank edges detected, number of top blank lines: 1",
-          "DEBUG:printImage: Processed image information - pointer address: ADDRESS, width: "
-          "2, height: 5, bytes per line: 2, number of top blank lines: 1, number of bottom "
-          "blank lines: 0, adjusted height: 5"}),
-      edgeLines(log));
+  print(kInkInTheMiddle, 2, 5, 2);
+  EXPECT_EQ((Lines{kTop + "1",
+                   kSummary + "width: 2, height: 5, bytes per line: 2, number of top blank lines: "
+                              "1, number of bottom blank lines: 0, adjusted height: 5"}),
+            edgeLines(log));
   printer.setRemoveBlankEdges(8);
-  print(page, 2, 5, 2);
-  EXPECT_EQ((std::vector<std::string>{
-                "DEBUG:printImage: Removal of bottom blank edges detected, number of bottom blank "
-                "lines: 4",
-                "DEBUG:printImage: Adjusted image height to 4, pointer offset by 0 bytes",
-                "DEBUG:printImage: Processed image information - pointer address: ADDRESS, width: "
-                "2, height: 5, bytes per line: 2, number of top blank lines: 0, number of bottom "
-                "blank lines: 4, adjusted height: 4"}),
+  print(kInkInTheMiddle, 2, 5, 2);
+  EXPECT_EQ((Lines{kBottom + "4", kAdjusted + "4, pointer offset by 0 bytes",
+                   kSummary + "width: 2, height: 5, bytes per line: 2, number of top blank lines: "
+                              "0, number of bottom blank lines: 4, adjusted height: 4"}),
             edgeLines(log));
 }
 
 TEST_F(PagePipeline, MeasuresNothingWithoutTheTwoBits) {
   printer.setRemoveBlankEdges(static_cast<unsigned char>(255 & ~(2 | 8)));
-  print({0, 0, 0, 0, 255, 0, 0, 255, 0, 0}, 2, 5, 2);
+  print(kInkInTheMiddle, 2, 5, 2);
   EXPECT_EQ(1U, edgeLines(log).size());  // the summary alone
 }
 
 TEST_F(PagePipeline, AdjustsNothingOnABlankPageAndPrintsItWhole) {
   printer.setRemoveBlankEdges(2 | 8);
   print(Bytes(12, 0), 4, 3, 4);
-  EXPECT_EQ(
-      (std::vector<std::string>{
-          "DEBUG:printImage: Removal of bottom blank edges detected, number of bottom blank "
-          "lines: 0",
-          "DEBUG:printImage: Removal of top blank edges detected, number of top blank lines: 3",
-          "DEBUG:printImage: Processed image information - pointer address: ADDRESS, width: "
-          "4, height: 3, bytes per line: 4, number of top blank lines: 3, number of bottom "
-          "blank lines: 0, adjusted height: 3"}),
-      edgeLines(log));
+  EXPECT_EQ((Lines{kBottom + "0", kTop + "3",
+                   kSummary + "width: 4, height: 3, bytes per line: 4, number of top blank lines: "
+                              "3, number of bottom blank lines: 0, adjusted height: 3"}),
+            edgeLines(log));
   ASSERT_EQ(1U, printer.pages.size());
   EXPECT_EQ(Bytes(12, 0), printer.pages[0].pixels);
 }
@@ -228,39 +224,26 @@ TEST_F(PagePipeline, AdjustsNothingOnABlankPageAndPrintsItWhole) {
 TEST_F(PagePipeline, LooksOneLinePastThePageWithoutReadingThere) {
   printer.setRemoveBlankEdges(2);
   print({255, 255, 255, 255}, 4, 1, 4);  // the only line is never examined
-  EXPECT_TRUE(contains(
-      log, "DEBUG:printImage: Removal of top blank edges detected, number of top blank lines: 1"));
+  EXPECT_TRUE(contains(log, kTop + "1"));
 }
 
 TEST_F(PagePipeline, LeavesOutThePixelsToSkipWhenItMeasures) {
   printer.setRemoveBlankEdges(8);
   printer.setSkipRightPixels(1);
   print({255, 0, 0, 0, 0, 255}, 2, 3, 2);
-  EXPECT_TRUE(contains(log,
-                       "DEBUG:printImage: Removal of bottom blank edges detected, number of bottom "
-                       "blank lines: 1"));
+  EXPECT_TRUE(contains(log, kBottom + "1"));
 }
 
 TEST_F(PagePipeline, SavesThePageBeforeAndAfter) {
   print(kPage, 4, 3, 4);
-  const std::vector<std::string> origins = images("origin_");
-  const std::vector<std::string> dithered = images("dithered_");
-  ASSERT_EQ(1U, origins.size());
-  ASSERT_EQ(1U, dithered.size());
-  // 1078 bytes of header and palette, then the pixels.
-  const Bytes before = readBytes(kTmp + "/" + origins[0]);
-  const Bytes after = readBytes(kTmp + "/" + dithered[0]);
-  ASSERT_EQ(1090U, before.size());
-  ASSERT_EQ(1090U, after.size());
-  EXPECT_EQ(kPage, Bytes(before.begin() + 1078, before.end()));
-  EXPECT_EQ((Bytes{0, 1, 0, 1, 1, 0, 1, 0, 0, 0, 1, 1}), Bytes(after.begin() + 1078, after.end()));
+  EXPECT_EQ(kPage, pixelsOf("origin_"));
+  EXPECT_EQ(kPrinted, pixelsOf("dithered_"));
 }
 
 TEST_F(PagePipeline, SavesWidthTimesHeightBytesOfThePaddedImage) {
   // 5 x 2: the first 10 bytes of rows that are 8 apart.
   print(Bytes(10, 255), 5, 2, 5);
-  const Bytes after = readBytes(kTmp + "/" + images("dithered_").at(0));
-  EXPECT_EQ((Bytes{1, 1, 1, 1, 1, 0, 0, 0, 1, 1}), Bytes(after.begin() + 1078, after.end()));
+  EXPECT_EQ((Bytes{1, 1, 1, 1, 1, 0, 0, 0, 1, 1}), pixelsOf("dithered_"));
 }
 
 TEST_F(PagePipeline, KeepsTheTemplateOfTheProcessedImage) {
@@ -292,12 +275,9 @@ TEST_F(PagePipeline, GoesOnWithoutAFolderForDebugImages) {
   std::filesystem::remove_all("var");
   print(kPage, 4, 3, 4);
   EXPECT_EQ(1U, printer.pages.size());
-  EXPECT_TRUE(containsPrefix(log,
-                             "WrenPrinter::saveImage: unable to open the file "
-                             "var/spool/cups/tmp/origin_"));
-  EXPECT_TRUE(containsPrefix(log,
-                             "WrenPrinter::saveImage: unable to open the file "
-                             "var/spool/cups/tmp/dithered_"));
+  const std::string unable = "WrenPrinter::saveImage: unable to open the file " + kTmp;
+  EXPECT_TRUE(containsPrefix(log, unable + "/origin_"));
+  EXPECT_TRUE(containsPrefix(log, unable + "/dithered_"));
 }
 
 }  // namespace

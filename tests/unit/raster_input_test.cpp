@@ -7,7 +7,9 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 
+#include "tests/support/raster_stream.h"
 #include "tests/unit/spool_test.h"
 
 namespace kestra {
@@ -17,25 +19,12 @@ class RasterInputTest : public SpoolTest {
  protected:
   /// Writes a stream of pages of `width` x 2, the first pixel of each being its number.
   static void writeStream(const std::vector<unsigned>& widths) {
-    const int file = open("pages.ras", O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    cups_raster_t* stream = cupsRasterOpen(file, CUPS_RASTER_WRITE);
-    std::uint8_t number = 0;
+    std::vector<testing_support::StreamPage> pages;
     for (const unsigned width : widths) {
-      cups_page_header2_t header{};
-      header.HWResolution[0] = header.HWResolution[1] = 203;
-      header.cupsWidth = width;
-      header.cupsHeight = 2;
-      header.cupsBitsPerColor = header.cupsBitsPerPixel = 8;
-      header.cupsBytesPerLine = width;
-      header.cupsColorSpace = CUPS_CSPACE_K;
-      header.cupsNumColors = 1;
-      ASSERT_NE(0U, cupsRasterWriteHeader2(stream, &header));
-      Bytes pixels(width * 2, 9);
-      pixels[0] = ++number;
-      ASSERT_NE(0U, cupsRasterWritePixels(stream, pixels.data(), width * 2));
+      pages.push_back({testing_support::makeHeader(width, 2, width), Bytes(width * 2, 9)});
+      pages.back().pixels[0] = static_cast<std::uint8_t>(pages.size());
     }
-    cupsRasterClose(stream);
-    close(file);
+    std::ofstream("pages.ras") << testing_support::writeStream(pages);
   }
 
   static void expectTwoPages(RasterInput& input) {

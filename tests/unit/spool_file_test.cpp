@@ -16,8 +16,6 @@
 namespace kestra {
 namespace {
 
-using Names = std::vector<std::string>;
-
 // Without a name until it is published, and with a hidden one on systems that know no other way.
 class SpoolFileTest : public SpoolTest, public testing::WithParamInterface<bool> {};
 

@@ -16,6 +16,7 @@
 namespace kestra {
 
 using Bytes = std::vector<std::uint8_t>;
+using Names = std::vector<std::string>;
 
 inline Bytes readBytes(const std::filesystem::path& path) {
   const std::string text = testing_support::readFile(path);
@@ -28,8 +29,8 @@ inline void writeBytes(const std::filesystem::path& path, const Bytes& bytes) {
 }
 
 /// Sorted names of everything in a folder, hidden names included; none where it does not exist.
-inline std::vector<std::string> namesIn(const std::filesystem::path& folder) {
-  std::vector<std::string> names;
+inline Names namesIn(const std::filesystem::path& folder) {
+  Names names;
   std::error_code error;
   for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
     names.push_back(entry.path().filename().string());

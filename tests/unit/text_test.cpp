@@ -36,40 +36,30 @@ TEST(PathBasename, PointsIntoTheGivenText) {
   EXPECT_EQ(path + 3, wrenPathGetBasename(path + 3));
 }
 
-/// A field of five bytes between two guards.
-struct Guarded {
-  char before = '<';
-  char field[5] = {'#', '#', '#', '#', '#'};
-  char after = '>';
-  std::string bytes() const { return std::string(field, sizeof field); }
-  bool guardsStand() const { return before == '<' && after == '>'; }
-};
+/// What a field of five bytes between two guards holds after the copy.
+std::string copied(const char* source) {
+  struct {
+    char before = '<', field[5] = {'#', '#', '#', '#', '#'}, after = '>';
+  } guarded;
+  EXPECT_EQ(guarded.field, wrenStrCpy(guarded.field, source, sizeof guarded.field));
+  EXPECT_TRUE(guarded.before == '<' && guarded.after == '>');
+  return std::string(guarded.field, sizeof guarded.field);
+}
 
 TEST(BoundedCopy, FillsTheRestOfAFieldWithZeroBytes) {
-  Guarded guarded;
-  EXPECT_EQ(guarded.field, wrenStrCpy(guarded.field, "ab", sizeof guarded.field));
-  EXPECT_EQ(std::string("ab\0\0\0", 5), guarded.bytes());
-  EXPECT_TRUE(guarded.guardsStand());
+  EXPECT_EQ(std::string("ab\0\0\0", 5), copied("ab"));
 }
 
 TEST(BoundedCopy, DropsTheLastCharacterOfATextAsLongAsTheField) {
-  Guarded guarded;
-  wrenStrCpy(guarded.field, "abcde", sizeof guarded.field);
-  EXPECT_EQ(std::string("abcd\0", 5), guarded.bytes());
-  EXPECT_TRUE(guarded.guardsStand());
+  EXPECT_EQ(std::string("abcd\0", 5), copied("abcde"));
 }
 
 TEST(BoundedCopy, KeepsATextOneShorterThanTheFieldWhole) {
-  Guarded guarded;
-  wrenStrCpy(guarded.field, "abcd", sizeof guarded.field);
-  EXPECT_EQ(std::string("abcd\0", 5), guarded.bytes());
+  EXPECT_EQ(std::string("abcd\0", 5), copied("abcd"));
 }
 
 TEST(BoundedCopy, CutsALongText) {
-  Guarded guarded;
-  wrenStrCpy(guarded.field, "abcdefghijklmnop", sizeof guarded.field);
-  EXPECT_EQ(std::string("abcd\0", 5), guarded.bytes());
-  EXPECT_TRUE(guarded.guardsStand());
+  EXPECT_EQ(std::string("abcd\0", 5), copied("abcdefghijklmnop"));
 }
 
 TEST(BoundedCopy, LeavesAnEmptyTextInAFieldOfOneByte) {
@@ -82,9 +72,7 @@ TEST(BoundedCopy, LeavesAnEmptyTextInAFieldOfOneByte) {
 TEST(BoundedCopy, ReadsNoMoreThanTheFieldHolds) {
   // A source without an end, five bytes in all: reading a sixth would be outside of it.
   const char source[5] = {'a', 'b', 'c', 'd', 'e'};
-  Guarded guarded;
-  wrenStrCpy(guarded.field, source, sizeof guarded.field);
-  EXPECT_EQ(std::string("abcd\0", 5), guarded.bytes());
+  EXPECT_EQ(std::string("abcd\0", 5), copied(source));
 }
 
 }  // namespace
