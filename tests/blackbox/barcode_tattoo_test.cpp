@@ -25,6 +25,17 @@ void clear(Lines& rows, std::size_t y, std::size_t first, std::size_t last) {
   for (std::size_t x = first; x <= last; ++x) rows[y][x] = '.';
 }
 
+// Takes the dashes that start at `first`, eight on, and so to `last`.
+void dash(Lines& rows, std::size_t y, std::size_t first, std::size_t last) {
+  for (std::size_t x = first; x <= last; x += 8) clear(rows, y, x, x + 3);
+}
+
+// What the second choice takes of 16 white columns that end above row 10.
+void dotColumnEnds(Lines& rows) {
+  rows[5] = rows[7] = ".###.###.###.###";
+  rows[6] = rows[8] = "##.###.###.###.#";
+}
+
 // 200 x 8 for the first choice: white where `white` says so, crossed by a black line in rows `top`
 // to `bottom`; the columns from 180 on are white throughout, so that the last pixel stands in
 // white. Eight rows are too few for dashes.
@@ -52,7 +63,7 @@ TEST_P(BarcodeTattoo, LeavesARunOf320AndDashesOneOf321) {
   for (const int choice : {1, 2}) {
     EXPECT_EQ(printDrawn(GetParam(), choice, 400, 9, allBut(320)), drawnRows(400, 9, allBut(320)));
     Lines dashed = drawnRows(400, 9, allBut(321));
-    for (std::size_t k = 0; k <= 320; k += 8) clear(dashed, 2, k, k + 3);
+    dash(dashed, 2, 0, 320);
     EXPECT_EQ(printDrawn(GetParam(), choice, 400, 9, allBut(321)), dashed);
   }
 }
@@ -62,7 +73,7 @@ TEST_P(BarcodeTattoo, LaysTheDashesOnTheGridOfTheRow) {
   // closing pixel 330.
   const Drawing white = [](unsigned x, unsigned) { return x != 4 && x != 330; };
   Lines want = drawnRows(400, 9, white);
-  for (std::size_t k = 8; k <= 328; k += 8) clear(want, 2, k, k + 3);
+  dash(want, 2, 8, 328);
   EXPECT_EQ(printDrawn(GetParam(), 1, 400, 9, white), want);
 }
 
@@ -72,11 +83,8 @@ TEST_P(BarcodeTattoo, SeesTheEndOfTheLastDashInTheSameScan) {
   for (const unsigned close : {652U, 653U}) {
     const Drawing white = [close](unsigned x, unsigned) { return x != 330 && x != close; };
     Lines want = drawnRows(700, 9, white);
-    for (std::size_t k = 0; k <= 328; k += 8) clear(want, 2, k, k + 3);
-    if (close == 653) {
-      // 332..652 is 321: dashes from 336 to 648.
-      for (std::size_t k = 336; k <= 648; k += 8) clear(want, 2, k, k + 3);
-    }
+    dash(want, 2, 0, 328);
+    if (close == 653) dash(want, 2, 336, 648);  // 332..652 is 321
     EXPECT_EQ(printDrawn(GetParam(), 1, 700, 9, white), want) << close;
   }
 }
@@ -86,9 +94,7 @@ TEST_P(BarcodeTattoo, DashesFromTheThirdRowToTheSeventhFromBelow) {
   // there has a run above 3 before a black one: the dashes stand in rows 2 to 5 alike.
   for (const int choice : {1, 2}) {
     Lines want = drawnRows(400, 12, allBut(330));
-    for (std::size_t y = 2; y < 6; ++y) {
-      for (std::size_t k = 0; k <= 328; k += 8) clear(want, y, k, k + 3);
-    }
+    for (std::size_t y = 2; y < 6; ++y) dash(want, y, 0, 328);
     EXPECT_EQ(printDrawn(GetParam(), choice, 400, 12, allBut(330)), want);
   }
 }
@@ -110,8 +116,8 @@ TEST_P(BarcodeTattoo, CountsTheGridFromTheLeftOfTheMirroredPage) {
   }
   job.mirror();
   Lines want = drawnRows(400, 9, allBut(321));
-  for (std::size_t k = 0; k <= 320; k += 8) clear(want, 2, k, k + 3);
-  EXPECT_EQ(frameRows(onlyFrame(expectAsPlain(job)), 400), want);
+  dash(want, 2, 0, 320);
+  EXPECT_EQ(frameRows(frameOf(job), 400), want);
 }
 
 // ---- First choice: white runs of more than 40 above a thin black line turn black.
@@ -199,8 +205,7 @@ TEST_P(BarcodeTattoo, SecondChoiceDotsTheEndOfLongWhiteColumns) {
   for (unsigned thick = 1; thick <= 4; ++thick) {
     const Drawing page = lineBelow(0, 9 + thick);
     Lines want = drawnRows(16, 20, page);
-    want[5] = want[7] = ".###.###.###.###";
-    want[6] = want[8] = "##.###.###.###.#";
+    dotColumnEnds(want);
     if (thick <= 2) clear(want, 9, 0, 15);
     EXPECT_EQ(printDrawn(GetParam(), 2, 16, 20, page), want) << thick;
   }
@@ -211,10 +216,7 @@ TEST_P(BarcodeTattoo, SecondChoiceNeedsRunsOfSevenAndOfFour) {
   for (unsigned first = 3; first <= 7; ++first) {
     const Drawing page = lineBelow(first, 10);
     Lines want = drawnRows(16, 20, page);
-    if (first == 3) {
-      want[5] = want[7] = ".###.###.###.###";
-      want[6] = want[8] = "##.###.###.###.#";
-    }
+    if (first == 3) dotColumnEnds(want);
     if (first <= 6) clear(want, 9, 0, 15);
     EXPECT_EQ(printDrawn(GetParam(), 2, 16, 20, page), want) << first;
   }
@@ -225,8 +227,7 @@ TEST_P(BarcodeTattoo, SecondChoiceStopsSevenRowsFromBelow) {
   const Drawing page = lineBelow(0, 10);
   EXPECT_EQ(printDrawn(GetParam(), 2, 16, 15, page), drawnRows(16, 15, page));
   Lines want = drawnRows(16, 16, page);
-  want[5] = want[7] = ".###.###.###.###";
-  want[6] = want[8] = "##.###.###.###.#";
+  dotColumnEnds(want);
   clear(want, 9, 0, 15);
   EXPECT_EQ(printDrawn(GetParam(), 2, 16, 16, page), want);
 }

@@ -18,6 +18,13 @@ JobCase pages(int count) {
   return job;
 }
 
+// What a job of so many pages leaves on a queue whose counter file holds these bytes.
+ts::Result print(int count, const std::string& marker) {
+  JobCase job = pages(count);
+  job.marker = marker;
+  return expectAsPlain(job);
+}
+
 bool has(const ts::Result& result, const std::string& name) {
   return result.files.count(kDataDir + name) > 0;
 }
@@ -29,17 +36,15 @@ TEST(Counter, NumbersTheFirstJobOfAQueueOneTwoThree) {
   EXPECT_TRUE(has(result, "page_0001_jobid_000042_0000.dat"));
   EXPECT_TRUE(has(result, "page_0002_jobid_000042_0000.dat"));
   EXPECT_TRUE(has(result, "page_0003_jobid_000042_0000.dat"));
-  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), hex("04 00"));
+  EXPECT_EQ(counterOf(result), hex("04 00"));
 }
 
 TEST(Counter, GivesAllPagesOfAJobWithACounterFileOneNumber) {
-  JobCase job = pages(3);
-  job.marker = hex("05 00");
-  const ts::Result result = expectAsPlain(job);
+  const ts::Result result = print(3, hex("05 00"));
   EXPECT_TRUE(has(result, "page_0005_jobid_000042_0000.dat"));
   EXPECT_TRUE(has(result, "page_0005_jobid_000042_0001.dat"));
   EXPECT_TRUE(has(result, "page_0005_jobid_000042_0002.dat"));
-  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), hex("06 00"));
+  EXPECT_EQ(counterOf(result), hex("06 00"));
 }
 
 TEST(Counter, StartsAgainFrom9000On) {
@@ -48,49 +53,37 @@ TEST(Counter, StartsAgainFrom9000On) {
       {"26 23", "27 23"}, {"27 23", "01 00"}, {"28 23", "01 00"}, {"10 27", "01 00"}};
   for (const auto& [before, after] : cases) {
     SCOPED_TRACE(before);
-    JobCase job = pages(1);
-    job.marker = hex(before);
-    EXPECT_EQ(expectAsPlain(job).files.at(kDataDir + "label.pgc"), hex(after));
+    EXPECT_EQ(counterOf(print(1, hex(before))), hex(after));
   }
 }
 
 TEST(Counter, PrintsNumbersAboveFourDigitsInFull) {
-  JobCase job = pages(1);
-  job.marker = hex("FF FF");
-  EXPECT_TRUE(has(expectAsPlain(job), "page_65535_jobid_000042_0000.dat"));
+  EXPECT_TRUE(has(print(1, hex("FF FF")), "page_65535_jobid_000042_0000.dat"));
 }
 
 TEST(Counter, WrapsFrom65535ToZeroInsideAJob) {
-  JobCase job = pages(2);
-  job.marker = hex("FF FF");
   // Both pages are 65535, the file is read again; what is stored is 0.
-  const ts::Result result = expectAsPlain(job);
+  const ts::Result result = print(2, hex("FF FF"));
   EXPECT_TRUE(has(result, "page_65535_jobid_000042_0001.dat"));
-  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), hex("00 00"));
+  EXPECT_EQ(counterOf(result), hex("00 00"));
 }
 
 TEST(Counter, TakesACounterFileOfOneByteForTheLowByte) {
-  JobCase job = pages(2);
-  job.marker = hex("09");
-  const ts::Result result = expectAsPlain(job);
+  const ts::Result result = print(2, hex("09"));
   EXPECT_TRUE(has(result, "page_0009_jobid_000042_0001.dat"));
-  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), hex("0A 00"));
+  EXPECT_EQ(counterOf(result), hex("0A 00"));
 }
 
 TEST(Counter, IgnoresAnEmptyCounterFile) {
-  JobCase job = pages(3);
-  job.marker = "";
-  const ts::Result result = expectAsPlain(job);
+  const ts::Result result = print(3, "");
   EXPECT_TRUE(has(result, "page_0003_jobid_000042_0000.dat"));
-  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), hex("04 00"));
+  EXPECT_EQ(counterOf(result), hex("04 00"));
 }
 
 TEST(Counter, ReadsTwoBytesOfALongerCounterFileAndShortensIt) {
-  JobCase job = pages(1);
-  job.marker = hex("02 01 77 77");
-  const ts::Result result = expectAsPlain(job);
+  const ts::Result result = print(1, hex("02 01 77 77"));
   EXPECT_TRUE(has(result, "page_0258_jobid_000042_0000.dat"));
-  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), hex("03 01"));
+  EXPECT_EQ(counterOf(result), hex("03 01"));
 }
 
 TEST(Counter, NeverOverwritesAnEarlierFrame) {
@@ -173,10 +166,7 @@ TEST(Counter, SurvivesQueueNamesThatAreTooLongForAFile) {
 
 TEST(Counter, GoesOnFromJobToJob) {
   ts::Sandbox box;
-  box.write("tmp/test.ppd", ts::PpdText().text());
-  ts::Run run;
-  run.ppd = ts::Sandbox::inside("tmp/test.ppd");
-  run.inputBytes = ts::writeStream({{ts::makeHeader(8, 1, 8), ts::uniform(8, 1, 255)}});
+  ts::Run run = prepare(onePage(8, 1, "solid"), box);
   for (int i = 0; i < 3; ++i) EXPECT_EQ(box.start(run).status, 0);
   run.printer = "other";
   const ts::Result result = box.start(run);
@@ -185,7 +175,7 @@ TEST(Counter, GoesOnFromJobToJob) {
   EXPECT_TRUE(has(result, "page_0003_jobid_000042_0000.dat"));
   EXPECT_TRUE(has(result, "page_0001_jobid_000042_0001.dat"))
       << "the other queue counts for itself";
-  EXPECT_EQ(result.files.at(kDataDir + "label.pgc"), hex("04 00"));
+  EXPECT_EQ(counterOf(result), hex("04 00"));
   EXPECT_EQ(result.files.at(kDataDir + "other.pgc"), hex("02 00"));
 }
 

@@ -19,7 +19,7 @@ TEST(DebugImage, HasAHeaderThatDisagreesWithItsData) {
   JobCase job;
   std::vector<std::uint8_t> pixels;
   for (int i = 0; i < 20; ++i) pixels.push_back(static_cast<std::uint8_t>(i * 10));
-  job.pages.push_back({ts::makeHeader(10, 2, 10), pixels});
+  job.addPixels(10, 2, pixels);
   const std::string image = imageNamed(expectAsPlain(job), "origin_#_0.bmp");
   ASSERT_EQ(image.size(), 1078U + 20);
   EXPECT_EQ(
@@ -33,30 +33,25 @@ TEST(DebugImage, HasAHeaderThatDisagreesWithItsData) {
 
 TEST(DebugImage, ShowsTheProcessedPageUnpacked) {
   // Width 5, solid: rows 1 1 1 1 1 0 0 0 in memory, of which the first 10 bytes are written.
-  JobCase job;
-  job.addPage(5, 2, "solid");
-  EXPECT_EQ(imageNamed(expectAsPlain(job), "dithered_#_1.bmp").substr(1078),
+  EXPECT_EQ(imageNamed(expectAsPlain(onePage(5, 2, "solid")), "dithered_#_1.bmp").substr(1078),
             hex("01 01 01 01 01 00 00 00 01 01"));
 }
 
 TEST(DebugImage, ShowsTheNegativePageWithItsComplementedPadding) {
   // 1 becomes 254 = FE, the padding 0 becomes FF.
-  JobCase job;
-  job.choose("NegativeImage", "True");
-  job.settings.negativeImage = 1;
-  job.addPage(5, 2, "solid");
+  JobCase job = onePage(5, 2, "solid");
+  job.negative();
   EXPECT_EQ(imageNamed(expectAsPlain(job), "dithered_#_1.bmp").substr(1078),
             hex("FE FE FE FE FE FF FF FF FE FE"));
 }
 
 TEST(DebugImage, ShowsThePageBeforeTheBarcodeChange) {
   JobCase job;
-  job.options = "NegativeImage=True VBarcodeDensity=1";
-  job.settings.negativeImage = 1;
-  job.settings.barcode = 1;
+  job.negative();
+  job.barcode(1);
   std::vector<std::uint8_t> pixels(400 * 9, 0);
   pixels[2 * 400 + 350] = 255;
-  job.pages.push_back({ts::makeHeader(400, 9, 400), pixels});
+  job.addPixels(400, 9, pixels);
   const std::string image = imageNamed(expectAsPlain(job), "dithered_#_1.bmp");
   EXPECT_EQ(image.find('\0', 1078), std::string::npos) << "no dash is in the picture";
 }
@@ -65,7 +60,7 @@ TEST(DebugImage, TakesTheOriginalFromTheStartOfTheBufferWhenLinesAreLonger) {
   // 2 lines of 6 bytes, width 4: 8 bytes from the start, so bytes of the first line's end are in
   // it.
   JobCase job;
-  job.pages.push_back({ts::makeHeader(4, 2, 6), {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}});
+  job.addPixels(4, 2, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12});
   EXPECT_EQ(imageNamed(expectAsPlain(job), "origin_#_0.bmp").substr(1078),
             hex("01 02 03 04 05 06 07 08"));
 }

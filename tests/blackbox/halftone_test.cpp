@@ -38,12 +38,9 @@ TEST_P(HalftoneType, PrintsNegativeMirroredAndTonedPages) {
       SCOPED_TRACE(std::to_string(brightness) + " " + std::to_string(flags));
       JobCase job;
       job.halftone(GetParam());
-      job.choose("Brightness", std::to_string(brightness));
-      job.settings.brightness = brightness;
-      if ((flags & 1) != 0) job.choose("MirrorImage", "True");
-      if ((flags & 2) != 0) job.choose("NegativeImage", "True");
-      job.settings.mirrorImage = flags & 1;
-      job.settings.negativeImage = flags / 2;
+      job.brightness(brightness);
+      if ((flags & 1) != 0) job.mirror();
+      if ((flags & 2) != 0) job.negative();
       job.addPage(50, 23, "photo");
       job.addPage(53, 9, "noise", 57);
       expectAsPlain(job);
@@ -52,9 +49,8 @@ TEST_P(HalftoneType, PrintsNegativeMirroredAndTonedPages) {
 }
 
 TEST_P(HalftoneType, PrintsAPageOfFullHeadWidth) {
-  JobCase job;
+  JobCase job = onePage(812, 300, "photo");
   job.halftone(GetParam());
-  job.addPage(812, 300, "photo");
   expectAsPlain(job);
 }
 
@@ -63,18 +59,16 @@ INSTANTIATE_TEST_SUITE_P(Classic, HalftoneType, ::testing::Range(0, 8),
 
 TEST(Halftone, ThresholdPrintsFrom129On) {
   JobCase job;
-  job.pages.push_back({testing_support::makeHeader(8, 1, 8), {0, 128, 129, 255, 127, 130, 1, 200}});
+  job.addPixels(8, 1, {0, 128, 129, 255, 127, 130, 1, 200});
   // 128 stays paper, 129 is ink: 0 0 1 1 0 1 0 1 = 0x35.
-  const std::string frame = onlyFrame(expectAsPlain(job));
-  EXPECT_EQ(frame.back(), '\x35');
+  EXPECT_EQ(frameOf(job).back(), '\x35');
 }
 
 TEST(Halftone, ClampsBrightnessAtItsEnds) {
   for (const auto& [choice, used] : {std::pair("-250", -100), std::pair("101", 100)}) {
-    JobCase job;
+    JobCase job = onePage(40, 10, "gradient");
     job.choose("Brightness", choice);
     job.settings.brightness = used;
-    job.addPage(40, 10, "gradient");
     expectAsPlain(job);
   }
 }
@@ -84,8 +78,8 @@ TEST(Halftone, TheSecondNameRunsTheOrderedMethodWithSeventeenLevels) {
   // matrix row 0 8 2 10 are ink: 1 0 1 0, twice = 0xAA. Error diffusion would give another pattern.
   JobCase job;
   job.halftone(1);
-  job.pages.push_back({testing_support::makeHeader(8, 1, 8), testing_support::uniform(8, 1, 128)});
-  EXPECT_EQ(onlyFrame(expectAsPlain(job)).back(), '\xAA');
+  job.addPixels(8, 1, testing_support::uniform(8, 1, 128));
+  EXPECT_EQ(frameOf(job).back(), '\xAA');
 }
 
 TEST(Halftone, TheLastClassicNameRunsTheSixteenThresholds) {
@@ -93,8 +87,8 @@ TEST(Halftone, TheLastClassicNameRunsTheSixteenThresholds) {
   // level 60 does as well, 40 only above 0: 1 0 0 0.
   JobCase job;
   job.halftone(7);
-  job.pages.push_back({testing_support::makeHeader(8, 1, 8), {128, 128, 128, 128, 40, 40, 40, 40}});
-  EXPECT_EQ(onlyFrame(expectAsPlain(job)).back(), '\xA8');
+  job.addPixels(8, 1, {128, 128, 128, 128, 40, 40, 40, 40});
+  EXPECT_EQ(frameOf(job).back(), '\xA8');
 }
 
 }  // namespace kestra::blackbox

@@ -116,11 +116,44 @@ void JobCase::barcode(int number) {
   settings.barcode = number;
 }
 
+void JobCase::mediaWidth(const std::string& points) {
+  ppd.setMaxMediaWidth(points);
+  settings.maxMediaPoints = points.empty() ? 0 : std::stod(points);
+}
+
+void JobCase::setPoints(double width, double length, double left, double bottom, double right,
+                        double top) {
+  const double values[6] = {width, length, left, bottom, right, top};
+  for (int i = 0; i < 6; ++i) settings.points[i] = static_cast<float>(values[i]);
+}
+
+void JobCase::onlySize(const std::string& name, double width, double length) {
+  ppd.setSizes(name, {{name, width, length}});
+  settings.pageSize = name;
+  setPoints(width, length, 0, 0, width, length);
+}
+
 void JobCase::addPage(unsigned width, unsigned height, const std::string& picture,
                       unsigned bytesPerLine, unsigned dpi) {
   const unsigned line = bytesPerLine == 0 ? width : bytesPerLine;
   pages.push_back(
       {ts::makeHeader(width, height, line, dpi), ts::makePicture(picture, line, height)});
+}
+
+void JobCase::addPixels(unsigned width, unsigned height, const ts::Pixels& pixels) {
+  const auto line = static_cast<unsigned>(pixels.size() / height);
+  pages.push_back({ts::makeHeader(width, height, line), pixels});
+}
+
+void JobCase::makeDataDirectory() {
+  place.dataDirectoryThere = true;
+  prepare = [](ts::Sandbox& box) { box.makeDirectory(ts::kData); };
+}
+
+JobCase onePage(unsigned width, unsigned height, const std::string& picture) {
+  JobCase job;
+  job.addPage(width, height, picture);
+  return job;
 }
 
 std::string halftoneName(int number) { return kNames[number]; }
@@ -220,6 +253,12 @@ std::string imageNamed(const ts::Result& result, const std::string& maskedName) 
   return "";
 }
 
+std::string counterOf(const ts::Result& result) { return result.files.at(kData + "label.pgc"); }
+
+std::string frameOfPage(const ts::Result& result, int page) {
+  return result.files.at(kData + "page_000" + std::to_string(page) + "_jobid_000042_0000.dat");
+}
+
 std::string onlyFrame(const ts::Result& result) {
   std::vector<std::string> frames;
   for (const auto& [name, bytes] : result.files) {
@@ -228,6 +267,8 @@ std::string onlyFrame(const ts::Result& result) {
   EXPECT_EQ(frames.size(), 1U);
   return frames.size() == 1 ? frames[0] : "";
 }
+
+std::string frameOf(const JobCase& job) { return onlyFrame(expectAsPlain(job)); }
 
 std::string hex(const std::string& pairs) {
   std::istringstream in(pairs);

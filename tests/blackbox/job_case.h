@@ -47,9 +47,21 @@ struct JobCase {
   void mirror();
   void negative();
   void barcode(int number);
+  /// MaxMediaWidth of the PPD in points; an empty text leaves it out.
+  void mediaWidth(const std::string& points);
+  /// What the settings come to: the paper's size and its printable area, in points.
+  void setPoints(double width, double length, double left, double bottom, double right, double top);
+  /// The PPD has this size alone.
+  void onlySize(const std::string& name, double width, double length);
   void addPage(unsigned width, unsigned height, const std::string& picture,
                unsigned bytesPerLine = 0, unsigned dpi = 203);
+  /// A page of these bytes, line by line.
+  void addPixels(unsigned width, unsigned height, const testing_support::Pixels& pixels);
+  /// The data directory is there, though the queue is fresh.
+  void makeDataDirectory();
 };
+
+JobCase onePage(unsigned width, unsigned height, const std::string& picture);
 
 /// Name of the halftone choice with this number (0..9).
 std::string halftoneName(int number);
@@ -75,8 +87,15 @@ std::string imageNamed(const testing_support::Result& result, const std::string&
 /// Runs both, expects that all agree, returns what the filter did.
 testing_support::Result expectAsPlain(const JobCase& job);
 
+/// The bytes of the counter file of queue "label", and of the first frame of page number `page`.
+std::string counterOf(const testing_support::Result& result);
+std::string frameOfPage(const testing_support::Result& result, int page);
+
 /// The bytes of the only new frame; an empty text and a failure if there is not exactly one.
 std::string onlyFrame(const testing_support::Result& result);
+
+/// The same of a job that is run and compared as above.
+std::string frameOf(const JobCase& job);
 
 /// Text of hexadecimal pairs ("1B 73 01") to bytes.
 std::string hex(const std::string& pairs);

@@ -66,13 +66,9 @@ TEST(NoRoom, CannotReadTheCounterInALockedDataDirectory) {
 }
 
 TEST(NoRoom, LosesFramesWhenAFileHasTheNameOfTheDataDirectory) {
-  ts::Sandbox box;
-  box.write("tmp/test.ppd", ts::PpdText().text());
-  box.write(ts::kData, "in the way");
-  ts::Run run;
-  run.ppd = ts::Sandbox::inside("tmp/test.ppd");
-  run.inputBytes = ts::writeStream({{ts::makeHeader(8, 1, 8), ts::uniform(8, 1, 255)}});
-  const ts::Result result = box.start(run);
+  JobCase job = onePage(8, 1, "solid");
+  job.prepare = [](ts::Sandbox& box) { box.write(ts::kData, "in the way"); };
+  const ts::Result result = runFilter(job);
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output, hex("1B 73 01 00 00 02 01"));
   EXPECT_EQ(result.messages.find("DumpPageToFile"), std::string::npos);
@@ -90,11 +86,7 @@ TEST(NoRoom, IgnoresASideFileThatCannotBeOpened) {
 
 TEST(NoRoom, MakesTheDataDirectoryAndItsFilesPrivate) {
   ts::Sandbox box;
-  box.write("tmp/test.ppd", ts::PpdText().text());
-  ts::Run run;
-  run.ppd = ts::Sandbox::inside("tmp/test.ppd");
-  run.inputBytes = ts::writeStream({{ts::makeHeader(8, 1, 8), ts::uniform(8, 1, 255)}});
-  box.start(run);
+  box.start(prepare(onePage(8, 1, "solid"), box));
   EXPECT_EQ(box.mode(ts::kData), 0700U);
   // The print system starts filters with umask 0077.
   EXPECT_EQ(box.mode(std::string(ts::kData) + "/page_0001_jobid_000042_0000.dat"), 0600U);
@@ -114,7 +106,7 @@ TEST(NoRoom, KeepsNoPartOfAFrameThatDoesNotFitAndGoesOn) {
   const std::string data = std::string(ts::kData) + "/";
   EXPECT_EQ(result.files.count(data + "page_0001_jobid_000042_0000.dat"), 0U);
   EXPECT_EQ(result.files.count(data + "page_0002_jobid_000042_0000.dat"), 1U);
-  EXPECT_EQ(result.files.at(data + "label.pgc"), hex("03 00"));
+  EXPECT_EQ(counterOf(result), hex("03 00"));
 }
 
 TEST(NoRoom, ReportsAFullDisk) {
@@ -125,12 +117,9 @@ TEST(NoRoom, ReportsAFullDisk) {
   job.addPage(8, 2, "noise");
   job.place.largestFrame = 4096;
   const plain::Outcome expected = predict(job);
+  job.makeDataDirectory();
   ts::Sandbox box;
-  box.write("tmp/test.ppd", job.ppd.text());
-  box.makeDirectory(ts::kData);
-  ts::Run run;
-  run.ppd = ts::Sandbox::inside("tmp/test.ppd");
-  run.inputBytes = ts::writeStream(job.pages);
+  ts::Run run = prepare(job, box);
   run.tinyDisk = true;
   const ts::Result result = box.start(run);
   EXPECT_EQ(result.status, 0);

@@ -30,10 +30,9 @@ TEST(Page, RecomputesThePrintWidthFromMillimetresForEachPage) {
   job.addPage(8, 1, "solid", 0, 300);
   job.addPage(8, 1, "solid", 0, 203);
   const ts::Result result = expectAsPlain(job);
-  const std::string data = std::string(ts::kData) + "/page_000";
-  EXPECT_EQ(result.files.at(data + "1_jobid_000042_0000.dat").substr(18, 2), hex("36 00"));
-  EXPECT_EQ(result.files.at(data + "2_jobid_000042_0000.dat").substr(18, 2), hex("4E 00"));
-  EXPECT_EQ(result.files.at(data + "3_jobid_000042_0000.dat").substr(18, 2), hex("36 00"));
+  EXPECT_EQ(frameOfPage(result, 1).substr(18, 2), hex("36 00"));
+  EXPECT_EQ(frameOfPage(result, 2).substr(18, 2), hex("4E 00"));
+  EXPECT_EQ(frameOfPage(result, 3).substr(18, 2), hex("36 00"));
 }
 
 TEST(Page, PrintsSkewedRowsWhenTheWidthIsNoMultipleOfFour) {
@@ -41,8 +40,7 @@ TEST(Page, PrintsSkewedRowsWhenTheWidthIsNoMultipleOfFour) {
     for (const bool negative : {false, true}) {
       SCOPED_TRACE(std::to_string(width) + (negative ? " negative" : ""));
       JobCase job;
-      if (negative) job.choose("NegativeImage", "True");
-      job.settings.negativeImage = negative ? 1 : 0;
+      if (negative) job.negative();
       job.addPage(width, 9, "noise");
       job.addPage(width, 1, "solid");
       expectAsPlain(job);
@@ -53,9 +51,7 @@ TEST(Page, PrintsSkewedRowsWhenTheWidthIsNoMultipleOfFour) {
 TEST(Page, SkewsAFiveDotPageByItsPaddingBytes) {
   // Width 5, rows 8 bytes apart, all ink: 1 1 1 1 1 0 0 0 | 1 1 1 1 1 0 0 0, read 5 by 5:
   // 11111 -> F8, 00011 -> 18.
-  JobCase job;
-  job.addPage(5, 2, "solid");
-  const std::string frame = onlyFrame(expectAsPlain(job));
+  const std::string frame = frameOf(onePage(5, 2, "solid"));
   // Margin ((812 - 5) / 2 + 7) / 8 = 51.3 -> 51; record = 2 + 51 + 1 = 54 bytes.
   ASSERT_EQ(frame.size(), 22U + 2 * 54);
   EXPECT_EQ(frame.substr(22 + 53, 1), hex("F8"));
@@ -79,22 +75,16 @@ TEST(Page, CentresThePageOnTheHead) {
   // 812 printable dots. width 784..812: half the rest plus 7, over 8.
   for (const unsigned width : {8U, 700U, 784U, 796U, 797U, 798U, 799U, 800U, 808U, 812U}) {
     SCOPED_TRACE(width);
-    JobCase job;
-    job.addPage(width, 3, "noise");
-    expectAsPlain(job);
+    expectAsPlain(onePage(width, 3, "noise"));
   }
 }
 
 TEST(Page, KeepsMarginZeroUpToTwentyNineDotsTooMany) {
   // (-29 / 2 + 7) / 8 = -0.94 -> 0; (-30 / 2 + 7) / 8 = -1.
-  JobCase job;
-  job.addPage(812 + 29, 2, "solid");
   // 841 dots: 106 bytes + 2.
-  EXPECT_EQ(onlyFrame(expectAsPlain(job)).substr(18, 2), hex("6C 00"));
-  JobCase wider;
-  wider.addPage(812 + 30, 2, "solid");
+  EXPECT_EQ(frameOf(onePage(812 + 29, 2, "solid")).substr(18, 2), hex("6C 00"));
   // 842 dots: 106 bytes + 2 - 1.
-  EXPECT_EQ(onlyFrame(expectAsPlain(wider)).substr(18, 2), hex("6B 00"));
+  EXPECT_EQ(frameOf(onePage(812 + 30, 2, "solid")).substr(18, 2), hex("6B 00"));
 }
 
 TEST(Page, LetsRowsOverwriteCountsWhenThePageIsTooWide) {
@@ -113,11 +103,9 @@ TEST(Page, OverlapsTheRecordsOfANarrowHeadInTheWrittenOrder) {
   // Record = 4 + 2 - 1 = 5 bytes. Two solid rows, each FF FF FF FF with 32 dots = 20 00:
   //   row 0: count at 0, 1; row at 0 + 2 - 1 = 1..4
   //   row 1: count at 5, 6; row at 6..9
-  JobCase job;
-  job.ppd.setMaxMediaWidth("");
-  job.settings.maxMediaPoints = 0;
-  job.addPage(32, 2, "solid");
-  const std::string frame = onlyFrame(expectAsPlain(job));
+  JobCase job = onePage(32, 2, "solid");
+  job.mediaWidth("");
+  const std::string frame = frameOf(job);
   EXPECT_EQ(frame.substr(16), hex("30 00 05 00 02 00 20 FF FF FF FF 20 FF FF FF FF"));
 }
 
@@ -127,13 +115,12 @@ TEST(Page, WritesOverTheRecordBeforeFromMarginMinusThreeOn) {
   //   row 0: 08 00 at 0; eight 80 from 0 + 2 - 3 = -1 on: the first is lost, seven at 0..6
   //   row 1: 10 00 at 7; eight C0 from 6 on: 6..13
   JobCase job;
-  job.ppd.setMaxMediaWidth("");
-  job.settings.maxMediaPoints = 0;
+  job.mediaWidth("");
   std::vector<std::uint8_t> pixels;
   for (int x = 0; x < 64; ++x) pixels.push_back(x % 8 < 1 ? 255 : 0);
   for (int x = 0; x < 64; ++x) pixels.push_back(x % 8 < 2 ? 255 : 0);
-  job.pages.push_back({ts::makeHeader(64, 2, 64), pixels});
-  const std::string frame = onlyFrame(expectAsPlain(job));
+  job.addPixels(64, 2, pixels);
+  const std::string frame = frameOf(job);
   EXPECT_EQ(frame.substr(18), hex("07 00 02 00 80 80 80 80 80 80 C0 C0 C0 C0 C0 C0 C0 C0"));
 }
 
@@ -141,24 +128,20 @@ TEST(Page, MakesNoFrameWhenTheRecordsHaveNoBytes) {
   // Printable width 0: a row of w / 8 bytes and a margin of about -w / 16 always leave a record.
   for (const unsigned width : {1U, 8U, 100U, 1000U, 4000U}) {
     SCOPED_TRACE(width);
-    JobCase job;
-    job.ppd.setMaxMediaWidth("");
-    job.settings.maxMediaPoints = 0;
-    job.addPage(width, 2, "noise");
+    JobCase job = onePage(width, 2, "noise");
+    job.mediaWidth("");
     expectAsPlain(job);
   }
   // A negative MaxMediaWidth does it: -720 points are -254 mm, -2030 dots, a margin of
   // ((-2030 - 8) / 2 + 7) / 8 = -126.5 -> -126. No frame, no number used up.
   JobCase job;
-  job.ppd.setMaxMediaWidth("-720");
-  job.settings.maxMediaPoints = -720;
+  job.mediaWidth("-720");
   job.addPage(8, 2, "solid");
   job.addPage(8, 2, "solid");
-  job.place.dataDirectoryThere = true;
-  job.prepare = [](ts::Sandbox& box) { box.makeDirectory(ts::kData); };
+  job.makeDataDirectory();
   const ts::Result result = expectAsPlain(job);
   EXPECT_EQ(result.output.size(), 14U);
-  EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), hex("01 00"));
+  EXPECT_EQ(counterOf(result), hex("01 00"));
 }
 
 TEST(Page, DropsWhatFallsOutsideTheRecordsAtTheSmallestRecordLengths) {
@@ -167,10 +150,8 @@ TEST(Page, DropsWhatFallsOutsideTheRecordsAtTheSmallestRecordLengths) {
   for (const int points : {-20, -15, -10, -8, -6, -4, -2, 0}) {
     for (const unsigned width : {8U, 16U, 24U, 40U}) {
       SCOPED_TRACE(std::to_string(points) + " points, " + std::to_string(width) + " dots");
-      JobCase job;
-      job.ppd.setMaxMediaWidth(std::to_string(points));
-      job.settings.maxMediaPoints = points;
-      job.addPage(width, 6, "noise");
+      JobCase job = onePage(width, 6, "noise");
+      job.mediaWidth(std::to_string(points));
       expectAsPlain(job);
     }
   }
@@ -191,8 +172,7 @@ TEST(Page, EndsWithStatusOneAtAPageThatHasNotEightBits) {
     job.stream = ts::rawStream({{good, ts::noise(16, 2, 1)},
                                 {bad, ts::noise(bad.cupsBytesPerLine, 2, 2)},
                                 {good, ts::noise(16, 2, 3)}});
-    job.place.dataDirectoryThere = true;
-    job.prepare = [](ts::Sandbox& box) { box.makeDirectory(ts::kData); };
+    job.makeDataDirectory();
     const ts::Result result = expectAsPlain(job);
     EXPECT_EQ(result.status, 1);
     EXPECT_NE(result.messages.find("ERROR:Unsupported bits per pixel : " + std::to_string(bits) +
@@ -211,7 +191,7 @@ TEST(Page, EndsTheJobNormallyAtAPageOfHeightZero) {
   const ts::Result result = expectAsPlain(job);
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output.size(), 7U);
-  EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), hex("02 00"));
+  EXPECT_EQ(counterOf(result), hex("02 00"));
 }
 
 TEST(Page, SendsTheCommandOfAPageWhosePixelsCannotBeRead) {
@@ -257,7 +237,7 @@ TEST(Page, PrintsAThousandPages) {
   for (int i = 0; i < 1000; ++i) job.addPage(8, 2, "solid");
   const ts::Result result = expectAsPlain(job);
   // 1000 = 0x3E8 frames, so the next number is 0x3E9.
-  EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), hex("E9 03"));
+  EXPECT_EQ(counterOf(result), hex("E9 03"));
 }
 
 }  // namespace kestra::blackbox

@@ -21,10 +21,9 @@ namespace {
 constexpr char kVictim[] = "tmp/victim";
 constexpr char kVictimBytes[] = "somebody's data";
 
-JobCase onePage() {
-  JobCase job;
+JobCase stencilPage() {
+  JobCase job = onePage(64, 20, "photo");
   job.halftone(8);
-  job.addPage(64, 20, "photo");
   return job;
 }
 
@@ -90,7 +89,7 @@ void expectFrameAndVictim(const JobCase& job, const ts::Result& result) {
 TEST(Planted, NothingAtTheSideFilesNameIsFollowedOrWaitedFor) {
   for (const Plant plant : kPlants) {
     SCOPED_TRACE(static_cast<int>(plant));
-    JobCase job = onePage();
+    JobCase job = stencilPage();
     job.prepare = [plant](ts::Sandbox& box) {
       box.write(kVictim, kVictimBytes);
       put(box, plant, "tmp/xxxxx.log");
@@ -106,7 +105,7 @@ TEST(Planted, NothingAtTheSideFilesNameIsFollowedOrWaitedFor) {
 TEST(Planted, NothingAtTheNameOfADebugImageIsFollowedOrWaitedFor) {
   for (const Plant plant : kPlants) {
     SCOPED_TRACE(static_cast<int>(plant));
-    JobCase job = onePage();
+    JobCase job = stencilPage();
     job.prepare = [plant](ts::Sandbox& box) {
       box.write(kVictim, kVictimBytes);
       for (const auto& name : imageNames()) put(box, plant, name);
@@ -124,7 +123,7 @@ TEST(Planted, NothingAtTheNameOfADebugImageIsFollowedOrWaitedFor) {
 }
 
 TEST(Planted, NoPageIsStoredThroughALinkInPlaceOfTheDataFolder) {
-  JobCase job = onePage();
+  JobCase job = stencilPage();
   job.prepare = [](ts::Sandbox& box) {
     fs::create_directory(fs::path(box.root()) / "tmp/elsewhere");
     // From var/spool/cups/tmp four folders up to the tree's root.
@@ -142,7 +141,7 @@ TEST(Planted, NoPageIsStoredThroughALinkInPlaceOfTheDataFolder) {
 TEST(Planted, ACounterThatIsALinkOrAFifoIsNeitherReadNorWaitedForAndIsReplaced) {
   for (const Plant plant : {Plant::kLink, Plant::kDanglingLink, Plant::kFifo}) {
     SCOPED_TRACE(static_cast<int>(plant));
-    JobCase job = onePage();
+    JobCase job = stencilPage();
     job.place.dataDirectoryThere = true;
     job.prepare = [plant](ts::Sandbox& box) {
       box.write(kVictim, kVictimBytes);
@@ -151,13 +150,13 @@ TEST(Planted, ACounterThatIsALinkOrAFifoIsNeitherReadNorWaitedForAndIsReplaced) 
     };
     const ts::Result result = runFilter(job);
     expectFrameAndVictim(job, result);  // page number 1: nothing was read
-    EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), std::string("\x02\0", 2));
+    EXPECT_EQ(counterOf(result), std::string("\x02\0", 2));
   }
 }
 
 TEST(Listener, PagesReachTheSpoolWithStandardOutputClosed) {
   for (const bool fileArgument : {false, true}) {
-    JobCase job = onePage();
+    JobCase job = stencilPage();
     job.addPage(64, 20, "text");
     job.listener = ts::Listener::kClosed;
     job.fileArgument = fileArgument;
@@ -168,7 +167,7 @@ TEST(Listener, PagesReachTheSpoolWithStandardOutputClosed) {
 }
 
 TEST(Listener, PagesReachTheSpoolWhenThePrinterHasGone) {
-  JobCase job = onePage();
+  JobCase job = stencilPage();
   for (int i = 0; i < 20; ++i) job.addPage(64, 20, "text");
   job.listener = ts::Listener::kGone;
   const ts::Result result = expectAsPlain(job);

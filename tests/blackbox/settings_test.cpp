@@ -8,38 +8,22 @@ namespace kestra::blackbox {
 
 namespace ts = testing_support;
 
-namespace {
-
-JobCase onePage() {
-  JobCase job;
-  job.addPage(16, 3, "noise");
-  return job;
-}
-
-void setPoints(plain::Settings& s, double width, double length, double left, double bottom,
-               double right, double top) {
-  const double values[6] = {width, length, left, bottom, right, top};
-  for (int i = 0; i < 6; ++i) s.points[i] = static_cast<float>(values[i]);
-}
-
-}  // namespace
-
 TEST(Settings, TakesThePpdDefaultsWithoutOptions) {
-  const ts::Result result = expectAsPlain(onePage());
+  const ts::Result result = expectAsPlain(onePage(16, 3, "noise"));
   EXPECT_NE(result.messages.find("DEBUG:Set page size: width 50.803200 mm, height 25.401600 mm\n"),
             std::string::npos);
   EXPECT_NE(result.messages.find("DEBUG:settings->MaxMediaWidth:101.599998\n"), std::string::npos);
 }
 
 TEST(Settings, LetsJobOptionsOverrideThePpd) {
-  JobCase job = onePage();
+  JobCase job = onePage(16, 3, "noise");
   job.options =
       "PageSize=Wide Resolution=300dpi MediaMethod=ThermalTransfer PaperType=LabelMark "
       "GapsHeight=3 Origin=TopRight PrintSpeed=3 Darkness=Dark HalftoneType=Ordered "
       "unknown=value noOther document-name-supplied=t.pdf date-time-at-creation=";
   plain::Settings& s = job.settings;
   s.pageSize = "Wide";
-  setPoints(s, 288, 144, 0, 0, 288, 144);
+  job.setPoints(288, 144, 0, 0, 288, 144);
   s.resolution = "300dpi";
   s.mediaMethod = "ThermalTransfer";
   s.paperType = "LabelMark";
@@ -52,7 +36,7 @@ TEST(Settings, LetsJobOptionsOverrideThePpd) {
 }
 
 TEST(Settings, UsesThePpdSpellingOfAChoice) {
-  JobCase job = onePage();
+  JobCase job = onePage(16, 3, "noise");
   job.options = "darkness=dark HALFTONETYPE=burkes";
   job.settings.darkness = 2;
   job.settings.halftone = 3;
@@ -60,7 +44,7 @@ TEST(Settings, UsesThePpdSpellingOfAChoice) {
 }
 
 TEST(Settings, IgnoresChoicesThatThePpdDoesNotHave) {
-  JobCase job = onePage();
+  JobCase job = onePage(16, 3, "noise");
   job.options = "Darkness=nonsense HalftoneType=None2 GapsHeight=77";
   expectAsPlain(job);
 }
@@ -70,12 +54,12 @@ TEST(Settings, KnowsThreeDarknessNamesAndTakesOthersForZero) {
       {"Light", 0}, {"Middle", 1}, {"Dark", 2}, {"Darkest", 0}, {"dark2", 0}};
   for (const auto& [name, value] : names) {
     SCOPED_TRACE(name);
-    JobCase job = onePage();
+    JobCase job = onePage(16, 3, "noise");
     job.choose("Darkness", name);
     job.settings.darkness = value;
     EXPECT_EQ(expectAsPlain(job).output, hex("1B 73 01 00 00 02 0" + std::to_string(value)));
   }
-  JobCase lower = onePage();
+  JobCase lower = onePage(16, 3, "noise");
   lower.ppd.setOption("Darkness", "dark", {"dark", "light"});  // case-sensitive
   lower.settings.darkness = 0;
   expectAsPlain(lower);
@@ -88,11 +72,11 @@ TEST(Settings, ReadsTruthValuesAsWordsOrAsTheLowByteOfANumber) {
       {"256", 0}, {"2", 1},    {"255", 1},  {"512x", 0}, {"maybe", 0}, {"1", 1}};
   for (const auto& [word, value] : words) {
     SCOPED_TRACE(word);
-    JobCase job = onePage();
+    JobCase job = onePage(16, 3, "noise");
     job.ppd.setOption("MirrorImage", word, {word, "other"});
     job.settings.mirrorImage = value;
     expectAsPlain(job);
-    JobCase negative = onePage();
+    JobCase negative = onePage(16, 3, "noise");
     negative.ppd.setOption("NegativeImage", word, {word, "other"});
     negative.settings.negativeImage = value;
     expectAsPlain(negative);
@@ -100,14 +84,14 @@ TEST(Settings, ReadsTruthValuesAsWordsOrAsTheLowByteOfANumber) {
 }
 
 TEST(Settings, TakesBooleanOptionsWithoutValue) {
-  JobCase job = onePage();
+  JobCase job = onePage(16, 3, "noise");
   job.options = "MirrorImage noNegativeImage";
   job.settings.mirrorImage = 1;
   expectAsPlain(job);
 }
 
 TEST(Settings, ReadsNegativeAndUnreadableNumbers) {
-  JobCase job = onePage();
+  JobCase job = onePage(16, 3, "noise");
   job.ppd.setOption("GapsHeight", "about5", {"about5", "3mm"});
   job.settings.gapsHeight = 0;
   expectAsPlain(job);
@@ -118,7 +102,7 @@ TEST(Settings, ReadsNegativeAndUnreadableNumbers) {
 }
 
 TEST(Settings, UsesEmptyTextsAndZerosForOptionsThatThePpdDoesNotHave) {
-  JobCase job = onePage();
+  JobCase job = onePage(16, 3, "noise");
   for (const char* keyword : {"Resolution", "MediaMethod", "PaperType", "GapsHeight", "Origin",
                               "MirrorImage", "NegativeImage", "HalftoneType", "PrintSpeed",
                               "Darkness", "Brightness", "VBarcodeDensity"}) {
@@ -132,7 +116,7 @@ TEST(Settings, UsesEmptyTextsAndZerosForOptionsThatThePpdDoesNotHave) {
 
 TEST(Settings, TakesNoHalftoneForAnUnknownName) {
   for (const char* name : {"tattoo", "floydsteinberg", "Tattoo_V8", "JarvisJudiceNinkes"}) {
-    JobCase job = onePage();
+    JobCase job = onePage(16, 3, "noise");
     job.ppd.setOption("HalftoneType", name, {name});
     job.settings.halftone = 0;
     expectAsPlain(job);
@@ -140,23 +124,23 @@ TEST(Settings, TakesNoHalftoneForAnUnknownName) {
 }
 
 TEST(Settings, ReadsTheMarginsOfThePageSize) {
-  JobCase job = onePage();
+  JobCase job = onePage(16, 3, "noise");
   job.ppd.setSizes("Label", {{"Label", 142.05, 85.04, 0.46, 1, 141.59, 84}});
-  setPoints(job.settings, 142.05, 85.04, 0.46, 1, 141.59, 84);
+  job.setPoints(142.05, 85.04, 0.46, 1, 141.59, 84);
   expectAsPlain(job);
 }
 
 TEST(Settings, TakesTheSizeOfACustomPage) {
-  JobCase job = onePage();
+  JobCase job = onePage(16, 3, "noise");
   job.ppd.allowCustomSizes(20, 600);
   job.options = "PageSize=Custom.204.5x113.25";
   job.settings.pageSize = "Custom";
-  setPoints(job.settings, 204.5, 113.25, 0, 0, 204.5, 113.25);
+  job.setPoints(204.5, 113.25, 0, 0, 204.5, 113.25);
   expectAsPlain(job);
 }
 
 TEST(Settings, RefusesThePaperWhenTheSizeIsUnknown) {
-  JobCase job = onePage();
+  JobCase job = onePage(16, 3, "noise");
   job.ppd.removeOption("PageSize").setSizes("Nowhere", {{"Label", 144, 72}});
   // The default names no size: the choice is not found and its name stays empty.
   job.settings.pageSize = "";
@@ -167,7 +151,7 @@ TEST(Settings, RefusesThePaperWhenTheSizeIsUnknown) {
 TEST(Settings, CutsLongChoiceTextsAtFortyCharacters) {
   // A choice text in the PPD can have 40 characters; they all arrive.
   const std::string name(40, 'x');
-  JobCase job = onePage();
+  JobCase job = onePage(16, 3, "noise");
   job.ppd.setOption("Origin", name, {name});
   job.settings.origin = name;
   expectAsPlain(job);
@@ -177,7 +161,7 @@ TEST(Settings, ReadsTheMediaWidthAsANumberWithFraction) {
   for (const auto& [text, points] :
        std::vector<std::pair<std::string, double>>{{"288.5", 288.5}, {"611.9", 611.9}, {"0", 0}}) {
     SCOPED_TRACE(text);
-    JobCase job = onePage();
+    JobCase job = onePage(16, 3, "noise");
     job.ppd.setMaxMediaWidth(text);
     job.settings.maxMediaPoints = points;
     expectAsPlain(job);
@@ -185,9 +169,8 @@ TEST(Settings, ReadsTheMediaWidthAsANumberWithFraction) {
 }
 
 TEST(Settings, TakesZeroForAMissingMediaWidth) {
-  JobCase job = onePage();
-  job.ppd.setMaxMediaWidth("");
-  job.settings.maxMediaPoints = 0;
+  JobCase job = onePage(16, 3, "noise");
+  job.mediaWidth("");
   expectAsPlain(job);
 }
 

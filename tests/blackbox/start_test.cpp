@@ -15,11 +15,12 @@ std::string usage(const std::string& name) {
          " job_id user title copyies options [file]\n\n";
 }
 
-ts::Run plainRun(ts::Sandbox& box) {
+// Starts the filter with a PPD and nothing else in its tree.
+ts::Result start(ts::Run run) {
+  ts::Sandbox box;
   box.write("tmp/test.ppd", ts::PpdText().text());
-  ts::Run run;
   run.ppd = ts::Sandbox::inside("tmp/test.ppd");
-  return run;
+  return box.start(run);
 }
 
 }  // namespace
@@ -27,11 +28,10 @@ ts::Run plainRun(ts::Sandbox& box) {
 TEST(Start, ShowsTheUsageForFewerThanSixArguments) {
   const std::vector<std::string> all = {"42", "user", "title", "1"};
   for (std::size_t count = 0; count <= all.size(); ++count) {
-    ts::Sandbox box;
-    ts::Run run = plainRun(box);
+    ts::Run run;
     run.queueName = "label";
     run.arguments.assign(all.begin(), all.begin() + static_cast<long>(count));
-    const ts::Result result = box.start(run);
+    const ts::Result result = start(run);
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.messages, usage("label"));
@@ -40,33 +40,31 @@ TEST(Start, ShowsTheUsageForFewerThanSixArguments) {
 }
 
 TEST(Start, NamesOnlyTheLastPartOfItsPathInTheUsage) {
-  for (const char* path : {"/usr/lib/filter/queue", "a/b\\queue", "a\\b/queue", "queue"}) {
-    ts::Sandbox box;
-    ts::Run run = plainRun(box);
+  const std::vector<std::pair<std::string, std::string>> paths = {
+      {"/usr/lib/filter/queue", "queue"},
+      {"a/b\\queue", "queue"},
+      {"a\\b/queue", "queue"},
+      {"queue", "queue"},
+      {"ends/here/", ""}};
+  for (const auto& [path, name] : paths) {
+    ts::Run run;
     run.queueName = path;
     run.arguments.clear();
-    EXPECT_EQ(box.start(run).messages, usage("queue")) << path;
+    EXPECT_EQ(start(run).messages, usage(name)) << path;
   }
-  ts::Sandbox box;
-  ts::Run run = plainRun(box);
-  run.queueName = "ends/here/";
-  run.arguments.clear();
-  EXPECT_EQ(box.start(run).messages, usage(""));
 }
 
 TEST(Start, ReadsStandardInputWithSixArgumentsAndTheFileWithSeven) {
-  JobCase job;
-  job.addPage(16, 4, "noise");
+  JobCase job = onePage(16, 4, "noise");
   expectAsPlain(job);
   job.fileArgument = true;
   expectAsPlain(job);
 }
 
 TEST(Start, EndsWithStatusOneWhenTheFileCannotBeOpened) {
-  ts::Sandbox box;
-  ts::Run run = plainRun(box);
+  ts::Run run;
   run.arguments.push_back(ts::Sandbox::inside("tmp/nothing.ras"));
-  const ts::Result result = box.start(run);
+  const ts::Result result = start(run);
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output, "");
   // Nothing follows the blank, and no setting has been read yet.
@@ -75,10 +73,9 @@ TEST(Start, EndsWithStatusOneWhenTheFileCannotBeOpened) {
 }
 
 TEST(Start, TreatsAnEmptyFileNameAsAFileThatCannotBeOpened) {
-  ts::Sandbox box;
-  ts::Run run = plainRun(box);
+  ts::Run run;
   run.arguments.emplace_back("");
-  const ts::Result result = box.start(run);
+  const ts::Result result = start(run);
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.messages, "ERROR: Unable to open raster file - ");
 }
@@ -90,11 +87,10 @@ TEST(Start, EndsAnEmptyStreamNormally) {
   job.marker = hex("07 00");
   expectAsPlain(job);
   job.marker.reset();
-  job.place.dataDirectoryThere = true;
-  job.prepare = [](ts::Sandbox& box) { box.makeDirectory(ts::kData); };
+  job.makeDataDirectory();
   const ts::Result result = expectAsPlain(job);
   // The counter of a queue that has never printed is 1.
-  EXPECT_EQ(result.files.at(std::string(ts::kData) + "/label.pgc"), hex("01 00"));
+  EXPECT_EQ(counterOf(result), hex("01 00"));
 }
 
 TEST(Start, EndsAStreamWithoutAnyPageNormally) {
@@ -107,10 +103,9 @@ TEST(Start, EndsAStreamWithoutAnyPageNormally) {
 
 TEST(Start, EndsNormallyWhenStandardInputIsEmptyOrClosed) {
   for (const ts::Input input : {ts::Input::kDevNull, ts::Input::kClosed}) {
-    ts::Sandbox box;
-    ts::Run run = plainRun(box);
+    ts::Run run;
     run.input = input;
-    const ts::Result result = box.start(run);
+    const ts::Result result = start(run);
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.files.size(), 1U);
@@ -118,11 +113,11 @@ TEST(Start, EndsNormallyWhenStandardInputIsEmptyOrClosed) {
 }
 
 TEST(Start, ReadsTheFileEvenWhenStandardInputIsClosed) {
+  JobCase job = onePage(8, 1, "solid");
+  job.fileArgument = true;
   ts::Sandbox box;
-  ts::Run run = plainRun(box);
+  ts::Run run = prepare(job, box);
   run.input = ts::Input::kClosed;
-  box.write("tmp/pages.ras", ts::writeStream({{ts::makeHeader(8, 1, 8), ts::uniform(8, 1, 255)}}));
-  run.arguments.push_back(ts::Sandbox::inside("tmp/pages.ras"));
   const ts::Result result = box.start(run);
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output, hex("1B 73 01 00 00 02 01"));
@@ -132,17 +127,9 @@ TEST(Start, RefusesPaperOfAtMostOneMillimetre) {
   // 2.8344671 points x 0.3528 is 1.0 in single precision: exactly one millimetre is too small.
   for (const double points : {0.5, 2.83, 2.8344671}) {
     for (const bool across : {true, false}) {
-      JobCase job;
-      const double width = across ? points : 72;
-      const double length = across ? 72 : points;
-      job.ppd.setSizes("Tiny", {{"Tiny", width, length}});
-      job.settings.pageSize = "Tiny";
-      const float values[6] = {static_cast<float>(width), static_cast<float>(length), 0, 0,
-                               static_cast<float>(width), static_cast<float>(length)};
-      std::copy(std::begin(values), std::end(values), std::begin(job.settings.points));
-      job.addPage(8, 1, "solid");
-      job.place.dataDirectoryThere = true;
-      job.prepare = [](ts::Sandbox& box) { box.makeDirectory(ts::kData); };
+      JobCase job = onePage(8, 1, "solid");
+      job.onlySize("Tiny", across ? points : 72, across ? 72 : points);
+      job.makeDataDirectory();
       const ts::Result result = expectAsPlain(job);  // no counter file: no job end
       EXPECT_EQ(result.status, 1);
       EXPECT_NE(result.messages.find("ERROR: Paper size must not less than 1.0 : ("),
@@ -152,12 +139,8 @@ TEST(Start, RefusesPaperOfAtMostOneMillimetre) {
 }
 
 TEST(Start, AcceptsPaperJustAboveOneMillimetre) {
-  JobCase job;
-  job.ppd.setSizes("Tiny", {{"Tiny", 2.84, 3}});
-  job.settings.pageSize = "Tiny";
-  const float values[6] = {2.84F, 3, 0, 0, 2.84F, 3};
-  std::copy(std::begin(values), std::end(values), std::begin(job.settings.points));
-  job.addPage(8, 1, "solid");
+  JobCase job = onePage(8, 1, "solid");
+  job.onlySize("Tiny", 2.84, 3);
   EXPECT_EQ(expectAsPlain(job).status, 0);
 }
 

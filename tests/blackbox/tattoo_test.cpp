@@ -18,11 +18,6 @@ class Tattoo : public ::testing::TestWithParam<int> {
     job.halftone(GetParam());
     return job;
   }
-  // A page of the given bytes, line by line.
-  static void add(JobCase& job, unsigned width, unsigned height, const ts::Pixels& pixels) {
-    const auto line = static_cast<unsigned>(pixels.size() / height);
-    job.pages.push_back({ts::makeHeader(width, height, line), pixels});
-  }
 };
 
 TEST_P(Tattoo, PrintsEveryPictureAsThePlainVersionDoes) {
@@ -71,7 +66,7 @@ TEST_P(Tattoo, PrintsLongAndWidePages) {
 
 TEST_P(Tattoo, PrintsUniformPagesOfEveryLevel) {
   JobCase job = stencilJob();
-  for (int level = 0; level < 256; ++level) add(job, 16, 5, ts::uniform(16, 5, level));
+  for (int level = 0; level < 256; ++level) job.addPixels(16, 5, ts::uniform(16, 5, level));
   expectAsPlain(job);
 }
 
@@ -82,7 +77,7 @@ TEST_P(Tattoo, PrintsNearlyUniformPages) {
     for (const int other : {0, level - 1, level + 1, 255}) {
       ts::Pixels pixels = ts::uniform(24, 9, level);
       pixels[4 * 24 + 11] = static_cast<std::uint8_t>(std::min(std::max(other, 0), 255));
-      add(job, 24, 9, pixels);
+      job.addPixels(24, 9, pixels);
     }
   }
   expectAsPlain(job);
@@ -93,7 +88,7 @@ TEST_P(Tattoo, PrintsPagesOfTwoLevelsInEveryShare) {
   for (std::size_t dark = 1; dark < 128; dark += 7) {
     ts::Pixels pixels = ts::uniform(16, 8, 255);
     for (std::size_t i = 0; i < dark; ++i) pixels[i * 37 % 128] = 0;
-    add(job, 16, 8, pixels);
+    job.addPixels(16, 8, pixels);
   }
   expectAsPlain(job);
 }
@@ -101,15 +96,15 @@ TEST_P(Tattoo, PrintsPagesOfTwoLevelsInEveryShare) {
 TEST_P(Tattoo, PrintsADotOnAPageOfOneBlankDot) {
   // A page of one level has threshold -1, and 0 lies above it: the only pixel becomes 255.
   JobCase job = stencilJob();
-  add(job, 1, 1, {0});
-  EXPECT_EQ(onlyFrame(expectAsPlain(job)).back(), '\x80');
+  job.addPixels(1, 1, {0});
+  EXPECT_EQ(frameOf(job).back(), '\x80');
 }
 
 TEST_P(Tattoo, PrintsASolidPageSolid) {
   // 255 > -1 leaves an error of 0 everywhere.
   JobCase job = stencilJob();
-  add(job, 16, 3, ts::uniform(16, 3, 255));
-  const std::string frame = onlyFrame(expectAsPlain(job));
+  job.addPixels(16, 3, ts::uniform(16, 3, 255));
+  const std::string frame = frameOf(job);
   for (std::size_t y = 0; y < 3; ++y) EXPECT_EQ(frame.substr(22 + y * 54 + 52, 2), hex("FF FF"));
 }
 
@@ -117,17 +112,17 @@ TEST_P(Tattoo, PrintsStrayDotsOnABlankPage) {
   // The first pixel of a blank page is a dot as above; what it owes (255) keeps the next ones
   // blank.
   JobCase job = stencilJob();
-  add(job, 8, 1, ts::uniform(8, 1, 0));
-  EXPECT_EQ(onlyFrame(expectAsPlain(job)).back() & '\xC0', '\x80' & '\xC0');
+  job.addPixels(8, 1, ts::uniform(8, 1, 0));
+  EXPECT_EQ(frameOf(job).back() & '\xC0', '\x80' & '\xC0');
 }
 
 TEST_P(Tattoo, ReadsLinesWithGapsAsIfThereWereNone) {
   // Two lines of 6 bytes, width 4. The page is laid out a b c d . . e f g h . . with gaps of 0 and
   // read as lines of 4: "abcd" and "..ef". So it prints like a page of those lines.
   JobCase gaps = stencilJob();
-  add(gaps, 4, 2, {10, 90, 170, 250, 77, 77, 60, 220, 140, 30, 77, 77});
+  gaps.addPixels(4, 2, {10, 90, 170, 250, 77, 77, 60, 220, 140, 30, 77, 77});
   JobCase skewed = stencilJob();
-  add(skewed, 4, 2, {10, 90, 170, 250, 0, 0, 60, 220});
+  skewed.addPixels(4, 2, {10, 90, 170, 250, 0, 0, 60, 220});
   const ts::Result first = expectAsPlain(gaps);
   const ts::Result second = expectAsPlain(skewed);
   EXPECT_EQ(onlyFrame(first), onlyFrame(second));
@@ -137,10 +132,10 @@ TEST_P(Tattoo, ReadsLinesWithGapsAsIfThereWereNone) {
 TEST_P(Tattoo, MirrorsBeforeTheGapsComeIn) {
   JobCase gaps = stencilJob();
   gaps.mirror();
-  add(gaps, 4, 2, {10, 90, 170, 250, 77, 77, 60, 220, 140, 30, 77, 77});
+  gaps.addPixels(4, 2, {10, 90, 170, 250, 77, 77, 60, 220, 140, 30, 77, 77});
   JobCase skewed = stencilJob();
-  add(skewed, 4, 2, {250, 170, 90, 10, 0, 0, 30, 140});
-  EXPECT_EQ(onlyFrame(expectAsPlain(gaps)), onlyFrame(expectAsPlain(skewed)));
+  skewed.addPixels(4, 2, {250, 170, 90, 10, 0, 0, 30, 140});
+  EXPECT_EQ(frameOf(gaps), frameOf(skewed));
 }
 
 TEST_P(Tattoo, PrintsManyPagesWithGapsOfAnyLength) {
@@ -161,7 +156,7 @@ TEST_P(Tattoo, ComplementsTheNegativePageWithItsPadding) {
   // 0 0 0 0 0 F F F 0 0 in lines of 5 is 00000 and FFF00 = 00 and E0.
   JobCase job = stencilJob();
   job.negative();
-  add(job, 5, 2, ts::uniform(5, 2, 255));
+  job.addPixels(5, 2, ts::uniform(5, 2, 255));
   const ts::Result result = expectAsPlain(job);
   EXPECT_EQ(imageNamed(result, "dithered_#_1.bmp").substr(1078),
             hex("00 00 00 00 00 FF FF FF 00 00"));
@@ -174,8 +169,7 @@ TEST_P(Tattoo, PrintsThroughATooNarrowHeadAndOnEveryPaper) {
     for (const char* paper : {"LabelGaps", "LabelMark", "Continue"}) {
       SCOPED_TRACE(std::string(points) + " " + paper);
       JobCase job = stencilJob();
-      job.ppd.setMaxMediaWidth(points);
-      job.settings.maxMediaPoints = std::stod(points);
+      job.mediaWidth(points);
       job.choose("PaperType", paper);
       job.settings.paperType = paper;
       job.addPage(160, 12, "photo");
@@ -191,10 +185,9 @@ INSTANTIATE_TEST_SUITE_P(Stencil, Tattoo, ::testing::Values(8, 9),
 TEST(TattooNames, BothTypesGiveDifferentDots) {
   std::vector<std::string> frames;
   for (const int halftone : {0, 8, 9}) {
-    JobCase job;
+    JobCase job = onePage(64, 48, "photo");
     job.halftone(halftone);
-    job.addPage(64, 48, "photo");
-    frames.push_back(onlyFrame(expectAsPlain(job)));
+    frames.push_back(frameOf(job));
   }
   EXPECT_NE(frames[0], frames[1]);
   EXPECT_NE(frames[0], frames[2]);
@@ -202,10 +195,9 @@ TEST(TattooNames, BothTypesGiveDifferentDots) {
 }
 
 TEST(TattooNames, TheChoiceIsFoundWithoutRegardToCase) {
-  JobCase job;
+  JobCase job = onePage(32, 8, "photo");
   job.options = "HalftoneType=tattoo";
   job.settings.halftone = 8;
-  job.addPage(32, 8, "photo");
   expectAsPlain(job);
 }
 
