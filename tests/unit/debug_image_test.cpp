@@ -107,18 +107,22 @@ TEST_F(DebugImage, OfOtherDepthsHasTheRowsOf1BitWithoutAPalette) {
 
 /// The seven numbers of a debug image's name, as they are when no zero leads.
 struct Numbers {
-  int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
+  std::tm time{};
   long counter = -1;
 };
 
 Numbers numbersOf(const std::string& name) {
   Numbers n;
-  EXPECT_EQ(7, std::sscanf(name.c_str(), "page_%d-%d-%d_%d_%d_%d_%ld.bmp", &n.year, &n.month,
-                           &n.day, &n.hour, &n.minute, &n.second, &n.counter));
+  std::tm& t = n.time;
+  EXPECT_EQ(7, std::sscanf(name.c_str(), "page_%d-%d-%d_%d_%d_%d_%ld.bmp", &t.tm_year, &t.tm_mon,
+                           &t.tm_mday, &t.tm_hour, &t.tm_min, &t.tm_sec, &n.counter));
   char again[100];
-  std::snprintf(again, sizeof again, "page_%d-%d-%d_%d_%d_%d_%ld.bmp", n.year, n.month, n.day,
-                n.hour, n.minute, n.second, n.counter);
+  std::snprintf(again, sizeof again, "page_%d-%d-%d_%d_%d_%d_%ld.bmp", t.tm_year, t.tm_mon,
+                t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec, n.counter);
   EXPECT_EQ(again, name);  // no leading zeros, nothing behind
+  t.tm_year -= 1900;
+  t.tm_mon -= 1;
+  t.tm_isdst = -1;
   return n;
 }
 
@@ -126,15 +130,7 @@ TEST_F(DebugImage, IsNamedAfterTheLocalTime) {
   const std::time_t before = std::time(nullptr);
   printer.saveImage(Bytes{1}.data(), 1, 1, 1, 8);
   const std::time_t after = std::time(nullptr);
-  const Numbers n = numbersOf(images().at(0));
-  std::tm time{};
-  time.tm_year = n.year - 1900;
-  time.tm_mon = n.month - 1;
-  time.tm_mday = n.day;
-  time.tm_hour = n.hour;
-  time.tm_min = n.minute;
-  time.tm_sec = n.second;
-  time.tm_isdst = -1;
+  std::tm time = numbersOf(images().at(0)).time;
   const std::time_t named = std::mktime(&time);
   EXPECT_LE(before, named);
   EXPECT_GE(after, named);

@@ -23,23 +23,21 @@ TEST(HalftoneType, NamesAndValuesBelongTogetherInBothDirections) {
 }
 
 TEST(HalftoneType, NamesAreCaseSensitive) {
-  EXPECT_EQ(DitherType::None, wrenHalftoneTypeFromStr("tattoo"));
-  EXPECT_EQ(DitherType::None, wrenHalftoneTypeFromStr("TATTOO_V7"));
-  EXPECT_EQ(DitherType::None, wrenHalftoneTypeFromStr("burkes"));
+  for (const char* name : {"tattoo", "TATTOO_V7", "burkes"}) {
+    EXPECT_EQ(DitherType::None, wrenHalftoneTypeFromStr(name)) << name;
+  }
 }
 
 TEST(HalftoneType, UnknownNamesMeanNoHalftoning) {
-  EXPECT_EQ(DitherType::None, wrenHalftoneTypeFromStr(""));
-  EXPECT_EQ(DitherType::None, wrenHalftoneTypeFromStr("Tattoo_V"));
-  EXPECT_EQ(DitherType::None, wrenHalftoneTypeFromStr("Tattoo_V77"));
-  EXPECT_EQ(DitherType::None, wrenHalftoneTypeFromStr(" Tattoo"));
-  EXPECT_EQ(DitherType::None, wrenHalftoneTypeFromStr("8"));
+  for (const char* name : {"", "Tattoo_V", "Tattoo_V77", " Tattoo", "8"}) {
+    EXPECT_EQ(DitherType::None, wrenHalftoneTypeFromStr(name)) << name;
+  }
 }
 
 TEST(HalftoneType, ValuesFromTenOnAreCalledNone) {
-  EXPECT_STREQ("None", wrenHalftoneTypeToStr(static_cast<DitherType>(10)));
-  EXPECT_STREQ("None", wrenHalftoneTypeToStr(static_cast<DitherType>(11)));
-  EXPECT_STREQ("None", wrenHalftoneTypeToStr(static_cast<DitherType>(2147483647)));
+  for (const int value : {10, 11, 2147483647}) {
+    EXPECT_STREQ("None", wrenHalftoneTypeToStr(static_cast<DitherType>(value))) << value;
+  }
 }
 
 TEST(HalftoneType, NegativeValuesHaveANameToo) {

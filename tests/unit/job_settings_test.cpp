@@ -6,44 +6,43 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <string>
-#include <vector>
 
+#include "tests/support/ppd_text.h"
 #include "tests/unit/capture.h"
-#include "tests/unit/small_ppd.h"
 #include "tests/unit/spool_test.h"
 
 namespace kestra {
 namespace {
 
+using testing_support::PpdText;
+
 /// A description of a label of 144 x 72 points on a head of 288 points, with every option.
-SmallPpd labelPrinter() {
-  SmallPpd ppd;
-  ppd.pageSize("label", "144", "72").customSizes();
-  ppd.line("*MaxMediaWidth: \"288\"");
-  ppd.option("Resolution", "203dpi", {"203dpi", "300dpi"});
-  ppd.option("MediaMethod", "Thermal", {"Thermal", "Transfer"});
-  ppd.option("PaperType", "LabelGaps", {"LabelGaps", "LabelMark", "Continue"});
-  ppd.option("GapsHeight", "3", {"0", "2", "3"});
-  ppd.option("PostAction", "Cut", {"Cut", "Tear"});
-  ppd.option("Occurrence", "Page", {"Page", "Job"});
-  ppd.option("Origin", "Left", {"Left", "Center"});
-  ppd.option("MirrorImage", "False", {"False", "True", "yes", "2", "256"});
-  ppd.option("NegativeImage", "False", {"False", "True"});
-  ppd.option("HalftoneType", "None", {"None", "Burkes", "Tattoo", "Tattoo_V7", "tattooed"});
-  ppd.option("PrintSpeed", "4", {"2", "3", "4"});
-  ppd.option("Darkness", "Middle", {"Light", "Middle", "Dark", "dim"});
-  ppd.option("Brightness", "0", {"0", "-20", "35"});
-  ppd.option("VBarcodeDensity", "0", {"0", "1", "2"});
+PpdText labelPrinter() {
+  PpdText ppd;
+  ppd.setSizes("label", {{"label", 144, 72}}).allowCustomSizes(10, 1000);
+  ppd.setOption("MediaMethod", "Thermal", {"Thermal", "Transfer"});
+  ppd.setOption("GapsHeight", "3", {"0", "2", "3"});
+  ppd.setOption("PostAction", "Cut", {"Cut", "Tear"});
+  ppd.setOption("Occurrence", "Page", {"Page", "Job"});
+  ppd.setOption("Origin", "Left", {"Left", "Center"});
+  ppd.setOption("MirrorImage", "False", {"False", "True", "yes", "2", "256"});
+  ppd.setOption("HalftoneType", "None", {"None", "Burkes", "Tattoo", "Tattoo_V7", "tattooed"});
+  ppd.setOption("Darkness", "Middle", {"Light", "Middle", "Dark", "dim"});
   return ppd;
+}
+
+void usePpd(const PpdText& ppd) {
+  std::ofstream("used.ppd") << ppd.text();
+  setenv("PPD", "used.ppd", 1);
 }
 
 class JobSettings : public SpoolTest {
  protected:
   void SetUp() override {
     SpoolTest::SetUp();
-    labelPrinter().write("label.ppd");
-    setenv("PPD", "label.ppd", 1);
+    usePpd(labelPrinter());
     setenv("PRINTER", "labels", 1);
   }
   void TearDown() override {
@@ -113,8 +112,7 @@ TEST_F(JobSettings, NumberTheThreeDarknessNamesAndTakeZeroForOthers) {
 
 TEST_F(JobSettings, CompareDarknessNamesWithTheirCase) {
   // The description itself spells its choice "DARK": a text that is none of the three names.
-  SmallPpd().option("Darkness", "DARK", {"DARK"}).write("shouting.ppd");
-  setenv("PPD", "shouting.ppd", 1);
+  usePpd(labelPrinter().setOption("Darkness", "DARK", {"DARK"}));
   EXPECT_EQ(0, parse("").Darkness);
   EXPECT_EQ(0, parse("Darkness=Dark").Darkness);
 }
@@ -170,8 +168,7 @@ TEST_F(JobSettings, TakeAnEmptyQueueNameWhereNoneIsSet) {
 TEST_F(JobSettings, CutChoiceTextsToTheirFields) {
   // 40 characters are what fits besides the end; libcups knows no longer choices.
   const std::string longest(40, 'p');
-  SmallPpd().option("PaperType", longest, {longest}).write("long.ppd");
-  setenv("PPD", "long.ppd", 1);
+  usePpd(labelPrinter().setOption("PaperType", longest, {longest}));
   EXPECT_EQ(longest, parse("").PaperType);
 }
 

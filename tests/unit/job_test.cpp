@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "printer/kestra_printer.h"
+#include "tests/support/ppd_text.h"
 #include "tests/support/raster_stream.h"
 #include "tests/unit/capture.h"
-#include "tests/unit/small_ppd.h"
 #include "tests/unit/spool_test.h"
 
 namespace kestra {
@@ -32,7 +32,9 @@ class JobTest : public SpoolTest {
   void SetUp() override {
     SpoolTest::SetUp();
     PageNum = 1;
-    SmallPpd().pageSize("Label", "16", "4").line("*MaxMediaWidth: \"16\"").write("small.ppd");
+    testing_support::PpdText ppd;
+    ppd.setSizes("Label", {{"Label", 16, 4}}).setMaxMediaWidth("16");
+    std::ofstream("small.ppd") << ppd.text();
     setenv("PPD", "small.ppd", 1);
     unsetenv("PRINTER");
   }

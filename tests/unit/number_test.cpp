@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <utility>
+#include <vector>
 
 namespace kestra {
 namespace {
@@ -89,45 +91,36 @@ TEST(ToFloat, GivesThePositiveNanForEveryNan) {
   EXPECT_FALSE(std::signbit(toFloat(-kNan)));
 }
 
+void expectNumbers(const std::vector<std::pair<const char*, std::int32_t>>& texts) {
+  for (const auto& [text, number] : texts) EXPECT_EQ(number, textToInt32(text)) << text;
+}
+
 TEST(TextToInt32, ReadsASignAndDigitsAfterBlanks) {
-  EXPECT_EQ(42, textToInt32("42"));
-  EXPECT_EQ(42, textToInt32("+42"));
-  EXPECT_EQ(-42, textToInt32("-42"));
-  EXPECT_EQ(7, textToInt32(" \t\n\v\f\r7"));
-  EXPECT_EQ(12, textToInt32("12mm"));
-  EXPECT_EQ(12, textToInt32("12.9"));
-  EXPECT_EQ(9, textToInt32("0009"));
+  expectNumbers({{"42", 42}, {"+42", 42}, {"-42", -42}, {" \t\n\v\f\r7", 7}});
+  expectNumbers({{"12mm", 12}, {"12.9", 12}, {"0009", 9}});
 }
 
 TEST(TextToInt32, IsZeroWithoutANumberAtTheStart) {
-  EXPECT_EQ(0, textToInt32(""));
-  EXPECT_EQ(0, textToInt32("abc"));
-  EXPECT_EQ(0, textToInt32("- 5"));
-  EXPECT_EQ(0, textToInt32("+-5"));
-  EXPECT_EQ(0, textToInt32("-"));
-  EXPECT_EQ(0, textToInt32("0x10"));
-  EXPECT_EQ(0, textToInt32("a5"));
+  for (const char* text : {"", "abc", "- 5", "+-5", "-", "0x10", "a5"}) {
+    EXPECT_EQ(0, textToInt32(text)) << text;
+  }
 }
 
 TEST(TextToInt32, CutsLargeNumbersTo32Bits) {
-  EXPECT_EQ(2147483647, textToInt32("2147483647"));
-  EXPECT_EQ(kMin32, textToInt32("2147483648"));
-  EXPECT_EQ(-1, textToInt32("4294967295"));
-  EXPECT_EQ(0, textToInt32("4294967296"));
-  EXPECT_EQ(1, textToInt32("4294967297"));
-  EXPECT_EQ(2147483647, textToInt32("-2147483649"));
+  expectNumbers({{"2147483647", 2147483647}, {"2147483648", kMin32}, {"4294967295", -1}});
+  expectNumbers({{"4294967296", 0}, {"4294967297", 1}, {"-2147483649", 2147483647}});
 }
 
 TEST(TextToInt32, SaturatesAt64BitsBeforeItCuts) {
   // 2^63 - 1 = 0x7FFFFFFFFFFFFFFF, low half -1; -2^63 = 0x8000000000000000, low half 0.
-  EXPECT_EQ(-1, textToInt32("9223372036854775807"));
-  EXPECT_EQ(-1, textToInt32("9223372036854775808"));
-  EXPECT_EQ(-1, textToInt32("9223372036854775810"));
-  EXPECT_EQ(-1, textToInt32("99999999999999999999"));
-  EXPECT_EQ(0, textToInt32("-9223372036854775808"));
-  EXPECT_EQ(0, textToInt32("-9223372036854775809"));
-  EXPECT_EQ(0, textToInt32("-9223372036854775810"));
-  EXPECT_EQ(0, textToInt32("-99999999999999999999"));
+  for (const char* text : {"9223372036854775807", "9223372036854775808", "9223372036854775810",
+                           "99999999999999999999"}) {
+    EXPECT_EQ(-1, textToInt32(text)) << text;
+  }
+  for (const char* text : {"-9223372036854775808", "-9223372036854775809", "-9223372036854775810",
+                           "-99999999999999999999"}) {
+    EXPECT_EQ(0, textToInt32(text)) << text;
+  }
   EXPECT_EQ(1, textToInt32("-9223372036854775807"));
 }
 

@@ -20,11 +20,15 @@ class PageCounter : public SpoolTest {
   }
   std::string marker(const std::string& queue) const { return kData + "/" + queue + ".pgc"; }
 
+  /// What comes of a counter of 0x1234.
+  static std::uint16_t read(const char* queue = "labels") {
+    std::uint16_t counter = 0x1234;
+    readPageCounter(queue, &counter);
+    return counter;
+  }
   std::uint16_t readFrom(const Bytes& bytes) {
     writeBytes(marker("labels"), bytes);
-    std::uint16_t counter = 0x1234;
-    readPageCounter("labels", &counter);
-    return counter;
+    return read();
   }
 };
 
@@ -37,9 +41,7 @@ TEST_F(PageCounter, IsStoredLittleEndian) {
 TEST_F(PageCounter, ComesBackAsItWasStored) {
   for (const int value : {0, 1, 255, 256, 9000, 65535}) {
     storePageCounter("labels", static_cast<std::uint16_t>(value));
-    std::uint16_t counter = 77;
-    readPageCounter("labels", &counter);
-    EXPECT_EQ(value, counter);
+    EXPECT_EQ(value, read());
   }
 }
 
@@ -51,20 +53,15 @@ TEST_F(PageCounter, IsReadFromAsManyBytesAsThereAre) {
 }
 
 TEST_F(PageCounter, StaysAsItIsWithoutAMarker) {
-  std::uint16_t counter = 0x1234;
-  readPageCounter("labels", &counter);
-  EXPECT_EQ(0x1234, counter);
+  EXPECT_EQ(0x1234, read());
   std::filesystem::remove_all("var");
-  readPageCounter("labels", &counter);
-  EXPECT_EQ(0x1234, counter);
+  EXPECT_EQ(0x1234, read());
 }
 
 TEST_F(PageCounter, BelongsToItsQueue) {
   storePageCounter("a", 5);
   storePageCounter("b", 6);
-  std::uint16_t counter = 0;
-  readPageCounter("a", &counter);
-  EXPECT_EQ(5, counter);
+  EXPECT_EQ(5, read("a"));
   EXPECT_EQ((Names{"a.pgc", "b.pgc"}), namesIn(kData));
 }
 
@@ -84,9 +81,7 @@ TEST_F(PageCounter, IsNotStoredWithoutItsFolder) {
 TEST_F(PageCounter, OfAnEmptyQueueNameHasAMarkerToo) {
   storePageCounter("", 5);
   EXPECT_EQ(Names{".pgc"}, namesIn(kData));
-  std::uint16_t counter = 0;
-  readPageCounter("", &counter);
-  EXPECT_EQ(5, counter);
+  EXPECT_EQ(5, read(""));
 }
 
 TEST_F(PageCounter, TakesOrdinaryQueueNamesWithDotsAndUnderscores) {
@@ -101,11 +96,9 @@ TEST_F(PageCounter, IsReadThroughNoLinkAndNoFifo) {
   std::filesystem::create_symlink("../../../../../target", marker("linked"));
   ASSERT_EQ(0x56, readBytes(marker("linked")).at(0));  // the link does lead there
   ASSERT_EQ(0, mkfifo(marker("fifo").c_str(), 0600));
-  std::uint16_t counter = 0x1234;
-  readPageCounter("linked", &counter);
-  readPageCounter("fifo", &counter);  // without waiting for a writer
-  EXPECT_EQ(0x1234, counter);
-  storePageCounter("linked", 5);  // replaces the link, not what it leads to
+  EXPECT_EQ(0x1234, read("linked"));
+  EXPECT_EQ(0x1234, read("fifo"));  // without waiting for a writer
+  storePageCounter("linked", 5);    // replaces the link, not what it leads to
   EXPECT_EQ((Bytes{5, 0}), readBytes(marker("linked")));
   EXPECT_EQ((Bytes{0x56, 0x78}), readBytes("target"));
 }
@@ -115,13 +108,10 @@ TEST_F(PageCounter, IsNotReadFromSomebodyElsesFolder) {
   std::filesystem::rename(kData, kTmp + "/elsewhere");
   std::filesystem::create_symlink("elsewhere", kData);
   ASSERT_EQ(0x56, readBytes(marker("labels")).at(0));  // the link does lead there
-  std::uint16_t counter = 0x1234;
-  readPageCounter("labels", &counter);
-  EXPECT_EQ(0x1234, counter);
+  EXPECT_EQ(0x1234, read());
   std::filesystem::remove(kData);
   std::filesystem::rename(kTmp + "/elsewhere", kData);
-  readPageCounter("labels", &counter);
-  EXPECT_EQ(0x7856, counter);  // the folder itself again
+  EXPECT_EQ(0x7856, read());  // the folder itself again
 }
 
 TEST_F(PageCounter, IsNeverStoredOutsideItsFolder) {

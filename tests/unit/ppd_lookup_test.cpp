@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/unit/small_ppd.h"
+#include "tests/unit/open_ppd.h"
 #include "tests/unit/spool_test.h"
 
 namespace kestra {
@@ -12,7 +12,9 @@ namespace {
 
 class PpdLookup : public SpoolTest {};
 
-SmallPpd darkness() { return SmallPpd().option("Darkness", "Middle", {"Light", "Middle", "Dark"}); }
+PpdText darkness() {
+  return PpdText().setOption("Darkness", "Middle", {"Light", "Middle", "Dark"});
+}
 
 TEST_F(PpdLookup, FindsNothingInANullDescription) {
   EXPECT_EQ(nullptr, wrenPpdGetChoice(nullptr, "Darkness"));
@@ -46,7 +48,7 @@ TEST_F(PpdLookup, GivesTheCallersDefaultForAnUnknownOption) {
 }
 
 TEST_F(PpdLookup, GivesTheCallersDefaultWhereTheDefaultChoiceDoesNotExist) {
-  const OpenPpd ppd(SmallPpd().option("Darkness", "Black", {"Light", "Dark"}));
+  const OpenPpd ppd(PpdText().setOption("Darkness", "Black", {"Light", "Dark"}));
   EXPECT_EQ(nullptr, wrenPpdGetChoice(ppd.get(), "Darkness"));
   EXPECT_STREQ("x", wrenPpdGetChoiceAsStrDefault(ppd.get(), "Darkness", "x"));
 }
@@ -66,7 +68,7 @@ TEST_F(PpdLookup, GivesTheDescriptionsOwnSpellingOfAChoice) {
 }
 
 std::int32_t intOf(const std::string& choice) {
-  const OpenPpd ppd(SmallPpd().option("GapsHeight", choice, {choice}));
+  const OpenPpd ppd(PpdText().setOption("GapsHeight", choice, {choice}));
   return wrenPpdGetChoiceAsIntDefault(ppd.get(), "GapsHeight", 99);
 }
 
@@ -78,7 +80,7 @@ TEST_F(PpdLookup, ReadsIntegersFromTheStartOfAChoice) {
 }
 
 bool boolOf(const std::string& choice) {
-  const OpenPpd ppd(SmallPpd().option("MirrorImage", choice, {choice}));
+  const OpenPpd ppd(PpdText().setOption("MirrorImage", choice, {choice}));
   const bool value = wrenPpdGetChoiceAsBoolDefault(ppd.get(), "MirrorImage", false);
   // A choice that was found decides alone: the default must make no difference.
   EXPECT_EQ(value, wrenPpdGetChoiceAsBoolDefault(ppd.get(), "MirrorImage", true));
@@ -95,23 +97,15 @@ TEST_F(PpdLookup, ReadsTheWordsForTrueAndFalseInAnyCase) {
 }
 
 TEST_F(PpdLookup, ReadsOtherTruthValuesAsTheLow8BitsOfANumber) {
-  EXPECT_TRUE(boolOf("1"));
-  EXPECT_TRUE(boolOf("2"));
-  EXPECT_TRUE(boolOf("255"));
-  EXPECT_TRUE(boolOf("-1"));
-  EXPECT_TRUE(boolOf("257"));
-  EXPECT_FALSE(boolOf("0"));
-  EXPECT_FALSE(boolOf("256"));
-  EXPECT_FALSE(boolOf("65536"));
-  EXPECT_FALSE(boolOf("maybe"));
-  EXPECT_FALSE(boolOf("on"));  // no word for true here, and no number
+  for (const char* word : {"1", "2", "255", "-1", "257"}) EXPECT_TRUE(boolOf(word)) << word;
+  for (const char* word : {"0", "256", "65536"}) EXPECT_FALSE(boolOf(word)) << word;
+  // No number, and "on" is no word for true here.
+  for (const char* word : {"maybe", "on"}) EXPECT_FALSE(boolOf(word)) << word;
 }
 
 TEST_F(PpdLookup, FindsAttributesWithAndWithoutASpecifier) {
-  const OpenPpd ppd(SmallPpd()
-                        .line("*MaxMediaWidth: \"288\"")
-                        .line("*testAttr first/First: \"one\"")
-                        .line("*testAttr second/Second: \"two\""));
+  const OpenPpd ppd(PpdText(),
+                    "*testAttr first/First: \"one\"\n*testAttr second/Second: \"two\"\n");
   EXPECT_STREQ("288", wrenPpdGetAttrAsStrDefault(ppd.get(), "MaxMediaWidth", nullptr, ""));
   EXPECT_STREQ("two", wrenPpdGetAttrAsStrDefault(ppd.get(), "testAttr", "second", ""));
   EXPECT_STREQ("one", wrenPpdGetAttrAsStrDefault(ppd.get(), "testAttr", nullptr, ""));
@@ -120,7 +114,7 @@ TEST_F(PpdLookup, FindsAttributesWithAndWithoutASpecifier) {
 }
 
 TEST_F(PpdLookup, GivesTheDefaultForAnAttributeWithoutAValue) {
-  const OpenPpd ppd(SmallPpd().line("*testAttr: \"3.5\""));
+  const OpenPpd ppd(PpdText(), "*testAttr: \"3.5\"\n");
   ppd_attr_t* attribute = ppdFindAttr(ppd.get(), "testAttr", nullptr);
   ASSERT_NE(nullptr, attribute);
   char* const value = attribute->value;
@@ -132,11 +126,7 @@ TEST_F(PpdLookup, GivesTheDefaultForAnAttributeWithoutAValue) {
 }
 
 TEST_F(PpdLookup, ReadsAttributesAsDecimalNumbers) {
-  const OpenPpd ppd(SmallPpd()
-                        .line("*a: \"288\"")
-                        .line("*b: \"294.75\"")
-                        .line("*c: \"wide\"")
-                        .line("*d: \"-2\""));
+  const OpenPpd ppd(PpdText(), "*a: \"288\"\n*b: \"294.75\"\n*c: \"wide\"\n*d: \"-2\"\n");
   EXPECT_EQ(288.0, wrenPpdGetAttrAsFloatDefault(ppd.get(), "a", nullptr, 1.0));
   EXPECT_EQ(294.75, wrenPpdGetAttrAsFloatDefault(ppd.get(), "b", nullptr, 1.0));
   EXPECT_EQ(0.0, wrenPpdGetAttrAsFloatDefault(ppd.get(), "c", nullptr, 1.0));
