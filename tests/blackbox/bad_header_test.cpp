@@ -9,8 +9,6 @@
 
 namespace kestra::blackbox {
 
-namespace ts = testing_support;
-
 namespace {
 
 struct Field {
@@ -144,9 +142,9 @@ TEST(BadHeader, BitDepthIsCheckedBeforeHeightAndSize) {
     bad.cupsBitsPerColor = 1;
     const ts::Result result = runBetweenGoodPages(bad);
     EXPECT_EQ(result.status, 1);
-    EXPECT_NE(result.messages.find("ERROR:Unsupported bits per pixel : 1 ! Requires 8 bits per "
-                                   "pixel!\n"),
-              std::string::npos);
+    EXPECT_TRUE(says(result,
+                     "ERROR:Unsupported bits per pixel : 1 ! Requires 8 bits per "
+                     "pixel!\n"));
   }
 }
 

@@ -9,8 +9,6 @@
 
 namespace kestra::blackbox {
 
-namespace ts = testing_support;
-
 namespace {
 
 using Lines = std::vector<std::string>;

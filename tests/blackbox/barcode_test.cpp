@@ -8,8 +8,6 @@
 
 namespace kestra::blackbox {
 
-namespace ts = testing_support;
-
 namespace {
 
 // A negative print of width x height: paper (255 after the negative) except where `ink` says so

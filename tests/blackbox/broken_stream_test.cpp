@@ -8,8 +8,6 @@
 
 namespace kestra::blackbox {
 
-namespace ts = testing_support;
-
 namespace {
 
 std::string twoPages(bool compressed) {

@@ -11,8 +11,6 @@
 
 namespace kestra::blackbox {
 
-namespace ts = testing_support;
-
 namespace {
 
 const std::string kData = std::string(ts::kData) + "/";

@@ -6,8 +6,6 @@
 
 namespace kestra::blackbox {
 
-namespace ts = testing_support;
-
 namespace {
 
 const std::string kDataDir = std::string(ts::kData) + "/";

@@ -11,8 +11,6 @@
 
 namespace kestra::blackbox {
 
-namespace ts = testing_support;
-
 TEST(DebugImage, HasAHeaderThatDisagreesWithItsData) {
   // 10 x 2: the header speaks of rows of 12 bytes (24 = 0x18 in all, file 1078 + 24 = 1102 =
   // 0x44E), but 20 bytes follow the palette.

@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
-namespace kestra::blackbox {
+#include <algorithm>
 
-namespace ts = testing_support;
+namespace kestra::blackbox {
 
 ts::StreamPage drawnPage(unsigned width, unsigned height, const Drawing& white) {
   const std::string bytes = drawnBytes(width, height, white);
@@ -43,13 +43,11 @@ std::vector<std::string> printDrawn(int halftone, int barcode, unsigned width, u
 }
 
 std::vector<std::string> drawnRows(unsigned width, unsigned height, const Drawing& white) {
-  std::vector<std::string> rows(height, std::string(width, '.'));
-  for (unsigned y = 0; y < height; ++y) {
-    for (unsigned x = 0; x < width; ++x) {
-      if (white(x, y)) rows[y][x] = '#';
-    }
-  }
-  rows.back().back() = '.';
+  std::string dots = drawnBytes(width, height, white);
+  std::replace(dots.begin(), dots.end(), '\xFF', '#');
+  std::replace(dots.begin(), dots.end(), '\0', '.');
+  std::vector<std::string> rows;
+  for (unsigned y = 0; y < height; ++y) rows.push_back(dots.substr(y * width, width));
   return rows;
 }
 

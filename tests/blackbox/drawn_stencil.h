@@ -19,7 +19,7 @@ using Drawing = std::function<bool(unsigned x, unsigned y)>;
 /// falls into them. So the threshold is 100, and tone curve and sharpening leave 0 and 255 alone. A
 /// dot beside black ones passes on less than 73 levels, too few to lift a 0 above 100. The last
 /// pixel itself must stand in white: sharpening then makes it 0, and its error goes nowhere.
-testing_support::StreamPage drawnPage(unsigned width, unsigned height, const Drawing& white);
+ts::StreamPage drawnPage(unsigned width, unsigned height, const Drawing& white);
 
 /// The bytes 255 and 0 of the finished page: the drawing with 0 for the last pixel, rows unpadded.
 std::string drawnBytes(unsigned width, unsigned height, const Drawing& white);

@@ -8,7 +8,8 @@ namespace kestra::blackbox {
 
 namespace {
 
-const char* const kPictures[] = {"gradient", "photo", "bars", "text", "noise", "blank", "solid"};
+const char* const kPictures[] = {"gradient", "photo", "bars",  "text",
+                                 "noise",    "runs",  "blank", "solid"};
 
 }  // namespace
 
@@ -29,6 +30,7 @@ TEST_P(HalftoneType, PrintsPagesOfEverySmallSize) {
   for (const unsigned height : sizes) job.addPage(20, height, "photo");
   job.addPage(1, 200, "gradient");
   job.addPage(811, 1, "gradient");
+  job.addPage(1, 1, "solid");
   expectAsPlain(job);
 }
 
@@ -54,7 +56,7 @@ TEST_P(HalftoneType, PrintsAPageOfFullHeadWidth) {
   expectAsPlain(job);
 }
 
-INSTANTIATE_TEST_SUITE_P(Classic, HalftoneType, ::testing::Range(0, 8),
+INSTANTIATE_TEST_SUITE_P(Each, HalftoneType, ::testing::Range(0, 10),
                          [](const auto& each) { return halftoneName(each.param); });
 
 TEST(Halftone, ThresholdPrintsFrom129On) {
@@ -78,7 +80,7 @@ TEST(Halftone, TheSecondNameRunsTheOrderedMethodWithSeventeenLevels) {
   // matrix row 0 8 2 10 are ink: 1 0 1 0, twice = 0xAA. Error diffusion would give another pattern.
   JobCase job;
   job.halftone(1);
-  job.addPixels(8, 1, testing_support::uniform(8, 1, 128));
+  job.addPixels(8, 1, ts::uniform(8, 1, 128));
   EXPECT_EQ(frameOf(job).back(), '\xAA');
 }
 

@@ -13,8 +13,6 @@
 
 namespace kestra::blackbox {
 
-namespace ts = testing_support;
-
 namespace {
 
 constexpr char kNames[10][20] = {"None",   "FloydSteinberg",    "Ordered", "Burkes",
@@ -251,6 +249,10 @@ std::string imageNamed(const ts::Result& result, const std::string& maskedName) 
   }
   ADD_FAILURE() << "no image " << maskedName;
   return "";
+}
+
+bool says(const ts::Result& result, const std::string& text) {
+  return result.messages.find(text) != std::string::npos;
 }
 
 std::string counterOf(const ts::Result& result) { return result.files.at(kData + "label.pgc"); }

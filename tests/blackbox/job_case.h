@@ -15,14 +15,16 @@
 
 namespace kestra::blackbox {
 
+namespace ts = testing_support;
+
 struct JobCase {
   /// A fresh queue: the data directory does not exist yet.
   JobCase() { place.dataDirectoryThere = false; }
 
-  testing_support::PpdText ppd;
+  ts::PpdText ppd;
   std::string options;       ///< argv[5]
   plain::Settings settings;  ///< what `ppd` and `options` come to, by hand
-  std::vector<testing_support::StreamPage> pages;
+  std::vector<ts::StreamPage> pages;
   std::optional<std::string> stream;  ///< these bytes instead of `pages`
   bool compressed = false;
   bool fileArgument = false;  ///< argv[6] instead of standard input
@@ -33,10 +35,10 @@ struct JobCase {
   plain::Place place;  ///< only the flags; prefix, marker and frames are filled in
   long fileSizeLimit = -1;
   bool asNobody = false;
-  testing_support::Listener listener = testing_support::Listener::kReads;
-  std::vector<testing_support::Milestone> milestones;
-  bool manyFiles = false;                                  ///< the tree lies in memory
-  std::function<void(testing_support::Sandbox&)> prepare;  ///< last thing before the start
+  ts::Listener listener = ts::Listener::kReads;
+  std::vector<ts::Milestone> milestones;
+  bool manyFiles = false;                     ///< the tree lies in memory
+  std::function<void(ts::Sandbox&)> prepare;  ///< last thing before the start
 
   /// Adds "keyword=choice" to the options.
   void choose(const std::string& keyword, const std::string& choice);
@@ -56,7 +58,7 @@ struct JobCase {
   void addPage(unsigned width, unsigned height, const std::string& picture,
                unsigned bytesPerLine = 0, unsigned dpi = 203);
   /// A page of these bytes, line by line.
-  void addPixels(unsigned width, unsigned height, const testing_support::Pixels& pixels);
+  void addPixels(unsigned width, unsigned height, const ts::Pixels& pixels);
   /// The data directory is there, though the queue is fresh.
   void makeDataDirectory();
 };
@@ -72,27 +74,30 @@ plain::Header toPlain(const cups_page_header2_t& header);
 plain::Outcome predict(const JobCase& job);
 
 /// Fills a tree with the job's files and returns what is to be started there.
-testing_support::Run prepare(const JobCase& job, testing_support::Sandbox& box);
+ts::Run prepare(const JobCase& job, ts::Sandbox& box);
 
 /// Runs the filter alone.
-testing_support::Result runFilter(const JobCase& job);
+ts::Result runFilter(const JobCase& job);
 
 /// Files of a run that are the test's own (PPD, stream).
 bool isInput(const std::string& file);
 
 /// The debug image with this masked name ("dithered_#_1.bmp"); an empty text and a failure if there
 /// is none. Its pixels start at byte 1078.
-std::string imageNamed(const testing_support::Result& result, const std::string& maskedName);
+std::string imageNamed(const ts::Result& result, const std::string& maskedName);
 
 /// Runs both, expects that all agree, returns what the filter did.
-testing_support::Result expectAsPlain(const JobCase& job);
+ts::Result expectAsPlain(const JobCase& job);
+
+/// Whether the messages have this text.
+bool says(const ts::Result& result, const std::string& text);
 
 /// The bytes of the counter file of queue "label", and of the first frame of page number `page`.
-std::string counterOf(const testing_support::Result& result);
-std::string frameOfPage(const testing_support::Result& result, int page);
+std::string counterOf(const ts::Result& result);
+std::string frameOfPage(const ts::Result& result, int page);
 
 /// The bytes of the only new frame; an empty text and a failure if there is not exactly one.
-std::string onlyFrame(const testing_support::Result& result);
+std::string onlyFrame(const ts::Result& result);
 
 /// The same of a job that is run and compared as above.
 std::string frameOf(const JobCase& job);

@@ -12,8 +12,6 @@
 
 namespace kestra::blackbox {
 
-namespace ts = testing_support;
-
 namespace {
 
 constexpr std::size_t kPages = 1000;

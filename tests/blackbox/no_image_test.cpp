@@ -7,8 +7,6 @@
 
 namespace kestra::blackbox {
 
-namespace ts = testing_support;
-
 namespace {
 
 ts::StreamPage badPage(unsigned height = 4, unsigned dpi = 203) {
@@ -100,7 +98,7 @@ TEST(NoImageClassic, HasNothingLeftToPrint) {
   for (int halftone = 0; halftone < 8; ++halftone) {
     const ts::StreamPage good = {ts::makeHeader(16, 4, 16), ts::noise(16, 4, 2)};
     const ts::Result result = expectAsPlain(jobOf(halftone, {good, badPage(), good}));
-    EXPECT_NE(result.messages.find(kMissing), std::string::npos);
+    EXPECT_TRUE(says(result, kMissing));
     EXPECT_EQ(counterOf(result), hex("03 00"));
   }
 }

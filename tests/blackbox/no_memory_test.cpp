@@ -4,22 +4,13 @@
 #include <gtest/gtest.h>
 
 #include "tests/blackbox/job_case.h"
+#include "tests/support/sanitized.h"
 
 namespace kestra::blackbox {
-
-namespace ts = testing_support;
 
 namespace {
 
 constexpr long kMegabyte = 1'000'000;
-
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kSanitized = true;
-#elif defined(__has_feature)
-constexpr bool kSanitized = __has_feature(address_sanitizer);
-#else
-constexpr bool kSanitized = false;
-#endif
 
 struct Seen {
   bool printed = false;
@@ -65,7 +56,9 @@ class NoMemory : public testing::TestWithParam<int> {};
 }  // namespace
 
 TEST_P(NoMemory, PrintsAPageWholeOrNotAtAll) {
-  if (kSanitized) GTEST_SKIP() << "the address sanitizer needs more memory than there is";
+#ifdef KESTRA_SANITIZED
+  GTEST_SKIP() << "the address sanitizer needs more memory than there is";
+#endif
   const Seen seen = expectWholePagesOrNone(GetParam());
   EXPECT_TRUE(seen.printed);
   EXPECT_TRUE(seen.lost);

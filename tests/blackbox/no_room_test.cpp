@@ -9,8 +9,6 @@
 
 namespace kestra::blackbox {
 
-namespace ts = testing_support;
-
 namespace {
 
 JobCase twoPages() {
@@ -42,7 +40,7 @@ TEST(NoRoom, LosesFramesSilentlyInAClosedDataDirectory) {
   const ts::Result result = expectAsPlain(job);
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output.size(), 14U);
-  EXPECT_EQ(result.messages.find("DumpPageToFile"), std::string::npos);
+  EXPECT_FALSE(says(result, "DumpPageToFile"));
 }
 
 TEST(NoRoom, PrintsOnInAClosedSpoolDirectory) {
@@ -71,8 +69,8 @@ TEST(NoRoom, LosesFramesWhenAFileHasTheNameOfTheDataDirectory) {
   const ts::Result result = runFilter(job);
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output, hex("1B 73 01 00 00 02 01"));
-  EXPECT_EQ(result.messages.find("DumpPageToFile"), std::string::npos);
-  EXPECT_EQ(result.messages.find("ERROR"), std::string::npos);
+  EXPECT_FALSE(says(result, "DumpPageToFile"));
+  EXPECT_FALSE(says(result, "ERROR"));
   EXPECT_EQ(result.files.at(ts::kData), "in the way");
   EXPECT_EQ(result.files.size(), 5U) << "PPD, side file, the file in the way, two images";
 }
@@ -125,7 +123,7 @@ TEST(NoRoom, ReportsAFullDisk) {
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.signal, 0);
   EXPECT_EQ(ts::compareLogs(expected.log, result.messages), "");
-  EXPECT_EQ(result.messages.find("page_0001"), std::string::npos) << "nothing was dumped as page 1";
+  EXPECT_FALSE(says(result, "page_0001")) << "nothing was dumped as page 1";
 }
 
 }  // namespace kestra::blackbox

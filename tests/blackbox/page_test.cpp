@@ -6,8 +6,6 @@
 
 namespace kestra::blackbox {
 
-namespace ts = testing_support;
-
 TEST(Page, PrintsPagesOfDifferentSizesInOneStream) {
   JobCase job;
   job.addPage(400, 60, "photo");
@@ -175,9 +173,8 @@ TEST(Page, EndsWithStatusOneAtAPageThatHasNotEightBits) {
     job.makeDataDirectory();
     const ts::Result result = expectAsPlain(job);
     EXPECT_EQ(result.status, 1);
-    EXPECT_NE(result.messages.find("ERROR:Unsupported bits per pixel : " + std::to_string(bits) +
-                                   " ! Requires 8 bits per pixel!\n"),
-              std::string::npos);
+    EXPECT_TRUE(says(result, "ERROR:Unsupported bits per pixel : " + std::to_string(bits) +
+                                 " ! Requires 8 bits per pixel!\n"));
     EXPECT_EQ(result.files.count(std::string(ts::kData) + "/label.pgc"), 0U) << "no job end";
     EXPECT_EQ(result.output.size(), 7U) << "the first page's command only";
   }
@@ -227,9 +224,9 @@ TEST(Page, LogsEveryHeaderField) {
   JobCase job;
   job.pages.push_back({header, ts::noise(16, 2, 1)});
   const ts::Result result = expectAsPlain(job);
-  EXPECT_NE(result.messages.find("DEBUG:PAGE: 1 16\n\nDEBUG:header.HWResolution[0]:203\n\n"
-                                 "DEBUG:header.HWResolution[1]:300\nDEBUG:header.cupsWidth:16\n"),
-            std::string::npos);
+  EXPECT_TRUE(says(result,
+                   "DEBUG:PAGE: 1 16\n\nDEBUG:header.HWResolution[0]:203\n\n"
+                   "DEBUG:header.HWResolution[1]:300\nDEBUG:header.cupsWidth:16\n"));
 }
 
 TEST(Page, PrintsAThousandPages) {

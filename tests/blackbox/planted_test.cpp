@@ -14,8 +14,6 @@
 namespace kestra::blackbox {
 
 namespace fs = std::filesystem;
-namespace ts = testing_support;
-
 namespace {
 
 constexpr char kVictim[] = "tmp/victim";
@@ -36,23 +34,13 @@ void put(ts::Sandbox& box, Plant plant, const std::string& path) {
   const fs::path full = fs::path(box.root()) / path;
   // In the filter's eyes the tree is elsewhere, so links are relative.
   const fs::path up = fs::path(box.root()).lexically_relative(full.parent_path());
-  switch (plant) {
-    case Plant::kLink:
-      fs::create_symlink(up / kVictim, full);
-      break;
-    case Plant::kDanglingLink:
-      fs::create_symlink(up / "tmp/made", full);
-      break;
-    case Plant::kHardLink:
-      fs::create_hard_link(fs::path(box.root()) / kVictim, full);
-      break;
-    case Plant::kFifo:
-      ASSERT_EQ(::mkfifo(full.c_str(), 0666), 0);
-      break;
-    case Plant::kFolder:
-      fs::create_directory(full);
-      break;
+  if (plant == Plant::kLink) fs::create_symlink(up / kVictim, full);
+  if (plant == Plant::kDanglingLink) fs::create_symlink(up / "tmp/made", full);
+  if (plant == Plant::kHardLink) fs::create_hard_link(fs::path(box.root()) / kVictim, full);
+  if (plant == Plant::kFifo) {
+    ASSERT_EQ(::mkfifo(full.c_str(), 0666), 0);
   }
+  if (plant == Plant::kFolder) fs::create_directory(full);
 }
 
 // Every name that an image of the next half minute can have.

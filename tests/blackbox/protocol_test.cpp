@@ -6,8 +6,6 @@
 
 namespace kestra::blackbox {
 
-namespace ts = testing_support;
-
 TEST(Protocol, FrameOfASmallPageByHand) {
   // Row 0: sixteen levels above 128 -> FF FF, 16 dots. Row 1: only the first pixel above -> 80 00.
   JobCase job = onePage(16, 2, "solid");

@@ -6,13 +6,10 @@
 
 namespace kestra::blackbox {
 
-namespace ts = testing_support;
-
 TEST(Settings, TakesThePpdDefaultsWithoutOptions) {
   const ts::Result result = expectAsPlain(onePage(16, 3, "noise"));
-  EXPECT_NE(result.messages.find("DEBUG:Set page size: width 50.803200 mm, height 25.401600 mm\n"),
-            std::string::npos);
-  EXPECT_NE(result.messages.find("DEBUG:settings->MaxMediaWidth:101.599998\n"), std::string::npos);
+  EXPECT_TRUE(says(result, "DEBUG:Set page size: width 50.803200 mm, height 25.401600 mm\n"));
+  EXPECT_TRUE(says(result, "DEBUG:settings->MaxMediaWidth:101.599998\n"));
 }
 
 TEST(Settings, LetsJobOptionsOverrideThePpd) {

@@ -6,8 +6,6 @@
 
 namespace kestra::blackbox {
 
-namespace ts = testing_support;
-
 namespace {
 
 std::string usage(const std::string& name) {

@@ -9,8 +9,6 @@
 
 namespace kestra::blackbox {
 
-namespace ts = testing_support;
-
 class Tattoo : public ::testing::TestWithParam<int> {
  protected:
   static JobCase stencilJob() {
@@ -19,14 +17,6 @@ class Tattoo : public ::testing::TestWithParam<int> {
     return job;
   }
 };
-
-TEST_P(Tattoo, PrintsEveryPictureAsThePlainVersionDoes) {
-  JobCase job = stencilJob();
-  for (const char* picture : {"gradient", "photo", "bars", "text", "noise", "runs"}) {
-    job.addPage(120, 67, picture);
-  }
-  expectAsPlain(job);
-}
 
 TEST_P(Tattoo, PrintsEveryToneMirrorNegativeAndBarcodeChoice) {
   for (const int brightness : {-100, -20, -1, 0, 1, 20, 100}) {
@@ -42,17 +32,6 @@ TEST_P(Tattoo, PrintsEveryToneMirrorNegativeAndBarcodeChoice) {
       expectAsPlain(job);
     }
   }
-}
-
-TEST_P(Tattoo, PrintsPagesOfEverySmallSize) {
-  const unsigned sizes[] = {1, 2, 3, 4, 5, 7, 8, 9, 12, 15, 16, 17, 31, 33};
-  JobCase job = stencilJob();
-  for (const unsigned width : sizes) job.addPage(width, 11, "noise");
-  for (const unsigned height : sizes) job.addPage(20, height, "photo");
-  job.addPage(1, 200, "gradient");
-  job.addPage(811, 1, "gradient");
-  job.addPage(1, 1, "solid");
-  expectAsPlain(job);
 }
 
 TEST_P(Tattoo, PrintsLongAndWidePages) {
