@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <filesystem>
 #include <ostream>
 
 #include "tests/blackbox/job_case.h"
@@ -16,7 +15,6 @@
 
 namespace kestra::cups_tests {
 
-namespace fs = std::filesystem;
 namespace ts = testing_support;
 
 namespace {
@@ -37,8 +35,8 @@ plain::Settings labelSettings(const std::string& size, float width, float length
 std::string renderByHand(const std::vector<std::string>& programs, const std::string& document,
                          const std::string& contentType, const std::string& ppd,
                          const std::string& options) {
-  std::string name = PrintServer::running().document("by-hand-XXXXXX");
-  if (::mkdtemp(name.data()) == nullptr) return "";
+  const ts::TemporaryFolder folder(PrintServer::running().document(""));
+  const std::string& name = folder.path();
   std::string input = document;
   for (const auto& program : programs) {
     Command command;
@@ -64,9 +62,7 @@ std::string renderByHand(const std::vector<std::string>& programs, const std::st
     }
     input = command.output;
   }
-  std::string stream = readFile(input);
-  fs::remove_all(name);
-  return stream;
+  return readFile(input);
 }
 
 plain::Outcome predict(const std::string& stream, const plain::Settings& settings, int job,

@@ -62,11 +62,9 @@ float halfOfTheSmallest() {
 }  // namespace
 
 TEST(StencilDiffusion, EveryKindOfPageEqualsThePlainVersion) {
-  for (const auto& [width, height] : allSizes()) {
-    for (const NamedPicture& picture : allKinds(width, height)) {
-      for (const int threshold : {-1, 0, 1, 64, 128, 254, 255}) {
-        expectAsPlain(picture.rows, threshold, picture.name);
-      }
+  for (const NamedPicture& picture : allPictures()) {
+    for (const int threshold : {-1, 0, 1, 64, 128, 254, 255}) {
+      expectAsPlain(picture.rows, threshold, picture.name);
     }
   }
 }

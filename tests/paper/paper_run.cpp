@@ -50,27 +50,13 @@ bool awaitThat(const std::function<bool()>& condition) {
   return true;
 }
 
-Folder::Folder() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "kestra-paper-XXXXXX").string();
-  if (mkdtemp(pattern.data()) == nullptr) std::abort();
-  root_ = pattern;
-}
-
-Folder::~Folder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(root_, ignored);
-}
-
 void Folder::write(const std::string& name, const Bytes& bytes) const {
   std::ofstream file(path(name), std::ios::binary);
   file << bytes;
   EXPECT_TRUE(file.flush().good());
 }
 
-Bytes Folder::read(const std::string& name) const {
-  std::ifstream file(path(name), std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
+Bytes Folder::read(const std::string& name) const { return testing_support::readFile(path(name)); }
 
 bool Folder::exists(const std::string& name) const { return std::filesystem::exists(path(name)); }
 

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "tests/paper/stream_bytes.h"
+#include "tests/support/files.h"
 #include "tests/tools/json_value.h"
 
 namespace kestra::paper {
@@ -20,18 +21,15 @@ namespace kestra::paper {
 /// A temporary folder that vanishes with this object.
 class Folder {
  public:
-  Folder();
-  ~Folder();
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-
-  [[nodiscard]] std::string path(const std::string& name) const { return root_ + "/" + name; }
+  [[nodiscard]] std::string path(const std::string& name) const {
+    return folder_.path() + "/" + name;
+  }
   void write(const std::string& name, const Bytes& bytes) const;
   [[nodiscard]] Bytes read(const std::string& name) const;  ///< empty where there is none
   [[nodiscard]] bool exists(const std::string& name) const;
 
  private:
-  std::string root_;
+  testing_support::TemporaryFolder folder_;
 };
 
 /// One run of the program, its current folder being the given one.

@@ -151,13 +151,10 @@ TEST(EdfCus, BoundsIncludeZeroAndExcludeTheSize) {
 }
 
 TEST(EdfCus, EqualsThePlainVersionOnEveryKindOfPageAndThreshold) {
-  for (const auto& [width, height] : allSizes()) {
-    for (const NamedPicture& picture : allKinds(width, height)) {
-      for (const int threshold : {-1, 0, 1, 77, 128, 254, 255, 256}) {
-        ASSERT_EQ(diffused(picture.rows, threshold),
-                  plain_stencil::diffuse(picture.rows, threshold))
-            << picture.name << " " << width << " x " << height << ", threshold " << threshold;
-      }
+  for (const NamedPicture& picture : allPictures()) {
+    for (const int threshold : {-1, 0, 1, 77, 128, 254, 255, 256}) {
+      ASSERT_EQ(diffused(picture.rows, threshold), plain_stencil::diffuse(picture.rows, threshold))
+          << picture.name << ", threshold " << threshold;
     }
   }
 }

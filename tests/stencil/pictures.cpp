@@ -78,10 +78,12 @@ plain::Rows nearlyUniformPage(int width, int height, int level) {
   });
 }
 
-std::vector<NamedPicture> allKinds(int width, int height) {
-  std::vector<NamedPicture> pictures;
+namespace {
+
+void addAllKinds(std::vector<NamedPicture>& pictures, int width, int height) {
+  const std::string size = ", " + std::to_string(width) + " x " + std::to_string(height);
   const auto add = [&](const std::string& name, plain::Rows rows) {
-    pictures.push_back({name, std::move(rows)});
+    pictures.push_back({name + size, std::move(rows)});
   };
   add("text", textPage(width, height));
   add("white text", plain::negative(textPage(width, height)));
@@ -101,6 +103,13 @@ std::vector<NamedPicture> allKinds(int width, int height) {
   for (const int level : {1, 90, 180, 254}) {
     add("nearly uniform " + std::to_string(level), nearlyUniformPage(width, height, level));
   }
+}
+
+}  // namespace
+
+std::vector<NamedPicture> allPictures() {
+  std::vector<NamedPicture> pictures;
+  for (const auto& [width, height] : allSizes()) addAllKinds(pictures, width, height);
   return pictures;
 }
 

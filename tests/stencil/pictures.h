@@ -38,10 +38,11 @@ plain::Rows singlePixelPage(int width, int height, int paper, int pixel);
 /// Levels level - 1, level and level + 1 at random.
 plain::Rows nearlyUniformPage(int width, int height, int level);
 
-/// Every kind above in one size, with ink and paper exchanged where that makes another page.
-std::vector<NamedPicture> allKinds(int width, int height);
-
 /// Squares and mixtures of 1, 2, 3, 7, 8, 9, 15, 16, 17, 31, 33 and 101, as width and height.
 std::vector<std::pair<int, int>> allSizes();
+
+/// Every kind above in all those sizes, with ink and paper exchanged where that makes another page;
+/// the names tell kind and size.
+std::vector<NamedPicture> allPictures();
 
 }  // namespace kestra

@@ -160,10 +160,8 @@ TEST(TattooDithering, TheTwoHalftonesDiffer) {
 }
 
 TEST(TattooDithering, EqualsThePlainVersionOnEveryKindAndSize) {
-  for (const auto& [width, height] : allSizes()) {
-    for (const NamedPicture& picture : allKinds(width, height)) {
-      expectAsPlain(picture.rows, picture.name);
-    }
+  for (const NamedPicture& picture : allPictures()) {
+    expectAsPlain(picture.rows, picture.name);
   }
 }
 

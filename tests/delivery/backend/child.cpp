@@ -11,8 +11,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <optional>
 
@@ -133,23 +131,13 @@ char Trace::next() {
   return nextByte(reading_).value_or('\0');
 }
 
-Folder::Folder() {
-  std::string path = std::filesystem::temp_directory_path() / "kestra-delivery-XXXXXX";
-  if (mkdtemp(path.data()) == nullptr) ADD_FAILURE() << "no folder " << path;
-  chmod(path.c_str(), 0755);
-  path_ = path;
-}
-
-Folder::~Folder() {
-  std::error_code problem;
-  std::filesystem::remove_all(path_, problem);
-}
+Folder::Folder() { chmod(path().c_str(), 0755); }
 
 std::string Folder::write(const std::string& name, const std::string& text, mode_t mode) const {
-  std::string path = path_ + "/" + name;
-  std::ofstream(path) << text;
-  chmod(path.c_str(), mode);
-  return path;
+  std::string file = path() + "/" + name;
+  std::ofstream(file) << text;
+  chmod(file.c_str(), mode);
+  return file;
 }
 
 }  // namespace kestra::delivery

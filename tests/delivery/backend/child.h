@@ -8,6 +8,8 @@
 #include <functional>
 #include <string>
 
+#include "tests/support/files.h"
+
 namespace kestra::delivery {
 
 class Child {
@@ -60,19 +62,11 @@ class Trace {
 };
 
 // A folder that vanishes with its contents; open to all users for reading.
-class Folder {
+class Folder : public testing_support::TemporaryFolder {
  public:
   Folder();
-  ~Folder();
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-
-  const std::string& path() const { return path_; }
   // Writes a file with exactly this mode; its path.
   std::string write(const std::string& name, const std::string& text, mode_t mode = 0644) const;
-
- private:
-  std::string path_;
 };
 
 }  // namespace kestra::delivery

@@ -5,10 +5,8 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 namespace kestra::delivery::testing_support {
 
@@ -61,25 +59,14 @@ void publish(const std::string& path, const Bytes& bytes) {
 }
 
 Bytes bytesOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  const std::string text = kestra::testing_support::readFile(path);
+  return {text.begin(), text.end()};
 }
 
 Bytes labelOf(const Bytes& frame, const Command& command) {
   Bytes label(command.begin(), command.end());
   label.insert(label.end(), frame.begin(), frame.end());
   return label;
-}
-
-Folder::Folder() {
-  const char* place = std::getenv("TMPDIR");
-  path_ = std::string(place == nullptr ? "/tmp" : place) + "/kestra-delivery-XXXXXX";
-  if (::mkdtemp(path_.data()) == nullptr) std::abort();
-}
-
-Folder::~Folder() {
-  std::error_code none;
-  std::filesystem::remove_all(path_, none);
 }
 
 }  // namespace kestra::delivery::testing_support

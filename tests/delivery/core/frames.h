@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "delivery/core/page.h"
+#include "tests/support/files.h"
 
 namespace kestra::delivery::testing_support {
 
@@ -26,17 +27,9 @@ Bytes bytesOf(const std::string& path);
 /// The command, then the frame.
 Bytes labelOf(const Bytes& frame, const Command& command = kUsualCommand);
 
-class Folder {
+class Folder : public kestra::testing_support::TemporaryFolder {
  public:
-  Folder();
-  ~Folder();
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-  const std::string& path() const { return path_; }
-  std::string operator/(const std::string& name) const { return path_ + "/" + name; }
-
- private:
-  std::string path_;
+  std::string operator/(const std::string& name) const { return path() + "/" + name; }
 };
 
 }  // namespace kestra::delivery::testing_support

@@ -5,13 +5,12 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 
 #include "delivery/sinks/inner_program.h"
+#include "tests/support/files.h"
 
 namespace kestra::delivery::test {
 
@@ -19,17 +18,12 @@ namespace kestra::delivery::test {
 class ServerBin {
  public:
   ServerBin() {
-    std::string pattern = ::testing::TempDir() + "server_bin_XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) return;
     // As it is with links followed, and passable for the user of filters.
-    path_ = std::filesystem::canonical(pattern);
+    path_ = std::filesystem::canonical(folder_.path());
     chmod(path_.c_str(), 0755);
     mkdir((path_ + "/backend").c_str(), 0755);
     chmod((path_ + "/backend").c_str(), 0755);
   }
-  ~ServerBin() { std::filesystem::remove_all(path_); }
-  ServerBin(const ServerBin&) = delete;
-  ServerBin& operator=(const ServerBin&) = delete;
 
   [[nodiscard]] const std::string& path() const { return path_; }
   [[nodiscard]] std::string file(const std::string& name) const { return path_ + "/" + name; }
@@ -41,8 +35,7 @@ class ServerBin {
     chmod(path.c_str(), mode);
   }
   [[nodiscard]] std::string text(const std::string& name) const {
-    std::ifstream stream(file(name));
-    return {std::istreambuf_iterator<char>(stream), {}};
+    return kestra::testing_support::readFile(file(name));
   }
   /// The program of a scheme, ready to be started.
   [[nodiscard]] InnerProgram program(
@@ -54,6 +47,7 @@ class ServerBin {
   }
 
  private:
+  kestra::testing_support::TemporaryFolder folder_;
   std::string path_;
 };
 

@@ -14,6 +14,7 @@
 #include <memory>
 
 #include "tests/delivery/sinks/small_printer.h"
+#include "tests/support/files.h"
 
 namespace kestra::delivery {
 namespace {
@@ -40,16 +41,8 @@ Bytes readAll(int descriptor, std::size_t most) {
 
 class StreamSinkTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = ::testing::TempDir() + "stream_sink_XXXXXX";
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    folder_ = pattern;
-  }
-  void TearDown() override {
-    for (const char* name : {"/out", "/socket", "/fifo"}) unlink((folder_ + name).c_str());
-    rmdir(folder_.c_str());
-  }
-  std::string folder_;
+  const testing_support::TemporaryFolder temporary_;
+  const std::string& folder_ = temporary_.path();
   Watch watch_;
   Told told_;
 };
