@@ -14,10 +14,6 @@
 
 namespace kestra::plain {
 
-TEST(Plain, ThresholdSplitsAt129) {
-  EXPECT_EQ(halftone({{0, 128, 129, 255}}, 0), (Rows{{0, 0, 1, 1}}));
-}
-
 TEST(Plain, OrderedMatrixTurnsMiddleGreyIntoHalfTheDots) {
   // Level 128 -> 8: below 8 lie 0 2 / 4 6 / 3 1 / 7 5.
   EXPECT_EQ(halftone(Rows(4, {128, 128, 128, 128}), 1),
@@ -86,13 +82,6 @@ TEST(Plain, MovesAndComplementsPixels) {
   EXPECT_EQ(negative(pad({{0, 1, 255}})), (Rows{{255, 254, 0, 255}}));
 }
 
-TEST(Plain, PacksAcrossTheRowBorders) {
-  // Twelve pixels per line: two bytes, the second with its low nibble 0.
-  EXPECT_EQ(packSkewed({{1, 0, 0, 0, 0, 0, 0, 9, 1, 1, 1, 1}}, 12), (Bytes{0x81, 0xF0}));
-  // Width 3 of rows of 4: a b c . d e f . -> "abc" and ".de".
-  EXPECT_EQ(packSkewed({{1, 1, 1, 0}, {1, 0, 1, 0}}, 3), (Bytes{0xE0, 0x40}));
-}
-
 TEST(Plain, ReadsNumbersAsTheLibraryDoes) {
   EXPECT_EQ(leadingNumber(" \t-12x"), -12);
   EXPECT_EQ(leadingNumber("2147483648"), -2147483647 - 1);
@@ -102,33 +91,11 @@ TEST(Plain, ReadsNumbersAsTheLibraryDoes) {
   EXPECT_EQ(leadingNumber("- 5"), 0);
 }
 
-TEST(Plain, MarginIsCutTowardZero) {
-  EXPECT_EQ(marginBytes(812, 812), 0);  // 7 / 8
-  EXPECT_EQ(marginBytes(812, 810), 1);  // (1 + 7) / 8
-  EXPECT_EQ(marginBytes(812, 841), 0);
-  EXPECT_EQ(marginBytes(812, 842), -1);
-}
-
 TEST(Plain, TwoColourImageByHand) {
   const auto file = debugImage1(std::vector<std::uint8_t>(10, 0), 10, 10, 1);
   ASSERT_EQ(file.size(), 66U);
   EXPECT_EQ(Bytes(file.begin() + 54, file.end()),
             (Bytes{0, 0, 0, 0, 255, 255, 255, 0, 0xFF, 0xFF, 0, 0}));
-}
-
-TEST(Plain, DashesNeedARunOf321) {
-  Rows page(9, std::vector<int>(324, 255));
-  page[2][320] = 254;
-  Rows dashed = page;
-  dashLongRuns(dashed, 324);
-  EXPECT_EQ(dashed, page);
-  page[2][320] = 255;
-  page[2][321] = 254;
-  dashed = page;
-  dashLongRuns(dashed, 324);
-  EXPECT_EQ(dashed[2][320], 0);
-  EXPECT_EQ(dashed[2][323], 0) << "the last dash covers the closing pixel";
-  EXPECT_EQ(dashed[2][319], 255);
 }
 
 TEST(TestTools, MaskAddressesTimesAndMeaninglessNumbersOnly) {

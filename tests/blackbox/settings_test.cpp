@@ -165,10 +165,4 @@ TEST(Settings, ReadsTheMediaWidthAsANumberWithFraction) {
   }
 }
 
-TEST(Settings, TakesZeroForAMissingMediaWidth) {
-  JobCase job = onePage(16, 3, "noise");
-  job.mediaWidth("");
-  expectAsPlain(job);
-}
-
 }  // namespace kestra::blackbox

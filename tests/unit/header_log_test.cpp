@@ -15,10 +15,7 @@ namespace {
 
 class HeaderLog : public SpoolTest {
  protected:
-  static std::string sideFile() {
-    const Bytes bytes = readBytes("tmp/xxxxx.log");
-    return std::string(bytes.begin(), bytes.end());
-  }
+  static std::string sideFile() { return testing_support::readFile("tmp/xxxxx.log"); }
 };
 
 TEST_F(HeaderLog, ShowsEveryFieldInItsOrder) {

@@ -116,22 +116,6 @@ TEST_F(KestraPrinterTest, IsAlwaysContent) {
   EXPECT_TRUE(printer.KCLSendPaperInfo());
 }
 
-TEST_F(KestraPrinterTest, ReadsTheCounterBeforeEachPage) {
-  makeDataFolder();
-  writeBytes(marker(), {0x27, 0x23});
-  for (int page = 0; page < 2; ++page) {
-    PageNum = 5;
-    jobSetup(&printer, &settings);
-    EXPECT_EQ(8999, PageNum);
-  }
-}
-
-TEST_F(KestraPrinterTest, KeepsTheCounterWithoutAMarker) {
-  PageNum = 5;
-  jobSetup(&printer, &settings);
-  EXPECT_EQ(5, PageNum);
-}
-
 TEST_F(KestraPrinterTest, NumbersPagesFromOneWithoutAMarker) {
   for (int page = 0; page < 3; ++page) {
     jobSetup(&printer, &settings);

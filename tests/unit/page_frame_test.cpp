@@ -18,11 +18,9 @@ TEST(MediaCodes, AreGivenForExactNames) {
   EXPECT_EQ(MediaCode::LabelGaps, mediaCode("LabelGaps"));
   EXPECT_EQ(MediaCode::LabelMark, mediaCode("LabelMark"));
   EXPECT_EQ(MediaCode::Continuous, mediaCode("Continue"));
-  EXPECT_EQ(MediaCode::LabelGaps, mediaCode("labelgaps"));
-  EXPECT_EQ(MediaCode::LabelGaps, mediaCode("labelmark"));
-  EXPECT_EQ(MediaCode::LabelGaps, mediaCode("continue"));  // gaps, not endless
-  EXPECT_EQ(MediaCode::LabelGaps, mediaCode(""));
-  EXPECT_EQ(MediaCode::LabelGaps, mediaCode("Continuous"));
+  for (const char* other : {"labelgaps", "labelmark", "continue", "", "Continuous"}) {
+    EXPECT_EQ(MediaCode::LabelGaps, mediaCode(other)) << other;  // gaps, not endless
+  }
   EXPECT_EQ(0, static_cast<int>(MediaCode::Continuous));
   EXPECT_EQ(1, static_cast<int>(MediaCode::LabelGaps));
   EXPECT_EQ(2, static_cast<int>(MediaCode::LabelMark));
