@@ -1,13 +1,8 @@
-// The two bitmaps of every page: names, header, data as it lies in memory.
+// The two bitmaps of every page: header, data as it lies in memory.
 // Why: they are what a bad print is diagnosed with, and their oddities must stay the known ones.
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <ctime>
-
 #include "tests/blackbox/job_case.h"
-#include "tests/plain/page_log.h"
-#include "tests/support/log_text.h"
 
 namespace kestra::blackbox {
 
@@ -61,39 +56,6 @@ TEST(DebugImage, TakesTheOriginalFromTheStartOfTheBufferWhenLinesAreLonger) {
   job.addPixels(4, 2, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12});
   EXPECT_EQ(imageNamed(expectAsPlain(job), "origin_#_0.bmp").substr(1078),
             hex("01 02 03 04 05 06 07 08"));
-}
-
-TEST(DebugImage, CountsThroughTheJobAndNamesTheTimeWithoutLeadingZeros) {
-  JobCase job;
-  job.addPage(8, 1, "solid");
-  job.addPage(8, 1, "solid");
-  const std::time_t before = std::time(nullptr);
-  const ts::Result result = expectAsPlain(job);
-  const std::time_t after = std::time(nullptr);
-  int images = 0;
-  for (const auto& [name, bytes] : result.files) {
-    if (name.find(".bmp") == std::string::npos) continue;
-    ++images;
-    std::tm time = {};
-    int counter = -1;
-    const std::string numbers = name.substr(name.find_last_of('/') + 1);
-    const std::string times = numbers.substr(numbers.find('_'));
-    ASSERT_EQ(std::sscanf(times.c_str(), "_%d-%d-%d_%d_%d_%d_%d.bmp", &time.tm_year, &time.tm_mon,
-                          &time.tm_mday, &time.tm_hour, &time.tm_min, &time.tm_sec, &counter),
-              7)
-        << name;
-    EXPECT_GE(counter, 0);
-    EXPECT_LE(counter, 3);
-    // Written back without leading zeros it must be the same text.
-    EXPECT_EQ(times, plain::format("_%d-%d-%d_%d_%d_%d_%d.bmp", time.tm_year, time.tm_mon,
-                                   time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec, counter));
-    time.tm_year -= 1900;
-    time.tm_mon -= 1;
-    const std::time_t named = ::timegm(&time);  // the filter runs with TZ=UTC
-    EXPECT_GE(named, before) << name;
-    EXPECT_LE(named, after) << name;
-  }
-  EXPECT_EQ(images, 4);
 }
 
 }  // namespace kestra::blackbox

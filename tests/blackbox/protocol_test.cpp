@@ -30,33 +30,6 @@ TEST(Protocol, SendsOneSettingCommandPerPageAndNothingElse) {
   EXPECT_EQ(expectAsPlain(job).output, one + one + one);
 }
 
-TEST(Protocol, TurnsTheSpeedTextIntoItsCode) {
-  // Low byte of the number, less 2 from 2 on. 257 = 0x101 -> 1; -1 = 0xFF -> 253.
-  const std::vector<std::pair<std::string, std::string>> codes = {
-      {"0", "00"},   {"1", "01"},   {"2", "00"},  {"3", "01"},   {"4", "02"},
-      {"4.5", "02"}, {"257", "01"}, {"-1", "FD"}, {"fast", "00"}};
-  for (const auto& [speed, code] : codes) {
-    SCOPED_TRACE(speed);
-    JobCase job = onePage(16, 2, "solid");
-    job.choose("PrintSpeed", speed);
-    job.settings.printSpeed = speed;
-    EXPECT_EQ(expectAsPlain(job).output, hex("1B 73 01 00 00 " + code + " 01"));
-  }
-}
-
-TEST(Protocol, CodesThePaperTypeByItsExactName) {
-  const std::vector<std::pair<std::string, char>> codes = {
-      {"LabelGaps", 1}, {"LabelMark", 2}, {"Continue", 0}, {"labelgaps", 1},
-      {"labelmark", 1}, {"continue", 1},  {"Roll", 1}};
-  for (const auto& [name, code] : codes) {
-    SCOPED_TRACE(name);
-    JobCase job = onePage(16, 2, "solid");
-    job.ppd.setOption("PaperType", name, {name});
-    job.settings.paperType = name;
-    EXPECT_EQ(frameOf(job).at(3), code);
-  }
-}
-
 TEST(Protocol, AnnouncesTheGapInDotsCutToWholeOnes) {
   // mm / 25.4 x 203: 0 -> 0, 1 -> 7.99, 3 -> 23.98, 25 -> 199.8, -1 -> -7.99 = -7 = FFF9.
   const std::vector<std::pair<int, std::string>> gaps = {

@@ -173,11 +173,4 @@ TEST(TattooNames, BothTypesGiveDifferentDots) {
   EXPECT_NE(frames[1], frames[2]);
 }
 
-TEST(TattooNames, TheChoiceIsFoundWithoutRegardToCase) {
-  JobCase job = onePage(32, 8, "photo");
-  job.options = "HalftoneType=tattoo";
-  job.settings.halftone = 8;
-  expectAsPlain(job);
-}
-
 }  // namespace kestra::blackbox

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace kestra {
@@ -96,18 +97,15 @@ TEST(BlankLines, OfNoLinesAreNone) {
 TEST(BlankLines, StepByThePageWidthThroughLongerLines) {
   // Lines of 8 bytes of a page 4 pixels wide, 2 lines: 16 bytes. Front examines 4..11, then 8..15;
   // back examines 4..11, then 0..7.
-  std::vector<std::uint8_t> bytes(16, 0);
-  bytes[15] = 1;
-  EXPECT_EQ(1U, wrenImageCountBlankLinesFromFront(bytes.data(), 8, 2, 0, 4));
-  EXPECT_EQ(0U, wrenImageCountBlankLinesFromBack(bytes.data(), 8, 2, 0, 4));
-  bytes[15] = 0;
-  bytes[9] = 1;
-  EXPECT_EQ(0U, wrenImageCountBlankLinesFromFront(bytes.data(), 8, 2, 0, 4));
-  EXPECT_EQ(2U, wrenImageCountBlankLinesFromBack(bytes.data(), 8, 2, 0, 4));
-  bytes[9] = 0;
-  bytes[2] = 1;
-  EXPECT_EQ(2U, wrenImageCountBlankLinesFromFront(bytes.data(), 8, 2, 0, 4));
-  EXPECT_EQ(1U, wrenImageCountBlankLinesFromBack(bytes.data(), 8, 2, 0, 4));
+  const auto edges = [](std::size_t ink) {
+    std::vector<std::uint8_t> bytes(16, 0);
+    bytes[ink] = 1;
+    return std::pair(wrenImageCountBlankLinesFromFront(bytes.data(), 8, 2, 0, 4),
+                     wrenImageCountBlankLinesFromBack(bytes.data(), 8, 2, 0, 4));
+  };
+  EXPECT_EQ(std::pair(1UL, 0UL), edges(15));
+  EXPECT_EQ(std::pair(0UL, 2UL), edges(9));
+  EXPECT_EQ(std::pair(2UL, 1UL), edges(2));
 }
 
 }  // namespace

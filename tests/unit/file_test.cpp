@@ -17,14 +17,9 @@
 namespace kestra {
 namespace {
 
-class PrivateFile : public SpoolTest {
- protected:
-  static mode_t modeOf(const char* path) {
-    struct stat status = {};
-    EXPECT_EQ(0, stat(path, &status));
-    return status.st_mode & 0777;
-  }
-};
+constexpr auto kOwnerAlone = std::filesystem::perms(0600);
+
+class PrivateFile : public SpoolTest {};
 
 TEST_F(PrivateFile, IsMadeForItsOwnerAlone) {
   const mode_t before = umask(0);
@@ -33,7 +28,7 @@ TEST_F(PrivateFile, IsMadeForItsOwnerAlone) {
   ASSERT_NE(nullptr, file);
   std::fputs("dots", file.get());
   file.reset();
-  EXPECT_EQ(0600U, modeOf("page.bmp"));
+  EXPECT_EQ(kOwnerAlone, std::filesystem::status("page.bmp").permissions());
   EXPECT_EQ((Bytes{'d', 'o', 't', 's'}), readBytes("page.bmp"));
 }
 
@@ -113,7 +108,7 @@ TEST_F(PrivateFile, GetsItsModeBackWhereItWasReadableByOthers) {
   writeBytes("page.bmp", {'o', 'l', 'd'});
   ASSERT_EQ(0, chmod("page.bmp", 0666));
   EXPECT_NE(nullptr, openPrivateFile("page.bmp"));
-  EXPECT_EQ(0600U, modeOf("page.bmp"));
+  EXPECT_EQ(kOwnerAlone, std::filesystem::status("page.bmp").permissions());
 }
 
 class RegularFile : public SpoolTest {};
@@ -191,12 +186,9 @@ int openStreamsOfAChild(const std::vector<int>& closed) {
 }
 
 TEST(StandardStreams, AreAllOpenAfterwards) {
-  EXPECT_EQ(3, openStreamsOfAChild({}));
-  EXPECT_EQ(3, openStreamsOfAChild({0}));
-  EXPECT_EQ(3, openStreamsOfAChild({1}));
-  EXPECT_EQ(3, openStreamsOfAChild({2}));
-  EXPECT_EQ(3, openStreamsOfAChild({0, 2}));
-  EXPECT_EQ(3, openStreamsOfAChild({0, 1, 2}));
+  for (const auto& closed : std::vector<std::vector<int>>{{}, {0}, {1}, {2}, {0, 2}, {0, 1, 2}}) {
+    EXPECT_EQ(3, openStreamsOfAChild(closed)) << testing::PrintToString(closed);
+  }
 }
 
 }  // namespace

@@ -6,19 +6,14 @@
 namespace kestra {
 namespace {
 
-struct NamedMethod {
-  int value;
-  const char* name;
-};
-constexpr NamedMethod kMethods[] = {
-    {0, "None"},   {1, "FloydSteinberg"},    {2, "Ordered"}, {3, "Burkes"},
-    {4, "Stucki"}, {5, "JarvisJudiceNinke"}, {6, "Sierra"},  {7, "StevensonArce"},
-    {8, "Tattoo"}, {9, "Tattoo_V7"}};
+constexpr const char* kNames[] = {"None",   "FloydSteinberg",    "Ordered", "Burkes",
+                                  "Stucki", "JarvisJudiceNinke", "Sierra",  "StevensonArce",
+                                  "Tattoo", "Tattoo_V7"};
 
 TEST(HalftoneType, NamesAndValuesBelongTogetherInBothDirections) {
-  for (const NamedMethod& method : kMethods) {
-    EXPECT_STREQ(method.name, wrenHalftoneTypeToStr(static_cast<DitherType>(method.value)));
-    EXPECT_EQ(method.value, static_cast<int>(wrenHalftoneTypeFromStr(method.name)));
+  for (int value = 0; value < 10; ++value) {
+    EXPECT_STREQ(kNames[value], wrenHalftoneTypeToStr(static_cast<DitherType>(value)));
+    EXPECT_EQ(value, static_cast<int>(wrenHalftoneTypeFromStr(kNames[value])));
   }
 }
 

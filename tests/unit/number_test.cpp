@@ -33,12 +33,9 @@ TEST(TruncateToInt32, KeepsEveryValueOfTheRange) {
 }
 
 TEST(TruncateToInt32, GivesTheSmallestNumberForWhatDoesNotFit) {
-  EXPECT_EQ(kMin32, truncateToInt32(2147483648.0));
-  EXPECT_EQ(kMin32, truncateToInt32(-2147483649.0));
-  EXPECT_EQ(kMin32, truncateToInt32(1e300));
-  EXPECT_EQ(kMin32, truncateToInt32(kInf));
-  EXPECT_EQ(kMin32, truncateToInt32(-kInf));
-  EXPECT_EQ(kMin32, truncateToInt32(kNan));
+  for (const double value : {2147483648.0, -2147483649.0, 1e300, kInf, -kInf, kNan}) {
+    EXPECT_EQ(kMin32, truncateToInt32(value)) << value;
+  }
 }
 
 TEST(TruncateToInt64, CoversWhatFitsIn64Bits) {

@@ -177,13 +177,6 @@ TEST(WriteRowRecords, CutsCountsTo16Bits) {
   EXPECT_EQ(0xFF, most[1]);
 }
 
-TEST(WriteRowRecords, CountsEveryBitOfAByte) {
-  for (unsigned bit = 0; bit < 8; ++bit) {
-    EXPECT_EQ(1, written(0, {static_cast<std::uint8_t>(1U << bit)}, 1, 1)[0]);
-    EXPECT_EQ(7, written(0, {static_cast<std::uint8_t>(~(1U << bit))}, 1, 1)[0]);
-  }
-}
-
 TEST(PageFrame, BeginsWithLabelAndRasterCommand) {
   const LabelInfo label = labelInfo(MediaCode::LabelMark, 400, 3, 16, 513);
   // 3 records of 300 bytes: 2C 01 and 03 00.
