@@ -6,11 +6,10 @@ set -eu
 check=$1
 tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT
-mkdir -p "$tree/filter/base" "$tree/printer" "$tree/imaging/paletteimage" "$tree/imaging/tattoo" \
-  "$tree/imaging/kernels" "$tree/tools/base" "$tree/tools/frame" "$tree/tools/render" "$tree/tools/proof" "$tree/tools/paper" \
-  "$tree/tools/size"
+for floor in filter printer imaging delivery tools; do mkdir "$tree/$floor"; done
 
 expect() { # STATUS FILE INCLUDED
+  mkdir -p "$tree/$(dirname "$2")"
   printf '#include "%s"\n' "$3" >"$tree/$2"
   status=0
   sh "$check" "$tree" 2>/dev/null || status=$?
