@@ -74,10 +74,10 @@ void expectPlainDots(PageKind kind, const Sizes& widths, const Sizes& heights) {
   }
 }
 
-// Around the lanes of a vector (16, 32), a block of rows (13 to 15, 29 to 31), a chunk (32), and
+// Around the lanes of a vector (16, 32), a block of rows (13 to 15, 29 to 31), a chunk (64), and
 // the rows below which there is no block (4).
-constexpr Sizes kWidths = {1,  2,  3,  4,  5,  6,  7,  8,   9,   15, 16,
-                           17, 31, 32, 33, 63, 65, 79, 127, 251, 832};
+constexpr Sizes kWidths = {1,  2,  3,  4,  5,  6,  7,  8,   9,   15,  16,
+                           17, 31, 32, 33, 63, 65, 79, 127, 191, 251, 832};
 constexpr Sizes kHeights = {1,  2,  3,  4,  5,  7,  8,  9,  11, 12, 13,
                             14, 15, 16, 17, 29, 30, 31, 32, 33, 61, 67};
 
