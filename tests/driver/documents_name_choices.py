@@ -18,7 +18,7 @@ NAMED_IN = {
     "docs/gallery.md": ["HalftoneType"],
     "packaging/man/kestra-delivery.8": ["Darkness"],
     "tests/blackbox/job_case.cpp": ["HalftoneType"],
-    "tests/blackbox/protocol_test.cpp": ["PaperType"],
+    "tests/blackbox/tattoo_test.cpp": ["PaperType"],
     "tests/blackbox/settings_test.cpp": ["Darkness"],
     "tests/digests/combinations.cpp": ["PaperType"],
     "tests/fuzz/job_fuzz.cpp": ["PaperType", "Darkness"],
