@@ -47,7 +47,7 @@ std::vector<std::string> drawnRows(unsigned width, unsigned height, const Drawin
   std::replace(dots.begin(), dots.end(), '\xFF', '#');
   std::replace(dots.begin(), dots.end(), '\0', '.');
   std::vector<std::string> rows;
-  for (unsigned y = 0; y < height; ++y) rows.push_back(dots.substr(y * width, width));
+  for (std::size_t y = 0; y < height; ++y) rows.push_back(dots.substr(y * width, width));
   return rows;
 }
 
