@@ -87,10 +87,6 @@ class Printer:
         with open(f"{self.folder}/control", "w", encoding="utf-8") as control:
             control.write(action + "\n")
 
-    def forget_label(self):
-        """A soft reset."""
-        self.process.send_signal(signal.SIGUSR1)
-
     def judge(self):
         """Ends the printer; returns the verdict, with its exit status as `status`."""
         if self.verdict is None:

@@ -337,11 +337,6 @@ class PrintSystem:
         return eventually(lambda: next((x for x in self.log(number) if words in x), None),
                           seconds, f"job {number} says \"{words}\"")
 
-    def pages_logged(self, number):
-        """Lines of the page log that belong to the job."""
-        return [line for line in self.text("page_log").split("\n")
-                if re.search(rf"^\S+ \S+ {number} ", line)]
-
     def frames(self, number=None):
         mark = "" if number is None else f"_jobid_{number:06d}_"
         return sorted(path for path in glob.glob(FRAMES + "/page_*.dat") if mark in path)
