@@ -108,7 +108,8 @@ measure_delivery() {
   tools/stock_backends.sh "$build/stock"
   local stock=$build/stock/usr/lib/cups
   [ -d "$stock" ] || stock=/usr/lib/cups
-  cmake --build "$build" -j "$jobs" --target rastertokestra kestrafit kestra kestra-monitor kestra-paper ppds \
+  cmake --build "$build" -j "$jobs" \
+    --target rastertokestra kestrafit kestrasize kestra kestra-monitor kestra-paper ppds \
     >"$build/build.log" 2>&1 || { tail -n 40 "$build/build.log" >&2; fail "building failed"; }
   /usr/bin/python3 bench/delivery.py --build "$build" --stock "$stock" --work "$work" \
     --docs docs/delivery.md
