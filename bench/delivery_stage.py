@@ -148,6 +148,16 @@ class Stage:
         self.system.queue(name, uri, model=self.peer_model, options=LABEL)
         return name
 
+    def asking_queue(self, name, uri):
+        """The peer as if its description, like most, let the backend ask the printer by SNMP."""
+        model = "/tmp/rig/asking.ppd"
+        with open(self.peer_model, encoding="utf-8", errors="replace") as peer:
+            lines = [line for line in peer if not line.startswith("*cupsSNMPSupplies")]
+        with open(model, "w", encoding="utf-8") as out:
+            out.writelines(lines)
+        self.system.queue(name, uri, model=model, options=LABEL)
+        return name
+
     def raw_queue(self, name, uri):
         self.system.run("lpadmin", "-p", name, "-E", "-v", uri, "-m", "raw")
         return name

@@ -39,7 +39,7 @@ class Times(Measurement):
         # The bare chain sends the command alone; whoever sends more delivers.
         if sizes["bare chain"] != 7 or min(sizes["ours"], sizes["port monitor"]) < 10000:
             raise rig.Failure(f"the queues are not what they should be: {sizes}")
-        suggested = stage.plain_queue("suggested", uri, False)
+        suggested = stage.asking_queue("suggested", uri)
         with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as silent:
             silent.bind(("127.0.0.1", SNMP))  # as of a printer that hears and says nothing
             asked = [self.one_job(suggested, printer, 1)[0] for _ in range(3)]
