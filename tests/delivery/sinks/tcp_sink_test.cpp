@@ -45,15 +45,20 @@ class TcpSinkTest : public ::testing::Test {
     ASSERT_EQ(sink.open(Before::kNothing, within(kLong)), Progress::kDone) << sink.problem();
     printer.accept();
   }
-  // Two pages, small enough to be acknowledged unread by a printer with a buffer of 8,192 bytes:
+  // Of two pages, small enough to be acknowledged unread by a printer with a buffer of 8,192 bytes:
   // with a third one 9,000 bytes are unread, of which more than 3,000 show.
-  static void sendTwoPages(TcpSink& sink, const Bytes& page) {
-    ASSERT_EQ(page.size(), 3000U);
+  std::unique_ptr<TcpSink> behindTwoPages(SmallPrinter& printer, milliseconds previousPage) {
+    TcpTimes times;
+    times.previousPage = previousPage;
+    auto sink = sinkTo(printer, times);
+    connect(*sink, printer);
     for (int i = 0; i < 2; ++i) {
-      ASSERT_EQ(sink.send(page.data(), page.size(), within(kLong)), Progress::kDone);
-      ASSERT_EQ(sink.prove(within(kLong)), Progress::kDone);
+      EXPECT_EQ(sink->send(page_.data(), page_.size(), within(kLong)), Progress::kDone);
+      EXPECT_EQ(sink->prove(within(kLong)), Progress::kDone);
     }
+    return sink;
   }
+  const Bytes page_ = someBytes(3000);
   Watch watch_;
   Told told_;
 };
@@ -337,39 +342,30 @@ TEST_F(TcpSinkTest, APrinterThatTakesNothingIsToldOnceAndSoIsItsReturn) {
 
 TEST_F(TcpSinkTest, SettlingWaitsForThePageBeforeToBeRead) {
   SmallPrinter printer(8192);
-  TcpTimes times;
-  times.previousPage = milliseconds(400);
-  const auto sink = sinkTo(printer, times);
-  connect(*sink, printer);
-  const Bytes page = someBytes(3000);
-  sendTwoPages(*sink, page);
+  const auto sink = behindTwoPages(printer, milliseconds(400));
   StopWatch time;
-  ASSERT_EQ(sink->settle(page.data(), page.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->settle(page_.data(), page_.size(), within(kLong)), Progress::kDone);
   EXPECT_GE(time.seconds(), 0.4);
   EXPECT_LT(time.seconds(), 0.8);
   // A printer that has read everything shows it, and nothing is waited for.
-  EXPECT_EQ(printer.read(3 * page.size()).size(), 3 * page.size());
+  EXPECT_EQ(printer.read(3 * page_.size()).size(), 3 * page_.size());
   StopWatch quick;
-  ASSERT_EQ(sink->settle(page.data(), page.size(), within(kLong)), Progress::kDone);
+  ASSERT_EQ(sink->settle(page_.data(), page_.size(), within(kLong)), Progress::kDone);
   EXPECT_LT(quick.seconds(), 0.3);
 }
 
 TEST_F(TcpSinkTest, SettlingAsksForTheRoomByteByByte) {
   SmallPrinter printer(8192);
-  TcpTimes times;
-  times.previousPage = milliseconds(3200);
-  const auto sink = sinkTo(printer, times);
-  connect(*sink, printer);
-  const Bytes page = someBytes(3000);
-  sendTwoPages(*sink, page);
+  const auto sink = behindTwoPages(printer, milliseconds(3200));
   // 32 bytes are kept back; a question each tenth of a second.
-  EXPECT_EQ(sink->settle(page.data(), page.size(), within(1000)), Progress::kTimedOut);
+  EXPECT_EQ(sink->settle(page_.data(), page_.size(), within(1000)), Progress::kTimedOut);
   EXPECT_GT(sink->sent(), 9000U - 32U);
   EXPECT_LE(sink->sent(), 9000U - 32U + 10U);
   EXPECT_EQ(printer.read(sink->sent()).size(), sink->sent());
   const std::size_t rest = 9000 - sink->sent();
-  EXPECT_EQ(sink->settle(&page[page.size() - rest], rest, within(kLong)), Progress::kDone);
-  EXPECT_EQ(printer.read(rest), Bytes(page.end() - static_cast<std::ptrdiff_t>(rest), page.end()));
+  EXPECT_EQ(sink->settle(&page_[page_.size() - rest], rest, within(kLong)), Progress::kDone);
+  EXPECT_EQ(printer.read(rest),
+            Bytes(page_.end() - static_cast<std::ptrdiff_t>(rest), page_.end()));
 }
 
 // The second page is longer than the room that is offered, so that most of it being read shows that
@@ -544,13 +540,8 @@ TEST_F(TcpSinkTest, APrinterThatResetsWhileItIsOutOfPaperIsNotLeftOffline) {
 
 TEST_F(TcpSinkTest, SettlingEndsWithPatienceAStopOrABreak) {
   SmallPrinter printer(8192);
-  TcpTimes times;
-  times.previousPage = milliseconds(kLong);
-  const auto sink = sinkTo(printer, times);
-  connect(*sink, printer);
-  const Bytes page = someBytes(3000);
-  sendTwoPages(*sink, page);
-  EXPECT_EQ(sink->settle(page.data(), page.size(), within(100)), Progress::kTimedOut);
+  const auto sink = behindTwoPages(printer, milliseconds(kLong));
+  EXPECT_EQ(sink->settle(page_.data(), page_.size(), within(100)), Progress::kTimedOut);
   watch_.stop(Stop::kLeave);
   EXPECT_EQ(sink->settle(nullptr, 0, {}), Progress::kStopped);
   auto reset = std::async(std::launch::async, [&] {
