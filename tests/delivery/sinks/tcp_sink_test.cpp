@@ -45,6 +45,11 @@ class TcpSinkTest : public ::testing::Test {
     ASSERT_EQ(sink.open(Before::kNothing, within(kLong)), Progress::kDone) << sink.problem();
     printer.accept();
   }
+  // Hands a page over and has it acknowledged.
+  static void deliver(TcpSink& sink, const Bytes& page) {
+    ASSERT_EQ(sink.send(page.data(), page.size(), within(kLong)), Progress::kDone);
+    ASSERT_EQ(sink.prove(within(kLong)), Progress::kDone);
+  }
   // Of two pages, small enough to be acknowledged unread by a printer with a buffer of 8,192 bytes:
   // with a third one 9,000 bytes are unread, of which more than 3,000 show.
   std::unique_ptr<TcpSink> behindTwoPages(SmallPrinter& printer, milliseconds previousPage) {
@@ -52,10 +57,7 @@ class TcpSinkTest : public ::testing::Test {
     times.previousPage = previousPage;
     auto sink = sinkTo(printer, times);
     connect(*sink, printer);
-    for (int i = 0; i < 2; ++i) {
-      EXPECT_EQ(sink->send(page_.data(), page_.size(), within(kLong)), Progress::kDone);
-      EXPECT_EQ(sink->prove(within(kLong)), Progress::kDone);
-    }
+    for (int i = 0; i < 2; ++i) deliver(*sink, page_);
     return sink;
   }
   const Bytes page_ = someBytes(3000);
@@ -131,8 +133,7 @@ TEST_F(TcpSinkTest, AResetOverUnreadBytesLeavesThemUnsure) {
   const auto sink = sinkTo(printer);
   connect(*sink, printer);
   const Bytes page = someBytes(3000);
-  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  deliver(*sink, page);
   printer.awaitUnread(page.size());
   printer.hangUp();
   EXPECT_EQ(sink->prove(within(kLong)), Progress::kBroken);
@@ -150,8 +151,7 @@ TEST_F(TcpSinkTest, WhatAPrinterReadLongBeforeAResetIsSure) {
   const Bytes page = someBytes(400000);
   constexpr std::size_t kUnread = 5000;
   auto got = std::async(std::launch::async, [&] { return printer.read(page.size() - kUnread); });
-  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  deliver(*sink, page);
   got.wait();
   printer.hangUp();
   // The reset may still be on its way.
@@ -186,8 +186,7 @@ TEST_F(TcpSinkTest, APrinterThatClosesBetweenPagesIsConnectedAnew) {
   const auto sink = sinkTo(printer);
   connect(*sink, printer);
   const Bytes page = someBytes(3000);
-  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  deliver(*sink, page);
   ASSERT_EQ(printer.read(page.size()), page);
   auto again = std::async(std::launch::async, [&] {
     printer.hangUp();
@@ -200,8 +199,7 @@ TEST_F(TcpSinkTest, APrinterThatClosesBetweenPagesIsConnectedAnew) {
   while (sink->surelyRead() != page.size() && time.seconds() < 10) {
     ASSERT_EQ(sink->open(Before::kNothing, within(kLong)), Progress::kDone);
   }
-  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  deliver(*sink, page);
   // The count goes on over both connections.
   EXPECT_EQ(sink->sent(), 2 * page.size());
   EXPECT_EQ(again.get(), page);
@@ -270,8 +268,7 @@ TEST_F(TcpSinkTest, APrinterThatNeverClosesCostsHalfASecond) {
   const auto sink = sinkTo(printer);
   connect(*sink, printer);
   const Bytes page = someBytes(3000);
-  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  deliver(*sink, page);
   StopWatch time;
   EXPECT_EQ(sink->finish(within(kLong)), Progress::kDone);
   EXPECT_GE(time.seconds(), 0.49);
@@ -287,8 +284,7 @@ TEST_F(TcpSinkTest, AResetDuringTheFarewellIsABreak) {
   const auto sink = sinkTo(printer);
   connect(*sink, printer);
   const Bytes page = someBytes(3000);
-  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  deliver(*sink, page);
   printer.awaitUnread(page.size());
   auto reset = std::async(std::launch::async, [&] { printer.hangUp(); });
   EXPECT_EQ(sink->finish(within(kLong)), Progress::kBroken);
@@ -310,8 +306,7 @@ TEST_F(TcpSinkTest, WhatAPrinterSaysDisturbsNothing) {
       if (part.size() < 5000) return all;
     }
   });
-  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  deliver(*sink, page);
   EXPECT_EQ(sink->finish(within(kLong)), Progress::kDone);
   // A reset would have cut the printer's reading short.
   EXPECT_EQ(got.get(), page);
@@ -377,8 +372,7 @@ TEST_F(TcpSinkTest, SettlingALongEnoughPageLeavesNoDoubtAboutTheOneBefore) {
   const auto sink = sinkTo(printer, times);
   connect(*sink, printer);
   const Bytes before = someBytes(500);
-  ASSERT_EQ(sink->send(before.data(), before.size(), within(kLong)), Progress::kDone);
-  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  deliver(*sink, before);
   const Bytes page = someBytes(21500, 2);
   StopWatch time;
   auto settled = std::async(std::launch::async,
@@ -410,8 +404,7 @@ TEST_F(TcpSinkTest, APrinterThatResetsBetweenPagesHasLostWhatItHadNotRead) {
   const auto sink = sinkTo(printer);
   connect(*sink, printer);
   const Bytes page = someBytes(3000);
-  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  deliver(*sink, page);
   printer.awaitUnread(page.size());
   printer.hangUp();
   Progress progress = Progress::kDone;
@@ -559,8 +552,7 @@ TEST_F(TcpSinkTest, AStopEndsTheFarewell) {
   const auto sink = sinkTo(printer, times);
   connect(*sink, printer);
   const Bytes page = someBytes(10);
-  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  deliver(*sink, page);
   watch_.stop(Stop::kCancel);
   EXPECT_EQ(sink->finish({}), Progress::kStopped);
 }
@@ -572,8 +564,7 @@ TEST_F(TcpSinkTest, AChattererIsSentItsPage) {
   connect(*sink, printer);
   printer.say(std::string(100000, '?'));
   const Bytes page = someBytes(10);
-  ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  ASSERT_EQ(sink->prove(within(kLong)), Progress::kDone);
+  deliver(*sink, page);
   EXPECT_EQ(printer.read(page.size()), page);
   EXPECT_EQ(told_.count("DEBUG: the printer says "), 3);
 }
