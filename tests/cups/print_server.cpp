@@ -196,7 +196,10 @@ JobReport PrintServer::await(int job) {
   JobReport report;
   const bool done = eventually([&report, job] {
     report = ask(job);
-    return report.state >= JobState::kStopped;
+    // A job counts as cancelled while its filters are still being ended.
+    const bool isEnding =
+        report.state == JobState::kCanceled && report.reason == "processing-to-stop-point";
+    return report.state >= JobState::kStopped && !isEnding;
   });
   if (!done) ADD_FAILURE() << "job " << job << " does not end";
   report.sent = readFile(place_ + "captured/" + std::to_string(job) + ".bin");

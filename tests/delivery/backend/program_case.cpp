@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <tuple>
 
 namespace kestra::delivery {
 
@@ -26,7 +27,8 @@ void makePipe(std::array<int, 2>& ends) {
   ASSERT_EQ(fstat(ends[0], &made), 0);
   do {
     clock_gettime(CLOCK_REALTIME_COARSE, &now);
-  } while (now.tv_sec == made.st_atim.tv_sec && now.tv_nsec <= made.st_atim.tv_nsec);
+  } while (std::tie(now.tv_sec, now.tv_nsec) <=
+           std::tie(made.st_atim.tv_sec, made.st_atim.tv_nsec));  // it may be a second ahead
 }
 
 }  // namespace
