@@ -135,14 +135,6 @@ TEST(KestraFit, EndsWellWhereTheFilterReadsNoMore) {
   EXPECT_EQ(end.messages, "");
 }
 
-TEST(KestraFit, IsEndedByTheSignalThatCancelsAJob) {
-  FitProgram program(jobWords());
-  program.give("3SaR");
-  ASSERT_EQ(program.take(4), "3SaR");
-  kill(program.pid(), SIGTERM);
-  EXPECT_EQ(program.await().signal, SIGTERM);
-}
-
 // A label must not wait in the stage for the next one.
 TEST(KestraFit, HandsOnEachPageBeforeItWaitsForTheNext) {
   FitProgram program(jobWords());

@@ -15,16 +15,6 @@
 namespace kestra {
 namespace {
 
-[[noreturn]] void endByTermination() {
-  sigset_t termination;
-  sigemptyset(&termination);
-  sigaddset(&termination, SIGTERM);
-  std::signal(SIGTERM, SIG_DFL);
-  std::raise(SIGTERM);  // waits until the next line lets it in
-  sigprocmask(SIG_UNBLOCK, &termination, nullptr);
-  _exit(EXIT_FAILURE);
-}
-
 int guard(pid_t work, const sigset_t& awaited) {
   bool isCancelled = false;
   int status = 0;
@@ -39,11 +29,13 @@ int guard(pid_t work, const sigset_t& awaited) {
   }
   if (ended < 0) return EXIT_FAILURE;
   if (WIFEXITED(status)) return WEXITSTATUS(status);
-  if (isCancelled) endByTermination();
-  std::fprintf(stderr,
-               "ERROR: The program that fits the pages was ended by signal %d; the rest of the job "
-               "may be missing.\n",
-               WTERMSIG(status));
+  if (!isCancelled) {
+    std::fprintf(stderr,
+                 "ERROR: The program that fits the pages was ended by signal %d; the rest of the "
+                 "job may be missing.\n",
+                 WTERMSIG(status));
+  }
+  // Never by a signal: the print system would take it for done.
   return EXIT_FAILURE;
 }
 

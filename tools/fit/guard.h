@@ -12,8 +12,8 @@ namespace kestra {
 /// so that no end of the pages is seen, until it knows how the first one ended. SIGTERM to the
 /// guard ends both; a guard that is killed leaves the work to its end. Where the system has no room
 /// for two processes there is no guard.
-/// @return in the guard the exit status to end with: 1, with a message, where a signal ended the
-///         work. Nothing in the process that has the work to do.
+/// @return in the guard the exit status to end with: 1 where a signal ended the work, with a
+///         message unless the guard was told to end. Nothing in the process that does the work.
 [[nodiscard]] std::optional<int> guardWork();
 
 }  // namespace kestra
