@@ -68,6 +68,18 @@ TEST_F(Documents, PngPrintsAsLargeAsThePicture) {
   EXPECT_EQ(onlyFrame(report).substr(18, 4), std::string("\x6A\0\xF7\x03", 4));
 }
 
+TEST_F(Documents, RarePicturesGoTheWayOfTheUsualOnes) {
+  std::string grey = "P5 4 5 255\n";  // it fills the width of the paper
+  for (int i = 0; i < 20; ++i) grey += static_cast<char>(12 * i);
+  const std::string picture = document("picture.pgm", grey);
+  const std::string queue = makeQueue();
+  const std::string stream = renderByHand({"imagetoraster"}, picture, "image/x-portable-graymap",
+                                          server().ppd("kestra4"), "");
+  const JobReport report = server().print(queue, picture);
+  expectPrinted(report, predict(stream, labelSettings(), report.id, queue));
+  EXPECT_GT(server().lineOf(report.id, "/kestrasize"), 0);
+}
+
 TEST_F(Documents, RasterDocumentReachesTheFilterUnchanged) {
   const std::string queue = makeQueue();
   const std::vector<ts::StreamPage> pages = {rasterPage("photo", 812, 1218),

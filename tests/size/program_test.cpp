@@ -55,7 +55,11 @@ class Program : public testing::Test {
     setenv("CUPS_SERVERBIN", folder_.c_str(), 1);
     setenv("PPD", KESTRA_PPD_DIR "/kestra4.ppd", 1);
     setenv("CONTENT_TYPE", type.c_str(), 1);
-    setenv("TMPDIR", folder_.c_str(), 1);
+    setenv("TMPDIR", temporaryFiles_.c_str(), 1);
+    if (ignoresEnds_) {
+      std::signal(SIGCHLD, SIG_IGN);
+      alarm(20);
+    }
     const std::string document = folder_ + "/in";
     const auto redirect = [&](const std::string& file, int flags, int to) {
       dup2(open(file.c_str(), flags, 0600), to);
@@ -76,6 +80,8 @@ class Program : public testing::Test {
 
   const kestra::testing_support::TemporaryFolder temporary_;
   const std::string folder_ = temporary_.path();
+  std::string temporaryFiles_ = folder_;
+  bool ignoresEnds_ = false;
 };
 
 TEST_F(Program, HandsADocumentFromFilterToFilter) {
@@ -142,6 +148,22 @@ TEST_F(Program, ReadsTheSizeOfDotsWithoutTakingAnyAway) {
     EXPECT_EQ(text("rastertopdf.options"), "PageSize=w283h142");
     EXPECT_EQ(text("out").rfind(page + " rastertopdf pdftopdf", 0), 0U);
   }
+}
+
+// What was read of it would be missing.
+TEST_F(Program, FailsWhereItCannotKeepTheDotsThatItMeasures) {
+  temporaryFiles_ = folder_ + "/none";
+  const int status = run("image/urf", "", false);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), EXIT_FAILURE);
+  EXPECT_EQ(text("log"), "ERROR: The document cannot be kept in the folder for temporary files.\n");
+  EXPECT_EQ(run("image/urf", ""), 0);
+}
+
+TEST_F(Program, SeesItsFiltersEndWhereWhoeverStartsItIgnoresEnds) {
+  ignoresEnds_ = true;
+  EXPECT_EQ(run("application/pdf", ""), 0);
+  EXPECT_EQ(text("out").rfind("in pdftopdf gstoraster", 0), 0U) << text("out");
 }
 
 TEST_F(Program, FailsAsAFilterFails) {

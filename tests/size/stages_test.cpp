@@ -45,6 +45,7 @@ TEST(Stages, OfDocumentsAreThoseOfThePrintSystem) {
   EXPECT_EQ(stagesIn(ppd.get(), "image/urf"), "rastertopdf pdftopdf gstoraster last");
   EXPECT_EQ(stagesIn(ppd.get(), "image/png"), "imagetoraster last");
   EXPECT_EQ(stagesIn(ppd.get(), "image/jpeg"), "imagetoraster last");
+  EXPECT_EQ(stagesIn(ppd.get(), "image/x-portable-pixmap"), "imagetoraster last");
 }
 
 TEST(Stages, HaveWhatTheDescriptionPutsInFrontOfTheFilter) {

@@ -63,7 +63,7 @@ bool keepInput() {
 
 std::optional<PageMeasure> firstPage(const std::vector<std::string>& words) {
   if (words.size() <= kDocument) {
-    if (!keepInput() || lseek(STDIN_FILENO, 0, SEEK_SET) != 0) return std::nullopt;
+    static_cast<void>(lseek(STDIN_FILENO, 0, SEEK_SET));
     const auto measure = measureOfFirstPage(STDIN_FILENO);
     static_cast<void>(lseek(STDIN_FILENO, 0, SEEK_SET));
     return measure;
@@ -97,6 +97,9 @@ int run(std::vector<std::string> words) {
   ppdMarkDefaults(ppd.get());
 
   const std::string type = variable("CONTENT_TYPE");
+  if (isDots(type) && words.size() <= kDocument && !keepInput()) {
+    return fail("The document cannot be kept in the folder for temporary files.");
+  }
   const JobSize size =
       sizeOfJob(ppd.get(), words[kOptions], isDots(type) ? firstPage(words) : std::nullopt);
   if (!size.warning.empty()) std::fprintf(stderr, "WARNING: %s\n", size.warning.c_str());

@@ -37,9 +37,10 @@ pid_t start(const Filter& filter, int input, int output) {
   const pid_t parent = getpid();
   const pid_t process = fork();
   if (process != 0) return process;
+  const bool endsWithParent = prctl(PR_SET_PDEATHSIG, SIGTERM) == 0;
   // The parent may have ended before the request; nobody would end this one then.
-  if (prctl(PR_SET_PDEATHSIG, SIGTERM) == 0 && getppid() == parent &&
-      dup2(input, STDIN_FILENO) >= 0 && dup2(output, STDOUT_FILENO) >= 0) {
+  if (getppid() != parent) _exit(EXIT_FAILURE);
+  if (endsWithParent && dup2(input, STDIN_FILENO) >= 0 && dup2(output, STDOUT_FILENO) >= 0) {
     execv(filter.path.c_str(), words.data());
   }
   say("ERROR", "Unable to start filter \"" + filter.path + "\": " + std::strerror(errno));
@@ -107,6 +108,8 @@ bool wasKilled(int status) {
 }
 
 int runFilters(const std::vector<Filter>& filters) {
+  // Ignored, the end of one would not be told before all have ended.
+  std::signal(SIGCHLD, SIG_DFL);
   std::vector<Running> row = startAll(filters);
   bool isCut = false;
   int status = 0;

@@ -21,7 +21,7 @@ struct Filter {
 /// @return how the last one ended that did not end well, as waitpid tells it; 0 where all did well
 [[nodiscard]] int runFilters(const std::vector<Filter>& filters);
 
-/// Whether a filter was ended from outside: the print system takes that for a good end.
+/// Whether a filter was ended by SIGKILL or SIGTERM: the print system takes that for a good end.
 [[nodiscard]] bool wasKilled(int status);
 
 }  // namespace kestra

@@ -26,7 +26,7 @@ bool isDots(const std::string& contentType) {
 
 std::vector<std::string> stagesOf(const std::string& contentType, ppd_file_t* ppd) {
   std::vector<std::string> stages;
-  if (contentType == "image/png" || contentType == "image/jpeg") {
+  if (contentType.rfind("image/", 0) == 0 && !isDots(contentType)) {
     stages = {"imagetoraster"};
   } else {
     if (contentType == "text/plain") stages = {"texttopdf"};
