@@ -163,7 +163,7 @@ Progress BackendSink::makeForget(const Patience& patience) {
 }
 
 Progress BackendSink::send(const std::uint8_t* data, std::size_t size, const Patience& patience) {
-  if (!isRunning_ || isInputOver_) return Progress::kBroken;
+  if (!isRunning_ || (isInputOver_ && size > 0)) return Progress::kBroken;
   while (size > 0) {
     const Woken woken = watch_.await(input_, POLLOUT, part(patience, kLook));
     if (end_) return afterEnd();

@@ -148,7 +148,7 @@ Progress TcpSink::tryOne(const addrinfo& address, const Patience& patience) {
       return progress;
     }
   }
-  // It was there and has gone: the first byte meets that as a break, and those are not asked often.
+  // It was there and has gone: who uses the connection meets its end, and is not let connect often.
   if (error == ECONNRESET) error = 0;
   if (error == 0 && isOwnEnd(socket_)) error = ECONNREFUSED;
   if (error != 0) {

@@ -63,8 +63,7 @@ class BackendSinkTest : public ::testing::Test {
   Progress page(Sink& sink, const Bytes& bytes, Before before = Before::kNothing) {
     Progress progress = sink.open(before, within(kLong));
     if (progress != Progress::kDone) return progress;
-    progress = sink.send(bytes.data(), bytes.size() - 1, within(kLong));
-    if (progress == Progress::kDone) progress = sink.settle(nullptr, 0, within(kLong));
+    progress = sink.settle(bytes.data(), bytes.size() - 1, within(kLong));
     if (progress == Progress::kDone) progress = sink.send(&bytes.back(), 1, within(kLong));
     return progress == Progress::kDone ? sink.prove(within(kLong)) : progress;
   }
@@ -227,6 +226,8 @@ TEST_F(BackendSinkTest, AStopEndsTheWaitsAndTheRestCanFollow) {
   EXPECT_LT(sent, bytes.size());
   ASSERT_EQ(sink->send(bytes.data() + sent, bytes.size() - sent, rest), Progress::kDone);
   EXPECT_EQ(sink->prove({Clock::time_point::max(), Stop::kCancel}), Progress::kStopped);
+  // Nothing of the page is left to send.
+  EXPECT_EQ(sink->send(nullptr, 0, rest), Progress::kDone);
   EXPECT_EQ(sink->prove(rest), Progress::kDone);
   EXPECT_EQ(place_.text("out"), text(bytes));
 }
@@ -256,7 +257,7 @@ TEST_F(BackendSinkTest, ATornPageIsForgottenByUsbBeforeTheNext) {
 
 TEST_F(BackendSinkTest, AResetThatIsRefusedOrNotAnsweredIsToldOnceAndNeverComesLate) {
   BackendTimes times = quick();
-  times.reset = milliseconds(300);
+  times.reset = milliseconds(kLong);
   place_.write("usb", std::string("printf '\\001\\007\\000\\000' >&4\n") + kUsb);
   const auto refused = sinkTo("usb", times);
   ASSERT_EQ(page(*refused, someBytes(5000), Before::kTornPage), Progress::kDone);
@@ -265,6 +266,7 @@ TEST_F(BackendSinkTest, AResetThatIsRefusedOrNotAnsweredIsToldOnceAndNeverComesL
 
   told_.lines.clear();
   place_.write("usb", kUsb);  // never reads its side channel
+  times.reset = milliseconds(1500);
   const auto mute = sinkTo("usb", times);
   ASSERT_EQ(page(*mute, someBytes(5000), Before::kTornPage), Progress::kDone);
   EXPECT_EQ(told_.count("WARNING: The printer could not be made to forget"), 1);
