@@ -51,7 +51,7 @@ TEST_F(Jobs, OfTwoQueuesPrintAtOnceWithoutMixing) {
   server().addQueue(second, "kestra4", {"HalftoneType=Burkes", "Darkness=Dark"});
   std::vector<ts::StreamPage> ones;
   std::vector<ts::StreamPage> others;
-  for (int i = 0; i < 8; ++i) {
+  for (int i = 0; i < 20; ++i) {
     ones.push_back(rasterPage("photo", 812, 900));
     others.push_back(rasterPage("gradient", 636, 700));
   }
@@ -77,7 +77,7 @@ TEST_F(Jobs, OfTwoQueuesPrintAtOnceWithoutMixing) {
 
 TEST_F(Jobs, CancelledInTheMiddleLeaveWholeFramesOnly) {
   const std::string queue = makeQueue();
-  const std::vector<ts::StreamPage> pages(120, rasterPage("gradient", 812, 1218));
+  const std::vector<ts::StreamPage> pages(120, rasterPage("gradient", 812, 2436));
   const int job = server().send(queue, raster(pages), {"-o", "HalftoneType=Sierra"});
   server().awaitFrame(job);
   mustRun({"cancel", std::to_string(job)});

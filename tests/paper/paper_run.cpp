@@ -29,7 +29,7 @@
 namespace kestra::paper {
 namespace {
 
-constexpr auto kPatience = std::chrono::seconds(10);
+constexpr auto kPatience = std::chrono::seconds(30);
 constexpr auto kLook = std::chrono::milliseconds(1);
 
 // Only in the child, between fork and exec.

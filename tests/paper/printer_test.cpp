@@ -237,9 +237,9 @@ TEST(PaperFaults, HappenAtTheByteTheyArePlannedFor) {
 
 TEST(PaperFaults, SlowsDownForAWhile) {
   const Folder folder;
-  Paper paper(folder, {"tcp:0", "--fault", "label 2 slow 40 0.3"});
+  Paper paper(folder, {"tcp:0", "--fault", "label 2 slow 4 2"});
   const Sender sender(paper.port());
-  // 40 rows at 40 mm a second take 0.125 s.
+  // 40 rows at 4 mm a second take 1.25 s.
   const Bytes label = largeLabel(106, 40);
   ASSERT_TRUE(sender.send(label + label));
   ASSERT_TRUE(paper.await("label", 2));
@@ -247,12 +247,12 @@ TEST(PaperFaults, SlowsDownForAWhile) {
     const JsonValue event = paper.events("label")[which];
     return event["last"].number - event["first"].number;
   };
-  EXPECT_LT(duration(0), 0.1);
-  EXPECT_GT(duration(1), 0.1);
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));  // until the fault is over
+  EXPECT_LT(duration(0), 1.0);
+  EXPECT_GT(duration(1), 1.0);
+  std::this_thread::sleep_for(std::chrono::seconds(2));  // until the fault is over
   ASSERT_TRUE(sender.send(label));
   ASSERT_TRUE(paper.await("label", 3));
-  EXPECT_LT(duration(2), 0.1);
+  EXPECT_LT(duration(2), 1.0);
   EXPECT_EQ(paper.stop(), 0);
 }
 
@@ -344,7 +344,7 @@ TEST(PaperFaults, HearsAgainAfterAWhile) {
 
 TEST(PaperFaults, RefusesForAWhileAtTheSamePort) {
   const Folder folder;
-  Paper paper(folder, {"tcp:0", "--fault", "label 2 50% refuse 0.3"});
+  Paper paper(folder, {"tcp:0", "--fault", "label 2 50% refuse 2"});
   const std::uint16_t port = paper.port();
   const Sender sender(port);
   const auto start = Clock::now();
@@ -352,16 +352,16 @@ TEST(PaperFaults, RefusesForAWhileAtTheSamePort) {
   EXPECT_EQ(sender.await(), "reset");
   EXPECT_FALSE(Sender(port).isConnected());
   ASSERT_TRUE(awaitThat([&] { return Sender(port).isConnected(); }));
-  EXPECT_GE(secondsSince(start), 0.3);
+  EXPECT_GE(secondsSince(start), 2);
   EXPECT_EQ(paper.stop(), 1);
   EXPECT_EQ(paper.events("counters")[0]["torn"].number, 1);
 }
 
 TEST(PaperFaults, RefusesOnAUnixSocketAsWell) {
   const Folder folder;
-  Paper paper(folder, {"unix:socket", "--fault", "start refuse 0.2"});
+  Paper paper(folder, {"unix:socket", "--fault", "start refuse 2"});
   ASSERT_TRUE(paper.await("action", 1));
-  EXPECT_FALSE(Sender(folder.path("socket")).isConnected());
+  ASSERT_TRUE(awaitThat([&] { return !Sender(folder.path("socket")).isConnected(); }));
   ASSERT_TRUE(awaitThat([&] { return Sender(folder.path("socket")).isConnected(); }));
   EXPECT_EQ(paper.stop(), 0);
 }

@@ -1,13 +1,15 @@
-// A file read whole, and a folder that vanishes with its object.
+// A file read whole, a folder that vanishes with its object, a file younger than another.
 // Why: what a program leaves is compared byte for byte, and no test may leave anything.
 #pragma once
 
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <system_error>
+#include <tuple>
 
 namespace kestra::testing_support {
 
@@ -36,5 +38,16 @@ class TemporaryFolder {
  private:
   std::string path_;
 };
+
+/// Waits until files and pipes that are made from then on are younger than those that are there:
+/// they know the time in ticks. None is younger than the exact clock says.
+inline void awaitTick() {
+  timespec exact = {};
+  timespec ticks = {};
+  clock_gettime(CLOCK_REALTIME, &exact);
+  do {
+    clock_gettime(CLOCK_REALTIME_COARSE, &ticks);
+  } while (std::tie(ticks.tv_sec, ticks.tv_nsec) <= std::tie(exact.tv_sec, exact.tv_nsec));
+}
 
 }  // namespace kestra::testing_support

@@ -26,7 +26,7 @@ constexpr int kAgain = 7;  // the print system starts the job again at once
 const Patience kUntilLeave = {};
 const Patience kUntilCancel = {Clock::time_point::max(), Stop::kCancel};
 
-FrontTimes quick() { return {milliseconds(300), milliseconds(100), std::chrono::hours(1)}; }
+FrontTimes quick() { return {milliseconds(2000), milliseconds(100), std::chrono::hours(1)}; }
 
 TEST(RunApart, EndsWithTheVerdictAfterAllLines) {
   Child job([] {

@@ -147,7 +147,7 @@ TEST_F(Discovery, ListsWhatItHasWhenABackendHangs) {
 TEST_F(Discovery, LeavesNoBackendBehind) {
   // It tells its number and that of a child of its own, and hangs.
   folder_.write("usb", "#!/bin/sh\nsleep 61 &\necho \"direct usb://$$/$! m i\"\nwait\n", 0755);
-  const std::string text = list({milliseconds(500), milliseconds(3000)});
+  const std::string text = list({milliseconds(2000), milliseconds(3000)});
   const std::size_t first = text.find("usb://") + 6;
   const std::size_t slash = text.find('/', first);
   ASSERT_NE(slash, std::string::npos) << text;

@@ -9,9 +9,9 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
-#include <tuple>
+
+#include "tests/support/files.h"
 
 namespace kestra::delivery {
 
@@ -19,16 +19,10 @@ const std::string ProgramCase::kCommand("\x1B\x73\x01\x00\x00\x02\x01", 7);
 
 namespace {
 
-// A frame as old as the pipe could be another start's, and files know the time in ticks only.
+// A frame as old as the pipe could be another start's.
 void makePipe(std::array<int, 2>& ends) {
-  struct stat made = {};
-  timespec now = {};
   ASSERT_EQ(pipe(ends.data()), 0);
-  ASSERT_EQ(fstat(ends[0], &made), 0);
-  do {
-    clock_gettime(CLOCK_REALTIME_COARSE, &now);
-  } while (std::tie(now.tv_sec, now.tv_nsec) <=
-           std::tie(made.st_atim.tv_sec, made.st_atim.tv_nsec));  // it may be a second ahead
+  kestra::testing_support::awaitTick();
 }
 
 }  // namespace

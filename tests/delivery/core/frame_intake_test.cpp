@@ -17,6 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace testing_support;
+using kestra::testing_support::awaitTick;
 
 constexpr int kJob = 12;
 
@@ -206,6 +207,7 @@ TEST(FrameIntake, AFrameThatIsGoneBeforeItCouldBeKeptIsNotTheNextOneOfItsName) {
   intake.look();
   fs::remove(folder / frameName(1, kJob));
   fs::remove(folder / frameName(2, kJob));
+  awaitTick();
   publish(folder / frameName(1, kJob), frameOf(3));
   intake.keepIn(kept.path());
   intake.look();
@@ -248,6 +250,7 @@ TEST(FrameIntake, FindsTheFolderAgainWhenItIsMadeAnew) {
   fs::remove_all(folder);
   intake.look();
   EXPECT_TRUE(intake.mustBePolled());
+  awaitTick();
   fs::create_directory(folder);
   publish(folder + "/" + frameName(1, kJob), frameOf(2));
   intake.look();

@@ -26,6 +26,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace testing_support;
+using kestra::testing_support::awaitTick;
 
 constexpr std::size_t kLabelBytes = 41;
 
@@ -37,22 +38,12 @@ class JobRunTest : public testing::Test {
     fs::permissions(places_.frames, fs::perms::owner_all);
     fs::create_directory(places_.images);
   }
-  // A filter needs longer for its first page than the clock of files for a tick, and a print system
-  // for starting a job again. No file is younger than the exact clock says now.
-  static void awaitTick() {
-    timespec exact = {};
-    timespec coarse = {};
-    ASSERT_EQ(clock_gettime(CLOCK_REALTIME, &exact), 0);
-    do {
-      ASSERT_EQ(clock_gettime(CLOCK_REALTIME_COARSE, &coarse), 0);
-    } while (std::tie(coarse.tv_sec, coarse.tv_nsec) <= std::tie(exact.tv_sec, exact.tv_nsec));
-  }
   // What a filter leaves that printed labels with these dots, and the reading end of its pipe.
   int filter(int job, const std::vector<std::uint8_t>& dots, bool endsWell = true) {
     int ends[2];
     EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
     facts_.birth = birthOfPipe(ends[0]);
-    awaitTick();
+    awaitTick();  // a filter needs longer for its first page than this clock for a tick
     int sequence = 0;
     for (const std::uint8_t one : dots) {
       EXPECT_EQ(write(ends[1], kUsualCommand.data(), kUsualCommand.size()), 7);

@@ -48,7 +48,7 @@ class JobSourceTest : public testing::Test {
     pipe_[1] = -1;
   }
   Next page(std::size_t number) { return source_->page(number, page_, soon()); }
-  static Patience soon() { return Patience::forMilliseconds(2000); }
+  static Patience soon() { return Patience::forMilliseconds(30000); }
 
   Folder folder_;
   int pipe_[2] = {-1, -1};

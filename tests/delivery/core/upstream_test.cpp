@@ -31,7 +31,7 @@ TEST(EndWriters, EndsTheWriterOfThePipeAlone) {
   close(mine[1]);
   // The writer is there once its output is the pipe; until then its copy of ours keeps it open.
   pollfd end = {mine[0], POLLIN, 0};
-  for (int i = 0; i < 500 && poll(&end, 1, 10) == 0; ++i) endWriters(mine[0]);
+  for (int i = 0; i < 3000 && poll(&end, 1, 10) == 0; ++i) endWriters(mine[0]);
   EXPECT_NE(end.revents & POLLHUP, 0);
   EXPECT_EQ(waitpid(writer, nullptr, 0), writer);
   EXPECT_EQ(waitpid(other, nullptr, WNOHANG), 0);

@@ -19,7 +19,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 BUILD = os.path.realpath(os.environ.get("KESTRA_BUILD", "build-test"))
 STOCK = os.environ.get("KESTRA_STOCK", "")
 STATE = "/tmp/rig/machine/var/lib/rastertokestra"
-NEWS = ("kestra", "rastertokestra", "gs", "pdftopdf", "gstoraster")
+NEWS = ("kestra", "kestrafit", "kestrasize", "rastertokestra", "gs", "pdftopdf", "gstoraster")
 SKIPPED = 77
 
 #: A label that the printer's buffer cannot hold: a printer that stops in it stops its sender too.

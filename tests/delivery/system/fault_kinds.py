@@ -66,11 +66,11 @@ def _program(name, sign=signal.SIGKILL):
     return lambda round_: _kill(machine.processes(name), sign)
 
 
-def _one_of(name):
+def _one_of(name, sign=signal.SIGKILL):
     """Of several processes of a program, one by chance."""
     def strike(round_):
         found = machine.processes(name)
-        return bool(found) and _kill([round_.random.choice(found)])
+        return bool(found) and _kill([round_.random.choice(found)], sign)
     return strike
 
 
@@ -175,6 +175,8 @@ KINDS = [
     Kind("filter killed", _program("rastertokestra"), aim="rastertokestra"),
     Kind("filter ended (TERM)", _program("rastertokestra", signal.SIGTERM), aim="rastertokestra"),
     Kind("page fitter killed", _one_of("kestrafit"), Rules(heals=False), aim="kestrafit"),
+    Kind("page fitter ended (TERM)", _one_of("kestrafit", signal.SIGTERM), Rules(heals=False),
+         aim="kestrafit"),
     Kind("page fitter crashes", _program("kestrafit", signal.SIGSEGV), Rules(heals=False),
          aim="kestrafit"),
     Kind("page sizer killed", _program("kestrasize"), document="pdf", aim="kestrasize"),

@@ -161,6 +161,8 @@ def conclude(options, folder, seconds):
 
 def main():
     options = arguments()
+    if not kinds_of(options):
+        sys.exit(f"faults: no kind's name holds \"{options.kind}\"")
     if options.worker is not None:
         return work(options)
     options.seed = options.seed or str(random.SystemRandom().randrange(10**6))

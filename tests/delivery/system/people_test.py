@@ -20,7 +20,7 @@ class PeopleAtWork(DeliveryCase):
         cls.document = documents.raster(COUNT, times=TIMES, **LARGE)
         cls.small = documents.raster(COUNT)
 
-    def begun(self, label=3, fault="pause 0.3", options=None, percent=15):
+    def begun(self, label=3, fault="pause 1.5", options=None, percent=15):
         """A job whose printer has stopped within a label: (printer, queue, number)."""
         labels = self.wanted(self.document)
         self.assert_all_differ(labels, COUNT)
@@ -49,8 +49,9 @@ class PeopleAtWork(DeliveryCase):
         after = large(2, 101)
         printer, queue, number = self.begun(label=3)
         self.system.cancel(number)
-        # The printer reads on after 0.3 seconds and prints half a label: a second is left for that.
-        self.nobody_works(1.4)
+        # The printer reads on after 1.5 seconds and prints half a label; a sender whose printer
+        # reads no more would be ended after 4 seconds.
+        self.nobody_works(3.5)
         job = self.system.wait(number)
         self.assertEqual((job.state, job.sheets), (rig.CANCELED, 2))
         self.assert_printed(self.system.lp(queue, after), 2)
@@ -79,7 +80,7 @@ class PeopleAtWork(DeliveryCase):
         number = self.system.lp(self.queue(printer), self.document)
         self.system.await_log(number, "Waiting for the printer at")
         self.system.cancel(number)
-        self.nobody_works(1)
+        self.nobody_works(3.5)
         self.assertEqual(self.system.wait(number).state, rig.CANCELED)
         self.assert_tidy()
 
@@ -89,8 +90,8 @@ class PeopleAtWork(DeliveryCase):
         printer, _, number = self.begun(label=3)
         self.system.hold(number)
         self.system.wait(number, [rig.HELD])
-        self.nobody_works(3)
-        self.assertEqual(len(printer.labels()), 3)
+        self.nobody_works(3.5)
+        printer.await_labels(3)
         self.system.resume(number)
         self.assert_printed(number, COUNT)
         wanted = self.wanted(self.document)
@@ -104,7 +105,7 @@ class PeopleAtWork(DeliveryCase):
     def test_the_queue_is_stopped_in_a_label_and_started_again(self):
         printer, queue, number = self.begun(label=3)
         self.system.disable(queue)
-        self.nobody_works(3)
+        self.nobody_works(3.5)
         self.assertEqual(self.system.printer(queue)["printer-state"], rig.PAUSED)
         self.system.enable(queue)
         self.assert_printed(number, COUNT)
@@ -150,7 +151,7 @@ class PeopleAtWork(DeliveryCase):
         printer, _, number = self.begun(label=3)
         self.system.hold(number)
         self.system.wait(number, [rig.HELD])
-        self.nobody_works(3)
+        self.nobody_works(3.5)
         self.system.change(number, MirrorImage="True")
         mirrored = self.wanted(self.document, "MirrorImage=True")
         self.assertNotEqual(mirrored[0], self.wanted(self.document)[0])
@@ -159,7 +160,7 @@ class PeopleAtWork(DeliveryCase):
         self.assertEqual(job.state, rig.HELD, self.story(number))
         self.assertEqual(job.message, "The job was changed after 2 of its labels came. Resume it "
                          "to print all labels anew, or cancel it.")
-        self.assertEqual(len(printer.labels()), 3)
+        printer.await_labels(3)
         self.system.resume(number)
         job = self.system.wait(number)
         self.assertEqual(job.state, rig.COMPLETED)

@@ -69,10 +69,11 @@ class PlainJobs(DeliveryCase):
 
     def test_two_queues_of_one_printer_never_mix_their_labels(self):
         first, second = large(10), large(5, 101)
-        printer = self.printer(self.wanted(first) + self.wanted(second), speed=10 * LARGE_MM)
+        printer = self.printer(self.wanted(first) + self.wanted(second), speed=10 * LARGE_MM,
+                               faults=["label 2 50% pause 3"])
         one, other = self.queue(printer, "one"), self.queue(printer, "other")
         ahead = self.system.lp(one, first)
-        printer.await_labels(1)
+        printer.await_action("pause")
         behind = self.system.lp(other, second)
         self.system.await_log(behind, "Another job prints on this printer; waiting for it")
         self.assert_printed(ahead, 10)
@@ -83,13 +84,13 @@ class PlainJobs(DeliveryCase):
     def test_the_queue_says_which_label_of_how_many_is_printed(self):
         document = large(7)
         printer = self.printer(self.wanted(document), speed=10 * LARGE_MM,
-                               faults=["label 5 50% pause 0.5"])
+                               faults=["label 5 50% pause 3"])
         queue = self.queue(printer)
         number = self.system.lp(queue, document)
         printer.await_action("pause")
         # The printer's own buffer holds less than half a label: it is the one under way.
-        self.assertEqual(self.system.printer(queue)["printer-state-message"],
-                         "Printing label 5 of 7")
+        rig.eventually(lambda: self.system.printer(queue)["printer-state-message"]
+                       == "Printing label 5 of 7", 2)
         job = self.system.job(number)
         self.assertEqual(job.attributes.get("job-media-progress"), 100 * 4 // 7)
         self.assertEqual(job.sheets, 4)
@@ -116,7 +117,7 @@ class PlainJobs(DeliveryCase):
             self.assert_printed(number, 2)
         self.assert_each_once(printer)
         self.assert_tidy()
-        rig.eventually(lambda: left() == before, 5, f"{left()} is {before}")
+        rig.eventually(lambda: left() == before, 30, f"{left()} is {before}")
         self.assertFalse(machine.processes("kestra"))
 
     @staticmethod
@@ -142,6 +143,7 @@ class RawJobs(DeliveryCase):
         job = self.system.wait(number)
         self.assertEqual(job.state, rig.COMPLETED, self.story(number))
         self.assert_tidy()
+        rig.eventually(lambda: len(sink.received()) >= copies * len(self.BYTES))
         return sink.received()
 
     def test_a_raw_job_passes_unchanged(self):

@@ -64,7 +64,7 @@ class Wrapped(DeliveryCase):
 
     def in_the_middle(self, scheme, document, wanted, **words):
         printer, queue = self.wrapped(scheme, wanted, speed=15 * LARGE_MM,
-                                      faults=["label 5 50% pause 0.4"], **words)
+                                      faults=["label 5 50% pause 1.5"], **words)
         number = self.system.lp(queue, document)
         printer.await_action("pause")
         return printer, number
