@@ -56,6 +56,7 @@ class Program : public testing::Test {
     setenv("PPD", KESTRA_PPD_DIR "/kestra4.ppd", 1);
     setenv("CONTENT_TYPE", type.c_str(), 1);
     setenv("TMPDIR", temporaryFiles_.c_str(), 1);
+    setenv("DEVICE_URI", device_.c_str(), 1);
     if (ignoresEnds_) {
       std::signal(SIGCHLD, SIG_IGN);
       alarm(20);
@@ -81,6 +82,7 @@ class Program : public testing::Test {
   const kestra::testing_support::TemporaryFolder temporary_;
   const std::string folder_ = temporary_.path();
   std::string temporaryFiles_ = folder_;
+  std::string device_ = "kestra:socket://printer";
   bool ignoresEnds_ = false;
 };
 
@@ -117,6 +119,14 @@ TEST_F(Program, TellsEveryFilterTheSizeInTheDescriptionsWords) {
 TEST_F(Program, LeavesOptionsAsTheyAreWhereTheDescriptionHasTheSize) {
   EXPECT_EQ(run("image/png", "PageSize=w283h142 title='a b'"), 0);
   EXPECT_EQ(text("imagetoraster.options"), "PageSize=w283h142 title='a b'");
+}
+
+TEST_F(Program, LetsNoRendererCountPagesWhereLabelsAreCountedThatCame) {
+  EXPECT_EQ(run("application/pdf", "page-logging=on PageSize=w283h142"), 0);
+  EXPECT_EQ(text("pdftopdf.options"), "page-logging=on PageSize=w283h142 page-logging=off");
+  device_ = "socket://printer";
+  EXPECT_EQ(run("application/pdf", "page-logging=on PageSize=w283h142"), 0);
+  EXPECT_EQ(text("pdftopdf.options"), "page-logging=on PageSize=w283h142");
 }
 
 TEST_F(Program, WarnsOfASizeThatThePrinterDoesNotHave) {

@@ -107,6 +107,13 @@ int run(std::vector<std::string> words) {
     std::fprintf(stderr, "DEBUG: page size%s\n", size.options.c_str() + words[kOptions].size());
   }
   words[kOptions] = size.options;
+  // Delivery counts labels that came. Pages that a renderer reports (page-logging=on) would be
+  // added to them at each start of the job, and the print system lets no sum be corrected
+  // downwards.
+  const bool isDelivered = variable("DEVICE_URI").rfind("kestra:", 0) == 0;
+  if (isDelivered && size.options.find("page-logging") != std::string::npos) {
+    words[kOptions] += " page-logging=off";
+  }
 
   const std::vector<std::string> stages = stagesOf(type, ppd.get());
   if (stages.empty()) return fail("The printer description names no filter for pages.");
