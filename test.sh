@@ -20,6 +20,8 @@ Usage: ./test.sh [VERB]
   arm64     the filter and the tests of its functions built for arm64 and run in an emulator; digest
             list and black-box tests with that filter (left out where the tools cannot be had)
   fuzz [S]  every fuzz target for S seconds (60), with both sanitizers
+  shapes [M] the memory of pages of M million dots (500) in every shape, from one row to one column,
+            through each halftone; takes some 15 minutes, 3 GB of memory and 2 GB of disk
   coverage  lines and branches of the filter's and the tools' code that the tests go through
   mutate [P] builds with one small fault at a time, those of tests/mutations/list.txt whose line
             matches P, and fails where the tests notice too few; takes long
@@ -28,7 +30,9 @@ Usage: ./test.sh [VERB]
             100 (as root, or where namespaces are granted)
   package   builds the Debian package, and installs, prints with and purges it in a Debian root of
             its own (as root)
-  fresh [bookworm|trixie] [demo]  the first two commands of README.md, or the first alone, in a new
+  fresh [bookworm|trixie] [demo] [printer] [delivery [N]] [package]
+            the first two commands of README.md, or those that the words behind the release name
+            (./demo.sh, ./demo.sh printer, ./test.sh delivery N, ./test.sh package), in a new
             minimal root of that Debian release, or of both one after the other (as root); takes
             15 to 40 minutes a release on two cores, one with demo, and 6 GB of memory or disk
 
@@ -228,6 +232,7 @@ case "${1-}" in
   '' | sanitize | memcheck | portable | arm64 | coverage | package) [ $# -le 1 ] || wrong_usage ;;
   delivery) [[ $# -le 2 && "${2-100}" =~ ^[1-9][0-9]*$ ]] || wrong_usage ;;
   fuzz) [[ $# -le 2 && "${2-60}" =~ ^[1-9][0-9]*$ ]] || wrong_usage ;;
+  shapes) [[ $# -le 2 && "${2-500}" =~ ^[1-9][0-9]*$ ]] || wrong_usage ;;
   mutate) [ $# -le 2 ] || wrong_usage ;;
   drawer) [ $# -ge 2 ] || wrong_usage ;;
   fresh) ;; # looks at its words itself
@@ -275,6 +280,12 @@ case "${1-}" in
       -DKESTRA_FUZZ=ON -DKESTRA_SANITIZE=address,undefined,fuzzer-no-link
     cmake --build build-fuzz -j "$jobs" --target fuzz_targets || fail "building the targets failed"
     JOBS=$jobs tests/fuzz/run.sh build-fuzz "${2-60}" || fail "a fuzz target broke"
+    ;;
+  shapes)
+    configure build-test -DCMAKE_BUILD_TYPE=Release
+    cmake --build build-test -j "$jobs" --target rastertokestra_relative ppds || fail "building failed"
+    python3 tests/blackbox/page_shapes_test.py build-test/filter/rastertokestra_relative \
+      build-test/ppd/kestraa4.ppd "${2-500}" || fail "a page takes more memory than it may"
     ;;
   coverage)
     # Each process adds its counts to one of a few files, which must not lie below /tmp: that is

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "filter/base/file.h"
 #include "filter/base/job_settings.h"
@@ -44,11 +45,11 @@ bool isPaperLargeEnough(const Settings& settings) {
   return false;
 }
 
-void openOutputCopy(const Settings& settings, FilePtr* copy) {
+void openOutputCopy(const Settings& settings, KestraPrinter* printer, FilePtr* copy) {
   if (settings.outputFile[0] == '\0') return;
   copy->reset(std::fopen(settings.outputFile, "w"));
   wrenLogCommon(kLogDebug, "Filter data output to: %s", settings.outputFile);
-  if (*copy != nullptr) sPrinter->getOutputStreams()->push_back(copy->get());
+  if (*copy != nullptr) printer->getOutputStreams()->push_back(copy->get());
 }
 
 // Refuses a page whose header values cannot belong to one.
@@ -90,9 +91,9 @@ void configurePrinter(KestraPrinter* printer, const Settings& settings,
 bool printPage(int page, cups_page_header2_t* header, RasterInput* input, KestraPrinter* printer,
                Settings* settings, float maxMediaWidthMm) {
   writeSideFile(*header);
-  unsigned char* pixels =
+  PageRows rows =
       printer->beginPage(header->cupsBytesPerLine, header->cupsHeight, header->cupsWidth);
-  if (pixels == nullptr) return false;
+  if (rows.pixels == nullptr) return false;
 
   setPageLengths(settings, *header, maxMediaWidthMm);
   wrenLogCommon(kLogDebug, "pageWidth: %f,pageHeight: %f", static_cast<double>(settings->pageWidth),
@@ -101,8 +102,7 @@ bool printPage(int page, cups_page_header2_t* header, RasterInput* input, Kestra
   jobSetup(printer, settings);
 
   logPageHeader(page, *header);
-  const std::uint64_t size = pageBytes(header->cupsBytesPerLine, header->cupsHeight);
-  if (input->readPixels(pixels, static_cast<std::uint32_t>(size))) printer->printPage();
+  if (input->readPixels(rows)) printer->printPage(std::move(rows));
   return true;
 }
 
@@ -149,7 +149,7 @@ int runJob(int argc, char* argv[], const PageDone& pageDone) {
   // An id that fills the field has no end in it.
   std::memcpy(settings.jobId, argv[1], strnlen(argv[1], sizeof settings.jobId));
   printer->setSettings(&settings);
-  openOutputCopy(settings, &outputCopy);
+  openOutputCopy(settings, printer.get(), &outputCopy);
 
   int status = kFailed;
   if (isPaperLargeEnough(settings)) {

@@ -24,8 +24,8 @@ bool RasterInput::readHeader(cups_page_header2_t* header) {
   return stream_ != nullptr && cupsRasterReadHeader2(stream_, header) != 0;
 }
 
-bool RasterInput::readPixels(unsigned char* pixels, std::uint32_t size) {
-  return cupsRasterReadPixels(stream_, pixels, size) > 0;
+bool RasterInput::readPixels(const PageRows& rows) {
+  return cupsRasterReadPixels(stream_, rows.pixels, static_cast<unsigned>(rows.size())) > 0;
 }
 
 }  // namespace kestra

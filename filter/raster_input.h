@@ -3,7 +3,7 @@
 
 #include <cups/raster.h>
 
-#include <cstdint>
+#include "printer/page_rows.h"
 
 namespace kestra {
 
@@ -25,9 +25,9 @@ class RasterInput {
   /// Reads the next page header; false at the end of the stream.
   [[nodiscard]] bool readHeader(cups_page_header2_t* header);
 
-  /// Reads the pixels of the page whose header came last, `size` bytes; false where nothing could
-  /// be read.
-  [[nodiscard]] bool readPixels(unsigned char* pixels, std::uint32_t size);
+  /// Fills the rows of the page whose header came last; false where nothing could be read.
+  /// @param rows  no larger than `kMaxPageBytes`
+  [[nodiscard]] bool readPixels(const PageRows& rows);
 
  private:
   int descriptor_ = 0;               // standard input, or an open file of our own

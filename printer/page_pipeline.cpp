@@ -61,30 +61,31 @@ void logProcessedImage(const unsigned char* result, unsigned long bytesPerLine,
 
 }  // namespace
 
-unsigned char* WrenPrinter::beginPage(std::uint32_t bytesPerLine, std::uint32_t height,
-                                      std::uint32_t width) {
-  rows_.reset();  // before there are two
-  const bool areInImage =
-      bytesPerLine == paddedRowBytes(width) && workingImage_.Create(width, height, 8, 0) != nullptr;
-  if (!areInImage) rows_ = makePageBlock(pageBytes(bytesPerLine, height));
-  unsigned char* pixels = areInImage ? workingImage_.GetBits(0) : rows_.get();
-  page_ = {pixels, bytesPerLine, height, width, areInImage};
-  return pixels;
+PageRows WrenPrinter::beginPage(std::uint32_t bytesPerLine, std::uint32_t height,
+                                std::uint32_t width) {
+  PageRows rows = {nullptr, bytesPerLine, height, width, nullptr};
+  if (bytesPerLine == paddedRowBytes(width) && workingImage_.Create(width, height, 8, 0)) {
+    rows.pixels = workingImage_.GetBits(0);
+  } else {
+    rows.memory = makePageBlock(rows.size());
+    rows.pixels = rows.memory.get();
+  }
+  return rows;
 }
 
-void WrenPrinter::printPage() {
-  if (page_.pixels == nullptr) return;
-  print(page_);
-  page_ = {};
+void WrenPrinter::printPage(PageRows rows) {
+  if (rows.pixels == nullptr) return;
+  const bool areInImage = rows.memory == nullptr;
+  print({rows.pixels, rows.bytesPerLine, rows.height, rows.width, areInImage, &rows.memory});
 }
 
 void WrenPrinter::printImage(const unsigned char* data, unsigned long bytesPerLine,
                              unsigned long height, unsigned long width) {
-  print({data, bytesPerLine, height, width, false});
+  print({data, bytesPerLine, height, width, false, nullptr});
 }
 
 void WrenPrinter::print(const GreyRows& rows) {
-  const auto [data, bytesPerLine, height, width, areInImage] = rows;
+  const auto& [data, bytesPerLine, height, width, areInImage, memory] = rows;
   wrenLogCommon(kLogDebug,
                 "printImage: Start processing image, input width: %zu, height: %zu, bytes per "
                 "line: %zu",

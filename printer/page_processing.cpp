@@ -41,10 +41,11 @@ const unsigned char* stencilPixels(PaletteImage& image, int bytesPerLine, int wi
 
 int WrenPrinter::PageProcess(DitherType type, const unsigned char* data, int bytesPerLine,
                              int width, int height, unsigned char* out) {
-  return process(type,
-                 {data, static_cast<unsigned long>(bytesPerLine),
-                  static_cast<unsigned long>(height), static_cast<unsigned long>(width), false},
-                 out);
+  return process(
+      type,
+      {data, static_cast<unsigned long>(bytesPerLine), static_cast<unsigned long>(height),
+       static_cast<unsigned long>(width), false, nullptr},
+      out);
 }
 
 int WrenPrinter::process(DitherType type, const GreyRows& rows, unsigned char* out) {
@@ -63,6 +64,7 @@ int WrenPrinter::process(DitherType type, const GreyRows& rows, unsigned char* o
     wrenLogCommon(kLogCritical, "paletteimage.CreateFromArray with grey failed!");
     return 0;
   }
+  if (rows.memory != nullptr) rows.memory->reset();
   wrenLogCommon(kLogDebug,
                 "PageProcess: Successfully created PaletteImage from array with stride %d",
                 bytesPerLine);
@@ -130,6 +132,7 @@ bool WrenPrinter::ditherStencil(DitherType type, int bytesPerLine, int width, in
   std::vector<unsigned char> room;
   const unsigned char* pixels =
       out != nullptr ? out : stencilPixels(workingImage_, bytesPerLine, width, height, &room);
+  if (!room.empty()) workingImage_.Destroy();  // nobody needs the page twice
   const bool made = secondImage_.Create(static_cast<std::uint32_t>(width),
                                         static_cast<std::uint32_t>(height), 8, 0) != nullptr;
   if (made) {

@@ -16,7 +16,7 @@ namespace kestra {
 void copyIndices(const PaletteImage& image, unsigned char* out, int width, int height, int stride);
 
 /// The same with index 1 as 255, then complemented for negative printing.
-/// @param outSize  bytes of `out`; pixels that would lie behind them are left out
+/// @param outSize  size of `out` in bytes; pixels that would lie behind its end are left out
 void copyFinishedPixels(const PaletteImage& image, bool negative, unsigned char* out, int width,
                         int height, int stride,
                         std::size_t outSize = std::numeric_limits<std::size_t>::max());

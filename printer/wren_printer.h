@@ -10,9 +10,9 @@
 #include <list>
 
 #include "filter/base/halftone_type.h"
-#include "filter/base/page_block.h"
 #include "imaging/paletteimage/palette_image.h"
 #include "printer/debug_image.h"
+#include "printer/page_rows.h"
 #include "printer/pixel_rows.h"
 
 namespace kestra {
@@ -91,16 +91,15 @@ class WrenPrinter {
 
   // --- The way of a page ---
 
-  /// Begins a page: lends room for its grey pixels, `height` rows of `bytesPerLine` bytes, all
-  /// zero, to be filled until `printPage`. Rows as long as an image's lie where they are processed
-  /// and are never copied.
-  /// @return null where there is no memory
-  [[nodiscard]] unsigned char* beginPage(std::uint32_t bytesPerLine, std::uint32_t height,
-                                         std::uint32_t width);
+  /// Begins a page: lends room for its grey pixels. Rows as long as an image's lie where they are
+  /// processed and are never copied.
+  /// @return rows to be filled for `printPage`; none where there is no memory
+  [[nodiscard]] PageRows beginPage(std::uint32_t bytesPerLine, std::uint32_t height,
+                                   std::uint32_t width);
 
-  /// Prints the page that was begun, and uses up its pixels: debug image, processing, debug image,
-  /// `printFinished` (page_pipeline.cpp). Failures are logged only.
-  void printPage();
+  /// Prints the page that was begun last, and uses up its rows: debug image, processing, debug
+  /// image, `printFinished` (page_pipeline.cpp). Failures are logged only.
+  void printPage(PageRows rows);
 
   /// The same for rows of the caller's own.
   /// @param data  height rows of 8-bit grey, `bytesPerLine` bytes each; read only
@@ -162,7 +161,8 @@ class WrenPrinter {
     unsigned long bytesPerLine;
     unsigned long height;
     unsigned long width;
-    bool areInImage;  ///< they are the working image's own
+    bool areInImage;    ///< they are the working image's own
+    PageBlock* memory;  ///< given back once an image has them; null: the caller's own
   };
 
   void print(const GreyRows& rows);
@@ -174,9 +174,6 @@ class WrenPrinter {
 
   /// Saves the processed image and hands it to the model, or logs that there is none.
   void printFinishedImage();
-
-  GreyRows page_ = {};  ///< what `beginPage` lent
-  PageBlock rows_;      ///< the memory of rows that no image has
 
  protected:
   PaletteImage workingImage_;          ///< made from the page's grey pixels, carries the dithering

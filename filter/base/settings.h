@@ -12,9 +12,8 @@ namespace kestra {
 /// Size of a choice text, its end included, as printer descriptions bound it.
 inline constexpr std::size_t kChoiceTextSize = 41;
 
-/// Settings of one job. Owned by `runJob` for the whole job; the printer only points
-/// at it. Text fields end with a zero byte, except `jobId` where the id fills it. Everything that
-/// nobody fills is 0.
+/// Settings of one job. Owned by `runJob` for the whole job; the printer only points at it. Text
+/// fields end with a zero byte, except `jobId` where the id fills it. What nobody fills is 0.
 struct Settings {
   char PageSize[kChoiceTextSize] = {};     ///< page size name
   float pageWidth = 0;                     ///< mm; of the page size, then of each page's header

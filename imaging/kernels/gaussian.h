@@ -22,9 +22,8 @@ struct GaussianWeights {
   std::int16_t fine[kGaussianReach + 1];
 };
 
-/// @param kernel  11 weights of at least 0 whose sum is at most 1.001. Whole numbers serve where it
-/// is
-///                symmetric and each weight below 1/4.
+/// Whole numbers serve where the kernel is symmetric and each weight below 1/4.
+/// @param kernel  11 weights of at least 0 whose sum is at most 1.001
 GaussianWeights gaussianWeights(const double* kernel);
 
 /// out[i] = sum of taps[k][i] * weights[k] from k = 0 to 10, rounded to a byte. The rows read may

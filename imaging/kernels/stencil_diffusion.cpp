@@ -20,6 +20,9 @@ constexpr std::size_t kMargin = kStencilMargin;
 //
 // Shares from beyond an edge are shares of an error 0. They and the 0 from which a sum starts
 // change at most the sign of a zero, and adding a grey level, which is never -0, forgets that.
+//
+// These are the taps of `edf_cus` seen by the pixel that takes. No table of places serves both: as
+// one row of memory keeps the errors of two rows, three of the six givers are variables here.
 void diffusePlain(const StencilBand& band) {
   float* errors = band.upperErrors;
   const auto above = [errors](int x) { return errors == nullptr ? 0.0F : errors[x]; };

@@ -13,16 +13,48 @@ namespace kestra {
 namespace {
 
 constexpr std::size_t kLevels = 256;
+using LevelCounts = std::array<std::uint32_t, kLevels>;
 
 // Shares of the grey levels; of no pixel at all where N is 0.
-std::array<float, kLevels> levelShares(const unsigned char* grey, std::uint32_t count) {
-  std::array<std::uint32_t, kLevels> histogram = {};
-  countLevels(grey, count, histogram.data());
+std::array<float, kLevels> levelShares(const LevelCounts& counts, std::uint32_t count) {
   std::array<float, kLevels> shares = {};
   for (std::size_t k = 0; k < kLevels; ++k) {
-    shares[k] = static_cast<float>(histogram[k]) / static_cast<float>(count);
+    shares[k] = static_cast<float>(counts[k]) / static_cast<float>(count);
   }
   return shares;
+}
+
+// What splits a page of `count` pixels, of which each level has its count.
+int thresholdOf(const LevelCounts& counts, std::uint32_t count) {
+  const std::array<float, kLevels> p = levelShares(counts, count);
+  const float m0 = 1.0F;
+  float m1 = 0.0F;
+  float m2 = 0.0F;
+  float m3 = 0.0F;
+  for (std::size_t k = 0; k < kLevels; ++k) {
+    m1 += static_cast<float>(k) * p[k];
+    m2 += static_cast<float>(k * k) * p[k];
+    m3 += static_cast<float>(k * k * k) * p[k];
+  }
+
+  const float cd = m0 * m2 - m1 * m1;
+  const float c0 = (-m2 * m2 + m1 * m3) / cd;
+  const float c1 = (m0 * (-m3) + m2 * m1) / cd;
+  const float c1Squared = c1 * c1;
+  const auto disc =
+      static_cast<float>(static_cast<double>(c1Squared) - 4.0 * static_cast<double>(c0));
+  if (0.0F > disc) return 128;
+  const float root = my_sqrt(disc);
+  const float z0 = 0.5F * (-c1 - root);
+  const float z1 = 0.5F * (-c1 + root);
+  const float p0 = (z1 - m1) / (z1 - z0);
+
+  float c = 0.0F;
+  for (std::size_t k = 0; k < kLevels; ++k) {
+    c += p[k];
+    if (c > p0) return static_cast<int>(k);
+  }
+  return -1;
 }
 
 unsigned char weighted(float weightA, unsigned char a, float weightB, unsigned char b,
@@ -64,40 +96,17 @@ QMImage cvtGray(const QMImage& src) {
 }
 
 int thresh_global_moments(const QMImage& grey) {
-  return momentThreshold(
-      grey.data, static_cast<std::uint32_t>(grey.width) * static_cast<std::uint32_t>(grey.height));
+  const std::uint32_t count =
+      static_cast<std::uint32_t>(grey.width) * static_cast<std::uint32_t>(grey.height);
+  LevelCounts counts = {};
+  for (std::uint32_t i = 0; i < count; ++i) ++counts[grey.data[i]];
+  return thresholdOf(counts, count);
 }
 
 int momentThreshold(const unsigned char* grey, std::uint32_t count) {
-  const std::array<float, kLevels> p = levelShares(grey, count);
-  const float m0 = 1.0F;
-  float m1 = 0.0F;
-  float m2 = 0.0F;
-  float m3 = 0.0F;
-  for (std::size_t k = 0; k < kLevels; ++k) {
-    m1 += static_cast<float>(k) * p[k];
-    m2 += static_cast<float>(k * k) * p[k];
-    m3 += static_cast<float>(k * k * k) * p[k];
-  }
-
-  const float cd = m0 * m2 - m1 * m1;
-  const float c0 = (-m2 * m2 + m1 * m3) / cd;
-  const float c1 = (m0 * (-m3) + m2 * m1) / cd;
-  const float c1Squared = c1 * c1;
-  const auto disc =
-      static_cast<float>(static_cast<double>(c1Squared) - 4.0 * static_cast<double>(c0));
-  if (0.0F > disc) return 128;
-  const float root = my_sqrt(disc);
-  const float z0 = 0.5F * (-c1 - root);
-  const float z1 = 0.5F * (-c1 + root);
-  const float p0 = (z1 - m1) / (z1 - z0);
-
-  float c = 0.0F;
-  for (std::size_t k = 0; k < kLevels; ++k) {
-    c += p[k];
-    if (c > p0) return static_cast<int>(k);
-  }
-  return -1;
+  LevelCounts counts = {};
+  countLevels(grey, count, counts.data());
+  return thresholdOf(counts, count);
 }
 
 std::array<std::uint8_t, 256> piecewiseGammaTable(int knee, float lowGamma, float highGamma) {
@@ -118,7 +127,7 @@ void enh_piecewise_gamma(QMImage& grey, int knee, float lowGamma, float highGamm
   const std::array<std::uint8_t, kLevels> table = piecewiseGammaTable(knee, lowGamma, highGamma);
   const std::size_t count =
       static_cast<std::size_t>(grey.width) * static_cast<std::size_t>(grey.height);
-  lookUpLevels(table.data(), grey.data, grey.data, count);
+  for (std::size_t i = 0; i < count; ++i) grey.data[i] = table[grey.data[i]];
 }
 
 }  // namespace kestra

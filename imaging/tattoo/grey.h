@@ -17,7 +17,7 @@ QMImage cvtGray(const QMImage& src);
 /// @return 0 to 255; 128 where the moments have no real solution; -1 for a page of one level
 int thresh_global_moments(const QMImage& grey);
 
-/// The same for `count` grey bytes that no image owns.
+/// The same in a job, for `count` grey bytes that no image owns, counted by a fast loop.
 int momentThreshold(const unsigned char* grey, std::uint32_t count);
 
 /// The tone table of `enh_piecewise_gamma`: below the knee (k / knee) ^ lowGamma * knee, from it on
@@ -25,7 +25,8 @@ int momentThreshold(const unsigned char* grey, std::uint32_t count);
 /// low 8 bits stay. Knee 64, 0.85, 0.7: 0 -> 0, 64 -> 64, 255 -> 255. Knee 255 sends 255 to 0.
 std::array<std::uint8_t, 256> piecewiseGammaTable(int knee, float lowGamma, float highGamma);
 
-/// Reshapes the tones of a grey image in place by two power curves that meet at the knee.
+/// Reshapes the tones of a grey image in place by two power curves that meet at the knee. Jobs look
+/// levels up in the table row by row, see `UnsharpRows`.
 void enh_piecewise_gamma(QMImage& grey, int knee, float lowGamma, float highGamma);
 
 }  // namespace kestra

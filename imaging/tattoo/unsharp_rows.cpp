@@ -2,7 +2,6 @@
 #include "imaging/tattoo/unsharp_rows.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "imaging/kernels/tones.h"
 
@@ -16,11 +15,11 @@ static_assert(kRing >= kGaussianTaps, "all rows of a blurred one are there");
 constexpr int kMargin = 16;
 static_assert(kMargin >= kGaussianReach, "edges are repeated into the margin");
 
-// Repeats the first and the last of `width` bytes beside them: a b c becomes a a a a a a b c c c c
-// c c.
-void repeatEdges(unsigned char* padded, int width) {
-  std::memset(padded - kGaussianReach, padded[0], kGaussianReach);
-  std::memset(padded + width, padded[width - 1], kGaussianReach);
+// Columns of a low page that are toned at once: whole rows would be the page once more.
+constexpr int kPart = 1 << 16;
+
+constexpr std::size_t withMargins(int width) {
+  return static_cast<std::size_t>(width) + 2 * std::size_t{kMargin};
 }
 
 }  // namespace
@@ -32,33 +31,46 @@ UnsharpRows::UnsharpRows(const unsigned char* grey, int width, int height,
       height_(height),
       table_(table),
       weights_(weights),
+      isLow_(height < kRing),
+      part_(isLow_ ? std::min(kPart, width) : width),
       ring_(std::min(kRing, height)),
-      // Of a page that is as low as the ring, toned rows would be the page once more.
-      tonedRing_(height < kRing ? 1 : kRing),
-      stride_(static_cast<std::size_t>(width) + 2 * std::size_t{kMargin}),
-      toned_(stride_ * static_cast<std::size_t>(tonedRing_)),
+      stride_(withMargins(width)),
+      tonedStride_(withMargins(part_)),
+      toned_(tonedStride_ * (isLow_ ? 1 : kRing)),
       blurred_(stride_ * static_cast<std::size_t>(ring_)) {}
 
 unsigned char* UnsharpRows::toned(int y) {
-  return toned_.data() + static_cast<std::size_t>(y % tonedRing_) * stride_ + kMargin;
+  const auto place = static_cast<std::size_t>(isLow_ ? 0 : y % kRing);
+  return toned_.data() + place * tonedStride_ + kMargin;
 }
 
 unsigned char* UnsharpRows::blurred(int y) {
   return blurred_.data() + static_cast<std::size_t>(y % ring_) * stride_ + kMargin;
 }
 
-void UnsharpRows::toneRow(int y) {
-  const auto count = static_cast<std::size_t>(width_);
-  lookUpLevels(table_, grey_ + static_cast<std::size_t>(y) * count, toned(y), count);
+// Tones `count` pixels from column x on and those around them that a blur looks at, of which there
+// are none beyond the edges: a b c becomes a a a a a a b c c c c c c.
+void UnsharpRows::tonePart(int y, int x, int count) {
+  const int first = std::max(x - kGaussianReach, 0);
+  const int end = std::min(x + count + kGaussianReach, width_);
+  const unsigned char* grey =
+      grey_ + static_cast<std::size_t>(y) * static_cast<std::size_t>(width_);
+  unsigned char* row = toned(y);  // at column x
+  unsigned char* left = row + (first - x);
+  unsigned char* right = row + (end - x);
+  lookUpLevels(table_, grey + first, left, static_cast<std::size_t>(end - first));
+  std::fill(row - kGaussianReach, left, left[0]);
+  std::fill(right, row + count + kGaussianReach, right[-1]);
 }
 
 void UnsharpRows::readRow(int y) {
-  toneRow(y);
-  unsigned char* row = toned(y);
-  repeatEdges(row, width_);
-  const unsigned char* taps[kGaussianTaps];
-  for (int k = 0; k < kGaussianTaps; ++k) taps[k] = row + k - kGaussianReach;
-  blurPixels(taps, weights_, blurred(y), static_cast<std::size_t>(width_));
+  for (int x = 0; x < width_; x += part_) {
+    const int count = std::min(part_, width_ - x);
+    tonePart(y, x, count);
+    const unsigned char* taps[kGaussianTaps];
+    for (int k = 0; k < kGaussianTaps; ++k) taps[k] = toned(y) + k - kGaussianReach;
+    blurPixels(taps, weights_, blurred(y) + x, static_cast<std::size_t>(count));
+  }
 }
 
 void UnsharpRows::nextRow(unsigned char* out) {
@@ -70,10 +82,12 @@ void UnsharpRows::nextRow(unsigned char* out) {
   for (int k = 0; k < kGaussianTaps; ++k) {
     taps[k] = blurred(std::clamp(y + k - kGaussianReach, 0, height_ - 1));
   }
-  const auto count = static_cast<std::size_t>(width_);
-  blurPixels(taps, weights_, out, count);
-  if (tonedRing_ == 1) toneRow(y);
-  sharpenPixels(toned(y), out, out, count);
+  blurPixels(taps, weights_, out, static_cast<std::size_t>(width_));
+  for (int x = 0; x < width_; x += part_) {
+    const int count = std::min(part_, width_ - x);
+    if (isLow_) tonePart(y, x, count);
+    sharpenPixels(toned(y), out + x, out + x, static_cast<std::size_t>(count));
+  }
 }
 
 }  // namespace kestra

@@ -24,7 +24,7 @@ class UnsharpRows {
  private:
   unsigned char* toned(int y);
   unsigned char* blurred(int y);
-  void toneRow(int y);
+  void tonePart(int y, int x, int count);
   void readRow(int y);
 
   const unsigned char* grey_;
@@ -32,11 +32,13 @@ class UnsharpRows {
   int height_;
   const std::uint8_t* table_;
   GaussianWeights weights_;
-  int ring_;       ///< blurred rows kept
-  int tonedRing_;  ///< toned rows kept; 1: they are toned once more where they are needed again
+  bool isLow_;  ///< the page is lower than the rings: it is toned part by part, and once more
+  int part_;    ///< columns that are toned at once
+  int ring_;    ///< blurred rows kept
   int made_ = 0;
   int read_ = 0;
   std::size_t stride_;
+  std::size_t tonedStride_;
   std::vector<unsigned char> toned_;    ///< the last rows, five pixels repeated at both ends
   std::vector<unsigned char> blurred_;  ///< the last rows, blurred along themselves
 };

@@ -4,8 +4,8 @@
 Why: a page of a few megabytes as a file may be half a thousand million dots wide and one row high.
 What is kept for each column must not be more than what the page itself takes.
 
-Usage: page_shapes_test.py FILTER PPD [DOTS]. Each shape has about so many dots, 16 million where none
-are named; the filter's paths are relative ones.
+Usage: page_shapes_test.py FILTER PPD [MILLIONS]. Each shape has about so many million dots, 16 where
+none are named; the filter's paths are relative ones.
 """
 
 import os
@@ -18,6 +18,7 @@ import time
 HALFTONES = ["None", "FloydSteinberg", "Ordered", "Burkes", "Stucki", "JarvisJudiceNinke", "Sierra",
              "StevensonArce", "Tattoo", "Tattoo_V7"]
 HEIGHTS = [1, 2, 3, 4, 15, 16, 40, 4000]  # and one column
+ODD_HEIGHTS = [2, 16]
 ROOM = 12 << 20  # bytes besides the pages: the program, its libraries, its PPD
 
 
@@ -26,14 +27,14 @@ def padded(width):
     return (width + 3) // 4 * 4
 
 
-def header(width, height):
-    """A page header as the print system writes it: 8 bits a pixel, K."""
+def header(width, height, line):
+    """A page header as the print system writes it: 8 bits a pixel, K, `line` bytes a row."""
     fields = bytearray(1796)
     struct.pack_into("<2I", fields, 276, 300, 300)
     struct.pack_into("<I", fields, 340, 1)
     struct.pack_into("<2I", fields, 352, 595, 842)
     struct.pack_into("<2I", fields, 372, width, height)
-    struct.pack_into("<5I", fields, 384, 8, 8, width, 0, 3)
+    struct.pack_into("<5I", fields, 384, 8, 8, line, 0, 3)
     return fields
 
 
@@ -47,12 +48,24 @@ def row(width, shift):
     return runs
 
 
-def write_page(path, width, height):
+def write_page(path, width, height, line):
     """A page of rows that come 256 times each."""
     with open(path, "wb") as stream:
-        stream.write(b"2SaR" + header(width, height))
+        stream.write(b"2SaR" + header(width, height, line))
         for top in range(0, height, 256):
-            stream.write(bytes([min(256, height - top) - 1]) + row(width, top % 7))
+            stream.write(bytes([min(256, height - top) - 1]) + row(line, top % 7))
+
+
+def shapes_of(dots):
+    """Width, height and bytes of a row, from one row to one column.
+
+    Widths of four, as pages have them, in rows as images have them, and others in both kinds of
+    rows: such pixels are in the way twice before they are in an image.
+    """
+    whole = [(dots // height // 4 * 4, height) for height in HEIGHTS] + [(1, dots // 4)]
+    odd = [(dots // height // 4 * 4 + 1, height) for height in ODD_HEIGHTS]
+    return ([(width, height, width) for width, height in whole + odd] +
+            [(width, height, padded(width)) for width, height in odd])
 
 
 def run(program, ppd, halftone, page, folder):
@@ -78,14 +91,12 @@ def frames(folder):
 
 def main():
     program, ppd = (os.path.abspath(path) for path in sys.argv[1:3])
-    dots = int(sys.argv[3]) if len(sys.argv) > 3 else 16_000_000
-    # Widths of four, as pages have them; a single column is padded to four.
-    shapes = [(dots // height // 4 * 4, height) for height in HEIGHTS] + [(1, dots // 4)]
+    dots = 1_000_000 * int(sys.argv[3] if len(sys.argv) > 3 else 16)
     bad = 0
     with tempfile.TemporaryDirectory() as work:
         page = f"{work}/page.ras"
-        for width, height in shapes:
-            write_page(page, width, height)
+        for width, height, line in shapes_of(dots):
+            write_page(page, width, height, line)
             size = padded(width) * height
             for halftone in HALFTONES:
                 began = time.monotonic()
@@ -96,7 +107,7 @@ def main():
                 whole = status == 0 and printed == (1 if width >= 8 else 0)
                 verdict = "ok" if whole and peak <= limit else "BAD"
                 bad += verdict != "ok"
-                print(f"{width} x {height} {halftone}: status {status}, {printed} frame, "
+                print(f"{width} x {height}, {line} bytes a row, {halftone}: status {status}, {printed} frame, "
                       f"{peak / size:.2f} x page, at most {limit / size:.2f}, {spent:.2f} s "
                       f"({time.monotonic() - began:.2f} s in all) {verdict}", flush=True)
     sys.exit(1 if bad else 0)

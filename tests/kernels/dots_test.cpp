@@ -9,16 +9,13 @@
 
 #include "tests/kernels/rows_of_all_sizes.h"
 #include "tests/kernels/versions.h"
+#include "tests/plain/frame.h"
 
 namespace kestra {
 namespace {
 
 Bytes plainlyPacked(const Bytes& pixels) {
-  Bytes bits((pixels.size() + 7) / 8);
-  for (std::size_t x = 0; x < pixels.size(); ++x) {
-    if (pixels[x] != 0) bits[x / 8] = static_cast<std::uint8_t>(bits[x / 8] | 128 >> x % 8);
-  }
-  return bits;
+  return plain::packSkewed({{pixels.begin(), pixels.end()}}, static_cast<int>(pixels.size()));
 }
 
 }  // namespace

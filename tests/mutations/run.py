@@ -300,7 +300,7 @@ def verdict(results):
 
 
 def main():
-    if not 2 <= len(sys.argv) <= 3:
+    if not 2 <= len(sys.argv) <= 3 or (sys.argv[1][:1] == "-" and sys.argv[1] != "--check"):
         print(__doc__, file=sys.stderr)
         return 2
     pattern = sys.argv[2] if len(sys.argv) == 3 else ""

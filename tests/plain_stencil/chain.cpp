@@ -31,11 +31,11 @@ Rows chain(const Rows& grey, bool kneeAtThreshold, float low, float high) {
 
 }  // namespace
 
-Rows diffuse(const Rows& grey, int threshold) {
+Rows diffuse(const Rows& grey, int threshold, Errors* errors) {
   const int height = static_cast<int>(grey.size());
   const int width = static_cast<int>(grey[0].size());
   Rows out = grey;
-  std::vector<std::vector<float>> error(grey.size(), std::vector<float>(grey[0].size(), 0.0F));
+  Errors error(grey.size(), std::vector<float>(grey[0].size(), 0.0F));  // what a pixel is given
   for (int row = 0; row < height; ++row) {
     for (int column = 0; column < width; ++column) {
       const auto y = static_cast<std::size_t>(row);
@@ -57,6 +57,7 @@ Rows diffuse(const Rows& grey, int threshold) {
       } else {
         out[y][x] = 0;
       }
+      error[y][x] = e;  // from here on what it passes on
       for (const Share& share : kShares) {
         const int toColumn = column + share.right;
         const int toRow = row + share.down;
@@ -67,6 +68,7 @@ Rows diffuse(const Rows& grey, int threshold) {
       }
     }
   }
+  if (errors != nullptr) *errors = error;
   return out;
 }
 

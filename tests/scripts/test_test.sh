@@ -58,5 +58,6 @@ run 2 no-such-verb
 idle setup.sh
 run 2 sanitize more
 run 2 fuzz many
+run 2 shapes wide
 run 0 --help
 idle cmake

@@ -1,5 +1,5 @@
 // Tests of grey conversion, threshold and tone table: worked examples, then every kind of page
-// against the plain version.
+// against the plain version; each by the rule and as a job does it, in every version of its loops.
 // Why: the threshold is compared with every dot of a page, so one level more or less is visible.
 #include "imaging/tattoo/grey.h"
 
@@ -8,6 +8,8 @@
 #include <set>
 #include <vector>
 
+#include "imaging/kernels/tones.h"
+#include "tests/kernels/versions.h"
 #include "tests/plain_stencil/tone.h"
 #include "tests/stencil/pictures.h"
 #include "tests/stencil/stencil_images.h"
@@ -22,7 +24,15 @@ int levelOf(std::vector<unsigned char> pixel, int color) {
   return cvtGray(QMImage(1, 1, static_cast<QM_IMG_COLOR>(color), pixel.data())).data[0];
 }
 
-int thresholdOf(const plain::Rows& rows) { return thresh_global_moments(greyImage(rows)); }
+// By the rule; a job must find the same.
+int thresholdOf(const plain::Rows& rows) {
+  const QMImage grey = greyImage(rows);
+  const int threshold = thresh_global_moments(grey);
+  inEveryVersion([&] {
+    EXPECT_EQ(momentThreshold(grey.data, static_cast<std::uint32_t>(grey.size())), threshold);
+  });
+  return threshold;
+}
 
 // A page of one row with a level repeated.
 plain::Rows mixture(const std::vector<std::pair<int, int>>& levelsAndCounts) {
@@ -33,11 +43,21 @@ plain::Rows mixture(const std::vector<std::pair<int, int>>& levelsAndCounts) {
   return rows;
 }
 
-// The levels of a row behind the table.
-Levels toned(int knee, float low, float high, const Levels& levels) {
-  QMImage image = greyImage({levels});
+// The page behind the table, by the rule; a job's look-up must give the same.
+plain::Rows tonedPage(int knee, float low, float high, const plain::Rows& rows) {
+  QMImage image = greyImage(rows);
   enh_piecewise_gamma(image, knee, low, high);
-  return rowsOf(image)[0];
+  const auto table = piecewiseGammaTable(knee, low, high);
+  inEveryVersion([&] {
+    QMImage looked = greyImage(rows);
+    lookUpLevels(table.data(), looked.data, looked.data, looked.size());
+    EXPECT_EQ(rowsOf(looked), rowsOf(image));
+  });
+  return rowsOf(image);
+}
+
+Levels toned(int knee, float low, float high, const Levels& levels) {
+  return tonedPage(knee, low, high, {levels})[0];
 }
 
 }  // namespace
@@ -208,12 +228,12 @@ TEST(Gamma, EveryTableEqualsThePlainVersion) {
 TEST(Gamma, ReplacesEveryByteInPlace) {
   for (const int knee : {-1, 0, 64, 200, 255}) {
     const plain::Rows page = noisePage(33, 15, 21);
+    EXPECT_EQ(tonedPage(knee, 0.5F, 1.5F, page),
+              plain_stencil::applyTable(page, plain_stencil::gammaTable(knee, 0.5F, 1.5F)));
     QMImage image = greyImage(page);
     const unsigned char* before = image.data;
     enh_piecewise_gamma(image, knee, 0.5F, 1.5F);
     EXPECT_EQ(image.data, before);
-    EXPECT_EQ(rowsOf(image),
-              plain_stencil::applyTable(page, plain_stencil::gammaTable(knee, 0.5F, 1.5F)));
   }
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/unit/bare_printer.h"
@@ -22,9 +23,9 @@ class PagePipeline : public SpoolTest {
     log = maskAddresses(capture.stopLines());
   }
 
-  void printBegun() {
+  void printBegun(PageRows rows) {
     const Capture quiet;
-    printer.printPage();
+    printer.printPage(std::move(rows));
   }
 
   /// Names of debug images that start so.
@@ -72,22 +73,23 @@ TEST_F(PagePipeline, HandsOverTheImagesOwnRowLength) {
 }
 
 TEST_F(PagePipeline, ProcessesAPageWhereItWasRead) {
-  unsigned char* memory = printer.beginPage(4, 3, 4);
-  ASSERT_NE(nullptr, memory);
-  std::copy(kPage.begin(), kPage.end(), memory);
-  printBegun();
+  PageRows rows = printer.beginPage(4, 3, 4);
+  const unsigned char* pixels = rows.pixels;
+  ASSERT_NE(nullptr, pixels);
+  std::copy(kPage.begin(), kPage.end(), rows.pixels);
+  printBegun(std::move(rows));
   EXPECT_EQ(kPrinted, printer.pages.at(0).pixels);
-  EXPECT_EQ(memory, printer.workingImage_.GetBits(0));
+  EXPECT_EQ(pixels, printer.workingImage_.GetBits(0));
 }
 
 TEST_F(PagePipeline, TakesRowsThatNoImageHas) {
   // Images have rows of whole 4 bytes, and no more of them than the pixels need: 5 pixels take 8.
   for (const std::uint32_t bytesPerLine : {5U, 6U, 12U}) {
-    unsigned char* memory = printer.beginPage(bytesPerLine, 2, 5);
-    ASSERT_NE(nullptr, memory);
-    std::fill(memory, memory + 5, 255);                                    // the first row
-    std::fill(memory + bytesPerLine + 4, memory + bytesPerLine + 5, 255);  // the last of the second
-    printBegun();
+    PageRows rows = printer.beginPage(bytesPerLine, 2, 5);
+    ASSERT_NE(nullptr, rows.pixels);
+    std::fill_n(rows.pixels, 5, 255);                     // the first row
+    std::fill_n(rows.pixels + bytesPerLine + 4, 1, 255);  // the last pixel of the second
+    printBegun(std::move(rows));
     EXPECT_EQ((Bytes{1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}), printer.pages.back().pixels)
         << bytesPerLine;
   }
@@ -96,26 +98,34 @@ TEST_F(PagePipeline, TakesRowsThatNoImageHas) {
 TEST_F(PagePipeline, LendsBlankMemoryToEveryPage) {
   // Rows of 5 pixels: as an image has them, longer, and as short as they are.
   for (const std::uint32_t bytesPerLine : {8U, 12U, 5U, 12U, 8U, 8U}) {
-    unsigned char* memory = printer.beginPage(bytesPerLine, 2, 5);
-    ASSERT_NE(nullptr, memory);
-    EXPECT_EQ(Bytes(2 * bytesPerLine, 0), Bytes(memory, memory + 2 * bytesPerLine));
-    std::fill(memory, memory + 2 * bytesPerLine, 255);
-    printBegun();
+    PageRows rows = printer.beginPage(bytesPerLine, 2, 5);
+    ASSERT_NE(nullptr, rows.pixels);
+    ASSERT_EQ(2U * bytesPerLine, rows.size());
+    EXPECT_EQ(Bytes(rows.size(), 0), Bytes(rows.pixels, rows.pixels + rows.size()));
+    std::fill_n(rows.pixels, rows.size(), 255);
+    printBegun(std::move(rows));
   }
   EXPECT_EQ(6U, printer.pages.size());
 }
 
-TEST_F(PagePipeline, PrintsABegunPageOnce) {
-  ASSERT_NE(nullptr, printer.beginPage(4, 3, 4));
-  printBegun();
-  printBegun();
-  EXPECT_EQ(1U, printer.pages.size());
+TEST_F(PagePipeline, PrintsNothingWithoutRows) {
+  printBegun({});
+  EXPECT_TRUE(printer.pages.empty());
+}
+
+TEST_F(PagePipeline, AStencilOfRowsThatAreNoMultipleOfFourIsInMemoryOnce) {
+  printer.setHalftoneType(DitherType::Tattoo);
+  for (const std::uint32_t bytesPerLine : {5U, 8U}) {
+    printBegun(printer.beginPage(bytesPerLine, 2, 5));
+    EXPECT_FALSE(printer.workingImage_.IsValid()) << bytesPerLine;
+  }
+  EXPECT_EQ(2U, printer.pages.size());
 }
 
 TEST_F(PagePipeline, LendsMemoryForAPageOfNoPixels) {
-  EXPECT_NE(nullptr, printer.beginPage(4, 2, 0));
-  EXPECT_NE(nullptr, printer.beginPage(0, 2, 0));
-  EXPECT_NE(nullptr, printer.beginPage(0, 0, 0));
+  EXPECT_NE(nullptr, printer.beginPage(4, 2, 0).pixels);
+  EXPECT_NE(nullptr, printer.beginPage(0, 2, 0).pixels);
+  EXPECT_NE(nullptr, printer.beginPage(0, 0, 0).pixels);
 }
 
 TEST_F(PagePipeline, LeavesRowsOfTheCallersOwnAsTheyAre) {

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/plain/frame.h"
 #include "tests/support/grey_pages.h"
 #include "tests/unit/bare_printer.h"
 #include "tests/unit/capture.h"
@@ -107,18 +108,11 @@ TEST(GrayToMono, LogsWhatItPacks) {
 
 TEST(GrayToMono, TakesEveryWidth) {
   BarePrinter printer;
-  for (const std::uint32_t width : {1U, 2U, 3U, 7U, 8U, 9U, 15U, 16U, 17U, 31U, 33U, 101U, 836U}) {
-    const Bytes page = makeLevels(PageKind::kExtremes, width, 5);
-    const std::size_t rowBytes = (width + 7) / 8;
-    Bytes wanted(rowBytes * 5, 0);
-    for (std::size_t i = 0; i < page.size(); ++i) {
-      const std::size_t x = i % width;
-      if (page[i] != 0) {
-        std::uint8_t& byte = wanted[i / width * rowBytes + x / 8];
-        byte = static_cast<std::uint8_t>(byte | (128 >> (x % 8)));
-      }
-    }
-    EXPECT_EQ(wanted, packed(printer, static_cast<int>(width), 5, page)) << width;
+  for (const int width : {1, 2, 3, 7, 8, 9, 15, 16, 17, 31, 33, 101, 836}) {
+    const Bytes page = makeLevels(PageKind::kExtremes, static_cast<std::size_t>(width), 5);
+    EXPECT_EQ(plain::packSkewed(plain::rowsFromBytes(page, width, 5, width), width),
+              packed(printer, width, 5, page))
+        << width;
   }
 }
 

@@ -34,11 +34,11 @@ class RasterInputTest : public SpoolTest {
     EXPECT_EQ(2U, header.cupsHeight);
     EXPECT_EQ(8U, header.cupsBitsPerPixel);
     Bytes pixels(8, 0);
-    ASSERT_TRUE(input.readPixels(pixels.data(), 8));
+    ASSERT_TRUE(input.readPixels({pixels.data(), 4, 2, 4, nullptr}));
     EXPECT_EQ((Bytes{1, 9, 9, 9, 9, 9, 9, 9}), pixels);
     ASSERT_TRUE(input.readHeader(&header));
     EXPECT_EQ(3U, header.cupsWidth);
-    ASSERT_TRUE(input.readPixels(pixels.data(), 6));
+    ASSERT_TRUE(input.readPixels({pixels.data(), 3, 2, 3, nullptr}));
     EXPECT_EQ((Bytes{2, 9, 9, 9, 9, 9, 9, 9}), pixels);
     EXPECT_FALSE(input.readHeader(&header));
   }
@@ -109,7 +109,7 @@ TEST_F(RasterInputTest, TellsThatAPageHasNoPixels) {
   cups_page_header2_t header{};
   ASSERT_TRUE(input.readHeader(&header));
   Bytes pixels(8, 0);
-  EXPECT_FALSE(input.readPixels(pixels.data(), 8));
+  EXPECT_FALSE(input.readPixels({pixels.data(), 4, 2, 4, nullptr}));
   EXPECT_FALSE(input.readHeader(&header));
 }
 
