@@ -58,7 +58,7 @@ int keepWireOnly(int wire) {
   const StopSignals signals(watch, {{SIGTERM, Stop::kLeave}, {SIGINT, Stop::kCancel}});
   const SenderEnd front(wire, &watch);
   front.verdict(body(printSystem, watch, [&front](const std::string& line) { front.tell(line); }));
-  std::exit(EXIT_SUCCESS);
+  std::exit(EXIT_SUCCESS);  // ends what the watch keeps, behind the verdict
 }
 
 // To be tried again, but not at once: the machine has no room for a process.

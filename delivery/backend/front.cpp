@@ -22,12 +22,24 @@ namespace kestra::delivery {
 namespace {
 
 constexpr int kAgain = CUPS_BACKEND_RETRY_CURRENT;
+constexpr pid_t kFirstProcess = 1;
 
 sigset_t stopSignal() {
   sigset_t set;
   sigemptyset(&set);
   sigaddset(&set, SIGTERM);
   return set;
+}
+
+// Takes the signal; whether it is the print system's, which cancels the job. The machine's first
+// process ends all of a service at once, and has asked the sender itself: the page is finished.
+bool isCancel(int stops, pid_t printSystem) {
+  signalfd_siginfo one = {};
+  const ssize_t size = unbroken([&] { return read(stops, &one, sizeof one); });
+  const bool isEndOfService = size == static_cast<ssize_t>(sizeof one) &&
+                              static_cast<pid_t>(one.ssi_pid) == kFirstProcess &&
+                              printSystem != kFirstProcess;
+  return !isEndOfService;
 }
 
 // One write, as the print system's other programs write to the same pipe. Nobody can be told where
@@ -78,6 +90,7 @@ void holdStopSignal() {
 
 int runFront(int wire, pid_t sender, const FrontTimes& times) {
   holdStopSignal();
+  const pid_t printSystem = getppid();
   const sigset_t set = stopSignal();
   const int stops = signalfd(-1, &set, SFD_CLOEXEC);
   const FrontEnd front(wire);
@@ -97,7 +110,7 @@ int runFront(int wire, pid_t sender, const FrontTimes& times) {
       giveSignOfLife(isConnecting);
       signAt = Clock::now() + times.sign;
     }
-    if (events[1].revents != 0) {
+    if (events[1].revents != 0 && isCancel(stops, printSystem)) {
       front.cancel();
       until = Clock::now() + times.stop;
     }

@@ -79,6 +79,15 @@ struct FolderCloser {
 };
 using FolderPtr = std::unique_ptr<DIR, FolderCloser>;
 
+std::shared_ptr<const int> openNotices() {
+  const int descriptor = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+  if (descriptor < 0) return nullptr;
+  return {new int(descriptor), [](const int* owned) {
+            close(*owned);
+            delete owned;
+          }};
+}
+
 struct Found {
   timespec time;
   std::string name;
@@ -95,18 +104,13 @@ bool isBefore(const Found& a, const Found& b) {
 }  // namespace
 
 FrameIntake::FrameIntake(std::string folder, int job, timespec birth)
-    : folder_(std::move(folder)), mark_(markOf(job)), birth_(birth) {
-  notify_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    : folder_(std::move(folder)), mark_(markOf(job)), birth_(birth), notices_(openNotices()) {
   look();
-}
-
-FrameIntake::~FrameIntake() {
-  if (notify_ >= 0) close(notify_);
 }
 
 void FrameIntake::watchFolder() {
   if (!hasFolder()) return;
-  watch_ = inotify_add_watch(notify_, folder_.c_str(),
+  watch_ = inotify_add_watch(descriptor(), folder_.c_str(),
                              IN_CREATE | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR);
 }
 
@@ -117,7 +121,7 @@ bool FrameIntake::hasFolder() const { return isTrustedFolder(folder_.c_str()); }
 void FrameIntake::look() {
   const Told told = drain();
   const bool isNew = mustBePolled();
-  if (isNew && notify_ >= 0) watchFolder();
+  if (isNew && notices_ != nullptr) watchFolder();
   if (isNew || told == Told::kNotAll) names_.clear();
   if (isNew || told != Told::kAll) scan();
 }
@@ -125,7 +129,7 @@ void FrameIntake::look() {
 // A name that is free again becomes another frame's, so a file is the one that was told of only if
 // nothing was told after it was looked at; and the files of a folder that is gone are gone as well.
 FrameIntake::Told FrameIntake::drain() {
-  if (notify_ < 0) return Told::kNotAll;
+  if (notices_ == nullptr) return Told::kNotAll;
   const int watched = watch_;
   std::vector<std::string> names;
   Told told = readEvents(names);
@@ -157,7 +161,7 @@ FrameIntake::Told FrameIntake::readEvents(std::vector<std::string>& names) {
   alignas(inotify_event) std::array<char, 16384> buffer = {};
   Told told = Told::kNothing;
   for (;;) {
-    const ssize_t got = read(notify_, buffer.data(), buffer.size());
+    const ssize_t got = read(descriptor(), buffer.data(), buffer.size());
     if (got <= 0) return told;
     for (ssize_t at = 0; at < got;) {
       const auto* event =
@@ -166,7 +170,7 @@ FrameIntake::Told FrameIntake::readEvents(std::vector<std::string>& names) {
       if ((event->mask & IN_Q_OVERFLOW) != 0) told = Told::kNotAll;
       if (event->wd != watch_) continue;
       if ((event->mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) != 0) {
-        if ((event->mask & IN_MOVE_SELF) != 0) inotify_rm_watch(notify_, watch_);
+        if ((event->mask & IN_MOVE_SELF) != 0) inotify_rm_watch(descriptor(), watch_);
         watch_ = -1;
       } else if (event->len > 0) {
         told = std::max(told, Told::kAll);

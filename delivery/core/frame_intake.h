@@ -8,6 +8,7 @@
 
 #include <ctime>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -35,7 +36,6 @@ class FrameIntake {
   /// @param job     the job's number as it stands in the names
   /// @param birth   frames older than this are not of this start of the job
   FrameIntake(std::string folder, int job, timespec birth);
-  ~FrameIntake();
   FrameIntake(const FrameIntake&) = delete;
   FrameIntake& operator=(const FrameIntake&) = delete;
 
@@ -49,9 +49,12 @@ class FrameIntake {
   void onEvery(std::size_t frames, std::function<void()> action);
 
   /// Readable when something may have appeared; -1 where the system has no such thing.
-  [[nodiscard]] int descriptor() const { return notify_; }
+  [[nodiscard]] int descriptor() const { return notices_ == nullptr ? -1 : *notices_; }
+  /// That descriptor, closed when nobody holds it any more. It takes the system up to 15 ms to
+  /// close it, as it waits for all who look at watches of any folder.
+  [[nodiscard]] std::shared_ptr<const int> notices() const { return notices_; }
   /// Whether the folder must be looked at again in a moment, as nothing would tell.
-  [[nodiscard]] bool mustBePolled() const { return notify_ < 0 || watch_ < 0; }
+  [[nodiscard]] bool mustBePolled() const { return notices_ == nullptr || watch_ < 0; }
 
   /// Takes what has appeared.
   void look();
@@ -90,8 +93,8 @@ class FrameIntake {
   std::string mark_;  // what stands in the names of the job's frames
   timespec birth_;
   std::string keepFolder_;
-  int notify_ = -1;  // owned
-  int watch_ = -1;   // of notify_; -1: the folder is not watched
+  std::shared_ptr<const int> notices_;
+  int watch_ = -1;  // among the notices; -1: the folder is not watched
   std::vector<TakenFrame> frames_;
   std::set<Identity> seen_;
   std::unordered_map<ino_t, std::string> names_;  // of those, by the file's number

@@ -42,7 +42,9 @@ std::string pageCounterPath(const std::string& framesFolder, const std::string& 
 JobSource::JobSource(int input, FrameIntake& intake, std::string counter, Watch& watch)
     : input_(input), intake_(intake), counter_(std::move(counter)), watch_(watch) {
   watch_.add(input_, [this] { readInput(); });
-  if (intake_.descriptor() >= 0) watch_.add(intake_.descriptor(), [this] { intake_.look(); });
+  if (intake_.descriptor() < 0) return;
+  watch_.add(intake_.descriptor(), [this] { intake_.look(); });
+  watch_.keep(intake_.notices());
 }
 
 JobSource::~JobSource() {

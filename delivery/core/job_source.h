@@ -18,9 +18,8 @@ namespace kestra::delivery {
 class JobSource : public PageSource {
  public:
   /// @param input    the filter's pipe; stays the caller's
-  /// @param counter  path of the queue's page counter, which the filter stores when it has printed
-  /// its
-  ///                 document to the end; empty: nobody can tell
+  /// @param counter  path of the queue's page counter, which the filter stores once its document
+  ///                 is printed to the end; empty: nobody can tell
   JobSource(int input, FrameIntake& intake, std::string counter, Watch& watch);
   ~JobSource() override;
 

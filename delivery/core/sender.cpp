@@ -17,6 +17,7 @@ constexpr long kRawPauseMilliseconds = 1000;
 constexpr std::size_t kTriesInVain = 3;
 constexpr std::size_t kTriesOfOtherPages = 2;
 constexpr char kRawDigest[] = "raw";
+constexpr char kWithinRaw[] = "in the middle of what is printed as it came";
 
 Command commandOf(const Page& page) {
   Command command = {};
@@ -149,8 +150,7 @@ Sender::Step Sender::sendPage(const Page& page) {
   Progress progress = settle(patience);
   if (progress == Progress::kStopped) {
     if (sent() == 0 || !isWhite(page, page.endOfRow(sent()))) {
-      endInWhite(page, start);
-      return stopped();
+      return stopped(endInWhite(page, start));
     }
     // Ended in white it is whole, and counts.
     patience = Patience::forMilliseconds(kWhiteMilliseconds, Stop::kNone);
@@ -176,21 +176,23 @@ Sender::Step Sender::sendPage(const Page& page) {
     if (!journal_.done(page.digest)) return noRoom();
     passed_.push_back({number_++, sink_.sent()});
     tell_("PAGE: total " + std::to_string(journal_.state().came()));
-    return watch_.isStopped(kWithinPage) ? stopped() : on();
+    return watch_.isStopped(kWithinPage) ? stopped(behindLast()) : on();
   }
   isTorn_ = isClosing || sink_.sent() != start;
   if (watch_.isStopped(kWithinPage)) {
+    const std::string where = isTorn_ ? cutOff() : behindLast();
     static_cast<void>(giveUpWay());
-    return stopped();
+    return stopped(where);
   }
   return progress == Progress::kBroken ? afterBreak() : afterSink(progress);
 }
 
-// Rows that are left are sent without dots, and the printer is ready for the next job.
-void Sender::endInWhite(const Page& page, std::uint64_t start) {
+// Rows that are left are sent without dots, and the printer is ready for the next job. Says what
+// became of the page.
+std::string Sender::endInWhite(const Page& page, std::uint64_t start) {
   const Patience moment = Patience::forMilliseconds(kWhiteMilliseconds, Stop::kNone);
   const auto sent = static_cast<std::size_t>(sink_.sent() - start);
-  if (sent == 0) return;
+  if (sent == 0) return behindLast();
   const std::size_t row = page.endOfRow(sent);
   Progress progress = sink_.send(&page.bytes[sent], row - sent, moment);
   constexpr std::size_t kPart = 65536;
@@ -200,8 +202,11 @@ void Sender::endInWhite(const Page& page, std::uint64_t start) {
   }
   if (progress == Progress::kDone) progress = sink_.prove(moment);
   isTorn_ = progress != Progress::kDone;
+  const std::string where =
+      isTorn_ ? cutOff() : "in label " + std::to_string(number_) + "; the rest of it stays white";
   if (progress == Progress::kDone) progress = sink_.finish(moment);
   if (progress != Progress::kDone) static_cast<void>(giveUpWay());
+  return where;
 }
 
 Sender::Step Sender::afterBreak() {
@@ -242,18 +247,19 @@ Sender::Step Sender::deliverRaw() {
   std::vector<std::uint8_t> bytes;
   for (;;) {
     const Next next = source_.raw(bytes, kBetweenPages);
-    if (next == Next::kStopped) return stopped();
+    if (next == Next::kStopped) return stopped(kWithinRaw);
     if (next != Next::kRaw && next != Next::kEnd) return noPage(next);
     if (next == Next::kEnd) break;
     if (isDone) continue;
     const Progress progress = sink_.send(bytes.data(), bytes.size(), kBetweenPages);
     if (progress == Progress::kDone) continue;
-    if (progress != Progress::kBroken) return afterSink(progress);
-    return rawBroke();
+    if (progress == Progress::kStopped) return stopped(kWithinRaw);
+    return progress == Progress::kBroken ? rawBroke() : afterSink(progress);
   }
   if (!isDone) {
     Progress progress = sink_.prove(kBetweenPages);
     if (progress == Progress::kDone) progress = sink_.finish(kBetweenPages);
+    if (progress == Progress::kStopped) return stopped(kWithinRaw);
     if (progress == Progress::kBroken) return rawBroke();
     if (progress != Progress::kDone) return afterSink(progress);
     isTorn_ = false;
@@ -284,7 +290,7 @@ Sender::Step Sender::endOfJob() {
   if (!passed_.empty()) {
     const Progress progress = sink_.finish(kBetweenPages);
     if (progress == Progress::kBroken) return afterBreak();
-    if (progress == Progress::kStopped) return stopped();
+    if (progress == Progress::kStopped) return stopped(behindLast());
     if (progress != Progress::kDone) return afterSink(progress);
   }
   return rest(Rest::kEnded, Verdict::kPrinted);
@@ -295,7 +301,7 @@ Sender::Step Sender::afterSink(Progress progress) {
     case Progress::kDone:
       return on();
     case Progress::kStopped:
-      return stopped();
+      return stopped(behindLast());
     case Progress::kBroken:
     case Progress::kTimedOut:
       if (!rules_.inClass) return on();
@@ -312,7 +318,7 @@ Sender::Step Sender::afterSink(Progress progress) {
 // A label that is missing must not pass as printed. Made anew it may be there; if not, a person
 // must look.
 Sender::Step Sender::noPage(Next why) {
-  if (why == Next::kStopped) return stopped();
+  if (why == Next::kStopped) return stopped(behindLast());
   if (journal_.state().triesInVain < kTriesInVain) {
     warn("The job is made anew: " + source_.problem());
     return rest(Rest::kAgain, Verdict::kRetry);
@@ -328,8 +334,19 @@ Sender::Step Sender::noRoom() {
   return rest(Rest::kLeft, Verdict::kStop);
 }
 
-Sender::Step Sender::stopped() {
-  return rest(watch_.stopped() == Stop::kCancel ? Rest::kStopped : Rest::kLeft, Verdict::kRetry);
+// The print system's own restart needs no words: the job goes on by itself.
+Sender::Step Sender::stopped(const std::string& where) {
+  const bool byPerson = watch_.stopped() == Stop::kCancel;
+  if (byPerson) tell_("INFO: Stopped " + where + '.');
+  return rest(byPerson ? Rest::kStopped : Rest::kLeft, Verdict::kRetry);
+}
+
+std::string Sender::behindLast() const {
+  return number_ > 1 ? "behind label " + std::to_string(number_ - 1) : "before the first label";
+}
+
+std::string Sender::cutOff() const {
+  return "in label " + std::to_string(number_) + ", which is cut off: the printer takes no more";
 }
 
 // A note that finds no room is not needed: the next start finds a job that was cut off.

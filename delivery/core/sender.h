@@ -72,9 +72,11 @@ class Sender {
   Step endOfJob();
   Step noPage(Next why);
   Step noRoom();
-  Step stopped();
+  Step stopped(const std::string& where);
+  [[nodiscard]] std::string behindLast() const;
+  [[nodiscard]] std::string cutOff() const;
   Step rest(Rest how, Verdict verdict);
-  void endInWhite(const Page& page, std::uint64_t start);
+  [[nodiscard]] std::string endInWhite(const Page& page, std::uint64_t start);
   void tellProgress();
   void warn(const std::string& words) { tell_("WARNING: " + words); }
 

@@ -4,6 +4,8 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
+#include <utility>
 #include <vector>
 
 namespace kestra::delivery {
@@ -47,6 +49,10 @@ class Watch {
   void add(int descriptor, std::function<void()> handler);
   void remove(int descriptor);
 
+  /// Holds on to something until the watch itself ends: what the system takes long to close, while
+  /// a job waits for its end.
+  void keep(std::shared_ptr<const void> thing) { kept_.push_back(std::move(thing)); }
+
   /// Asks for a stop; a less urgent request than an earlier one changes nothing.
   void stop(Stop how) {
     if (how > stopped_) stopped_ = how;
@@ -76,6 +82,7 @@ class Watch {
   void serve(const std::vector<int>& ready);
 
   std::vector<Watched> watched_;
+  std::vector<std::shared_ptr<const void>> kept_;
   Stop stopped_ = Stop::kNone;
 };
 

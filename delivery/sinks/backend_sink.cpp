@@ -101,7 +101,11 @@ Progress BackendSink::start(Before before, const Patience& patience) {
   for (const int one : {log_, back_, starter_->descriptor()}) {
     watch_.add(one, [this] { hear(); });
   }
-  return before == Before::kTornPage && scheme_ == "usb" ? makeForget(patience) : Progress::kDone;
+  if (before != Before::kTornPage) return Progress::kDone;
+  if (scheme_ == "usb") return makeForget(patience);
+  // A wire without connections: only the bytes themselves tell the printer where a label ends.
+  if (scheme_ == "serial" || scheme_ == "parallel") warnOfTornPage();
+  return Progress::kDone;
 }
 
 bool BackendSink::makeChannels(InnerEnds& ends) {
@@ -151,15 +155,18 @@ Progress BackendSink::makeForget(const Patience& patience) {
   if (isAnswered && answer[0] == CUPS_SC_CMD_SOFT_RESET && answer[1] == CUPS_SC_STATUS_OK) {
     return Progress::kDone;
   }
-  if (!isResetTold_) {
-    tell_(
-        "WARNING: The printer could not be made to forget the label that was cut off; if the next "
-        "one is spoilt, switch the printer off and on");
-  }
-  isResetTold_ = true;
+  warnOfTornPage();
   if (isAnswered) return Progress::kDone;
   terminate();
   return start(Before::kNothing, patience);
+}
+
+void BackendSink::warnOfTornPage() {
+  if (isTornTold_) return;
+  tell_(
+      "WARNING: The printer could not be made to forget the label that was cut off; if the next "
+      "one is spoilt, switch the printer off and on");
+  isTornTold_ = true;
 }
 
 Progress BackendSink::send(const std::uint8_t* data, std::size_t size, const Patience& patience) {

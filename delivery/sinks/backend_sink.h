@@ -57,6 +57,7 @@ class BackendSink : public Sink {
   Progress start(Before before, const Patience& patience);
   bool makeChannels(InnerEnds& ends);
   Progress makeForget(const Patience& patience);
+  void warnOfTornPage();
   Progress awaitCount(const Patience& patience);
   Progress awaitEnd(const Patience& patience);
   Progress afterEnd();
@@ -88,7 +89,7 @@ class BackendSink : public Sink {
   Clock::duration pause_;
   std::optional<Clock::time_point> notBefore_;  // the next start behind a failed one
   std::string toldProblem_;
-  bool isResetTold_ = false;
+  bool isTornTold_ = false;
   bool isHopeless_ = false;
   int innerExit_ = 0;
   std::string problem_;

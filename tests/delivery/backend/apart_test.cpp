@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -155,6 +156,53 @@ TEST(RunApart, CancelsTheSenderWhenTheJobIsStoppedAndWaitsForItsVerdict) {
   job.signal(SIGTERM);
   EXPECT_EQ(job.nextMessage(), "INFO: ended in white");
   EXPECT_EQ(job.wait(), 5);
+}
+
+constexpr int kRefused = 77, kCancelled = 5, kGoesOn = 6;
+
+int codeOf(pid_t child) {
+  int status = 0;
+  return waitpid(child, &status, 0) == child ? WEXITSTATUS(status) : kRefused;
+}
+
+// How a job ends that the first process of a machine, here of a small one, asks to end. That
+// process is the print system itself or has started it.
+int endByFirstProcess(bool isPrintSystem) {
+  const int more = geteuid() == 0 ? 0 : CLONE_NEWUSER;
+  if (unshare(CLONE_NEWPID | more) != 0) return kRefused;
+  const pid_t first = fork();
+  if (first != 0) return codeOf(first);
+
+  std::array<int, 2> told = {-1, -1};
+  if (pipe(told.data()) != 0) _exit(kRefused);
+  const auto printSystem = [&told, isPrintSystem] {
+    const pid_t front = fork();
+    if (front != 0) return front;
+    _exit(runApart([&told, isPrintSystem](int, Watch& watch, const Tell&) {
+      const pid_t parent = getppid();
+      if (write(told[1], &parent, sizeof parent) != sizeof parent) return kRefused;
+      // A cancel comes however slow the machine; for one that must not come there is a moment.
+      const long wait = isPrintSystem ? 30000 : 300;
+      return watch.pause(Patience::forMilliseconds(wait, Stop::kCancel)) == Woken::kStopped
+                 ? kCancelled
+                 : kGoesOn;
+    }));
+  };
+  const pid_t child = isPrintSystem ? printSystem() : fork();
+  if (child == 0) _exit(codeOf(printSystem()));
+  pid_t front = 0;
+  if (read(told[0], &front, sizeof front) == sizeof front) kill(front, SIGTERM);
+  _exit(codeOf(child));
+}
+
+// It ends all of a service at the same moment, front and sender, and wants no page cut off.
+TEST(RunApart, IsNotCancelledByTheFirstProcessOfTheMachineUnlessThatIsThePrintSystem) {
+  for (const bool isPrintSystem : {false, true}) {
+    Child machine([isPrintSystem] { return endByFirstProcess(isPrintSystem); });
+    const int code = machine.wait();
+    if (code == kRefused) GTEST_SKIP() << "no process namespaces here";
+    EXPECT_EQ(code, isPrintSystem ? kCancelled : kGoesOn);
+  }
 }
 
 TEST(RunApart, LeavesASenderBehindThatDoesNotStopInTime) {

@@ -259,6 +259,27 @@ Bytes allRaw(JobSource& source) {
   return all;
 }
 
+// The system takes up to 15 ms to close what tells of new frames, while the job could be done.
+TEST(JobSource, LeavesTheClosingOfWhatToldOfFramesToTheWatch) {
+  const Folder folder;
+  int notices = -1;
+  {
+    Watch watch;
+    {
+      FrameIntake intake(folder.path(), kJob, {});
+      notices = intake.descriptor();
+      ASSERT_GE(notices, 0);
+      int ends[2];
+      ASSERT_EQ(pipe(ends), 0);
+      close(ends[1]);
+      { const JobSource source(ends[0], intake, "", watch); }
+      close(ends[0]);
+    }
+    EXPECT_GE(fcntl(notices, F_GETFD), 0) << "closed with the intake";
+  }
+  EXPECT_LT(fcntl(notices, F_GETFD), 0) << "open behind the watch's end";
+}
+
 // What a person sends as it is may begin like a command, hold whole labels, or end in half a
 // command.
 TEST_F(JobSourceTest, PassesOnWhatIsNoCommand) {

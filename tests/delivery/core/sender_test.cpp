@@ -333,6 +333,7 @@ TEST_F(SenderTest, ACancelEndsThePageInWhiteSoThatTheNextOneIsClean) {
     const std::size_t row = at <= 29 ? 29 : 29 + (at - 29 + 2) / 3 * 3;
     std::fill(wanted.begin() + static_cast<std::ptrdiff_t>(row), wanted.end(), 0);
     EXPECT_EQ(printer.connections[0], wanted) << at;
+    EXPECT_EQ(told_.back(), "INFO: Stopped in label 1; the rest of it stays white.");
     EXPECT_EQ(sink.finished, 1);
     EXPECT_EQ(journal.state().doubted.size(), 0U);
   }
@@ -366,6 +367,8 @@ TEST_F(SenderTest, ALabelWithoutDotsInWhatACancelCutsOffIsWholeAndCounts) {
     EXPECT_EQ(run(sink, journal), Verdict::kRetry) << at;
     EXPECT_EQ(journal.state().rest, Rest::kStopped);
     EXPECT_EQ(journal.state().done(), at > 29 ? 2U : 1U) << at;
+    EXPECT_EQ(told_.back(), at > 29 ? "INFO: Stopped behind label 2."
+                                    : "INFO: Stopped in label 2; the rest of it stays white.");
     watch_ = Watch();
     sink.stopsAt.reset();
     EXPECT_EQ(run(sink, journal), Verdict::kPrinted);

@@ -5,6 +5,9 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <memory>
+#include <utility>
+
 namespace kestra::delivery {
 namespace {
 
@@ -41,6 +44,18 @@ TEST(Watch, IsReadyWhenItsDescriptorIs) {
   EXPECT_EQ(watch.await(pipe.ends[0], POLLIN, Patience::forMilliseconds(1)), Woken::kTime);
   pipe.put();
   EXPECT_EQ(watch.await(pipe.ends[0], POLLIN, {}), Woken::kReady);
+}
+
+TEST(Watch, HoldsOnToWhatItKeepsUntilItEnds) {
+  auto thing = std::make_shared<int>(1);
+  const std::weak_ptr<int> isThere = thing;
+  {
+    Watch watch;
+    watch.keep(std::move(thing));
+    EXPECT_EQ(watch.pause(Patience::forMilliseconds(1)), Woken::kTime);
+    EXPECT_FALSE(isThere.expired());
+  }
+  EXPECT_TRUE(isThere.expired());
 }
 
 TEST(Watch, ServesOthersWhileItWaits) {

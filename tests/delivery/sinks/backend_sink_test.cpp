@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <utility>
 
@@ -253,6 +254,20 @@ TEST_F(BackendSinkTest, ATornPageIsForgottenByUsbBeforeTheNext) {
   EXPECT_EQ(place_.text("asked"), " 01 00 00 00\n");
   EXPECT_EQ(told_.count("WARNING"), 0);
   EXPECT_EQ(runs(), 1U);
+}
+
+// Over a wire without connections a printer goes on waiting for the rest of the label; what LPD
+// begins and does not end is thrown away by the other side.
+TEST_F(BackendSinkTest, ATornPageOnAPlainWireIsToldOnce) {
+  for (const auto& [scheme, warnings] :
+       std::map<std::string, int>{{"serial", 1}, {"parallel", 1}, {"lpd", 0}}) {
+    told_.lines.clear();
+    place_.write(scheme, "cat >>$D/out");
+    const auto sink = sinkTo(scheme);
+    ASSERT_EQ(page(*sink, someBytes(1000), Before::kTornPage), Progress::kDone) << scheme;
+    ASSERT_EQ(page(*sink, someBytes(1000), Before::kTornPage), Progress::kDone) << scheme;
+    EXPECT_EQ(told_.count("WARNING: The printer could not be made to forget"), warnings) << scheme;
+  }
 }
 
 TEST_F(BackendSinkTest, AResetThatIsRefusedOrNotAnsweredIsToldOnceAndNeverComesLate) {
