@@ -41,13 +41,14 @@ step "a minimal root"
 
 status=0
 for command in "$@"; do
-  log=$logs/$release-$(basename "$command" .sh).log
+  name=${command##*/} # "./demo.sh printer" says what it has to say in RELEASE-demo-printer.log
+  name=${name/.sh/}
+  log=$logs/$release-${name// /-}.log
   echo "On Debian $release: $command"
   # Nothing of this machine's environment but the way to the archive, and the number of jobs.
-  # shellcheck disable=SC2016  # $0 is the inner shell's
   env -i PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME="$home" LANG=C.UTF-8 \
     ${http_proxy+"http_proxy=$http_proxy"} ${https_proxy+"https_proxy=$https_proxy"} \
-    ${JOBS+"JOBS=$JOBS"} chroot "$root" sh -c 'cd ~/rastertokestra && exec "$0"' "$command" \
+    ${JOBS+"JOBS=$JOBS"} chroot "$root" sh -c "cd ~/rastertokestra && exec $command" \
     </dev/null 2>&1 | tee "$log" || status=1
   # A test that was skipped is no test; how many there were belongs beside the time.
   skipped=$(grep -c '\*\*\*Skipped' "$log" || true)

@@ -39,6 +39,17 @@ fails python3 # a sentence of the gallery that no longer holds
 run 1 gallery
 run 2 gallery mine.ps
 
+stand_in tools/demo/printer.sh
+run 0 printer
+asked setup.sh printer
+asked cmake "kestra kestra-monitor kestra-paper kestrasize"
+asked printer.sh "enter $stage/build $stage/out/printer"
+idle kestra-proof
+fails printer.sh # a label that did not come
+run 1 printer
+run 2 printer mine.ps
+idle printer.sh
+
 run 2 -m poster mine.ps
 idle kestra-proof
 run 2 -m

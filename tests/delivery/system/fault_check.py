@@ -9,7 +9,7 @@ import dataclasses
 import fault_kinds
 import fault_round
 import rig
-from fault_judge import Rules, judge
+from fault_judge import UNBORN, Rules, judge
 
 
 def _labels(record):
@@ -100,9 +100,18 @@ def of_records(paper, folder, record):
     wrong = []
     cases = [(name, _planted(record, changes), rules, words)
              for name, changes, rules, words in CASES]
+    unborn = record.log + [f"D [Job {record.job}] PID 1 (/bin{UNBORN}"]
     for name, fields, rules, words in (
             ("a job that stays held", {"state": rig.HELD}, Rules(), "state"),
             ("a job that needed a person", {"helped": 1}, Rules(), "person"),
+            ("a page counted too often", {"pages": 21}, Rules(counts=False), "21 pages counted"),
+            ("a page not counted", {"pages": 19}, Rules(), "19 pages counted"),
+            ("a page that nobody could count", {"pages": 19}, Rules(counts=False), ""),
+            ("a frame that stays", {"left": ["/page_0001.dat"]}, Rules(), "left over"),
+            ("a frame of a job without a backend", {"left": ["/page_0001.dat"], "log": unborn},
+             Rules(), ""),
+            ("a mark of a job without a backend", {"left": ["/open/1"], "log": unborn}, Rules(),
+             "left over"),
             ("a job that may need a person", {"helped": 1}, Rules(heals=False), ""),
             ("labels behind a cancel", {"state": rig.CANCELED, "stopped_at": 1.0},
              Rules(cancels=True), "after the cancel")):
@@ -119,7 +128,7 @@ def of_backends(stage, folder):
     wrong = []
     # A job behind it would bring what is missing.
     killed = dataclasses.replace(fault_kinds.KINDS[0], tail=False)
-    for queue, fields in (("forgetful", ["repeated"]), ("careless", ["lost", "hidden"])):
+    for queue, fields in (("forgetful", ["repeated"]), ("careless", ["lost", "hidden", "left"])):
         one = fault_round.Round(stage, killed, f"check {queue}", f"{folder}/{queue}", 0.5, queue)
         one.doubt = "again"
         outcome, _, _ = one.run()
@@ -138,4 +147,4 @@ def run(stage, folder):
     wrong += of_records(f"{stage.build}/kestra-paper", folder, record)
     wrong += of_backends(stage, folder)
     stage.forget_jobs()
-    return wrong, len(CASES) + 4 + 2
+    return wrong, len(CASES) + 10 + 2

@@ -21,6 +21,7 @@ class Rules:
     heals: bool = True  # nobody needs to resume the job
     once: bool = False  # no label may come twice, announced or not
     skip: bool = False  # printed with doubt=skip: alike, but one may be missing
+    counts: bool = True  # the print system hears of every label of the job that comes
 
 
 @dataclasses.dataclass
@@ -32,8 +33,10 @@ class Record:
     log: list  # lines that the print system wrote
     job: int  # its number
     state: int  # of the job at last
+    pages: int  # that the print system counted for it
     helped: int = 0  # how often a person had to resume it
     stopped_at: float = 0  # when a cancel was answered, seconds since 1970
+    left: list = dataclasses.field(default_factory=list)  # that should have gone with the jobs
 
 
 @dataclasses.dataclass
@@ -49,11 +52,15 @@ class Findings:
     garbage: int = 0
     hidden: bool = False  # "completed", though a label is missing
     helped: int = 0
+    left: list = dataclasses.field(default_factory=list)
     complaints: list = dataclasses.field(default_factory=list)
 
 
 # A cancelled job's next label must not begin: so long may what the printer holds already take.
 CANCEL_SECONDS = 0.5
+
+# A backend that has begun ends by an exit code where it is asked to.
+UNBORN = "/backend/kestra) was terminated normally with signal 15"
 
 
 def whole_labels(events):
@@ -126,6 +133,12 @@ def judge(paper, folder, record, rules):
         complain(f"out of order: {found.out_of_order}")
     _judge_strangers(record, rules, found, labels, len(said["unknown"]))
     _judge_job(record, rules, found, labels)
+    _judge_count(record, rules, found, set(came), may_miss if rules.skip else {})
+    # A cancel can end a backend that has not begun; nobody then knows of the job's frames.
+    unborn = any(f"[Job {record.job}]" in line and UNBORN in line for line in record.log)
+    found.left = [one for one in record.left if not (unborn and "/page_" in one)]
+    if found.left:
+        complain(f"left over: {found.left}")
     return found
 
 
@@ -156,3 +169,11 @@ def _judge_job(record, rules, found, labels):
                 and one["first"] > record.stopped_at + CANCEL_SECONDS]
         if late:
             found.complaints.append(f"{len(late)} labels began after the cancel")
+
+
+def _judge_count(record, rules, found, came, unsure):
+    """A label counts once however often it comes; one left out in doubt may have been counted."""
+    places = {place for place, one in enumerate(record.wanted, 1) if one in came}
+    fewest, most = len(places - unsure.keys()), len(places | unsure.keys())
+    if record.pages > most or (record.pages < fewest and rules.counts):
+        found.complaints.append(f"{record.pages} pages counted, but {len(places)} labels came")

@@ -80,10 +80,24 @@ def _restart(round_):
     return busy
 
 
+def _restart_service(round_):
+    busy = bool(round_.stage.fronts())
+    round_.system.stop_service(round_.random)
+    round_.system.start()
+    return busy
+
+
 def _crash(round_):
     busy = bool(round_.stage.fronts())
     round_.system.kill9()
     time.sleep(round_.random.choice([0, 0.05, 0.3]))
+    round_.system.start()
+    return busy
+
+
+def _everything(round_):
+    busy = bool(round_.stage.fronts())
+    round_.system.kill_service()
     round_.system.start()
     return busy
 
@@ -164,14 +178,16 @@ def _in_a_page(events, moment):
     return any(one["event"] == "label" and one["first"] < moment < one["last"] for one in events)
 
 
-#: Not one of many kinds but a figure of its own.
-RESTART_IN_A_PAGE = Kind("restart in a page", _restart, Rules(once=True), "large", shares=(0.1, 0.9),
-                         did_strike=_in_a_page)
+#: Not two of many kinds but a figure of its own.
+RESTARTS_IN_A_PAGE = [
+    Kind(name, strike, Rules(once=True), "large", shares=(0.1, 0.9), did_strike=_in_a_page)
+    for name, strike in (("restart in a page", _restart),
+                         ("restart in a page, of all processes", _restart_service))]
 
 KINDS = [
     Kind("sender killed", _sender, Rules(tears=True)),
-    Kind("front killed", _front),
-    Kind("front and sender killed", _both, Rules(tears=True)),
+    Kind("front killed", _front, Rules(counts=False)),
+    Kind("front and sender killed", _both, Rules(tears=True, counts=False)),
     Kind("filter killed", _program("rastertokestra"), aim="rastertokestra"),
     Kind("filter ended (TERM)", _program("rastertokestra", signal.SIGTERM), aim="rastertokestra"),
     Kind("page fitter killed", _one_of("kestrafit"), Rules(heals=False), aim="kestrafit"),
@@ -184,6 +200,7 @@ KINDS = [
     Kind("PDF filter killed", _program("pdftopdf"), document="pdf", aim="pdftopdf"),
     Kind("print system restarted", _restart),
     Kind("print system killed", _crash),
+    Kind("everything killed", _everything, Rules(tears=True)),
     Kind("reset", _printer("reset"), Rules(tears=True)),
     Kind("reset, bytes unread", _printer("reset-unread"), Rules(tears=True)),
     Kind("printer closes", _printer("close"), Rules(tears=True)),

@@ -84,14 +84,16 @@ class Round:
                                                        options={"doubt": self.doubt}))
             if small is None or small.state != rig.COMPLETED:
                 problems.append(f"the next job is not printed: {small}")
+        self.stage.keep_journal(job, self.folder)
         if problems:
             self._keep_machine()
             self.stage.clean_up(self.number)
+        left = self.stage.left_over()
         events = self._end_printers()
         struck = struck and self.kind.did_strike(events, moment)
         record = fault_judge.Record(self.document.wanted, tail.wanted if tail else [], events,
                                     self.stage.log_since(log_from), self.number, job.state,
-                                    self.helped, self.stopped_at)
+                                    job.sheets, self.helped, self.stopped_at, left)
         rules = dataclasses.replace(self.kind.rules, skip=self.doubt == "skip",
                                     cancels=self.kind.rules.cancels and struck)
         findings = fault_judge.judge(f"{self.stage.build}/kestra-paper", self.folder, record, rules)
@@ -165,7 +167,6 @@ class Round:
     def _write(self, record, outcome, job):
         with open(f"{self.folder}/error_log", "w", encoding="utf-8") as out:
             out.write("\n".join(record.log))
-        self.stage.keep_journal(job.uuid, self.folder)
         with open(f"{self.folder}/round.json", "w", encoding="utf-8") as out:
             json.dump({"outcome": dataclasses.asdict(outcome), "job": repr(job),
                        "document": self.document.kind, "paper_seconds": self.paper_seconds,

@@ -6,6 +6,7 @@ new for each, so that a round's records are its own.
 
 import contextlib
 import ctypes
+import glob
 import os
 import pwd
 import shutil
@@ -275,15 +276,32 @@ class Stage:
         rig.eventually(lambda: not machine.processes("kestra"), what="all have gone")
         self.forget_jobs()
 
+    def left_over(self):
+        """What no job that has ended leaves: frames, marks and programs. It is gone afterwards."""
+        with contextlib.suppress(rig.Failure):
+            rig.eventually(lambda: not self.system.programs(), 5)
+        files = self.system.frames() + glob.glob(f"{STATE}/jobs/*/*/frame-*")
+        files += glob.glob(f"{STATE}/open/*")
+        for path in files:
+            os.unlink(path)
+        programs = []
+        for pid in self.system.programs():
+            with contextlib.suppress(OSError):
+                with open(f"/proc/{pid}/comm", encoding="utf-8") as name:
+                    programs.append(name.read().strip())
+                os.kill(pid, 9)
+        return files + programs
+
     @staticmethod
     def forget_jobs():
         """Nothing that an earlier job left is printed before the next one."""
         subprocess.run(["rm", "-rf", f"{STATE}/jobs", f"{STATE}/open"], check=True)
 
-    def keep_journal(self, uuid, folder):
+    @staticmethod
+    def keep_journal(job, folder):
         """Copies what delivery remembers of a job."""
-        source = f"{STATE}/jobs/{uuid.rpartition(':')[2]}"
-        if uuid and os.path.isdir(source):
+        source = f"{STATE}/jobs/{job.uuid.rpartition(':')[2]}-{job.number}"
+        if os.path.isdir(source):
             shutil.copytree(source, f"{folder}/journal", dirs_exist_ok=True)
 
 

@@ -4,7 +4,8 @@ import statistics
 
 HEADS = ["kind of fault", "rounds", "labels", "lost", "missing,\nannounced", "twice,\nannounced",
          "twice, not\nannounced", "out of\norder", "torn by\nthe fault", "ended in\nwhite",
-         "garbage", "completed,\none missing", "held for\na person", "extra time\nmedian", "worst"]
+         "garbage", "completed,\none missing", "held for\na person", "left\nover",
+         "extra time\nmedian", "worst"]
 
 
 def _row(name, outcomes):
@@ -16,7 +17,7 @@ def _row(name, outcomes):
                    for one in found)
 
     counted = ["came", "lost", "missing", "twice", "repeated", "out_of_order", "torn", "white",
-               "garbage", "hidden", "helped"]
+               "garbage", "hidden", "helped", "left"]
     return [name, str(len(outcomes)), *(str(total(field)) for field in counted),
             f"{statistics.median(extra):.2f} s", f"{max(extra):.2f} s"]
 

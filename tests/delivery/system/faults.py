@@ -45,9 +45,8 @@ def arguments():
 
 
 def kinds_of(options):
-    if options.restart:
-        return [fault_kinds.RESTART_IN_A_PAGE]
-    return [kind for kind in fault_kinds.KINDS if options.kind in kind.name]
+    kinds = fault_kinds.RESTARTS_IN_A_PAGE if options.restart else fault_kinds.KINDS
+    return [kind for kind in kinds if options.kind in kind.name]
 
 
 def plan(options):

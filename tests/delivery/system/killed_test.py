@@ -10,7 +10,7 @@ import delivery_case
 import documents
 import machine
 import rig
-from delivery_case import DeliveryCase, LARGE_MM, large
+from delivery_case import DeliveryCase, LARGE, LARGE_MM, large
 
 COUNT = 20
 
@@ -22,12 +22,12 @@ class KilledPrograms(DeliveryCase):
         self.labels = self.wanted(self.document)
         self.assert_all_differ(self.labels, COUNT)
 
-    def in_the_middle(self, label=8, document=None, labels=None, also=()):
+    def in_the_middle(self, label=8, document=None, labels=None, also=(), options=None):
         """A job whose printer has stopped in the middle of a label: (printer, queue, number)."""
         printer = self.printer((labels or self.labels) + list(also), speed=15 * LARGE_MM,
                                faults=[f"label {label} 50% pause 0.4"])
         queue = self.queue(printer)
-        number = self.system.lp(queue, document or self.document)
+        number = self.system.lp(queue, document or self.document, options=options)
         printer.await_action("pause")
         return printer, queue, number
 
@@ -75,6 +75,20 @@ class KilledPrograms(DeliveryCase):
         self.assert_printed(number, COUNT)
         self.assert_each_came(printer, self.announced(number), torn=1)
         self.assert_tidy()
+
+    def test_pages_are_counted_once_though_the_job_is_rendered_again(self):
+        document = documents.pdf(COUNT)
+        labels = self.wanted(document)
+        self.assert_all_differ(labels, COUNT)
+        for logging in ("off", "on"):
+            with self.subTest(page_logging=logging):
+                printer, _, number = self.in_the_middle(document=document, labels=labels,
+                                                        options={"page-logging": logging})
+                self.kill(self.senders(), signal.SIGKILL)
+                job = self.assert_printed(number, COUNT)
+                self.assertEqual(job.attributes["job-impressions-completed"], COUNT)
+                self.assert_each_came(printer, self.announced(number), torn=1)
+                self.assert_tidy()
 
     def test_the_sender_is_asked_to_end_in_a_page_and_finishes_it(self):
         printer, _, number = self.in_the_middle()
@@ -215,11 +229,12 @@ class KilledPrintSystem(DeliveryCase):
     # The server writes down what it knows at once, and not after half a minute.
     rules = "DirtyCleanInterval 0"
 
-    def ends(self, end, times):
-        document = large(COUNT)
+    def ends(self, end, times, length=1):
+        """length: of a label, in large ones."""
+        document = documents.raster(COUNT, times=length, **LARGE)
         labels = self.wanted(document)
-        printer = self.printer(labels, speed=15 * LARGE_MM, faults=[
-            f"label {4 + 4 * place} 50% pause 0.4" for place in range(times)])
+        printer = self.printer(labels, speed=15 * length * LARGE_MM, faults=[
+            f"label {4 + 4 * place} {50 // length}% pause 0.4" for place in range(times)])
         number = self.system.lp(self.queue(printer), document)
         for place in range(1, times + 1):
             printer.await_action("pause", place)
@@ -234,6 +249,14 @@ class KilledPrintSystem(DeliveryCase):
 
     def test_it_is_restarted_three_times_in_a_job(self):
         self.ends(self.system.stop, 3)
+
+    # A long label has dots that have not left the sender yet when everything is asked to end.
+
+    def test_its_whole_service_is_restarted_in_a_page(self):
+        self.ends(self.system.stop_service, 1, length=4)
+
+    def test_its_whole_service_is_restarted_three_times_in_a_job(self):
+        self.ends(self.system.stop_service, 3, length=4)
 
     def test_it_is_killed_in_a_page(self):
         self.ends(self.system.kill9, 1)

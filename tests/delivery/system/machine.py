@@ -4,13 +4,17 @@ The print system's places are fixed and a fault test kills and cuts at random: h
 reach the machine's own printers, and when the program ends the kernel ends whatever it started.
 """
 
+import contextlib
 import os
 import signal
 import subprocess
 import sys
+import threading
 
 INSIDE = "KESTRA_RIG_INSIDE"
 OUTER_TMP = "/var/spool/outer-tmp"
+
+_orders = -1  # the first process of the namespace reads what is written here
 
 
 def _refusal(command):
@@ -97,15 +101,33 @@ def _leave_first_process():
 
     A sender that outlived its print system would otherwise stay a zombie and look alive.
     """
+    global _orders
+    orders, _orders = os.pipe()
     child = os.fork()
     if child == 0:
+        os.close(orders)
         return
+    os.close(_orders)
     signal.signal(signal.SIGINT, signal.SIG_IGN)
+    threading.Thread(target=_end_as_ordered, args=[orders], daemon=True).start()
     while True:
         pid, status = os.wait()
         if pid == child:
             code = os.waitstatus_to_exitcode(status)
             os._exit(code if code >= 0 else 128 - code)
+
+
+def _end_as_ordered(orders):
+    with open(orders, encoding="ascii") as lines:
+        for line in lines:
+            for pid in line.split():
+                with contextlib.suppress(ProcessLookupError):
+                    os.kill(int(pid), signal.SIGTERM)
+
+
+def ask_to_end(pids):
+    """Has the machine's first process, the service manager, ask processes to end, all at once."""
+    os.write(_orders, (" ".join(map(str, pids)) + "\n").encode())
 
 
 def is_stopped(pid):

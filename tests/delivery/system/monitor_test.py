@@ -66,10 +66,6 @@ class PortMonitor(DeliveryCase):
                 self.assertEqual(sink.received(), content)
                 self.assert_tidy()
 
-    def monitors(self, number):
-        return [line for line in self.system.log(number) if "port monitor" in line.lower()
-                or "/monitor/kestra" in line]
-
 
 if __name__ == "__main__":
     delivery_case.main()

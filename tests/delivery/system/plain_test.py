@@ -1,14 +1,17 @@
 """Jobs to which nothing happens: what comes, what is said and what is left over."""
 
+import glob
 import os
 import random
+import re
 import struct
+import time
 
 import delivery_case
 import documents
 import machine
 import rig
-from delivery_case import DeliveryCase, LARGE_MM, large
+from delivery_case import DeliveryCase, JOBS, LARGE_MM, STATE, large
 
 
 class PlainJobs(DeliveryCase):
@@ -97,10 +100,12 @@ class PlainJobs(DeliveryCase):
         self.assert_printed(number, 7)
         self.assert_each_once(printer)
 
-    def test_fifty_jobs_leave_no_file_no_descriptor_and_no_process(self):
-        jobs = [documents.raster(2, 2 * place + 1) for place in range(50)]
-        wanted = [one for job in jobs for one in self.wanted(job)]
-        self.assert_all_differ(wanted, 100)
+    def test_many_jobs_leave_no_file_no_descriptor_and_no_process(self):
+        def job(place):
+            return documents.raster(2, 2 * place + 1)
+
+        wanted = [one for place in range(JOBS) for one in self.wanted(job(place))]
+        self.assert_all_differ(wanted, 2 * JOBS)
         printer = self.printer(wanted)
         queue = self.queue(printer)
 
@@ -109,16 +114,26 @@ class PlainJobs(DeliveryCase):
             return server, sorted(os.listdir("/tmp")), sorted(os.listdir(rig.FRAMES))
 
         # The first job makes what stays: the counter, the side file, the server's connections.
-        self.assert_printed(self.system.lp(queue, jobs[0]), 2)
+        self.assert_printed(self.system.lp(queue, job(0)), 2)
         self.assert_tidy()
-        before = left()
-        numbers = [self.system.lp(queue, job) for job in jobs[1:]]
+        before, memory, start = left(), self.server_memory(), time.monotonic()
+        numbers = [self.system.lp(queue, job(place)) for place in range(1, JOBS)]
         for number in numbers:
             self.assert_printed(number, 2)
+        seconds = time.monotonic() - start
         self.assert_each_once(printer)
         self.assert_tidy()
         rig.eventually(lambda: left() == before, 30, f"{left()} is {before}")
         self.assertFalse(machine.processes("kestra"))
+        journals = [os.stat(path) for path in glob.glob(STATE + "/jobs/*/*/journal")]
+        print(f"{JOBS} jobs, {len(wanted)} labels: {seconds:.1f} s; of the print system {before[0]} "
+              f"files open before, {left()[0]} behind, memory {memory} and {self.server_memory()}; "
+              f"{len(journals)} journals of {sum(one.st_size for one in journals) // 1024} KB in "
+              f"{sum(one.st_blocks for one in journals) // 2} KB of disk blocks", flush=True)
+
+    def server_memory(self):
+        with open(f"/proc/{self.system.server.pid}/status", encoding="utf-8") as status:
+            return re.search(r"VmRSS:\s*(.*)", status.read())[1]
 
     @staticmethod
     def lp_ids():

@@ -4,8 +4,10 @@ Only a real one shows what a backend has to live with; only a private one may be
 Call `machine.enter` first: the filter's folder is fixed, and so is its place in /var/spool.
 """
 
+import contextlib
 import glob
 import os
+import random
 import re
 import shutil
 import signal
@@ -15,6 +17,7 @@ import threading
 import time
 
 import ipp
+import machine
 
 SERVER = "/usr/sbin/cupsd"
 STOCK = "/usr/lib/cups"
@@ -170,12 +173,41 @@ class PrintSystem:
         eventually(answers, what="cupsd answers")
 
     def stop(self):
-        """Ends the server as the init system does (SIGTERM); it then ends its jobs' programs."""
+        """Asks the server alone to end (SIGTERM); it then ends its jobs' programs."""
         self._end(signal.SIGTERM)
+
+    def programs(self):
+        """Ids of all processes that the server started, and of those that these started."""
+        mark = f"\0KESTRA_DELIVERY_ROOT={self.root}\0".encode()
+        found = []
+        for pid in filter(str.isdigit, os.listdir("/proc")):
+            with contextlib.suppress(OSError):
+                with open(f"/proc/{pid}/environ", "rb") as environment:
+                    if mark in b"\0" + environment.read():
+                        found.append(int(pid))
+        return found
+
+    def stop_service(self, chance=random):
+        """Ends the service as the init system does: all of its processes, in any order, are asked to
+        end at the same moment, and it has ended with the last of them."""
+        everyone = [self.server.pid, *self.programs()]
+        chance.shuffle(everyone)
+        machine.ask_to_end(everyone)
+        self.server.wait(30)
+        self.server = None
+        eventually(lambda: not self.programs(), what="all of the service has ended")
 
     def kill9(self):
         """Ends the server alone, without giving it a moment; its jobs' programs live on."""
         self._end(signal.SIGKILL)
+
+    def kill_service(self):
+        """Kills the server and all that it started, as a power cut does that spares the disk."""
+        self.kill9()
+        while left := self.programs():
+            for pid in left:
+                with contextlib.suppress(ProcessLookupError):
+                    os.kill(pid, signal.SIGKILL)
 
     def _end(self, sign):
         if self.server is None:

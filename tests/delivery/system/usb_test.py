@@ -39,7 +39,7 @@ class Wrapped(DeliveryCase):
             cls.system.install("backend", "usb", stand_in.read(), 0o744)
         cls.system.install("backend", "lpd", LPD, 0o744)
 
-    def wrapped(self, scheme, wanted, **words):
+    def wrapped(self, scheme, wanted, way="kestra:", **words):
         """A printer behind the program of `scheme`, and its queue."""
         place = f"/tmp/rig/place-{type(self)._printers}"
         os.makedirs(place)
@@ -47,7 +47,7 @@ class Wrapped(DeliveryCase):
         os.symlink(f"{printer.folder}/log", f"{place}/log")
         with open(f"{place}/pid", "w", encoding="utf-8") as out:
             out.write(str(printer.process.pid))
-        self.system.queue(scheme, f"kestra:{scheme}://Stand/In?place={place}")
+        self.system.queue(scheme, f"{way}{scheme}://Stand/In?place={place}")
         return printer, scheme
 
     def inner(self, scheme):
@@ -83,6 +83,19 @@ class UsbStandIn(Wrapped):
             wanted = self.wanted(document)
             printer, queue = self.wrapped("usb", wanted, **self.STATE)
             self.assert_printed(self.system.lp(queue, document), len(wanted))
+            self.assert_each_once(printer)
+            self.assert_tidy()
+
+    def test_a_queue_with_a_plain_address_prints_each_label_once_through_the_port_monitor(self):
+        for document in (documents.raster(5), documents.pdf(3)):
+            wanted = self.wanted(document)
+            printer, queue = self.wrapped("usb", wanted, way="", **self.STATE)
+            number = self.system.lp(queue, document)
+            self.assert_printed(number, len(wanted))
+            self.assertTrue(self.monitors(number), "no port monitor ran")
+            backends = [line.rsplit("/", 1)[1].split()[0] for line in self.system.log(number)
+                        if "Started backend" in line]
+            self.assertEqual(backends, ["usb"])  # the one that sends
             self.assert_each_once(printer)
             self.assert_tidy()
 
