@@ -6,6 +6,7 @@
 #include "bench/stages.h"
 #include "imaging/kernels/gaussian.h"
 #include "imaging/kernels/stencil_diffusion.h"
+#include "imaging/kernels/tones.h"
 #include "imaging/tattoo/grey.h"
 #include "imaging/tattoo/sharpen.h"
 #include "imaging/tattoo/tattoo_dithering.h"
@@ -19,39 +20,45 @@ constexpr int kKnee = 64;
 constexpr float kLowGamma = 0.85F;
 constexpr float kHighGamma = 0.7F;
 
-QMImage greyImage(const std::vector<std::uint8_t>& page) {
-  return {static_cast<int>(kA4Width), static_cast<int>(kA4Height), QM_IMG_GRAY, page.data()};
-}
+constexpr auto kWidth = static_cast<int>(kA4Width);
+constexpr auto kHeight = static_cast<int>(kA4Height);
+
+using Table = std::array<std::uint8_t, 256>;
 
 void momentsThreshold(benchmark::State& state, const std::vector<std::uint8_t>& page) {
-  const QMImage grey = greyImage(page);
-  while (state.KeepRunning()) benchmark::DoNotOptimize(thresh_global_moments(grey));
+  const auto count = static_cast<std::uint32_t>(page.size());
+  while (state.KeepRunning()) benchmark::DoNotOptimize(momentThreshold(page.data(), count));
+}
+
+void tone(std::vector<std::uint8_t>& grey) {
+  const Table table = piecewiseGammaTable(kKnee, kLowGamma, kHighGamma);
+  lookUpLevels(table.data(), grey.data(), grey.data(), grey.size());
 }
 
 // Goes on with what the round before left, whose levels do not change the time of a table.
 void gamma(benchmark::State& state, const std::vector<std::uint8_t>& page) {
-  QMImage grey = greyImage(page);
+  std::vector<std::uint8_t> grey = page;
   while (state.KeepRunning()) {
-    enh_piecewise_gamma(grey, kKnee, kLowGamma, kHighGamma);
-    benchmark::DoNotOptimize(grey.data);
+    tone(grey);
+    benchmark::DoNotOptimize(grey.data());
     benchmark::ClobberMemory();
   }
 }
 
 // Sharpens the page row by row, as a stencil page is made.
-void sharpen(const QMImage& grey, std::vector<unsigned char>& sharp) {
+void sharpen(const std::vector<std::uint8_t>& grey, std::vector<std::uint8_t>& sharp) {
   double kernel[kGaussianTaps];
   generateGaussianKernel1D(kGaussianTaps, kUnsharpSigma, kernel);
-  std::array<std::uint8_t, 256> same = {};
+  Table same = {};
   std::iota(same.begin(), same.end(), std::uint8_t{0});
-  UnsharpRows rows(grey.data, grey.width, grey.height, same.data(), gaussianWeights(kernel));
+  UnsharpRows rows(grey.data(), kWidth, kHeight, same.data(), gaussianWeights(kernel));
   for (std::size_t y = 0; y < kA4Height; ++y) rows.nextRow(sharp.data() + y * kA4Width);
 }
 
 void unsharpMask(benchmark::State& state, const std::vector<std::uint8_t>& page) {
-  QMImage grey = greyImage(page);
-  enh_piecewise_gamma(grey, kKnee, kLowGamma, kHighGamma);
-  std::vector<unsigned char> sharp(page.size());
+  std::vector<std::uint8_t> grey = page;
+  tone(grey);
+  std::vector<std::uint8_t> sharp(page.size());
   while (state.KeepRunning()) {
     sharpen(grey, sharp);
     benchmark::DoNotOptimize(sharp.data());
@@ -60,14 +67,15 @@ void unsharpMask(benchmark::State& state, const std::vector<std::uint8_t>& page)
 }
 
 void diffuse(benchmark::State& state, const std::vector<std::uint8_t>& page) {
-  QMImage grey = greyImage(page);
-  const auto threshold = static_cast<float>(thresh_global_moments(grey));
-  enh_piecewise_gamma(grey, kKnee, kLowGamma, kHighGamma);
-  std::vector<unsigned char> sharp(page.size());
+  const auto threshold =
+      static_cast<float>(momentThreshold(page.data(), static_cast<std::uint32_t>(page.size())));
+  std::vector<std::uint8_t> grey = page;
+  tone(grey);
+  std::vector<std::uint8_t> sharp(page.size());
   sharpen(grey, sharp);
-  std::vector<unsigned char> dots(sharp.size());
+  std::vector<std::uint8_t> dots(sharp.size());
   while (state.KeepRunning()) {
-    StencilDiffuser diffuser(grey.width, grey.height, threshold, dots.data(), kA4Width);
+    StencilDiffuser diffuser(kWidth, kHeight, threshold, dots.data(), kA4Width);
     for (std::size_t y = 0; y < kA4Height; ++y) {
       std::memcpy(diffuser.nextRow(), sharp.data() + y * kA4Width, kA4Width);
       diffuser.finishRow();
@@ -79,10 +87,9 @@ void diffuse(benchmark::State& state, const std::vector<std::uint8_t>& page) {
 
 template <StencilKind kKind>
 void wholeChain(benchmark::State& state, const std::vector<std::uint8_t>& page) {
-  std::vector<unsigned char> dots(page.size());
+  std::vector<std::uint8_t> dots(page.size());
   while (state.KeepRunning()) {
-    ditherStencilPage(kKind, page.data(), static_cast<int>(kA4Width), static_cast<int>(kA4Height),
-                      dots.data(), kA4Width);
+    ditherStencilPage(kKind, page.data(), kWidth, kHeight, dots.data(), kA4Width);
     benchmark::DoNotOptimize(dots.data());
     benchmark::ClobberMemory();
   }
