@@ -14,7 +14,6 @@
 #include "filter/base/number.h"
 #include "filter/base/page_size.h"
 #include "filter/base/text.h"
-#include "filter/base/units.h"
 #include "filter/header_log.h"
 #include "filter/raster_input.h"
 #include "printer/kestra_printer.h"

@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "filter/base/number.h"
-#include "filter/base/units.h"
 #include "imaging/kernels/dots.h"
 
 namespace kestra {

@@ -12,7 +12,6 @@
 #include "filter/base/number.h"
 #include "filter/base/ppd_lookup.h"
 #include "filter/base/text.h"
-#include "filter/base/units.h"
 
 namespace kestra {
 namespace {

@@ -14,6 +14,9 @@ namespace kestra {
 static_assert(std::numeric_limits<double>::is_iec559 && std::numeric_limits<float>::is_iec559,
               "page lengths rely on IEEE 754 arithmetic");
 
+inline constexpr double kMillimetresPerInch = 25.4;
+inline constexpr float kPointsPerInch = 72.0F;
+
 /// Truncates toward zero (-23.98 dots are -23). NaN and values outside the 32-bit range give
 /// -2147483648.
 inline std::int32_t truncateToInt32(double value) {

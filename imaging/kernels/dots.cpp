@@ -1,10 +1,15 @@
-// Packing and counting as one explains them, and the choice of a faster version.
+// Matrix dithering, packing and counting as one explains them, and the choice of a faster version.
 #include "imaging/kernels/dots.h"
 
 #include "imaging/kernels/cpu.h"
 
 namespace kestra {
 namespace {
+
+void ditherPlain(const std::uint8_t* levels, std::size_t count, const std::uint8_t* thresholds,
+                 std::uint8_t* dots) {
+  for (std::size_t x = 0; x < count; ++x) dots[x] = levels[x] >= thresholds[x % 4] ? 1 : 0;
+}
 
 void packPlain(const std::uint8_t* pixels, std::size_t count, std::uint8_t* bits) {
   unsigned accumulator = 0;
@@ -27,6 +32,11 @@ std::uint64_t countPlain(const std::uint8_t* bits, std::size_t size) {
 }
 
 }  // namespace
+
+void ditherRow(const std::uint8_t* levels, std::size_t count, const std::uint8_t* thresholds,
+               std::uint8_t* dots) {
+  choose<ditherPlain, baseline::ditherRow, avx2::ditherRow>()(levels, count, thresholds, dots);
+}
 
 void packDots(const std::uint8_t* pixels, std::size_t count, std::uint8_t* bits) {
   choose<packPlain, baseline::packDots, avx2::packDots>()(pixels, count, bits);

@@ -1,4 +1,5 @@
-// Packs and counts dots 64 pixels or bits at a time.
+// Compares whole vectors of pixels with the repeating thresholds of their row; packs and counts 64
+// dots at a time.
 #include "imaging/kernels/dots.h"
 #include "imaging/kernels/lanes.h"
 
@@ -29,6 +30,17 @@ KESTRA_INLINE std::uint64_t countWord(std::uint64_t word) {
 }
 
 }  // namespace
+
+void ditherRow(const std::uint8_t* levels, std::size_t count, const std::uint8_t* thresholds,
+               std::uint8_t* dots) {
+  const Lanes least = allInts(loadAs<std::int32_t>(thresholds));
+  const Lanes one = all(1);
+  std::size_t x = 0;
+  for (; x + kLanes <= count; x += kLanes) {
+    store(dots + x, both(atLeast(load(levels + x), least), one));
+  }
+  for (; x < count; ++x) dots[x] = levels[x] >= thresholds[x % 4] ? 1 : 0;
+}
 
 void packDots(const std::uint8_t* pixels, std::size_t count, std::uint8_t* bits) {
   std::size_t x = 0;

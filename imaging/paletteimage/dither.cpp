@@ -4,7 +4,6 @@
 
 #include "imaging/kernels/diffusion.h"
 #include "imaging/kernels/dots.h"
-#include "imaging/kernels/matrix.h"
 #include "imaging/paletteimage/palette_image.h"
 
 namespace kestra {

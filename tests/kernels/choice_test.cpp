@@ -12,7 +12,6 @@
 #include "imaging/kernels/diffusion.h"
 #include "imaging/kernels/dots.h"
 #include "imaging/kernels/gaussian.h"
-#include "imaging/kernels/matrix.h"
 #include "imaging/kernels/stencil_diffusion.h"
 #include "imaging/kernels/subnormals.h"
 #include "imaging/kernels/tones.h"

@@ -3,8 +3,8 @@
 
 #include <cstdio>
 
+#include "filter/base/number.h"
 #include "filter/base/page_size.h"
-#include "filter/base/units.h"
 
 namespace kestra {
 namespace {
