@@ -6,6 +6,7 @@ import glob
 import os
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import unittest
@@ -153,11 +154,20 @@ class DeliveryCase(unittest.TestCase):
     def senders(self):
         """Those that print: of all that outlive the print system, the ones without its rights."""
         return [pid for pid in machine.processes("kestra")
-                if machine.leads_session(pid) and os.stat(f"/proc/{pid}").st_uid != 0]
+                if machine.leads_session(pid) and machine.owner(pid) not in (0, None)]
 
     def kill(self, pids, sign):
         for pid in pids:
             os.kill(pid, sign)
+
+    def await_stop_heard(self):
+        """Waits until the processes that the print system has just asked to end have taken notice.
+
+        Before that the printer must not read on: its sender would go on with the next labels.
+        """
+        rig.eventually(lambda: not any(machine.is_pending(pid, signal.SIGTERM)
+                                       for pid in machine.processes("kestra")),
+                       what="the job's processes have heard that they should end")
 
     def monitors(self, number):
         """Lines of a job's log that say that a port monitor was started."""
@@ -175,7 +185,7 @@ class DeliveryCase(unittest.TestCase):
                 found.update(range(int(one[1]), int(one[2] or one[1]) + 1))
         return found
 
-    def assert_printed(self, number, labels, seconds=60):
+    def assert_printed(self, number, labels, seconds=rig.PATIENCE):
         """The job is completed and says that so many labels came."""
         try:
             job = self.system.wait(number, seconds=seconds)

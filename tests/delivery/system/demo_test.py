@@ -1,5 +1,6 @@
 """The demo that prints three labels to a printer without paper: what it shows, what it leaves."""
 
+import contextlib
 import glob
 import os
 import struct
@@ -7,6 +8,7 @@ import subprocess
 import unittest
 
 import delivery_case
+import rig
 from delivery_case import BUILD, HERE
 
 DEMO = os.path.realpath(f"{HERE}/../../../tools/demo")
@@ -31,8 +33,11 @@ class PrinterDemo(unittest.TestCase):
         before = left_on_the_machine()
         done = subprocess.run([f"{DEMO}/printer.sh", "enter", BUILD, PICTURES], check=False,
                               stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                              stderr=subprocess.STDOUT, text=True, timeout=300)
+                              stderr=subprocess.STDOUT, text=True, timeout=800)
         self.assertEqual(done.returncode, 0, done.stdout)
+        # What has ended is buried a moment later.
+        with contextlib.suppress(rig.Failure):
+            rig.eventually(lambda: left_on_the_machine() == before, 60)
         self.assertEqual(left_on_the_machine(), before)
         sizes = []
         for path in glob.glob(f"{PICTURES}/*"):

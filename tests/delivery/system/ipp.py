@@ -86,7 +86,7 @@ def _decode(body):
     return status, groups
 
 
-def request(path, operation, attributes, timeout=30):
+def request(path, operation, attributes, timeout=60):
     """Asks the server that listens at the socket `path`.
 
     Returns (status, groups without the first). Raises OSError where nobody answers.

@@ -15,7 +15,7 @@ class LongJobs(DeliveryCase):
             printer = self.printer(wanted, faults=[fault])
             jobs.append((printer, self.system.lp(self.queue(printer, name), document)))
         for printer, number in jobs:
-            self.assert_printed(number, 3, seconds=90)
+            self.assert_printed(number, 3)
             self.assert_each_once(printer)
         self.assert_tidy()
 

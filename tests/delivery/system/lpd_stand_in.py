@@ -53,6 +53,6 @@ class LpdServer:
                 left -= len(part)
             if left or stream.read(1) != b"\0":
                 return
-            stream.write(b"\0")
             if command[:1] == b"\3":
                 self.files.append(content)
+            stream.write(b"\0")  # from here on the job may be done

@@ -41,7 +41,7 @@ class Lpd(DeliveryCase):
         document = large(2, first=5)
         self.server.refusals = 2
         number = self.system.lp("lpd", document)
-        self.assert_printed(number, 2, seconds=90)
+        self.assert_printed(number, 2)
         self.assertEqual(self.came(), self.wanted(document))
 
 

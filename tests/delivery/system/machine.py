@@ -139,6 +139,25 @@ def is_stopped(pid):
         return False
 
 
+def is_pending(pid, sign):
+    """Whether a signal was sent to a process that has not taken notice of it yet."""
+    try:
+        with open(f"/proc/{pid}/status", encoding="utf-8", errors="replace") as status:
+            masks = [int(line.split()[1], 16) for line in status
+                     if line.startswith(("SigPnd:", "ShdPnd:"))]
+    except OSError:
+        return False
+    return any(mask >> (sign - 1) & 1 for mask in masks)
+
+
+def owner(pid):
+    """The user of a process; None of one that has ended."""
+    try:
+        return os.stat(f"/proc/{pid}").st_uid
+    except OSError:
+        return None
+
+
 def processes(name):
     """Ids of the living processes of this namespace whose program's file is called `name`."""
     found = []

@@ -7,6 +7,7 @@ import documents
 import machine
 import rig
 from delivery_case import DeliveryCase, LARGE, LARGE_MM, large
+from printer import UNTIL_TOLD
 
 COUNT = 8
 TIMES = 8
@@ -20,8 +21,8 @@ class PeopleAtWork(DeliveryCase):
         cls.document = documents.raster(COUNT, times=TIMES, **LARGE)
         cls.small = documents.raster(COUNT)
 
-    def begun(self, label=3, fault="pause 1.5", options=None, percent=15):
-        """A job whose printer has stopped within a label: (printer, queue, number)."""
+    def begun(self, label=3, fault=f"pause {UNTIL_TOLD}", options=None, percent=15):
+        """A job whose printer stands still within a label: (printer, queue, number)."""
         labels = self.wanted(self.document)
         self.assert_all_differ(labels, COUNT)
         printer = self.printer(labels, speed=15 * TIMES * LARGE_MM,
@@ -31,10 +32,16 @@ class PeopleAtWork(DeliveryCase):
         printer.await_action(fault.split()[0])
         return printer, queue, number
 
-    def nobody_works(self, seconds):
-        start = time.monotonic()
-        rig.eventually(lambda: not machine.processes("kestra"), seconds, "the sender has left")
-        return time.monotonic() - start
+    @staticmethod
+    def nobody_works():
+        rig.eventually(lambda: not machine.processes("kestra"), what="the sender has left")
+
+    def goes_on_and_leaves(self, printer):
+        """The printer reads on, and prints half a label, when the sender knows that it shall stop.
+        A sender whose printer reads no more would be ended after 4 seconds."""
+        self.await_stop_heard()
+        printer.go_on()
+        self.nobody_works()
 
     def assert_ended_in_white(self, printer, place):
         """The label of this place (from 1) came whole, and its last part has no dots."""
@@ -49,18 +56,16 @@ class PeopleAtWork(DeliveryCase):
         after = large(2, 101)
         printer, queue, number = self.begun(label=3)
         self.system.cancel(number)
-        # The printer reads on after 1.5 seconds and prints half a label; a sender whose printer
-        # reads no more would be ended after 4 seconds.
-        self.nobody_works(3.5)
+        self.goes_on_and_leaves(printer)
         job = self.system.wait(number)
         self.assertEqual((job.state, job.sheets), (rig.CANCELED, 2))
         self.system.await_log(number, "Stopped in label 3; the rest of it stays white.")
         self.assert_printed(self.system.lp(queue, after), 2)
         wanted = self.wanted(self.document)
+        verdict = printer.judge()
         came = printer.labels()
         self.assertEqual(came[:2] + came[3:], wanted[:2] + self.wanted(after))
         self.assert_ended_in_white(printer, 3)
-        verdict = printer.judge()
         self.assertEqual((verdict["torn"], verdict["faults"], verdict["garbage"]), (0, 0, 0))
         self.assert_tidy()
 
@@ -68,21 +73,22 @@ class PeopleAtWork(DeliveryCase):
         after = large(2, 101)
         printer, queue, number = self.begun(label=3, fault="deaf")
         self.system.cancel(number)
-        self.nobody_works(6)
+        self.nobody_works()
         self.assertEqual(self.system.wait(number).state, rig.CANCELED)
         self.system.await_log(number, "Stopped in label 3, which is cut off: the printer takes no more")
         self.assert_printed(self.system.lp(queue, after), 2)
         wanted = self.wanted(self.document)
+        printer.judge()
         self.assertEqual(printer.labels(), wanted[:2] + self.wanted(after))
         self.assertEqual(len(printer.torn()), 1)
         self.assert_tidy()
 
     def test_a_job_is_cancelled_that_waits_for_its_printer(self):
-        printer = self.printer(faults=["start refuse 30"])
+        printer = self.printer(faults=[f"start refuse {UNTIL_TOLD}"])
         number = self.system.lp(self.queue(printer), self.document)
         self.system.await_log(number, "Waiting for the printer at")
         self.system.cancel(number)
-        self.nobody_works(3.5)
+        self.nobody_works()
         self.assertEqual(self.system.wait(number).state, rig.CANCELED)
         self.assert_tidy()
 
@@ -92,11 +98,12 @@ class PeopleAtWork(DeliveryCase):
         printer, _, number = self.begun(label=3)
         self.system.hold(number)
         self.system.wait(number, [rig.HELD])
-        self.nobody_works(3.5)
+        self.goes_on_and_leaves(printer)
         printer.await_labels(3)
         self.system.resume(number)
         self.assert_printed(number, COUNT)
         wanted = self.wanted(self.document)
+        printer.judge()
         came = printer.labels()
         # The label that was under way is ended in white, and comes again as a whole.
         self.assert_ended_in_white(printer, 3)
@@ -107,11 +114,12 @@ class PeopleAtWork(DeliveryCase):
     def test_the_queue_is_stopped_in_a_label_and_started_again(self):
         printer, queue, number = self.begun(label=3)
         self.system.disable(queue)
-        self.nobody_works(3.5)
+        self.goes_on_and_leaves(printer)
         self.assertEqual(self.system.printer(queue)["printer-state"], rig.PAUSED)
         self.system.enable(queue)
         self.assert_printed(number, COUNT)
         wanted = self.wanted(self.document)
+        printer.judge()
         came = printer.labels()
         self.assert_ended_in_white(printer, 3)
         self.assertEqual(came[:2] + came[3:], wanted)
@@ -123,12 +131,12 @@ class PeopleAtWork(DeliveryCase):
         printer = self.printer(wanted + wanted + wanted)
         number = self.system.lp(self.queue(printer), self.document)
         self.assert_printed(number, COUNT)
-        for _ in range(2):
+        for time_before in (1, 2):
             # The print system tells two prints apart by the second in which the one before ended.
             ended = self.system.job(number).attributes["time-at-completed"]
-            rig.eventually(lambda: int(time.time()) > ended)
+            rig.eventually(lambda after=ended: int(time.time()) > after)
             self.system.restart_job(number)
-            rig.eventually(lambda: self.system.job(number).state != rig.COMPLETED, 2)
+            printer.await_labels(time_before * COUNT + 1)
             self.assert_printed(number, COUNT)
         self.assert_each_once(printer)
         self.assert_tidy()
@@ -140,7 +148,7 @@ class PeopleAtWork(DeliveryCase):
         number = self.system.lp(self.queue(printer), self.document)
         self.assert_printed(number, COUNT)
         self.system.restart_job(number)
-        rig.eventually(lambda: self.system.job(number).state != rig.COMPLETED, 2)
+        printer.await_labels(COUNT + 1)
         self.system.wait(number, [rig.COMPLETED])
         # Every label is wanted twice, so a third one counts as "twice".
         twice = {COUNT + place for place in self.announced(number)}
@@ -153,7 +161,7 @@ class PeopleAtWork(DeliveryCase):
         printer, _, number = self.begun(label=3)
         self.system.hold(number)
         self.system.wait(number, [rig.HELD])
-        self.nobody_works(3.5)
+        self.goes_on_and_leaves(printer)
         self.system.change(number, MirrorImage="True")
         mirrored = self.wanted(self.document, "MirrorImage=True")
         self.assertNotEqual(mirrored[0], self.wanted(self.document)[0])
@@ -166,6 +174,7 @@ class PeopleAtWork(DeliveryCase):
         self.system.resume(number)
         job = self.system.wait(number)
         self.assertEqual(job.state, rig.COMPLETED)
+        printer.judge()
         self.assertEqual(printer.labels()[3:], mirrored)
         self.assert_tidy()
 
@@ -173,8 +182,11 @@ class PeopleAtWork(DeliveryCase):
         other = self.printer()
         printer, queue, number = self.begun(label=3)
         self.system.run("lpadmin", "-p", queue, "-v", "kestra:" + other.uri())
+        printer.go_on()
         self.assert_printed(number, COUNT)
         wanted = self.wanted(self.document)
+        for one in (printer, other):
+            one.judge()
         self.assertEqual(printer.labels() + other.labels(), wanted)
         self.assertGreaterEqual(len(printer.labels()), 3)
         self.assertEqual(printer.torn() + other.torn(), [])

@@ -12,6 +12,7 @@ import documents
 import machine
 import rig
 from delivery_case import DeliveryCase, JOBS, LARGE_MM, STATE, large
+from printer import UNTIL_TOLD
 
 
 class PlainJobs(DeliveryCase):
@@ -73,12 +74,13 @@ class PlainJobs(DeliveryCase):
     def test_two_queues_of_one_printer_never_mix_their_labels(self):
         first, second = large(10), large(5, 101)
         printer = self.printer(self.wanted(first) + self.wanted(second), speed=10 * LARGE_MM,
-                               faults=["label 2 50% pause 3"])
+                               faults=[f"label 2 50% pause {UNTIL_TOLD}"])
         one, other = self.queue(printer, "one"), self.queue(printer, "other")
         ahead = self.system.lp(one, first)
         printer.await_action("pause")
         behind = self.system.lp(other, second)
         self.system.await_log(behind, "Another job prints on this printer; waiting for it")
+        printer.go_on()
         self.assert_printed(ahead, 10)
         self.assert_printed(behind, 5)
         self.assert_each_once(printer)
@@ -87,16 +89,21 @@ class PlainJobs(DeliveryCase):
     def test_the_queue_says_which_label_of_how_many_is_printed(self):
         document = large(7)
         printer = self.printer(self.wanted(document), speed=10 * LARGE_MM,
-                               faults=["label 5 50% pause 3"])
+                               faults=[f"connection 1 pause {UNTIL_TOLD}",
+                                       f"label 5 50% pause {UNTIL_TOLD}"])
         queue = self.queue(printer)
         number = self.system.lp(queue, document)
-        printer.await_action("pause")
+        # How many labels there are is known when the filter has made the last one.
+        self.system.await_log(number, "rastertokestra) exited with no errors")
+        printer.go_on()
+        printer.await_action("pause", 2)
         # The printer's own buffer holds less than half a label: it is the one under way.
         rig.eventually(lambda: self.system.printer(queue)["printer-state-message"]
-                       == "Printing label 5 of 7", 2)
+                       == "Printing label 5 of 7")
         job = self.system.job(number)
         self.assertEqual(job.attributes.get("job-media-progress"), 100 * 4 // 7)
         self.assertEqual(job.sheets, 4)
+        printer.go_on()
         self.assert_printed(number, 7)
         self.assert_each_once(printer)
 

@@ -1,11 +1,15 @@
 """The virtual printer as a test's tool: started, told to fail, followed label by label, judged."""
 
+import contextlib
 import json
 import os
 import signal
 import subprocess
 
-from rig import Failure, eventually
+from rig import PATIENCE, Failure, eventually
+
+#: Of a fault that lasts until the test says otherwise: `go_on`, `listen`. No test takes so long.
+UNTIL_TOLD = 100_000
 
 
 class Printer:
@@ -71,13 +75,13 @@ class Printer:
     def torn(self):
         return [one for one in self.events("label") if not one["whole"]]
 
-    def await_labels(self, count, seconds=30):
-        eventually(lambda: len(self.labels()) >= count, seconds,
-                   f"{count} labels are out, but {len(self.labels())}")
+    def await_labels(self, count, seconds=PATIENCE):
+        eventually(lambda: len(self.labels()) >= count, seconds, f"{count} labels are out")
 
-    def await_action(self, words, count=1, seconds=30):
+    def await_action(self, words, count=1, seconds=PATIENCE):
         """Waits until a planned fault happens; one that pauses leaves the time to act in a page."""
-        eventually(lambda: sum(words in one["action"] for one in self.events("action")) >= count,
+        eventually(lambda: sum(words in one["action"] for one in self.events("action")
+                               if one["why"] != "control") >= count,
                    seconds, f"the printer does \"{words}\"")
 
     # --- orders -----------------------------------------------------------------------------------
@@ -87,11 +91,26 @@ class Printer:
         with open(f"{self.folder}/control", "w", encoding="utf-8") as control:
             control.write(action + "\n")
 
+    def go_on(self):
+        """Ends a pause."""
+        self.act("pause 0")
+
+    def listen(self):
+        """Ends the time in which it refuses connections."""
+        self.act("refuse 0")
+
+    def _has_hung_up(self):
+        connections = [one["what"] for one in self.events("connection")]
+        return connections.count("opened") == connections.count("closed")
+
     def judge(self):
         """Ends the printer; returns the verdict, with its exit status as `status`."""
         if self.verdict is None:
+            # A job is done when the printer's system has its bytes; it may still have to read them.
+            with contextlib.suppress(Failure):
+                eventually(self._has_hung_up, 30)
             self.process.send_signal(signal.SIGTERM)
-            self.process.wait(30)
+            self.process.wait(PATIENCE)
             found = self.events("verdict")
             if not found:
                 raise Failure(f"no verdict: {self.complaints()}")

@@ -29,19 +29,23 @@ PENDING, HELD, PROCESSING, STOPPED, CANCELED, ABORTED, COMPLETED = range(3, 10)
 ENDED = (STOPPED, CANCELED, ABORTED, COMPLETED)
 IDLE, PRINTING, PAUSED = 3, 4, 5
 
+#: Seconds. What comes at all comes sooner, also on a machine that does much besides.
+PATIENCE = 150
+
 
 class Failure(AssertionError):
     """The rig could not do what a test asked for; the text says what the print system answered."""
 
 
-def eventually(question, seconds=30, what="", interval=0.01):
+def eventually(question, seconds=PATIENCE, what="", interval=0.01):
     """Asks until the answer is true and returns it; fails with `what` after `seconds`."""
     end = time.monotonic() + seconds
     while True:
+        is_late = time.monotonic() > end  # who was kept from asking asks once more
         answer = question()
         if answer:
             return answer
-        if time.monotonic() > end:
+        if is_late:
             raise Failure(f"after {seconds} s still not: {what or question}")
         time.sleep(interval)
 
@@ -193,7 +197,7 @@ class PrintSystem:
         everyone = [self.server.pid, *self.programs()]
         chance.shuffle(everyone)
         machine.ask_to_end(everyone)
-        self.server.wait(30)
+        self.server.wait(PATIENCE)
         self.server = None
         eventually(lambda: not self.programs(), what="all of the service has ended")
 
@@ -213,7 +217,7 @@ class PrintSystem:
         if self.server is None:
             return
         self.server.send_signal(sign)
-        self.server.wait(30)
+        self.server.wait(PATIENCE)
         self.server = None
 
     def restart(self):
@@ -311,7 +315,7 @@ class PrintSystem:
                              requested_attributes="job-id")
         return [group["job-id"] for group in groups if "job-id" in group]
 
-    def wait(self, number, states=ENDED, seconds=60):
+    def wait(self, number, states=ENDED, seconds=PATIENCE):
         """Waits until the job is in one of `states`; returns it."""
         last = [None]
 
@@ -364,7 +368,7 @@ class PrintSystem:
         mark = "" if number is None else f"[Job {number}] "
         return [line for line in self.text("error_log").split("\n") if line and mark in line]
 
-    def await_log(self, number, words, seconds=30):
+    def await_log(self, number, words, seconds=PATIENCE):
         """Waits for a line of the job that holds `words` and returns it."""
         return eventually(lambda: next((x for x in self.log(number) if words in x), None),
                           seconds, f"job {number} says \"{words}\"")

@@ -12,6 +12,7 @@ import documents
 import machine
 import rig
 from delivery_case import HERE, DeliveryCase, LARGE_MM, large
+from printer import UNTIL_TOLD
 
 COUNT = 12
 
@@ -63,8 +64,9 @@ class Wrapped(DeliveryCase):
         return found
 
     def in_the_middle(self, scheme, document, wanted, **words):
+        """A job whose printer stands still in the middle of a label: (printer, number)."""
         printer, queue = self.wrapped(scheme, wanted, speed=15 * LARGE_MM,
-                                      faults=["label 5 50% pause 1.5"], **words)
+                                      faults=[f"label 5 50% pause {UNTIL_TOLD}"], **words)
         number = self.system.lp(queue, document)
         printer.await_action("pause")
         return printer, number
@@ -103,6 +105,7 @@ class UsbStandIn(Wrapped):
         printer, number = self.in_the_middle("usb", self.document, self.labels, **self.STATE)
         self.assertEqual(len(self.inner("usb")), 1)
         self.kill(self.inner("usb"), signal.SIGKILL)
+        printer.go_on()
         self.assert_printed(number, COUNT)
         self.assert_each_came(printer, self.announced(number), torn=1)
         self.assert_tidy()
@@ -111,6 +114,7 @@ class UsbStandIn(Wrapped):
         printer, number = self.in_the_middle("usb", self.document, self.labels, **self.STATE)
         self.assertEqual(len(self.senders()), 1)
         self.kill(self.senders(), signal.SIGKILL)
+        printer.go_on()
         self.assert_printed(number, COUNT)
         self.assert_each_came(printer, self.announced(number), torn=1)
         self.assertEqual([one["cut"] for one in printer.torn()], ["soft reset"])
@@ -120,13 +124,16 @@ class UsbStandIn(Wrapped):
         after = large(2, 101)
         printer, number = self.in_the_middle("usb", self.document, (), **self.STATE)
         self.system.cancel(number)
-        rig.eventually(lambda: not machine.processes("kestra"), 6, "the sender has left")
+        self.await_stop_heard()
+        printer.go_on()
+        rig.eventually(lambda: not machine.processes("kestra"), what="the sender has left")
         self.assertEqual(self.system.wait(number).state, rig.CANCELED)
         self.assert_printed(self.system.lp("usb", after), 2)
+        verdict = printer.judge()
         self.assertEqual(printer.labels()[:4], self.labels[:4])
         self.assertEqual(printer.labels()[-2:], self.wanted(after))
         self.assertLessEqual(len(printer.labels()), 7)
-        self.assertEqual(printer.judge()["garbage"], 0)
+        self.assertEqual(verdict["garbage"], 0)
         self.assert_tidy()
 
 
@@ -142,7 +149,9 @@ class OneRunALabel(Wrapped):
     def test_the_program_is_killed_in_a_label(self):
         document = large(COUNT)
         printer, number = self.in_the_middle("lpd", document, self.wanted(document))
+        self.assertEqual(len(self.inner("lpd")), 1)
         self.kill(self.inner("lpd"), signal.SIGKILL)
+        printer.go_on()
         self.assert_printed(number, COUNT)
         self.assert_each_came(printer, self.announced(number), torn=1)
         self.assert_tidy()
