@@ -104,14 +104,20 @@ bool drain(int fd, std::string& text) {
   return got > 0 || (got < 0 && (errno == EINTR || errno == EAGAIN));
 }
 
-// Memory that belongs to the process alone, in kilobytes.
-long residentKilobytes(pid_t process) {
-  std::ifstream status("/proc/" + std::to_string(process) + "/status");
-  const std::string name = "RssAnon:";
-  for (std::string line; std::getline(status, line);) {
+// The number behind a name in a list of the process that the system keeps; -1 where there is none.
+long kilobytesIn(pid_t process, const char* list, const std::string& name) {
+  std::ifstream lines("/proc/" + std::to_string(process) + "/" + list);
+  for (std::string line; std::getline(lines, line);) {
     if (line.compare(0, name.size(), name) == 0) return std::atol(line.c_str() + name.size());
   }
   return -1;
+}
+
+// Memory that belongs to the process alone, in kilobytes. Some systems keep the figure of the
+// status for each processor apart, and add them up only when there are 128 kB to add.
+long residentKilobytes(pid_t process) {
+  const long counted = kilobytesIn(process, "smaps_rollup", "Anonymous:");
+  return counted >= 0 ? counted : kilobytesIn(process, "status", "RssAnon:");
 }
 
 // The bytes for the filter's standard input, held back at each milestone until it is reached.
