@@ -146,7 +146,9 @@ class Table:
         shared = self.system.socket.replace("/", "%2F")
         self.system.run("lpadmin", "-p", "remote", "-E", "-v", f"ipp://{shared}/printers/label",
                         "-m", "everywhere")
-        rig.eventually(lambda: os.path.exists(f"{self.system.place}/etc/ppd/remote.ppd"))
+        # The server asks the shared queue in its own time, and reads the description that it made.
+        rig.eventually(lambda: os.path.exists(f"{self.system.place}/etc/ppd/remote.ppd")
+                       and "media-supported" in self.system.printer("remote"))
         self.bad = 0
 
     def printed(self, queue, files, options):

@@ -46,33 +46,39 @@ class Jobs : public CupsCase {
 };
 
 TEST_F(Jobs, OfTwoQueuesPrintAtOnceWithoutMixing) {
-  const std::string first = makeQueue();
-  const std::string second = first + "Other";
-  server().addQueue(second, "kestra4", {"HalftoneType=Burkes", "Darkness=Dark"});
   std::vector<ts::StreamPage> ones;
   std::vector<ts::StreamPage> others;
   for (int i = 0; i < 20; ++i) {
     ones.push_back(rasterPage("photo", 812, 900));
     others.push_back(rasterPage("gradient", 636, 700));
   }
-  // Both wait in stopped queues, so that the two jobs start within a moment of each other.
-  mustRun({"cupsdisable", first, second});
-  const int job1 = server().send(first, document("ones.ras", ts::writeStream(ones, true)));
-  const int job2 = server().send(second, document("others.ras", ts::writeStream(others, true)));
-  mustRun({"cupsenable", first, second});
-  const JobReport report1 = server().await(job1);
-  const JobReport report2 = server().await(job2);
-
-  // Each filter had started before the other one ended.
-  const std::string started = "Started filter";
-  const std::string ended = "/rastertokestra) exited with no errors";
-  EXPECT_LT(server().lineOf(job1, started), server().lineOf(job2, ended));
-  EXPECT_LT(server().lineOf(job2, started), server().lineOf(job1, ended));
-  expectPrinted(report1, predict(ts::writeStream(ones), labelSettings(), job1, first));
   plain::Settings settings = labelSettings();
   settings.halftone = 3;
   settings.darkness = 2;
-  expectPrinted(report2, predict(ts::writeStream(others), settings, job2, second));
+  // On a busy machine one job can be done before the other one begins; then there is another try.
+  bool atOnce = false;
+  for (int turn = 1; turn <= 10 && !atOnce; ++turn) {
+    const std::string first = "One" + std::to_string(turn);
+    const std::string second = "Other" + std::to_string(turn);
+    server().addQueue(first, "kestra4");
+    server().addQueue(second, "kestra4", {"HalftoneType=Burkes", "Darkness=Dark"});
+    // Both wait in stopped queues, so that the two jobs start within a moment of each other.
+    mustRun({"cupsdisable", first, second});
+    const int job1 = server().send(first, document("ones.ras", ts::writeStream(ones, true)));
+    const int job2 = server().send(second, document("others.ras", ts::writeStream(others, true)));
+    mustRun({"cupsenable", first, second});
+    const JobReport report1 = server().await(job1);
+    const JobReport report2 = server().await(job2);
+
+    // Each filter had started before the other one ended.
+    const std::string started = "Started filter";
+    const std::string ended = "/rastertokestra) exited with no errors";
+    atOnce = server().lineOf(job1, started) < server().lineOf(job2, ended) &&
+             server().lineOf(job2, started) < server().lineOf(job1, ended);
+    expectPrinted(report1, predict(ts::writeStream(ones), labelSettings(), job1, first));
+    expectPrinted(report2, predict(ts::writeStream(others), settings, job2, second));
+  }
+  EXPECT_TRUE(atOnce);
 }
 
 TEST_F(Jobs, CancelledInTheMiddleLeaveWholeFramesOnly) {

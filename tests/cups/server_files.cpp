@@ -18,10 +18,12 @@ namespace {
 
 constexpr char kInstalled[] = "/usr/lib/cups";
 
-// Writes what it reads into a file of the job's number in the directory that its address names.
+// Writes what it reads into a file of the job's number in the directory that its address names:
+// also what the filter sent before a job was cancelled.
 constexpr char kCapture[] =
     "#!/bin/sh\n"
     "[ $# -gt 0 ] || exit 0\n"
+    "trap '' TERM\n"
     "exec cat >\"${DEVICE_URI#capture:}/$1.bin\"\n";
 
 // Starts the build with relative paths inside the private directory, under the queue's name as the
