@@ -7,17 +7,18 @@
 #include <fstream>
 #include <string>
 
+#include "tests/support/files.h"
+
 namespace kestra {
 
 class Description : public testing::Test {
  protected:
-  ~Description() override { static_cast<void>(std::remove(path_.c_str())); }
   const char* of(const std::string& text) const {
     std::ofstream(path_) << text;
     return path_.c_str();
   }
-  std::string path_ = testing::TempDir() + "description-" +
-                      testing::UnitTest::GetInstance()->current_test_info()->name() + ".ppd";
+  const testing_support::TemporaryFolder folder_;
+  const std::string path_ = folder_.path() + "/description.ppd";
 };
 
 TEST_F(Description, GivesTheHeadOfTheFirstLineThatStatesIt) {

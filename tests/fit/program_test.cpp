@@ -8,6 +8,7 @@
 
 #include "tests/fit/fit_program.h"
 #include "tests/fit/plain_fit.h"
+#include "tests/support/files.h"
 
 namespace kestra::fit_tests {
 
@@ -21,16 +22,13 @@ constexpr std::size_t kAll = SIZE_MAX;
 class Scratch {
  public:
   Scratch(const std::string& ending, const std::string& bytes)
-      : path_(testing::TempDir() + "kestrafit-" +
-              testing::UnitTest::GetInstance()->current_test_info()->name() + ending) {
+      : path_(folder_.path() + "/document" + ending) {
     std::ofstream(path_, std::ios::binary) << bytes;
   }
-  ~Scratch() { static_cast<void>(std::remove(path_.c_str())); }
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
   const std::string& path() const { return path_; }
 
  private:
+  const ts::TemporaryFolder folder_;
   std::string path_;
 };
 

@@ -59,7 +59,7 @@ class Program : public testing::Test {
     setenv("DEVICE_URI", device_.c_str(), 1);
     if (ignoresEnds_) {
       std::signal(SIGCHLD, SIG_IGN);
-      alarm(20);
+      alarm(100);
     }
     const std::string document = folder_ + "/in";
     const auto redirect = [&](const std::string& file, int flags, int to) {
@@ -269,8 +269,8 @@ TEST_F(Program, EndsItsFiltersWhereItIsEnded) {
     // A pipe that only filters hold open: it ends when all of them have.
     int ends[2];
     ASSERT_EQ(pipe2(ends, 0), 0);
-    filter("rastertokestra", "printf ready >&" + std::to_string(ends[1]) + "; exec sleep 60");
-    filter("pdftopdf", "exec sleep 60");
+    filter("rastertokestra", "printf ready >&" + std::to_string(ends[1]) + "; exec sleep 1000");
+    filter("pdftopdf", "exec sleep 1000");
     const pid_t process = start("application/pdf", "");
     close(ends[1]);
     char ready[6] = {};
@@ -280,7 +280,7 @@ TEST_F(Program, EndsItsFiltersWhereItIsEnded) {
     waitpid(process, &status, 0);
     ASSERT_TRUE(WIFSIGNALED(status));
     EXPECT_EQ(WTERMSIG(status), signal);
-    alarm(20);  // where a filter lives on, the next line would wait for its 60 seconds
+    alarm(100);  // where a filter lives on, the next line would wait for its 1000 seconds
     EXPECT_EQ(read(ends[0], ready, 5), 0);
     alarm(0);
     close(ends[0]);
