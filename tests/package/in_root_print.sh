@@ -16,7 +16,7 @@ start_cups() {
     kill -0 "$cups" 2>/dev/null ||
       fail "cupsd does not start: $(cat /tests/cupsd.log; cupsd -t 2>&1)"
     tries=$((tries + 1))
-    [ "$tries" -lt 100 ] || fail "cupsd does not answer"
+    [ "$tries" -lt 600 ] || fail "cupsd does not answer"
     sleep 0.1
   done
 }
@@ -57,7 +57,7 @@ print() {
   job=$(lp -d "$queue" "$@" | sed 's/^request id is \([^ ]*\) .*/\1/')
   until lpstat -W completed -o "$queue" | grep -q "^$job "; do
     tries=$((tries + 1))
-    [ "$tries" -lt 300 ] || fail "job $job does not end"
+    [ "$tries" -lt 1200 ] || fail "job $job does not end"
     lpstat -l -W not-completed -o "$queue" | grep -A 3 "^$job " | grep -q 'with-errors' &&
       fail "job $job ended with errors"
     sleep 0.1
