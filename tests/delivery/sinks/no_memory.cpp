@@ -12,11 +12,12 @@ NoMemory* current = nullptr;  // the test's
 
 }  // namespace
 
-NoMemory::NoMemory(Clock::time_point end) : until(end) { current = this; }
+NoMemory::NoMemory(Clock::duration length) : time(length) { current = this; }
 NoMemory::~NoMemory() { current = nullptr; }
 
 extern "C" ssize_t send(int descriptor, const void* data, std::size_t size, int flags) {
-  if (current != nullptr && Clock::now() < current->until) {
+  if (current != nullptr && current->refused == 0) current->first = Clock::now();
+  if (current != nullptr && Clock::now() - current->first < current->time) {
     ++current->refused;
     errno = ENOBUFS;
     return -1;

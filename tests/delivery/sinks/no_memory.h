@@ -6,16 +6,18 @@
 
 namespace kestra::delivery::test {
 
-/// Until a time this process's calls of send(2) fail for want of memory. One at a time.
+/// For so long from the first of them on, this process's calls of send(2) fail for want of memory.
+/// One at a time.
 class NoMemory {
  public:
-  explicit NoMemory(Clock::time_point until);
+  explicit NoMemory(Clock::duration time);
   ~NoMemory();
   NoMemory(const NoMemory&) = delete;
   NoMemory& operator=(const NoMemory&) = delete;
 
-  const Clock::time_point until;
-  int refused = 0;  ///< calls that failed
+  const Clock::duration time;
+  Clock::time_point first;  ///< call that failed
+  int refused = 0;          ///< calls that failed
 };
 
 }  // namespace kestra::delivery::test

@@ -46,14 +46,18 @@ class SmallPrinter {
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     address.sin_port = htons(static_cast<std::uint16_t>(port));
     socklen_t size = sizeof address;
+    keeper_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    setsockopt(keeper_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     isGood_ = bind(listener_, reinterpret_cast<sockaddr*>(&address), size) == 0 &&
-              listen(listener_, 4) == 0 &&
-              getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size) == 0;
+              getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
+              bind(keeper_, reinterpret_cast<sockaddr*>(&address), size) == 0 &&
+              listen(listener_, 4) == 0;
     port_ = ntohs(address.sin_port);
   }
   ~SmallPrinter() {
     hangUp();
     stopListening();
+    close(keeper_);
   }
   SmallPrinter(const SmallPrinter&) = delete;
   SmallPrinter& operator=(const SmallPrinter&) = delete;
@@ -94,6 +98,8 @@ class SmallPrinter {
     if (connection_ >= 0) close(connection_);
     connection_ = -1;
   }
+  /// Connections are refused from here on: the port stays this object's, so that nobody else of the
+  /// machine gets it meanwhile.
   void stopListening() {
     if (listener_ >= 0) close(listener_);
     listener_ = -1;
@@ -101,6 +107,7 @@ class SmallPrinter {
 
  private:
   int listener_ = -1;
+  int keeper_ = -1;  // has the port, and never listens
   int connection_ = -1;
   int port_ = 0;
   int lastError_ = 0;

