@@ -27,7 +27,7 @@ constexpr int kAgain = 7;  // the print system starts the job again at once
 const Patience kUntilLeave = {};
 const Patience kUntilCancel = {Clock::time_point::max(), Stop::kCancel};
 
-FrontTimes quick() { return {milliseconds(2000), milliseconds(100), std::chrono::hours(1)}; }
+FrontTimes quick() { return {milliseconds(4000), milliseconds(100), std::chrono::hours(1)}; }
 
 TEST(RunApart, EndsWithTheVerdictAfterAllLines) {
   Child job([] {
@@ -229,7 +229,7 @@ TEST(RunApart, LeavesASenderBehindThatDoesNotStopInTime) {
   EXPECT_EQ(job.nextMessage(), "INFO: cancelled");
   EXPECT_EQ(job.wait(), kAgain);
   EXPECT_GE(Clock::now() - before, quick().stop - milliseconds(1));
-  EXPECT_LT(Clock::now() - before, std::chrono::seconds(10));
+  EXPECT_LT(Clock::now() - before, std::chrono::seconds(25));  // the sender takes 30
   EXPECT_EQ(trace.next(), 'e');
   EXPECT_EQ(trace.next(), '\0');
 }

@@ -226,8 +226,9 @@ TEST_F(Backend, InDoubtThePersonWhoPrintsCountsBeforeTheQueueAndThatBeforeTheMac
 TEST_F(Backend, EndsTheFilterWhenThePrintSystemHasDied) {
   ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
   const Listener printer;
-  std::array<int, 2> told = {};
+  std::array<int, 2> told = {}, executed = {};
   ASSERT_EQ(pipe2(told.data(), O_CLOEXEC), 0);
+  ASSERT_EQ(pipe2(executed.data(), O_CLOEXEC), 0);
   const pid_t printSystem = fork();
   if (printSystem == 0) {
     std::array<pid_t, 2> started = {fork(), -1};
@@ -242,11 +243,17 @@ TEST_F(Backend, EndsTheFilterWhenThePrintSystemHasDied) {
     started[1] = fork();
     if (started[1] == 0) _exit(start("kestra:" + printer.uri()));
     endInput();
+    close(executed[1]);
     if (write(told[1], started.data(), sizeof started) != sizeof started) _exit(1);
     for (;;) pause();
   }
   std::array<pid_t, 2> started = {-1, -1};
   ASSERT_EQ(read(told[0], started.data(), sizeof started), ssize_t{sizeof started});
+  // The filter is known by its output, which it has when it executes its program.
+  close(executed[1]);
+  char nothing = 0;
+  ASSERT_EQ(read(executed[0], &nothing, 1), 0);
+  close(executed[0]);
   command();
   const std::string first = frame(1);
   endInput();

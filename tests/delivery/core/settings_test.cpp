@@ -7,8 +7,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstdint>
+#include <ctime>
 #include <fstream>
 #include <vector>
 
@@ -118,9 +118,9 @@ TEST(Settings, OfAHugeFileTheFirst64KbCount) {
                       << cut << "ing\n";
   ASSERT_EQ(truncate(path.c_str(), off_t{100} << 20), 0);
   std::string problems;
-  const auto begin = std::chrono::steady_clock::now();
+  const std::clock_t begin = std::clock();  // of the processor: others may have it meanwhile
   const Settings settings = readSettings(path, problems);
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+  EXPECT_LT(std::clock() - begin, CLOCKS_PER_SEC);
   EXPECT_EQ(settings.doubt, Doubt::kSkip);
   EXPECT_EQ(settings.imageBytes, 256 * kMega);
   EXPECT_EQ(problems, "The file is longer than 64 KB; the rest is left out.");

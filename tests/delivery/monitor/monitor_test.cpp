@@ -83,7 +83,7 @@ TEST_F(Monitor, EndsSoonWhenTheJobIsCancelled) {
   job.signal(SIGTERM);
   EXPECT_EQ(job.output(), "");
   EXPECT_EQ(job.wait(), 1);
-  EXPECT_LT(Clock::now() - before, std::chrono::seconds(10));
+  EXPECT_LT(Clock::now() - before, std::chrono::seconds(25));
 }
 
 TEST_F(Monitor, TellsHowItIsStartedWhereWordsAreMissing) {

@@ -47,7 +47,7 @@ class Hostile : public ::testing::Test {
 TEST_F(Hostile, ListEndsSoonAndNamesWhatIsWrong) {
   const auto start = std::chrono::steady_clock::now();
   const Ran ran = machine_.run({"list"});
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
   EXPECT_EQ(ran.status, 0);
   for (const char* words :
        {"key huge: 0 labels came; cut off; goes on when it starts again; its journal is too large",

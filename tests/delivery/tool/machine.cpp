@@ -22,7 +22,7 @@ namespace kestra::delivery::testing_support {
 namespace {
 
 namespace fs = std::filesystem;
-constexpr auto kLongest = std::chrono::seconds(20);
+constexpr auto kLongest = std::chrono::seconds(60);
 constexpr auto kStep = std::chrono::milliseconds(2);
 
 std::string textOf(const std::string& path) {
