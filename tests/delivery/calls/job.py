@@ -33,6 +33,7 @@ class Printer:
     def __init__(self):
         self.listener = socket.create_server(("127.0.0.1", 0))
         self.connections = []
+        self.last = None
         self.thread = threading.Thread(target=self._serve, daemon=True)
         self.thread.start()
 
@@ -42,8 +43,11 @@ class Printer:
     def _serve(self):
         while True:
             try:
-                connection, _ = self.listener.accept()
+                connection, peer = self.listener.accept()
             except OSError:
+                return
+            if peer == self.last:
+                connection.close()
                 return
             got = bytearray()
             self.connections.append(got)
@@ -56,9 +60,13 @@ class Printer:
 
     def close(self):
         """Ends it; what came is whole then."""
-        self.listener.shutdown(socket.SHUT_RDWR)
+        # Behind this connection of our own none of a sender's is left that was not yet accepted.
+        with socket.socket() as last:
+            last.bind(("127.0.0.1", 0))
+            self.last = last.getsockname()
+            last.connect(self.listener.getsockname())
+            self.thread.join()
         self.listener.close()
-        self.thread.join()
 
 
 def labels(connections):

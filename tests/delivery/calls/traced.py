@@ -9,7 +9,7 @@ import re
 import shutil
 import subprocess
 
-PATIENCE = 30  # seconds; every run ends long before
+PATIENCE = 120  # seconds; every run ends long before
 
 Run = collections.namedtuple("Run", "status errors")
 Call = collections.namedtuple("Call", "process name words")
