@@ -41,7 +41,7 @@ class Paper {
   Paper(const Paper&) = delete;
   Paper& operator=(const Paper&) = delete;
 
-  /// Waits for its end, at most ten seconds; the exit status, -1 where there is none.
+  /// Waits for its end, at most half a minute; the exit status, -1 where there is none.
   int finish();
   void signal(int number) const;
   /// SIGTERM, then `finish`.
@@ -50,11 +50,12 @@ class Paper {
   [[nodiscard]] std::string output() const { return folder_.read("stdout"); }
   [[nodiscard]] std::string errors() const { return folder_.read("stderr"); }
   /// Lines of standard output (or of the file "log", where there is one) that are events of this
-  /// name. Fails the test where a line is no JSON.
+  /// name. Fails the test where a line is no JSON; while the program runs, one without its end is
+  /// not yet one.
   [[nodiscard]] std::vector<JsonValue> events(const std::string& name) const;
   /// How connections closed, in order, a comma between them.
   [[nodiscard]] std::string closings() const;
-  /// Waits until there are so many of them, at most ten seconds; false where they do not come.
+  /// Waits until there are so many of them, at most half a minute; false where they do not come.
   [[nodiscard]] bool await(const std::string& name, std::size_t count) const;
   /// Waits until it listens; the port, 0 where it does not.
   [[nodiscard]] std::uint16_t port() const;
@@ -64,7 +65,7 @@ class Paper {
   pid_t child_ = -1;
 };
 
-/// Waits until `condition` holds, at most ten seconds.
+/// Waits until `condition` holds, at most half a minute.
 bool awaitThat(const std::function<bool()>& condition);
 
 using Clock = std::chrono::steady_clock;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <fstream>
@@ -146,12 +147,16 @@ TEST(PaperPrinter, PrintsAsFastAsItIsToldTo) {
   // 80 rows at 203 dpi are 10.01 mm, 0.25 s at 40 mm a second.
   Paper paper(folder, {"tcp:0", "--speed", "40"});
   const Sender sender(paper.port());
-  ASSERT_TRUE(sender.send(largeLabel(106, 80)));
-  ASSERT_TRUE(paper.await("label", 1));
-  const JsonValue label = paper.events("label")[0];
-  const double seconds = label["last"].number - label["first"].number;
-  EXPECT_GT(seconds, 0.22);  // its last rows are read 10 ms before the paper has moved over them
-  EXPECT_LT(seconds, 1.0);
+  double least = 1000;
+  for (std::size_t i = 0; i < 5 && least >= 1.0; ++i) {  // a busy machine adds to it
+    ASSERT_TRUE(sender.send(largeLabel(106, 80)));
+    ASSERT_TRUE(paper.await("label", i + 1));
+    const JsonValue label = paper.events("label")[i];
+    const double seconds = label["last"].number - label["first"].number;
+    EXPECT_GT(seconds, 0.22);  // its last rows are read 10 ms before the paper has moved over them
+    least = std::min(least, seconds);
+  }
+  EXPECT_LT(least, 1.0);
   EXPECT_EQ(paper.stop(), 0);
 }
 
@@ -236,24 +241,27 @@ TEST(PaperFaults, HappenAtTheByteTheyArePlannedFor) {
 }
 
 TEST(PaperFaults, SlowsDownForAWhile) {
-  const Folder folder;
-  Paper paper(folder, {"tcp:0", "--fault", "label 2 slow 4 2"});
-  const Sender sender(paper.port());
-  // 40 rows at 4 mm a second take 1.25 s.
-  const Bytes label = largeLabel(106, 40);
-  ASSERT_TRUE(sender.send(label + label));
-  ASSERT_TRUE(paper.await("label", 2));
-  const auto duration = [&](std::size_t which) {
-    const JsonValue event = paper.events("label")[which];
-    return event["last"].number - event["first"].number;
-  };
-  EXPECT_LT(duration(0), 1.0);
-  EXPECT_GT(duration(1), 1.0);
-  std::this_thread::sleep_for(std::chrono::seconds(2));  // until the fault is over
-  ASSERT_TRUE(sender.send(label));
-  ASSERT_TRUE(paper.await("label", 3));
-  EXPECT_LT(duration(2), 1.0);
-  EXPECT_EQ(paper.stop(), 0);
+  double longest = 1000;  // of the labels that are not slow
+  for (int attempt = 0; attempt < 5 && longest >= 1.0; ++attempt) {  // a busy machine adds to it
+    const Folder folder;
+    Paper paper(folder, {"tcp:0", "--fault", "label 2 slow 4 2"});
+    const Sender sender(paper.port());
+    // 40 rows at 4 mm a second take 1.25 s.
+    const Bytes label = largeLabel(106, 40);
+    ASSERT_TRUE(sender.send(label + label));
+    ASSERT_TRUE(paper.await("label", 2));
+    const auto duration = [&](std::size_t which) {
+      const JsonValue event = paper.events("label")[which];
+      return event["last"].number - event["first"].number;
+    };
+    EXPECT_GT(duration(1), 1.0);
+    std::this_thread::sleep_for(std::chrono::seconds(2));  // until the fault is over
+    ASSERT_TRUE(sender.send(label));
+    ASSERT_TRUE(paper.await("label", 3));
+    longest = std::max(duration(0), duration(2));
+    EXPECT_EQ(paper.stop(), 0);
+  }
+  EXPECT_LT(longest, 1.0);
 }
 
 TEST(PaperFaults, ClosesInOrderBehindWhatWasSent) {
@@ -344,24 +352,26 @@ TEST(PaperFaults, HearsAgainAfterAWhile) {
 
 TEST(PaperFaults, RefusesForAWhileAtTheSamePort) {
   const Folder folder;
-  Paper paper(folder, {"tcp:0", "--fault", "label 2 50% refuse 2"});
+  Paper paper(folder, {"tcp:0", "--control", "control", "--fault", "label 2 50% refuse 60"});
   const std::uint16_t port = paper.port();
   const Sender sender(port);
-  const auto start = Clock::now();
   ASSERT_TRUE(sender.send(smallLabel() + smallLabel().substr(0, 30)));
   EXPECT_EQ(sender.await(), "reset");
   EXPECT_FALSE(Sender(port).isConnected());
+  const auto start = Clock::now();
+  std::ofstream(folder.path("control")) << "refuse 0.3\n";
   ASSERT_TRUE(awaitThat([&] { return Sender(port).isConnected(); }));
-  EXPECT_GE(secondsSince(start), 2);
+  EXPECT_GE(secondsSince(start), 0.3);
   EXPECT_EQ(paper.stop(), 1);
   EXPECT_EQ(paper.events("counters")[0]["torn"].number, 1);
 }
 
 TEST(PaperFaults, RefusesOnAUnixSocketAsWell) {
   const Folder folder;
-  Paper paper(folder, {"unix:socket", "--fault", "start refuse 2"});
+  Paper paper(folder, {"unix:socket", "--control", "control", "--fault", "start refuse 60"});
   ASSERT_TRUE(paper.await("action", 1));
   ASSERT_TRUE(awaitThat([&] { return !Sender(folder.path("socket")).isConnected(); }));
+  std::ofstream(folder.path("control")) << "refuse 0.2\n";
   ASSERT_TRUE(awaitThat([&] { return Sender(folder.path("socket")).isConnected(); }));
   EXPECT_EQ(paper.stop(), 0);
 }
