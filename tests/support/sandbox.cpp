@@ -287,12 +287,15 @@ unsigned Sandbox::mode(const std::string& path) const {
 
 std::vector<Result> Sandbox::startTogether(const std::vector<Run>& runs) {
   currentIsolation();  // decided before the threads
+  // For all of them: the first one that ends must not leave the others the usual handler.
+  const auto formerHandler = std::signal(SIGPIPE, SIG_IGN);
   std::vector<Result> results(runs.size());
   std::vector<std::thread> threads;
   for (std::size_t i = 0; i < runs.size(); ++i) {
     threads.emplace_back([&, i] { results[i] = start(runs[i]); });
   }
   for (std::thread& thread : threads) thread.join();
+  std::signal(SIGPIPE, formerHandler);
   for (Result& result : results) result.files = readTree(root_);
   return results;
 }
