@@ -487,7 +487,7 @@ TEST_F(BackendSinkTest, TheWaitForAResetEndsWithPatience) {
 
 // Something that it started keeps the channel open: an end of that would be no answer either.
 TEST_F(BackendSinkTest, AProgramThatEndsInsteadOfAnAnswerIsABreak) {
-  place_.write("usb", "(exec sleep 1 </dev/null >/dev/null 2>&1 3>&-) &\nexit 1");
+  place_.write("usb", "(exec sleep 10 </dev/null >/dev/null 2>&1 3>&-) &\nexit 1");
   const auto sink = sinkTo("usb", quick());
   EXPECT_EQ(sink->open(Before::kTornPage, within(kLong)), Progress::kBroken);
   EXPECT_EQ(told_.count("WARNING: The printer could not be made to forget"), 0);
