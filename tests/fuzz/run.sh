@@ -16,7 +16,8 @@ targets=("$@")
 [ $# -gt 0 ] || mapfile -t targets < <(cd "$corpus" && printf '%s\n' *)
 jobs=${JOBS:-$(nproc)}
 
-# A page takes microseconds; what takes 10 s is a hang. The scratch spool lies in memory where it can.
+# A page takes microseconds; what takes a minute is a hang. The scratch spool lies in memory where
+# it can.
 scratch=$(mktemp -d -p "$([ -w /dev/shm ] && echo /dev/shm || echo "${TMPDIR:-/tmp}")")
 trap 'rm -rf "$scratch"' EXIT
 
@@ -28,7 +29,7 @@ fuzz() {
   case "$1" in job | settings) leaks=0 ;; esac
   mkdir -p "$found/corpus"
   ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=$leaks TMPDIR=$scratch \
-    "$build/tests/fuzz/fuzz_$1" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2560 \
+    "$build/tests/fuzz/fuzz_$1" -max_total_time="$seconds" -timeout=60 -rss_limit_mb=2560 \
     -max_len=16384 -detect_leaks=$leaks -print_final_stats=1 -artifact_prefix="$found/" \
     "$found/corpus" "$corpus/$1" >"$build/fuzz/$1.log" 2>&1
 }

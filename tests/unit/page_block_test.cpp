@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -32,13 +33,14 @@ TEST(PageBlock, IsZeroAndWritableAtEverySize) {
 }
 
 #if defined(__linux__)
-// Bytes of a block's large memory pages that are still there, in memory pages of 4096 bytes.
+// Bytes of a block's large memory pages that are still there, in the machine's usual memory pages,
+// of 4 to 64 KiB.
 std::size_t stillMapped(std::uint8_t* block, std::size_t size) {
-  constexpr std::size_t kSmallPage = 4096;
+  const auto smallPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
   std::size_t mapped = 0;
-  for (std::size_t at = 0; at < size; at += kSmallPage) {
+  for (std::size_t at = 0; at < size; at += smallPage) {
     unsigned char resident = 0;
-    if (mincore(block + at, kSmallPage, &resident) == 0) mapped += kSmallPage;
+    if (mincore(block + at, smallPage, &resident) == 0) mapped += smallPage;
   }
   return mapped;
 }

@@ -86,8 +86,9 @@ TEST_F(SparseFile, TakesNoRoomForBlankPaper) {
   page[kPage / 2] = 1;
   written(1078, page);
   // The header's block, the one with ink and the last, which is not whole: 12 KiB, and some for
-  // the file system's own tables.
-  EXPECT_GE(16 * kBlock, roomOf("tmp/image"));
+  // the file system's own tables; or for what may follow, of which there are some that keep 64 KiB
+  // behind each write that makes a file longer.
+  EXPECT_GE(64 * kBlock, roomOf("tmp/image"));
 }
 
 TEST_F(SparseFile, TellsThatTheDiskIsFull) {
