@@ -6,7 +6,6 @@ import glob
 import os
 import re
 import shutil
-import signal
 import subprocess
 import sys
 import unittest
@@ -165,9 +164,7 @@ class DeliveryCase(unittest.TestCase):
 
         Before that the printer must not read on: its sender would go on with the next labels.
         """
-        rig.eventually(lambda: not any(machine.is_pending(pid, signal.SIGTERM)
-                                       for pid in machine.processes("kestra")),
-                       what="the job's processes have heard that they should end")
+        rig.eventually(machine.has_heard_the_end, what="all of ours have heard that they should end")
 
     def monitors(self, number):
         """Lines of a job's log that say that a port monitor was started."""

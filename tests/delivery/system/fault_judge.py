@@ -35,7 +35,7 @@ class Record:
     state: int  # of the job at last
     pages: int  # that the print system counted for it
     helped: int = 0  # how often a person had to resume it
-    stopped_at: float = 0  # when a cancel was answered, seconds since 1970
+    stopped_at: float = 0  # when the job had heard of its cancel, seconds since 1970
     left: list = dataclasses.field(default_factory=list)  # that should have gone with the jobs
 
 

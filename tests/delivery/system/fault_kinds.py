@@ -126,6 +126,7 @@ def _cancel(round_):
         round_.system.cancel(round_.number)
     except rig.Failure:
         return False  # it had ended
+    rig.eventually(machine.has_heard_the_end)
     round_.stopped_at = time.time()
     return True
 
@@ -157,7 +158,7 @@ def _die(round_):
         closed = sum(one["what"] == "closed" for one in printer.events("connection"))
         if opened > closed:
             printer.act("die")
-            printer.process.wait(10)
+            printer.process.wait(rig.PATIENCE)
             return True
     return False
 

@@ -241,7 +241,7 @@ class Stage:
             lines = log.read().decode(errors="replace").split("\n")
         return [line for line in lines if "[Job " in line or not line.startswith("D ")]
 
-    def wait_end(self, number, seconds=30, also=()):
+    def wait_end(self, number, seconds=rig.PATIENCE, also=()):
         """Waits until nothing moves any more; the job, or None where it does not come to its end."""
         wanted = rig.ENDED + tuple(also)
         until = time.monotonic() + seconds
@@ -279,7 +279,7 @@ class Stage:
     def left_over(self):
         """What no job that has ended leaves: frames, marks and programs. It is gone afterwards."""
         with contextlib.suppress(rig.Failure):
-            rig.eventually(lambda: not self.system.programs(), 5)
+            rig.eventually(lambda: not self.system.programs(), 60)
         files = self.system.frames() + glob.glob(f"{STATE}/jobs/*/*/frame-*")
         files += glob.glob(f"{STATE}/open/*")
         for path in files:

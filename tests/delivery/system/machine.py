@@ -150,6 +150,11 @@ def is_pending(pid, sign):
     return any(mask >> (sign - 1) & 1 for mask in masks)
 
 
+def has_heard_the_end():
+    """Whether no process of ours was asked to end that has not taken notice yet."""
+    return not any(is_pending(pid, signal.SIGTERM) for pid in processes("kestra"))
+
+
 def owner(pid):
     """The user of a process; None of one that has ended."""
     try:
