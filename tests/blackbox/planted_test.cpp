@@ -43,11 +43,11 @@ void put(ts::Sandbox& box, Plant plant, const std::string& path) {
   if (plant == Plant::kFolder) fs::create_directory(full);
 }
 
-// Every name that an image of the next half minute can have.
+// Every name that an image of the next two minutes can have.
 std::vector<std::string> imageNames() {
   std::vector<std::string> names;
   const std::time_t now = std::time(nullptr);
-  for (std::time_t at = now; at < now + 30; ++at) {
+  for (std::time_t at = now; at < now + 120; ++at) {
     std::tm t = {};
     ::gmtime_r(&at, &t);
     int number = 0;

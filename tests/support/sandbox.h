@@ -40,7 +40,7 @@ struct Run {
   long fileSizeLimit = -1;  ///< bytes; files cannot grow beyond it (like a full disk); -1 none
   long memoryLimit = -1;    ///< bytes of address space; -1 none
   bool tinyDisk = false;    // namespace only: 4096 bytes for the frames; its files are not seen
-  std::chrono::seconds patience{60};  ///< longer where filter_command.h names a runner
+  std::chrono::seconds patience{300};  ///< longer where filter_command.h names a runner
   /// The print system's way to cancel a job: SIGTERM so long after the start.
   std::optional<std::chrono::microseconds> terminateAfter;
 };
