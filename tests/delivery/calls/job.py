@@ -19,9 +19,10 @@ BUILD = pathlib.Path(os.environ.get("KESTRA_BUILD", "build"))
 
 
 def frame(number):
-    """12 x 2 dots, two records of 5 bytes."""
+    """12 x 2 dots, two records of 5 bytes; the dot of the second row is another in each label."""
     return (b"SIZ\x01\x0C\x00\x02\x00\x0F\x00\x00\x00" + bytes([number]) +
-            b"\x00\x1D\x76\x30\x00\x05\x00\x02\x00" + b"\x04\x00\x00\xF0\x00\x01\x00\x00\x00\x10")
+            b"\x00\x1D\x76\x30\x00\x05\x00\x02\x00" + b"\x04\x00\x00\xF0\x00" +
+            b"\x01\x00\x00\x00" + bytes([8 << number]))
 
 
 LABELS = [COMMAND + frame(1), COMMAND + frame(2)]
@@ -57,6 +58,13 @@ class Printer:
                         got += part
                 except OSError:
                     pass
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        if self.thread.is_alive():
+            self.close()
 
     def close(self):
         """Ends it; what came is whole then."""
@@ -103,10 +111,10 @@ class Place:
         return self
 
     def __exit__(self, *_):
-        self._end_all()
+        self.end_all()
         shutil.rmtree(self.root)
 
-    def _end_all(self):
+    def end_all(self):
         """What hangs lives in sessions of its own: it is known by its environment."""
         for process in pathlib.Path("/proc").glob("[0-9]*"):
             try:

@@ -25,7 +25,7 @@ def can_trace():
 
 def run(words, faults=(), log=os.devnull, **how):
     """Runs a program to its end. `faults`: expressions as strace takes them behind "inject="."""
-    trace = ["strace", "-f", "-y", "-qq", "-o", log]
+    trace = ["strace", "-f", "-y", "-qq", "-o", log] if faults or log != os.devnull else []
     for fault in faults:
         trace += ["-e", "inject=" + fault]
     if faults and log == os.devnull:
