@@ -83,15 +83,15 @@ void PrintTo(const Box& box, std::ostream* out) {
 }
 
 Box blackBox(const std::string& frame, int marginBytes) {
-  const ParsedFrame parsed = parsePageFrame({frame.begin(), frame.end()});
-  if (!parsed.frame) {
-    ADD_FAILURE() << "no frame: " << parsed.problem;
+  const Result<PageFrame> parsed = parsePageFrame({frame.begin(), frame.end()});
+  if (!parsed) {
+    ADD_FAILURE() << "no frame: " << parsed.problem();
     return {};
   }
   Box box;
   std::int64_t black = 0;
-  for (std::size_t y = 0; y < parsed.frame->rowCount; ++y) {
-    const FrameRow row = parsed.frame->row(y);
+  for (std::size_t y = 0; y < parsed->rowCount; ++y) {
+    const FrameRow row = parsed->row(y);
     for (std::size_t x = 0; x < row.dots.size * 8; ++x) {
       if ((row.dots.data[x / 8] >> (7 - x % 8) & 1) == 0) continue;
       const int column = static_cast<int>(x) - 8 * marginBytes;
@@ -106,7 +106,7 @@ Box blackBox(const std::string& frame, int marginBytes) {
     ADD_FAILURE() << "the dots are no full rectangle";
     return {};
   }
-  EXPECT_TRUE(rowsWithWrongCount(*parsed.frame).empty());
+  EXPECT_TRUE(rowsWithWrongCount(*parsed).empty());
   return box;
 }
 

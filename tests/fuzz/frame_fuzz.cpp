@@ -11,10 +11,10 @@ namespace {
 constexpr std::size_t kFrameHeader = 22;
 
 void readFrame(const std::vector<std::uint8_t>& bytes) {
-  const ParsedFrame parsed = parsePageFrame(bytes);
-  require(parsed.frame.has_value() == parsed.problem.empty(), "a frame or a problem");
-  if (!parsed.frame) return;
-  const PageFrame& frame = *parsed.frame;
+  const Result<PageFrame> parsed = parsePageFrame(bytes);
+  require(static_cast<bool>(parsed) == parsed.problem().empty(), "a frame or a problem");
+  if (!parsed) return;
+  const PageFrame& frame = *parsed;
   require(bytes.size() >= kFrameHeader, "a frame has a header");
   const std::size_t rowBytes = frame.rowCount == 0 ? 0 : frame.row(0).dots.size;
   std::uint64_t black = 0;
@@ -48,7 +48,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const kestra::SentSetting& setting : parsed.settings) {
     require(!describe(setting).empty(), "words for a command");
   }
-  const kestra::ParsedCounter counter = kestra::parsePageCounter(bytes);
-  require(counter.counter.has_value() == counter.problem.empty(), "a counter or a problem");
+  const kestra::Result<std::uint16_t> counter = kestra::parsePageCounter(bytes);
+  require(static_cast<bool>(counter) == counter.problem().empty(), "a counter or a problem");
   return 0;
 }

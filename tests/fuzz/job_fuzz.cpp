@@ -104,8 +104,8 @@ void requireCleanEnd(const JobResult& result) {
   for (const auto& [path, bytes] : result.files) {
     if (startsWith(path, std::string(kData) + "page_")) {
       ++frames;
-      const ParsedFrame frame = parsePageFrame({bytes.begin(), bytes.end()});
-      require(frame.frame.has_value(), path + " is a frame: " + frame.problem);
+      const Result<PageFrame> frame = parsePageFrame({bytes.begin(), bytes.end()});
+      require(static_cast<bool>(frame), path + " is a frame: " + frame.problem());
     } else if (startsWith(path, kData)) {
       require(path.size() > 4 && path.substr(path.size() - 4) == ".pgc", "a counter: " + path);
       require(bytes.size() == 2, "a counter has two bytes");

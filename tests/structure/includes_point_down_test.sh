@@ -32,6 +32,7 @@ expect 1 filter/a.cpp tests/plain/job.h
 expect 0 tools/render/a.cpp filter/job.h
 expect 0 tools/proof/a.cpp tools/render/chain.h
 expect 1 tools/frame/a.cpp filter/base/file.h
+expect 0 tools/frame/a.cpp filter/base/result.h
 expect 1 tools/render/a.cpp tools/proof/sheet.h
 expect 1 tools/proof/a.cpp filter/job.h
 expect 1 filter/a.cpp tools/frame/frame_reader.h

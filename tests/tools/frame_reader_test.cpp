@@ -13,24 +13,24 @@ namespace kestra {
 namespace {
 
 std::string problemOf(const Bytes& bytes) {
-  const ParsedFrame parsed = parsePageFrame(bytes);
-  EXPECT_FALSE(parsed.frame.has_value());
-  return parsed.problem;
+  const Result<PageFrame> parsed = parsePageFrame(bytes);
+  EXPECT_FALSE(parsed);
+  return parsed.problem();
 }
 
 TEST(PageFrame, ReadsEveryField) {
-  const ParsedFrame parsed = parsePageFrame(smallFrame());
-  ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
-  EXPECT_EQ(parsed.problem, "");
-  EXPECT_EQ(parsed.frame->media, Media::kGaps);
-  EXPECT_EQ(parsed.frame->widthDots, 12);
-  EXPECT_EQ(parsed.frame->heightDots, 2);
-  EXPECT_EQ(parsed.frame->gapDots, 16);
-  EXPECT_EQ(parsed.frame->reserved, 0);
-  EXPECT_EQ(parsed.frame->pageNumber, 7);
-  EXPECT_EQ(parsed.frame->recordBytes, 5);
-  EXPECT_EQ(parsed.frame->rowCount, 2);
-  EXPECT_EQ(parsed.frame->drawnWidth(), 24U);  // 5 - 2 bytes of 8 dots
+  const Result<PageFrame> parsed = parsePageFrame(smallFrame());
+  ASSERT_TRUE(parsed) << parsed.problem();
+  EXPECT_EQ(parsed.problem(), "");
+  EXPECT_EQ(parsed->media, Media::kGaps);
+  EXPECT_EQ(parsed->widthDots, 12);
+  EXPECT_EQ(parsed->heightDots, 2);
+  EXPECT_EQ(parsed->gapDots, 16);
+  EXPECT_EQ(parsed->reserved, 0);
+  EXPECT_EQ(parsed->pageNumber, 7);
+  EXPECT_EQ(parsed->recordBytes, 5);
+  EXPECT_EQ(parsed->rowCount, 2);
+  EXPECT_EQ(parsed->drawnWidth(), 24U);  // 5 - 2 bytes of 8 dots
 }
 
 TEST(PageFrame, ReadsNumbersLowByteFirst) {
@@ -45,12 +45,12 @@ TEST(PageFrame, ReadsNumbersLowByteFirst) {
   EXPECT_EQ(bytes[4], 0x02);
   EXPECT_EQ(bytes[5], 0x01);
   bytes.insert(bytes.end(), {0, 0, 0});
-  const ParsedFrame parsed = parsePageFrame(bytes);
-  ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
-  EXPECT_EQ(parsed.frame->widthDots, 258);
-  EXPECT_EQ(parsed.frame->heightDots, 65281);
-  EXPECT_EQ(parsed.frame->gapDots, 768);
-  EXPECT_EQ(parsed.frame->pageNumber, 65534);
+  const Result<PageFrame> parsed = parsePageFrame(bytes);
+  ASSERT_TRUE(parsed) << parsed.problem();
+  EXPECT_EQ(parsed->widthDots, 258);
+  EXPECT_EQ(parsed->heightDots, 65281);
+  EXPECT_EQ(parsed->gapDots, 768);
+  EXPECT_EQ(parsed->pageNumber, 65534);
 }
 
 TEST(PageFrame, KnowsTheThreeMedia) {
@@ -58,16 +58,16 @@ TEST(PageFrame, KnowsTheThreeMedia) {
   for (unsigned code = 0; code < 3; ++code) {
     Bytes bytes = smallFrame();
     bytes[3] = static_cast<std::uint8_t>(code);
-    const ParsedFrame parsed = parsePageFrame(bytes);
-    ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
-    EXPECT_EQ(parsed.frame->media, media[code]);
+    const Result<PageFrame> parsed = parsePageFrame(bytes);
+    ASSERT_TRUE(parsed) << parsed.problem();
+    EXPECT_EQ(parsed->media, media[code]);
   }
 }
 
 TEST(PageFrame, SplitsARowIntoCountMarginAndPage) {
-  const ParsedFrame parsed = parsePageFrame(smallFrame());
-  ASSERT_TRUE(parsed.frame.has_value());
-  const FrameRow row = parsed.frame->row(0);
+  const Result<PageFrame> parsed = parsePageFrame(smallFrame());
+  ASSERT_TRUE(parsed);
+  const FrameRow row = parsed->row(0);
   EXPECT_EQ(row.announced, 12);
   // 12 dots need 2 bytes; the record has 3 behind the count, so 1 is margin.
   ASSERT_EQ(row.margin.size, 1U);
@@ -76,8 +76,8 @@ TEST(PageFrame, SplitsARowIntoCountMarginAndPage) {
   EXPECT_EQ(row.margin.data[0], 0x00);
   EXPECT_EQ(row.page.data[0], 0xFF);
   EXPECT_EQ(row.page.data[1], 0xF0);
-  EXPECT_EQ(parsed.frame->row(1).page.data[1], 0x10);
-  EXPECT_FALSE(parsed.frame->widerThanHead());
+  EXPECT_EQ(parsed->row(1).page.data[1], 0x10);
+  EXPECT_FALSE(parsed->widerThanHead());
 }
 
 // A page of 17 dots is 3 bytes wide but may be announced as 16 dots, which need only 2.
@@ -88,10 +88,10 @@ TEST(PageFrame, GivesThePageTheByteThatTheAnnouncedWidthLacks) {
   start.record = 6;  // 2 count + 1 margin + 3 page
   Bytes bytes = frameStart(start);
   bytes.insert(bytes.end(), {2, 0, 0x00, 0x80, 0x00, 0x80});
-  const ParsedFrame parsed = parsePageFrame(bytes);
-  ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
-  EXPECT_EQ(parsed.frame->marginBytes(), 1U);
-  EXPECT_EQ(parsed.frame->row(0).page.size, 3U);
+  const Result<PageFrame> parsed = parsePageFrame(bytes);
+  ASSERT_TRUE(parsed) << parsed.problem();
+  EXPECT_EQ(parsed->marginBytes(), 1U);
+  EXPECT_EQ(parsed->row(0).page.size, 3U);
 }
 
 // The same page on a head of just that width: its only margin byte is none.
@@ -102,10 +102,10 @@ TEST(PageFrame, GivesThePageItsOnlyMarginByteAsWell) {
   start.record = 5;  // 2 count + 3 page
   Bytes bytes = frameStart(start);
   bytes.insert(bytes.end(), {1, 0, 0x00, 0x00, 0x80, 2, 0, 0x80, 0x00, 0x80});
-  const ParsedFrame parsed = parsePageFrame(bytes);
-  ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
-  EXPECT_EQ(parsed.frame->marginBytes(), 0U);
-  EXPECT_EQ(parsed.frame->row(0).page.size, 3U);
+  const Result<PageFrame> parsed = parsePageFrame(bytes);
+  ASSERT_TRUE(parsed) << parsed.problem();
+  EXPECT_EQ(parsed->marginBytes(), 0U);
+  EXPECT_EQ(parsed->row(0).page.size, 3U);
 }
 
 // 16 dots are 2 bytes: behind the count nothing else fits, and nothing is missing.
@@ -116,10 +116,10 @@ TEST(PageFrame, APageAsWideAsTheHeadHasNoMarginAndFits) {
   start.record = 4;  // 2 count + 2 page
   Bytes bytes = frameStart(start);
   bytes.insert(bytes.end(), {2, 0, 0x80, 0x01});
-  const ParsedFrame parsed = parsePageFrame(bytes);
-  ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
-  EXPECT_FALSE(parsed.frame->widerThanHead());
-  EXPECT_EQ(parsed.frame->marginBytes(), 0U);
+  const Result<PageFrame> parsed = parsePageFrame(bytes);
+  ASSERT_TRUE(parsed) << parsed.problem();
+  EXPECT_FALSE(parsed->widerThanHead());
+  EXPECT_EQ(parsed->marginBytes(), 0U);
 }
 
 // 16 dots are 2 bytes, not 3: the byte 0 before them is margin.
@@ -130,10 +130,10 @@ TEST(PageFrame, AWidthOfWholeBytesTakesNoByteMore) {
   start.record = 5;  // 2 count + 1 margin + 2 page
   Bytes bytes = frameStart(start);
   bytes.insert(bytes.end(), {2, 0, 0x00, 0x80, 0x01});
-  const ParsedFrame parsed = parsePageFrame(bytes);
-  ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
-  EXPECT_EQ(parsed.frame->marginBytes(), 1U);
-  EXPECT_EQ(parsed.frame->row(0).page.size, 2U);
+  const Result<PageFrame> parsed = parsePageFrame(bytes);
+  ASSERT_TRUE(parsed) << parsed.problem();
+  EXPECT_EQ(parsed->marginBytes(), 1U);
+  EXPECT_EQ(parsed->row(0).page.size, 2U);
 }
 
 TEST(PageFrame, SaysSoWhenRowsAreShorterThanThePageIsWide) {
@@ -143,11 +143,11 @@ TEST(PageFrame, SaysSoWhenRowsAreShorterThanThePageIsWide) {
   start.record = 6;  // leaves 4
   Bytes bytes = frameStart(start);
   bytes.insert(bytes.end(), {0, 0, 0, 0, 0, 0});
-  const ParsedFrame parsed = parsePageFrame(bytes);
-  ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
-  EXPECT_TRUE(parsed.frame->widerThanHead());
-  EXPECT_EQ(parsed.frame->marginBytes(), 0U);
-  EXPECT_EQ(parsed.frame->row(0).page.size, 4U);
+  const Result<PageFrame> parsed = parsePageFrame(bytes);
+  ASSERT_TRUE(parsed) << parsed.problem();
+  EXPECT_TRUE(parsed->widerThanHead());
+  EXPECT_EQ(parsed->marginBytes(), 0U);
+  EXPECT_EQ(parsed->row(0).page.size, 4U);
 }
 
 TEST(PageFrame, RefusesAFileShorterThanAFrameStart) {
@@ -222,13 +222,13 @@ TEST(PageFrame, ComputesTheLargestSizeWithoutOverflow) {
 
 TEST(PageFrame, FindsTheRowsWhoseCountDoesNotAgree) {
   Bytes bytes = smallFrame();
-  const ParsedFrame good = parsePageFrame(bytes);
-  ASSERT_TRUE(good.frame.has_value());
-  EXPECT_TRUE(rowsWithWrongCount(*good.frame).empty());
+  const Result<PageFrame> good = parsePageFrame(bytes);
+  ASSERT_TRUE(good);
+  EXPECT_TRUE(rowsWithWrongCount(*good).empty());
   bytes[27] = 3;  // row 1 announces 3, holds 2
-  const ParsedFrame bad = parsePageFrame(bytes);
-  ASSERT_TRUE(bad.frame.has_value());
-  EXPECT_EQ(rowsWithWrongCount(*bad.frame), std::vector<std::size_t>{1});
+  const Result<PageFrame> bad = parsePageFrame(bytes);
+  ASSERT_TRUE(bad);
+  EXPECT_EQ(rowsWithWrongCount(*bad), std::vector<std::size_t>{1});
 }
 
 // 33 bytes FF are 264 black dots, 0x0108: both bytes of the count are looked at.
@@ -240,13 +240,13 @@ TEST(PageFrame, ComparesBothBytesOfACount) {
   Bytes bytes = frameStart(start);
   bytes.insert(bytes.end(), {0x08, 0x01});
   bytes.insert(bytes.end(), 33, 0xFF);
-  const ParsedFrame right = parsePageFrame(bytes);
-  ASSERT_TRUE(right.frame.has_value()) << right.problem;
-  EXPECT_TRUE(rowsWithWrongCount(*right.frame).empty());
+  const Result<PageFrame> right = parsePageFrame(bytes);
+  ASSERT_TRUE(right) << right.problem();
+  EXPECT_TRUE(rowsWithWrongCount(*right).empty());
   bytes[23] = 0x00;  // 8 dots announced
-  const ParsedFrame wrong = parsePageFrame(bytes);
-  ASSERT_TRUE(wrong.frame.has_value()) << wrong.problem;
-  EXPECT_EQ(rowsWithWrongCount(*wrong.frame), std::vector<std::size_t>{0});
+  const Result<PageFrame> wrong = parsePageFrame(bytes);
+  ASSERT_TRUE(wrong) << wrong.problem();
+  EXPECT_EQ(rowsWithWrongCount(*wrong), std::vector<std::size_t>{0});
 }
 
 // 8192 bytes FF are 65536 black dots, whose count keeps only its low 16 bits: 0.
@@ -258,10 +258,10 @@ TEST(PageFrame, AcceptsACountThatWrapped) {
   Bytes bytes = frameStart(start);
   bytes.insert(bytes.end(), {0, 0});
   bytes.insert(bytes.end(), 8192, 0xFF);
-  const ParsedFrame parsed = parsePageFrame(bytes);
-  ASSERT_TRUE(parsed.frame.has_value()) << parsed.problem;
-  EXPECT_EQ(countBlackDots(parsed.frame->row(0).dots), 65536U);
-  EXPECT_TRUE(rowsWithWrongCount(*parsed.frame).empty());
+  const Result<PageFrame> parsed = parsePageFrame(bytes);
+  ASSERT_TRUE(parsed) << parsed.problem();
+  EXPECT_EQ(countBlackDots(parsed->row(0).dots), 65536U);
+  EXPECT_TRUE(rowsWithWrongCount(*parsed).empty());
 }
 
 TEST(PageFrame, CountsTheBitsOfEveryByteValue) {

@@ -49,18 +49,19 @@ TEST(SentSetting, TellsTheCodesAsTheyAreSent) {
 }
 
 TEST(PageCounter, IsReadLowByteFirst) {
-  const ParsedCounter parsed = parsePageCounter({0x27, 0x23});
-  EXPECT_EQ(parsed.counter, 8999);  // 0x2327
-  EXPECT_EQ(parsed.problem, "");
+  const Result<std::uint16_t> parsed = parsePageCounter({0x27, 0x23});
+  ASSERT_TRUE(parsed);
+  EXPECT_EQ(*parsed, 8999);  // 0x2327
+  EXPECT_EQ(parsed.problem(), "");
 }
 
 TEST(PageCounter, HasExactlyTwoBytes) {
-  const ParsedCounter shorter = parsePageCounter({1});
-  EXPECT_FALSE(shorter.counter.has_value());
-  EXPECT_EQ(shorter.problem, "1 bytes, a page counter has exactly 2");
-  const ParsedCounter longer = parsePageCounter({1, 2, 3});
-  EXPECT_FALSE(longer.counter.has_value());
-  EXPECT_EQ(longer.problem, "3 bytes, a page counter has exactly 2");
+  const Result<std::uint16_t> shorter = parsePageCounter({1});
+  EXPECT_FALSE(shorter);
+  EXPECT_EQ(shorter.problem(), "1 bytes, a page counter has exactly 2");
+  const Result<std::uint16_t> longer = parsePageCounter({1, 2, 3});
+  EXPECT_FALSE(longer);
+  EXPECT_EQ(longer.problem(), "3 bytes, a page counter has exactly 2");
 }
 
 }  // namespace

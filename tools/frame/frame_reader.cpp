@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 #include <utility>
 
 namespace kestra {
@@ -50,8 +51,6 @@ bool startsWith(const std::vector<std::uint8_t>& bytes, std::size_t at,
   return std::equal(wanted.begin(), wanted.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
 }
 
-ParsedFrame broken(std::string problem) { return {std::nullopt, std::move(problem)}; }
-
 }  // namespace
 
 // Fills the private part of a frame, which nobody else may touch.
@@ -94,25 +93,25 @@ FrameRow PageFrame::row(std::size_t index) const {
   return row;
 }
 
-ParsedFrame parsePageFrame(std::vector<std::uint8_t> bytes) {
+Result<PageFrame> parsePageFrame(std::vector<std::uint8_t> bytes) {
   if (bytes.size() < kRowsAt) {
-    return broken("too short: " + std::to_string(bytes.size()) + " bytes, a frame has at least " +
-                  std::to_string(kRowsAt));
+    return Problem{"too short: " + std::to_string(bytes.size()) + " bytes, a frame has at least " +
+                   std::to_string(kRowsAt)};
   }
   if (!startsWith(bytes, 0, kSignature)) {
-    return broken("wrong signature " + hex(bytes.data(), kSignature.size()) +
-                  ", a frame starts with " + hex(kSignature.data(), kSignature.size()) +
-                  " (\"SIZ\")");
+    return Problem{"wrong signature " + hex(bytes.data(), kSignature.size()) +
+                   ", a frame starts with " + hex(kSignature.data(), kSignature.size()) +
+                   " (\"SIZ\")"};
   }
   if (!startsWith(bytes, kCommandAt, kRasterCommand)) {
-    return broken("wrong raster command " + hex(&bytes[kCommandAt], kRasterCommand.size()) +
-                  " at byte " + std::to_string(kCommandAt) + ", expected " +
-                  hex(kRasterCommand.data(), kRasterCommand.size()));
+    return Problem{"wrong raster command " + hex(&bytes[kCommandAt], kRasterCommand.size()) +
+                   " at byte " + std::to_string(kCommandAt) + ", expected " +
+                   hex(kRasterCommand.data(), kRasterCommand.size())};
   }
   const unsigned media = bytes[kMediaAt];
   if (media > static_cast<unsigned>(Media::kMarks)) {
-    return broken("unknown media code " + std::to_string(media) +
-                  ", known are 0 (continuous), 1 (gaps) and 2 (marks)");
+    return Problem{"unknown media code " + std::to_string(media) +
+                   ", known are 0 (continuous), 1 (gaps) and 2 (marks)"};
   }
 
   PageFrame frame;
@@ -126,22 +125,23 @@ ParsedFrame parsePageFrame(std::vector<std::uint8_t> bytes) {
   frame.rowCount = littleEndian16(bytes, kRowCountAt);
 
   if (frame.recordBytes <= kCountBytes) {
-    return broken("record length " + std::to_string(frame.recordBytes) +
-                  ", a row needs more than the " + std::to_string(kCountBytes) +
-                  " bytes of its dot count");
+    return Problem{"record length " + std::to_string(frame.recordBytes) +
+                   ", a row needs more than the " + std::to_string(kCountBytes) +
+                   " bytes of its dot count"};
   }
-  if (frame.rowCount == 0) return broken("0 rows, a page has at least one");
+  if (frame.rowCount == 0) return Problem{"0 rows, a page has at least one"};
 
   const std::uint64_t expected =
       kRowsAt + std::uint64_t{frame.rowCount} * std::uint64_t{frame.recordBytes};
   if (bytes.size() != expected) {
-    return broken(std::to_string(frame.rowCount) + " rows of " + std::to_string(frame.recordBytes) +
-                  " bytes make a file of " + std::to_string(expected) + " bytes, this one has " +
-                  std::to_string(bytes.size()) +
-                  (bytes.size() < expected ? " (cut off?)" : " (something follows the page)"));
+    return Problem{std::to_string(frame.rowCount) + " rows of " +
+                   std::to_string(frame.recordBytes) + " bytes make a file of " +
+                   std::to_string(expected) + " bytes, this one has " +
+                   std::to_string(bytes.size()) +
+                   (bytes.size() < expected ? " (cut off?)" : " (something follows the page)")};
   }
   FrameReader::take(frame, std::move(bytes));
-  return {std::move(frame), {}};
+  return frame;
 }
 
 std::uint64_t countBlackDots(BytesView bytes) {

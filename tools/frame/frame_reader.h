@@ -6,9 +6,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
-#include <string>
 #include <vector>
+
+#include "filter/base/result.h"
 
 namespace kestra {
 
@@ -63,14 +63,8 @@ class PageFrame {
   bool widerThanHead_ = false;
 };
 
-/// A frame, or one sentence on why the bytes are none.
-struct ParsedFrame {
-  std::optional<PageFrame> frame;
-  std::string problem;  ///< empty where there is a frame
-};
-
 /// Takes the bytes of a whole frame file. Never reads beyond them.
-[[nodiscard]] ParsedFrame parsePageFrame(std::vector<std::uint8_t> bytes);
+[[nodiscard]] Result<PageFrame> parsePageFrame(std::vector<std::uint8_t> bytes);
 
 /// @return black dots in a run of bytes
 [[nodiscard]] std::uint64_t countBlackDots(BytesView bytes);

@@ -59,12 +59,12 @@ std::string describeCodes(const SentSetting& setting) {
          std::to_string(setting.darkness);
 }
 
-ParsedCounter parsePageCounter(const std::vector<std::uint8_t>& bytes) {
+Result<std::uint16_t> parsePageCounter(const std::vector<std::uint8_t>& bytes) {
   if (bytes.size() != kCounterBytes) {
-    return {std::nullopt, std::to_string(bytes.size()) + " bytes, a page counter has exactly " +
-                              std::to_string(kCounterBytes)};
+    return Problem{std::to_string(bytes.size()) + " bytes, a page counter has exactly " +
+                   std::to_string(kCounterBytes)};
   }
-  return {static_cast<std::uint16_t>(bytes[0] | (bytes[1] << 8)), {}};
+  return static_cast<std::uint16_t>(bytes[0] | (bytes[1] << 8));
 }
 
 }  // namespace kestra

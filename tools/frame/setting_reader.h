@@ -5,9 +5,10 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
+
+#include "filter/base/result.h"
 
 namespace kestra {
 
@@ -33,13 +34,7 @@ struct ParsedSettings {
 /// As the bytes have it: "speed code 2, darkness code 1"
 [[nodiscard]] std::string describeCodes(const SentSetting& setting);
 
-/// A page counter, or one sentence on why the bytes are none.
-struct ParsedCounter {
-  std::optional<std::uint16_t> counter;
-  std::string problem;  ///< empty where there is a counter
-};
-
 /// Takes the bytes of a whole counter file.
-[[nodiscard]] ParsedCounter parsePageCounter(const std::vector<std::uint8_t>& bytes);
+[[nodiscard]] Result<std::uint16_t> parsePageCounter(const std::vector<std::uint8_t>& bytes);
 
 }  // namespace kestra

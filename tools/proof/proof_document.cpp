@@ -117,9 +117,9 @@ class DocumentProof {
                         ? "the filter stored no frame; is the page wider than the print head?"
                         : "its pixels break off, so it is not printed; is the document whole?");
       }
-      ParsedFrame parsed = parsePageFrame(std::move(bytes));
-      if (!parsed.frame) return fail(page, "the filter's frame is broken: " + parsed.problem);
-      frames.push_back(std::move(*parsed.frame));
+      Result<PageFrame> parsed = parsePageFrame(std::move(bytes));
+      if (!parsed) return fail(page, "the filter's frame is broken: " + parsed.problem());
+      frames.push_back(std::move(*parsed));
     }
     return true;
   }

@@ -70,11 +70,11 @@ void proofFrame(const std::string& path, const Arguments& arguments, WriteGuard&
   if (!bytes) {
     teller.complain(bytes.problem());
   } else {
-    const ParsedFrame parsed = parsePageFrame(std::move(*bytes));
-    if (parsed.frame) {
-      drawFrame(path, *parsed.frame, arguments, guard, teller);
+    const Result<PageFrame> parsed = parsePageFrame(std::move(*bytes));
+    if (parsed) {
+      drawFrame(path, *parsed, arguments, guard, teller);
     } else {
-      teller.complain(parsed.problem);
+      teller.complain(parsed.problem());
     }
   }
   teller.end({});
@@ -85,10 +85,10 @@ void proofCounter(const std::string& path, Teller& teller) {
   const Result<std::vector<std::uint8_t>> bytes = readFile(path);
   if (!bytes) {
     teller.complain(bytes.problem());
-  } else if (const ParsedCounter parsed = parsePageCounter(*bytes); parsed.counter) {
-    teller.counter(*parsed.counter);
+  } else if (const Result<std::uint16_t> parsed = parsePageCounter(*bytes)) {
+    teller.counter(*parsed);
   } else {
-    teller.complain(parsed.problem);
+    teller.complain(parsed.problem());
   }
   teller.end({});
 }

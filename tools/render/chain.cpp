@@ -232,9 +232,9 @@ Result<void> Chain::render(const ChainRequest& request) {
 
   std::string pdf = request.document;
   if (request.type == DocumentType::kPdf) {
-    const PdfLook look = lookAtPdf(pdf);
-    damaged_ = look.damaged;
-    if (!look.problem.empty()) return Problem{look.problem};
+    const Result<PdfLook> look = lookAtPdf(pdf);
+    if (!look) return Problem{look.problem()};
+    damaged_ = look->damaged;
   }
   if (request.type != DocumentType::kPdf) {
     pdf = request.work + "/document.pdf";

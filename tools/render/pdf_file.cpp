@@ -59,22 +59,19 @@ class OpenPdf {
 
 }  // namespace
 
-PdfLook lookAtPdf(const std::string& path) {
+Result<PdfLook> lookAtPdf(const std::string& path) {
   const OpenPdf pdf(path);
-  PdfLook look;
-  look.damaged = pdf.repaired();
   if (pdf.error() == qpdf_e_password) {
-    look.problem =
+    return Problem{
         "is protected by a password; open it with the password, save or print it as a PDF without "
-        "one, and print that";
-  } else if (pdf.error() == qpdf_e_system) {
-    look.problem = "cannot be read: " + pdf.detail();
-  } else if (pdf.error() != qpdf_e_success) {
-    look.problem = "is a broken PDF (" + pdf.detail() + "); fetch or make it once more";
-  } else if (pdf.pages() <= 0) {
-    look.problem = "has no pages; make the PDF once more";
+        "one, and print that"};
   }
-  return look;
+  if (pdf.error() == qpdf_e_system) return Problem{"cannot be read: " + pdf.detail()};
+  if (pdf.error() != qpdf_e_success) {
+    return Problem{"is a broken PDF (" + pdf.detail() + "); fetch or make it once more"};
+  }
+  if (pdf.pages() <= 0) return Problem{"has no pages; make the PDF once more"};
+  return PdfLook{pdf.repaired()};
 }
 
 double contentScale(const std::string& content) {

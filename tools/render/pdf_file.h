@@ -7,15 +7,16 @@
 #include <string>
 #include <vector>
 
+#include "filter/base/result.h"
+
 namespace kestra {
 
 struct PdfLook {
   bool damaged = false;  ///< it could be read, but only after repair
-  std::string problem;   ///< one sentence on why it cannot be printed, empty where it can
 };
 
-/// Whether a document can be printed at all.
-[[nodiscard]] PdfLook lookAtPdf(const std::string& path);
+/// A document that can be printed, or why it cannot.
+[[nodiscard]] Result<PdfLook> lookAtPdf(const std::string& path);
 
 /// Of a file that pdftopdf wrote: the size of what is drawn on each page as a part of its size in
 /// the document, 0.5 for half as wide; 1 where the page does not say. Empty where the file cannot
