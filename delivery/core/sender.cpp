@@ -202,7 +202,7 @@ std::string Sender::endInWhite(const Page& page, std::uint64_t start) {
   }
   if (progress == Progress::kDone) progress = sink_.prove(moment);
   isTorn_ = progress != Progress::kDone;
-  const std::string where =
+  std::string where =
       isTorn_ ? cutOff() : "in label " + std::to_string(number_) + "; the rest of it stays white";
   if (progress == Progress::kDone) progress = sink_.finish(moment);
   if (progress != Progress::kDone) static_cast<void>(giveUpWay());
