@@ -256,7 +256,7 @@ case "${1-}" in
     # Whole print systems in real time say nothing more about memory than the tests of their parts.
     # Nor can a program that checks itself be traced by another.
     left_labels='^system$'
-    # What the checks add to large tests takes a compiler three times as long to optimise further.
+    # What the checks add to large tests takes a compiler more than twice as long to optimise more.
     build_and_test build-sanitize -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS="-O1 -g1" \
       -DKESTRA_SANITIZE=address,undefined
     ;;
